@@ -1,0 +1,35 @@
+#pragma once
+
+#include <boost/asio/ip/address.hpp>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ProxySettings.h"
+#include "TarnPlatform/concurrency/Asio.h"
+#include "TarnPlatform/concurrency/Clock.h"
+#include "TarnPlatform/concurrency/Result.h"
+#include "TlsTrust.h"
+
+namespace tarn {
+
+/// Finds the addresses of a host name, best first. Runs on the connection's strand; may take as long as it likes.
+using HostLookup = std::function<Task<Result<std::vector<asio::ip::address>>>(std::string host)>;
+
+/// What every connection of a process shares. Copies share the same clock and trust.
+struct NetworkContext {
+    SerialExecutor executor;  ///< where sockets live; a connection makes a strand of its own on it
+    std::shared_ptr<Clock> clock;
+    ProxySettings proxy;
+    std::shared_ptr<TlsTrust> trust;
+    HostLookup lookUp = systemLookup;
+
+    /// The system's resolver (hosts file, DNS).
+    static Task<Result<std::vector<asio::ip::address>>> systemLookup(std::string host);
+
+    /// The process's network thread, the system clock, the proxies of the environment, the system's certificates.
+    static NetworkContext shared();
+};
+
+}  // namespace tarn

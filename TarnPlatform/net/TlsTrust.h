@@ -1,0 +1,31 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "TarnPlatform/concurrency/Result.h"
+
+namespace boost::asio::ssl {
+class context;
+}
+
+namespace tarn {
+
+/// The certificates a client believes, and the TLS settings that go with them (TLS 1.2 at least, peer verified).
+/// Immutable after construction; must outlive the connections made with it. Thread: any.
+class TlsTrust {
+public:
+    /// The system's certificate store; `SSL_CERT_FILE` and `SSL_CERT_DIR` replace it.
+    static std::shared_ptr<TlsTrust> system();
+    /// Only the certificates in a PEM file.
+    static Result<std::shared_ptr<TlsTrust>> fromFile(const std::string& path);
+
+    ~TlsTrust();
+    boost::asio::ssl::context& context() { return *context_; }
+
+private:
+    TlsTrust();
+    std::unique_ptr<boost::asio::ssl::context> context_;
+};
+
+}  // namespace tarn

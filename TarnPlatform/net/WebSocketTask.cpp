@@ -1,0 +1,351 @@
+// The one translation unit of the program that instantiates a client WebSocket, over TCP and over TLS.
+#include "WebSocketTask.h"
+
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/detached.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/ssl/error.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/beast/core/bind_handler.hpp>
+#include <boost/beast/core/role.hpp>
+#include <boost/beast/websocket/ssl.hpp>
+#include <boost/beast/websocket/stream.hpp>
+#include <deque>
+
+#include "Connector.h"
+#include "TlsClientStream.h"
+
+namespace tarn {
+
+/// What the library calls, found by the type of the socket, to end a connection after the close frames.
+template <typename Handler>
+void async_teardown(boost::beast::role_type /*role*/, ClientSocket& socket, Handler&& handler) {
+    boost::system::error_code ignored;
+    socket.shutdown(asio::socket_base::shutdown_both, ignored);
+    asio::post(socket.get_executor(),
+               boost::beast::bind_front_handler(std::forward<Handler>(handler), boost::system::error_code()));
+}
+
+template <typename Handler>
+void async_teardown(boost::beast::role_type role, TlsClientStream& stream, Handler&& handler) {
+    async_teardown(role, stream.next_layer(), std::forward<Handler>(handler));
+}
+
+namespace {
+
+namespace websocket = boost::beast::websocket;
+
+std::string describe(const boost::system::error_code& error) {
+    if (error == asio::error::eof || error == asio::ssl::error::stream_truncated) {
+        return "the connection was cut without a close";
+    }
+    return error.message();
+}
+
+/// The WebSocket of a connected socket, with or without TLS below it.
+class Channel {
+public:
+    virtual ~Channel() = default;
+    virtual Task<boost::system::error_code> upgrade(const WebSocketRequest& request,
+                                                    websocket::response_type& response) = 0;
+    virtual Task<boost::system::error_code> write(const std::string& text) = 0;
+    virtual Task<boost::system::error_code> read(WebSocketMessage& message) = 0;
+    virtual Task<void> close(std::uint16_t code) = 0;
+    virtual void cut() = 0;
+    virtual std::uint16_t receivedCloseCode() const = 0;  ///< 0: none
+};
+
+template <typename Next>
+class BeastChannel final : public Channel {
+public:
+    explicit BeastChannel(Next next) : stream_(std::move(next)) {
+        stream_.set_option(websocket::stream_base::timeout{websocket::stream_base::none(),
+                                                           websocket::stream_base::none(), false});
+        stream_.read_message_max(WebSocketTask::maxMessageBytes);
+        stream_.auto_fragment(false);
+        stream_.text(true);
+    }
+
+    Task<boost::system::error_code> upgrade(const WebSocketRequest& request,
+                                            websocket::response_type& response) override {
+        stream_.set_option(websocket::stream_base::decorator([&request](websocket::request_type& message) {
+            for (const auto& header : request.headers) {
+                message.set(header.name, header.value);
+            }
+        }));
+        const std::string host = request.url.hostHeader();
+        const std::string target = request.url.requestTarget();
+        const auto [error] = co_await stream_.async_handshake(response, host, target, asValue);
+        co_return error;
+    }
+
+    Task<boost::system::error_code> write(const std::string& text) override {
+        const auto [error, size] = co_await stream_.async_write(asio::buffer(text), asValue);
+        co_return error;
+    }
+
+    Task<boost::system::error_code> read(WebSocketMessage& message) override {
+        auto buffer = asio::dynamic_buffer(message.payload, WebSocketTask::maxMessageBytes);
+        const auto [error, size] = co_await stream_.async_read(buffer, asValue);
+        message.kind = stream_.got_binary() ? WebSocketMessage::Kind::binary : WebSocketMessage::Kind::text;
+        co_return error;
+    }
+
+    Task<void> close(std::uint16_t code) override {
+        co_await stream_.async_close(websocket::close_reason(code), asValue);
+    }
+
+    void cut() override {
+        boost::system::error_code ignored;
+        boost::beast::get_lowest_layer(stream_).close(ignored);
+    }
+
+    std::uint16_t receivedCloseCode() const override { return stream_.reason().code; }
+
+private:
+    websocket::stream<Next> stream_;
+};
+
+class BeastWebSocketTask final : public WebSocketTask, public std::enable_shared_from_this<BeastWebSocketTask> {
+public:
+    BeastWebSocketTask(SerialExecutor executor, WebSocketRequest request, NetworkContext network)
+        : executor_(std::move(executor)),
+          request_(std::move(request)),
+          network_(std::move(network)),
+          closedBell_(executor_, asio::steady_timer::time_point::max()) {}
+
+    Task<Result<void>> resume() override {
+        const auto self = shared_from_this();
+        if (state_ != State::fresh) {
+            co_return failure(ErrorKind::cancelled, "the connection was ended before it began");
+        }
+        if (request_.url.scheme() != "ws" && request_.url.scheme() != "wss") {
+            state_ = State::gone;
+            co_return failure(ErrorKind::invalidInput, "only ws and wss URLs can be opened");
+        }
+        state_ = State::connecting;
+        const auto limit =
+            network_.clock->callAfter(executor_, request_.timeout, [this] { abandon(ErrorKind::timeout); });
+        auto connected = co_await connectAndUpgrade();
+        if (connected && !ending_) {
+            state_ = State::open;
+            co_return Result<void>();
+        }
+        leave();
+        if (ending_ == ErrorKind::timeout) {
+            co_return failure(ErrorKind::timeout, "no connection with " + request_.url.hostHeader() + " within " +
+                                                      std::to_string(request_.timeout.count() / 1000) + " s");
+        }
+        if (ending_) {
+            co_return failure(ErrorKind::cancelled, "cancelled");
+        }
+        co_return connected;
+    }
+
+    Task<Result<void>> send(std::string text) override {
+        const auto self = shared_from_this();
+        co_await waitForTurn();
+        auto sent = co_await sendInTurn(text);
+        passTurn();
+        co_return sent;
+    }
+
+    Task<Result<WebSocketMessage>> receive() override {
+        const auto self = shared_from_this();
+        if (state_ != State::open) {
+            co_return notOpen();
+        }
+        WebSocketMessage message;
+        const auto error = co_await channel_->read(message);
+        if (!error) {
+            co_return message;
+        }
+        if (channel_->receivedCloseCode() != 0) {
+            closeCode_ = channel_->receivedCloseCode();
+        }
+        if (ending_) {
+            co_return notOpen();
+        }
+        leave();
+        if (sendTimedOut_) {
+            co_return tooLate();
+        }
+        if (closeCode_) {
+            co_return failure(ErrorKind::closed, "the server closed the connection with code " + std::to_string(*closeCode_));
+        }
+        if (error == websocket::error::message_too_big) {
+            co_return failure(ErrorKind::protocol, "a message is larger than 16 MiB");
+        }
+        co_return failure(error.category() == websocket::make_error_code(websocket::error::closed).category() ? ErrorKind::protocol
+                                                                                                   : ErrorKind::connection,
+                          describe(error));
+    }
+
+    void cancel(std::uint16_t code) override {
+        if (state_ == State::open) {
+            state_ = State::closing;
+            ending_ = ErrorKind::cancelled;
+            asio::co_spawn(executor_, closeInTurn(shared_from_this(), code), asio::detached);
+        } else if (state_ == State::connecting) {
+            abandon(ErrorKind::cancelled);
+        } else if (state_ == State::fresh) {
+            leave();
+        }
+    }
+
+    Task<void> waitClosed() override {
+        const auto self = shared_from_this();
+        while (state_ == State::closing || state_ == State::connecting) {
+            co_await closedBell_.async_wait(asValue);
+        }
+    }
+
+    std::optional<int> upgradeStatus() const override { return upgradeStatus_; }
+    std::optional<std::uint16_t> closeCode() const override { return closeCode_; }
+
+private:
+    enum class State : std::uint8_t { fresh, connecting, open, closing, gone };
+
+    Task<Result<void>> connectAndUpgrade() {
+        connector_ = std::make_shared<Connector>(executor_, network_);
+        auto socket = co_await connector_->connect(request_.url);
+        if (!socket) {
+            co_return std::unexpected(socket.error());
+        }
+        if (request_.url.isSecure()) {
+            handshaking_ = std::make_unique<TlsClientStream>(ClientSocket(std::move(*socket)), network_.trust->context());
+            auto shaken = co_await shakeHands(*handshaking_, request_.url.host());
+            if (!shaken || ending_) {
+                handshaking_.reset();
+                co_return shaken;
+            }
+            channel_ = std::make_unique<BeastChannel<TlsClientStream>>(std::move(*handshaking_));
+            handshaking_.reset();
+        } else {
+            channel_ = std::make_unique<BeastChannel<ClientSocket>>(ClientSocket(std::move(*socket)));
+        }
+        websocket::response_type response;
+        response.result(0U);
+        const auto error = co_await channel_->upgrade(request_, response);
+        if (response.result_int() != 0) {
+            upgradeStatus_ = static_cast<int>(response.result_int());
+        }
+        if (error == websocket::error::upgrade_declined) {
+            co_return failure(ErrorKind::upgrade,
+                              "the server answered the upgrade with status " + std::to_string(*upgradeStatus_),
+                              *upgradeStatus_);
+        }
+        if (error) {
+            co_return failure(ErrorKind::connection, "the upgrade failed: " + describe(error));
+        }
+        co_return Result<void>();
+    }
+
+    /// Makes a connection attempt end with `why`.
+    void abandon(ErrorKind why) {
+        if (ending_) {
+            return;
+        }
+        ending_ = why;
+        connector_->abort();
+        if (handshaking_) {
+            boost::system::error_code ignored;
+            handshaking_->next_layer().close(ignored);
+        }
+        if (channel_) {
+            channel_->cut();
+        }
+    }
+
+    Task<Result<void>> sendInTurn(const std::string& text) {
+        if (state_ != State::open && state_ != State::closing) {
+            co_return notOpen();
+        }
+        const auto limit = network_.clock->callAfter(executor_, sendLimit, [this] {
+            sendTimedOut_ = true;
+            channel_->cut();
+        });
+        const auto error = co_await channel_->write(text);
+        if (!error) {
+            co_return Result<void>();
+        }
+        if (ending_) {
+            co_return notOpen();
+        }
+        if (sendTimedOut_) {
+            co_return tooLate();
+        }
+        co_return failure(ErrorKind::connection, describe(error));
+    }
+
+    static Task<void> closeInTurn(std::shared_ptr<BeastWebSocketTask> self, std::uint16_t code) {
+        const auto limit =
+            self->network_.clock->callAfter(self->executor_, closeLimit, [self] { self->channel_->cut(); });
+        co_await self->waitForTurn();
+        co_await self->channel_->close(code);
+        self->passTurn();
+        self->leave();
+    }
+
+    /// Frames leave one at a time, in the order in which the turn was asked for.
+    Task<void> waitForTurn() {
+        if (!sending_) {
+            sending_ = true;
+            co_return;
+        }
+        const auto bell = std::make_shared<asio::steady_timer>(executor_, asio::steady_timer::time_point::max());
+        waiting_.push_back(bell);
+        co_await bell->async_wait(asValue);
+    }
+
+    void passTurn() {
+        if (waiting_.empty()) {
+            sending_ = false;
+            return;
+        }
+        waiting_.front()->cancel();
+        waiting_.pop_front();
+    }
+
+    void leave() {
+        state_ = State::gone;
+        if (channel_) {
+            channel_->cut();
+        }
+        closedBell_.cancel();
+    }
+
+    static std::unexpected<Error> tooLate() {
+        return failure(ErrorKind::timeout, "the server has taken nothing for " + std::to_string(sendLimit.count()) + " s");
+    }
+
+    std::unexpected<Error> notOpen() const {
+        return ending_ == ErrorKind::cancelled ? failure(ErrorKind::cancelled, "cancelled")
+                                               : failure(ErrorKind::connection, "the connection is not open");
+    }
+
+    const SerialExecutor executor_;
+    const WebSocketRequest request_;
+    const NetworkContext network_;
+    State state_ = State::fresh;
+    std::optional<ErrorKind> ending_;  ///< set when this side gave up or said goodbye
+    std::shared_ptr<Connector> connector_;
+    std::unique_ptr<TlsClientStream> handshaking_;
+    std::unique_ptr<Channel> channel_;
+    std::deque<std::shared_ptr<asio::steady_timer>> waiting_;
+    bool sending_ = false;
+    bool sendTimedOut_ = false;
+    asio::steady_timer closedBell_;
+    std::optional<int> upgradeStatus_;
+    std::optional<std::uint16_t> closeCode_;
+};
+
+}  // namespace
+
+std::shared_ptr<WebSocketTask> WebSocketTask::make(SerialExecutor executor, WebSocketRequest request,
+                                                   NetworkContext network) {
+    return std::make_shared<BeastWebSocketTask>(std::move(executor), std::move(request), std::move(network));
+}
+
+}  // namespace tarn

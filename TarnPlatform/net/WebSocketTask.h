@@ -1,0 +1,64 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Http.h"
+#include "NetworkContext.h"
+#include "TarnPlatform/concurrency/Result.h"
+#include "Url.h"
+#include "WebSocketMessage.h"
+
+namespace tarn {
+
+struct WebSocketRequest {
+    Url url;                          ///< ws or wss
+    std::vector<HttpHeader> headers;  ///< added to the upgrade request
+    /// Limit on everything up to and including the answered upgrade: name lookup, proxy, every address, TLS.
+    std::chrono::milliseconds timeout = std::chrono::seconds(60);
+};
+
+/// One client WebSocket. It connects once and is then used until it fails.
+///
+/// Thread: every call on the serial executor given to `make`; what is awaited resumes there.
+/// Ownership: shared; an operation under way keeps the task alive.
+class WebSocketTask {
+public:
+    /// A message longer than this ends the connection.
+    static constexpr std::size_t maxMessageBytes = 16U * 1024 * 1024;
+    /// A peer that takes no byte for this long is dead: the send under way fails with `timeout`.
+    static constexpr std::chrono::seconds sendLimit{20};
+    /// After `cancel`, how long a peer may take to answer the close before the socket is cut.
+    static constexpr std::chrono::seconds closeLimit{2};
+
+    virtual ~WebSocketTask() = default;
+
+    /// Connects and upgrades. Call once, first.
+    virtual Task<Result<void>> resume() = 0;
+
+    /// Sends one text frame and waits until the system has taken it. Calls may overlap: frames leave in call
+    /// order, one at a time.
+    virtual Task<Result<void>> send(std::string text) = 0;
+
+    /// Waits for the next whole message. One call at a time. A failure is final.
+    virtual Task<Result<WebSocketMessage>> receive() = 0;
+
+    /// Sends a close frame with `code` and ends the connection; operations under way fail with `cancelled`.
+    /// Frames already given to `send` leave first. Returns at once; in any state, also twice.
+    virtual void cancel(std::uint16_t code) = 0;
+
+    /// Ready once the connection is gone after `cancel` (at most `closeLimit` later); at once where there was none.
+    virtual Task<void> waitClosed() = 0;
+
+    virtual std::optional<int> upgradeStatus() const = 0;          ///< HTTP status of the answer to the upgrade
+    virtual std::optional<std::uint16_t> closeCode() const = 0;    ///< code of the close frame that the peer sent
+
+    static std::shared_ptr<WebSocketTask> make(SerialExecutor executor, WebSocketRequest request,
+                                               NetworkContext network);
+};
+
+}  // namespace tarn

@@ -1,0 +1,42 @@
+#include "TarnPlatform/net/Base64.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace tarn {
+namespace {
+
+std::span<const std::byte> bytesOf(const std::string& text) {
+    return std::as_bytes(std::span(text));
+}
+
+TEST(Base64, WritesTheKnownVectors) {
+    const std::pair<const char*, const char*> vectors[] = {{"", ""},           {"f", "Zg=="},         {"fo", "Zm8="},
+                                                           {"foo", "Zm9v"},    {"foob", "Zm9vYg=="}, {"fooba", "Zm9vYmE="},
+                                                           {"foobar", "Zm9vYmFy"}};
+    for (const auto& [plain, encoded] : vectors) {
+        EXPECT_EQ(base64Encode(bytesOf(plain)), encoded);
+    }
+}
+
+TEST(Base64, GivesBackWhatItWasGiven) {
+    std::mt19937 random(7);
+    for (const std::size_t size : {0U, 1U, 2U, 3U, 1600U, 4801U, 3U * 1024 * 1024 + 1}) {
+        std::vector<std::byte> bytes(size);
+        for (auto& byte : bytes) {
+            byte = std::byte(random() & 0xffU);
+        }
+        EXPECT_EQ(base64Decode(base64Encode(bytes)), bytes) << size;
+    }
+}
+
+TEST(Base64, RefusesEveryOtherSpelling) {
+    for (const auto* text : {"A", "AA", "AAA", "AA=", "A===", "====", "=AAA", "AA=A", "AAA=AAAA", " AAA", "AAA ", "AA\nA",
+                             "\nAAA", "AAA\n", "AA-_", "AAAA====", "AAAA\n\n\n\n", "AAA\xc3"}) {
+        EXPECT_FALSE(base64Decode(text)) << text;
+    }
+}
+
+}  // namespace
+}  // namespace tarn

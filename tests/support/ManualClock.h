@@ -1,0 +1,31 @@
+#pragma once
+
+#include <list>
+#include <mutex>
+
+#include "TarnPlatform/concurrency/Clock.h"
+
+namespace tarn::test {
+
+/// Time that passes when the test says so. Thread: any.
+class ManualClock final : public Clock {
+public:
+    TimePoint now() const override;
+    std::unique_ptr<ScheduledCall> callAfter(SerialExecutor executor, Duration delay,
+                                             std::function<void()> call) override;
+
+    /// Lets `duration` pass: what falls due is posted to its executor, in order of time.
+    void advance(Duration duration);
+    std::size_t pendingCalls() const;
+
+private:
+    struct Entry;
+    struct State;
+    class Call;
+    std::shared_ptr<State> state_;
+
+public:
+    ManualClock();
+};
+
+}  // namespace tarn::test

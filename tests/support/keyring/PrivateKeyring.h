@@ -1,0 +1,68 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+namespace tarn::test {
+
+/// A session bus of a test's own with a real gnome-keyring on it, or none. It becomes the session bus of this
+/// process for as long as it lives; then the old environment is back and nothing is left running.
+/// Throws std::runtime_error when it cannot be set up. One at a time.
+class PrivateKeyring {
+public:
+    enum class Mode {
+        unlocked,     ///< the default collection is open
+        locked,       ///< it is closed, and nobody is there to answer a prompt
+        activatable,  ///< nothing runs; the bus can start a keyring, which then has no collection yet
+        absent,       ///< the bus knows no keyring
+        noBus,        ///< there is no session bus
+    };
+
+    explicit PrivateKeyring(Mode mode);
+    ~PrivateKeyring();
+    PrivateKeyring(const PrivateKeyring&) = delete;
+    PrivateKeyring& operator=(const PrivateKeyring&) = delete;
+
+    void hang();        ///< the keyring keeps its name and does nothing (SIGSTOP)
+    void goOn();        ///< it works on (SIGCONT)
+    void killDaemon();  ///< it is gone, and nobody starts another
+    void killBus();     ///< the bus is gone, and the keyring with its name
+    void lock();        ///< closes the default collection
+    bool isRunning() const;
+    std::filesystem::path folder() const { return folder_; }  ///< private to this keyring, removed at the end
+
+private:
+    void startBus();
+    void startDaemon();
+
+    const Mode mode_;
+    std::filesystem::path folder_;
+    std::string address_;
+    pid_t bus_ = -1;
+    pid_t daemon_ = -1;
+    std::string oldAddress_;
+    std::string oldRuntimeFolder_;
+};
+
+/// Stands where the desktop's password prompt stands on the private bus: it comes up when the keyring asks
+/// and waits until the test dismisses it.
+class PromptOnScreen {
+public:
+    PromptOnScreen();
+    ~PromptOnScreen();
+    PromptOnScreen(const PromptOnScreen&) = delete;
+    PromptOnScreen& operator=(const PromptOnScreen&) = delete;
+
+    void waitUntilUp();  ///< until the keyring has asked; throws after 10 s
+    void dismiss();      ///< as if the user pressed Cancel
+    int timesAsked() const;
+
+private:
+    struct Parts;
+    std::unique_ptr<Parts> parts_;
+};
+
+}  // namespace tarn::test
