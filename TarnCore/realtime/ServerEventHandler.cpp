@@ -1,0 +1,139 @@
+#include "ServerEventHandler.h"
+
+#include <algorithm>
+#include <array>
+#include <boost/json/object.hpp>
+#include <boost/json/parse.hpp>
+#include <boost/json/serialize.hpp>
+#include <optional>
+
+#include "EventNames.h"
+#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/net/Base64.h"
+
+namespace tarn {
+
+namespace json = boost::json;
+
+std::atomic<int> DebugBudget::debugDumpsRemaining{0};
+std::atomic<int> DebugBudget::debugAllRemaining{0};
+
+namespace {
+
+constexpr std::array progressEvents = {
+    events::sessionCreated,  events::sessionUpdated,  events::speechStarted,    events::speechStopped,
+    events::bufferCommitted, events::itemCreated,     events::responseCreated,  events::outputItemAdded,
+    events::contentPartAdded, events::audioDone,      events::contentPartDone,  events::outputItemDone,
+    events::responseDone,
+};
+
+/// The value under `key` when it is there and a string.
+std::optional<std::string_view> stringField(const json::object& object, std::string_view key) {
+    const auto* const value = object.if_contains(key);
+    const auto* const text = value == nullptr ? nullptr : value->if_string();
+    return text == nullptr ? std::nullopt : std::optional<std::string_view>(*text);
+}
+
+std::string stringOr(const json::object& object, std::string_view key, std::string_view other) {
+    return std::string(stringField(object, key).value_or(other));
+}
+
+const json::object* objectField(const json::object& object, std::string_view key) {
+    const auto* const value = object.if_contains(key);
+    return value == nullptr ? nullptr : value->if_object();
+}
+
+/// Takes one from a budget that is not used up.
+bool spend(std::atomic<int>& budget) {
+    int left = budget.load(std::memory_order_relaxed);
+    while (left >= 1) {
+        if (budget.compare_exchange_weak(left, left - 1, std::memory_order_relaxed)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// The first `count` characters, never half of one.
+std::string_view firstCharacters(std::string_view text, std::size_t count) {
+    std::size_t end = 0;
+    for (; end < text.size(); ++end) {
+        const bool startsCharacter = (static_cast<unsigned char>(text[end]) & 0xC0U) != 0x80U;
+        if (startsCharacter && count-- == 0) {
+            break;
+        }
+    }
+    return text.substr(0, end);
+}
+
+}  // namespace
+
+ServerEventHandler::ServerEventHandler(AudioCallback onAudio, TranscriptCallback onTranscript,
+                                       TarnEventCallback onTarnEvent)
+    : onAudio_(std::move(onAudio)), onTranscript_(std::move(onTranscript)), onTarnEvent_(std::move(onTarnEvent)) {}
+
+ServerEventHandler::Verdict ServerEventHandler::handle(std::string_view text) {
+    boost::system::error_code error;
+    const auto value = json::parse(json::string_view(text.data(), text.size()), error);
+    const auto* const event = error ? nullptr : value.if_object();
+    if (event == nullptr) {
+        return Verdict::goOn;
+    }
+    const auto type = stringField(*event, "type").value_or("");
+    if (!type.ends_with(".delta") && spend(DebugBudget::debugAllRemaining)) {
+        logLine("[qwen.all] " + std::string(firstCharacters(text, 400)));
+    }
+
+    if (type == events::audioDelta) {
+        const auto delta = stringField(*event, "delta");
+        auto bytes = delta ? base64Decode(*delta) : std::nullopt;
+        if (bytes) {
+            onAudio_(std::move(*bytes));
+        }
+    } else if (type == events::translationText || type == events::translationDelta) {
+        auto hypothesis = stringOr(*event, "text", "") + stringOr(*event, "stash", "");
+        if (hypothesis.empty()) {
+            const auto delta = stringField(*event, "delta").value_or("");
+            hypothesis = delta.empty() ? std::string() : dstBuf_.append(delta);
+        }
+        if (!hypothesis.empty()) {
+            dstBuf_ = hypothesis;
+            onTranscript_(TranscriptKind::translation, std::move(hypothesis), false);
+        }
+    } else if (type == events::translationDone) {
+        onTranscript_(TranscriptKind::translation, stringOr(*event, "transcript", dstBuf_), true);
+        dstBuf_.clear();
+    } else if (type == events::sourceDelta || type == events::sourceText) {
+        auto hypothesis = stringOr(*event, "text", "") + stringOr(*event, "stash", "");
+        if (!hypothesis.empty()) {
+            srcBuf_ = hypothesis;
+            onTranscript_(TranscriptKind::source, std::move(hypothesis), false);
+        } else if (spend(DebugBudget::debugDumpsRemaining)) {
+            logLine("[qwen.dump] " + std::string(type) + ": " + std::string(text));
+        }
+    } else if (type == events::sourceCompleted || type == events::sourceDone) {
+        onTranscript_(TranscriptKind::source,
+                      stringOr(*event, "transcript", stringField(*event, "text").value_or(srcBuf_)), true);
+        srcBuf_.clear();
+    } else if (std::ranges::find(progressEvents, type) != progressEvents.end()) {
+        // Nothing to do: these only tell how far the service is.
+    } else if (type == events::error) {
+        const auto* const detail = objectField(*event, "error");
+        const auto& source = detail != nullptr ? *detail : *event;
+        logLine("[qwen] server error [" + stringOr(source, "code", "?") + "] " +
+                stringOr(source, "message", "(no message)"));
+        return Verdict::stop;
+    } else if (type == events::tarnError) {
+        if (onTarnEvent_) {
+            const auto message = stringField(*event, "error");
+            onTarnEvent_(TarnServerEvent::error(
+                message ? std::string(*message) : stringOr(*event, "message", "tarn error")));
+        }
+    } else {
+        const auto* const detail = objectField(*event, "error");
+        logLine("[qwen] " + std::string(type) + (detail != nullptr ? ": " + json::serialize(*detail) : ""));
+    }
+    return Verdict::goOn;
+}
+
+}  // namespace tarn

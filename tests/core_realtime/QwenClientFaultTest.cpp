@@ -1,0 +1,243 @@
+// The client when the other side refuses, breaks the protocol, falls silent or dies.
+#include <gmock/gmock.h>
+
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/detached.hpp>
+#include <boost/asio/ip/tcp.hpp>
+
+#include "ClientFixture.h"
+#include "support/Blackhole.h"
+#include "support/RawWebSocketPeer.h"
+
+namespace tarn {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+class QwenClientFault : public test::ClientFixture {
+protected:
+    static Url local(std::uint16_t port, const std::string& host = "127.0.0.1") {
+        return Url::parse("ws://" + host + ":" + std::to_string(port) + "/stream").value();
+    }
+};
+
+TEST_F(QwenClientFault, TellsARefusedTokenByTheStatusOfTheUpgrade) {
+    for (const int status : {401, 403, 500, 301}) {
+        test::TestService service(network, status);
+        const auto client = makeClient(service.url());
+        const auto connected = run(client->connect());
+        ASSERT_FALSE(connected);
+        EXPECT_EQ(connected.error().kind, ErrorKind::upgrade);
+        EXPECT_EQ(connected.error().httpStatus, status);
+        EXPECT_EQ(calls.tryNext(), status == 401 ? std::optional<std::string>("unauthorized") : std::nullopt);
+        run(client->close());
+    }
+    EXPECT_THAT(log.lines("[qwen]"), IsEmpty());
+}
+
+TEST_F(QwenClientFault, TellsARefusedTokenByCloseCode4001Only) {
+    for (const auto code : std::initializer_list<std::uint16_t>{4001, 1000, 1011, 4000}) {
+        test::TestService service(network);
+        const auto client = makeClient(service.url());
+        ASSERT_TRUE(run(client->connect()));
+        (*run(service.clients.next()))->close(code, "");
+        EXPECT_THAT(run(client->waitDead()), HasSubstr(std::to_string(code)));
+        run(client->close());
+        EXPECT_EQ(calls.tryNext(), code == 4001 ? std::optional<std::string>("unauthorized") : std::nullopt);
+        EXPECT_FALSE(calls.tryNext());
+    }
+    EXPECT_EQ(log.lines("[qwen] recv ended: ").size(), 4U);
+}
+
+struct RawCase {
+    const char* name;
+    std::string bytes;
+    std::vector<std::string> calls;
+    bool survives;
+};
+
+class RawFrames : public QwenClientFault, public testing::WithParamInterface<RawCase> {};
+
+TEST_P(RawFrames, AreTakenPassedOverOrEndTheConnection) {
+    const auto marker = test::serverFrame(1, R"({"type":"tarn.error","error":"end"})");
+    test::RawWebSocketPeer peer(context.get_executor(), GetParam().bytes + marker, test::RawWebSocketPeer::Afterwards::stay);
+    const auto client = makeClient(local(peer.port()));
+    ASSERT_TRUE(run(client->connect()));
+    for (const auto& call : GetParam().calls) {
+        EXPECT_EQ(nextCall(), call);
+    }
+    if (GetParam().survives) {
+        EXPECT_EQ(nextCall(), "error end");
+        EXPECT_TRUE(client->isAlive());
+        EXPECT_THAT(log.lines(), IsEmpty());
+        client->markDead();  // this peer answers no goodbye
+    } else {
+        run(client->waitDead());
+        EXPECT_FALSE(calls.tryNext());
+        EXPECT_EQ(log.lines("[qwen] recv ended: ").size(), 1U);
+        run(client->close());
+    }
+}
+
+std::string halfOf(std::string frame) {
+    frame[1] = static_cast<char>(frame[1] + 1);  // one byte more than there is: the next frame is torn apart
+    return frame;
+}
+
+const std::string hola = R"({"type":"response.audio_transcript.done","transcript":"hola"})";
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, RawFrames,
+    testing::Values(RawCase{"binaryIsReadAsText", test::serverFrame(2, hola), {"translation hola|"}, true},
+                    RawCase{"binaryNonsenseIsPassedOver", test::serverFrame(2, "\xff\xfe{}"), {}, true},
+                    RawCase{"notAnObjectIsPassedOver", test::serverFrame(1, "[1,2]"), {}, true},
+                    RawCase{"deepNestingIsPassedOver", test::serverFrame(1, std::string(70000, '[')), {}, true},
+                    RawCase{"pingIsAnswered", test::serverFrame(9, "x"), {}, true},
+                    RawCase{"textThatIsNotUtf8Ends", test::serverFrame(1, "{\"type\":\"\xc3\x28\"}"), {}, false},
+                    RawCase{"reservedOpcodeEnds", test::serverFrame(5, "x"), {}, false},
+                    RawCase{"tornFrameEnds", halfOf(test::serverFrame(1, hola)), {}, false},
+                    RawCase{"announced17MiBEnds", std::string("\x81\x7f\0\0\0\0\x01\x10\0\0", 10), {}, false}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+TEST_F(QwenClientFault, NoticesACutInTheMiddleOfAFrame) {
+    const auto frame = test::serverFrame(1, hola);
+    test::RawWebSocketPeer peer(context.get_executor(), frame.substr(0, frame.size() / 2),
+                                test::RawWebSocketPeer::Afterwards::close);
+    const auto client = makeClient(local(peer.port()));
+    ASSERT_TRUE(run(client->connect()));
+    EXPECT_THAT(run(client->waitDead()), HasSubstr("cut"));
+    EXPECT_EQ(log.lines("[qwen] recv ended: ").size(), 1U);
+    EXPECT_FALSE(calls.tryNext());
+}
+
+TEST_F(QwenClientFault, GivesUpOnAPeerThatTakesNothingAndSaysSoOnce) {
+    const auto clock = std::make_shared<test::ManualClock>();
+    network.clock = clock;
+    test::RawWebSocketPeer peer(context.get_executor(), "", test::RawWebSocketPeer::Afterwards::stay);
+    const auto client = makeClient(local(peer.port()));
+    ASSERT_TRUE(run(client->connect()));
+    // More than any socket buffer holds, so that the sending stops half way.
+    for (int i = 0; i < 2; ++i) {
+        asio::co_spawn(context, client->sendAudio(silence(24U * 1024 * 1024)), asio::detached);
+    }
+    while (context.poll() != 0) {
+        context.restart();
+    }
+    context.restart();
+    EXPECT_TRUE(client->isAlive());
+    clock->advance(WebSocketTask::sendLimit);
+    EXPECT_THAT(run(client->waitDead()), HasSubstr("20 s"));
+    run(client->sendAudio(silence(1600)));
+    // Reading or sending may notice first; only the first of them says so.
+    EXPECT_THAT(log.lines("[qwen]"), ElementsAre(HasSubstr("the server has taken nothing for 20 s")));
+}
+
+TEST_F(QwenClientFault, ConnectingEndsAtItsLimitWhateverItWaitsFor) {
+    const auto clock = std::make_shared<test::ManualClock>();
+    network.clock = clock;
+    const test::Blackhole dead("127.0.0.1");
+    asio::ip::tcp::acceptor mute(context, {asio::ip::address_v4::loopback(), 0});
+    NetworkContext lost = network;
+    lost.lookUp = [](std::string) -> Task<Result<std::vector<asio::ip::address>>> {
+        asio::steady_timer never(co_await asio::this_coro::executor, asio::steady_timer::time_point::max());
+        co_await never.async_wait(asValue);
+        co_return failure(ErrorKind::resolution, "");
+    };
+    struct Case {
+        const char* name;
+        Url url;
+        NetworkContext network;
+    };
+    const std::vector<Case> cases = {
+        {"no address answers", local(dead.port()), network},
+        {"the upgrade is not answered", local(mute.local_endpoint().port()), network},
+        {"TLS is not answered", local(mute.local_endpoint().port()).withScheme("wss"), network},
+        {"the name is not found", local(1, "nowhere.test"), lost},
+    };
+    for (const auto& item : cases) {
+        SCOPED_TRACE(item.name);
+        const auto client = makeClient(item.url, item.network);
+        std::optional<Result<void>> result;
+        asio::co_spawn(context, client->connect(),
+                       [&](const std::exception_ptr&, Result<void> value) { result = std::move(value); });
+        const auto settle = [&] {
+            for (int i = 0; i < 50; ++i) {
+                context.restart();
+                context.run_for(std::chrono::milliseconds(1));
+            }
+        };
+        settle();
+        clock->advance(std::chrono::milliseconds(59999));
+        settle();
+        EXPECT_FALSE(result);
+        clock->advance(std::chrono::milliseconds(1));
+        for (int i = 0; i < 2000 && !result; ++i) {
+            context.restart();
+            context.run_one_for(std::chrono::milliseconds(5));
+        }
+        ASSERT_TRUE(result);
+        ASSERT_FALSE(*result);
+        EXPECT_EQ(result->error().kind, ErrorKind::timeout);
+    }
+}
+
+TEST_F(QwenClientFault, ADeadAddressDoesNotHoldUpALivingOne) {
+    const auto clock = std::make_shared<test::ManualClock>();
+    network.clock = clock;
+    test::TestService service(network);
+    const test::Blackhole dead("127.0.0.2", service.port());
+    network.lookUp = [](std::string) -> Task<Result<std::vector<asio::ip::address>>> {
+        co_return std::vector{asio::ip::make_address("127.0.0.2"), asio::ip::make_address("127.0.0.1")};
+    };
+    const auto client = makeClient(local(service.port(), "two.test"));
+    bool connected = false;
+    asio::co_spawn(context, client->connect(),
+                   [&](const std::exception_ptr&, const Result<void>& result) { connected = result.has_value(); });
+    for (int i = 0; i < 20; ++i) {
+        context.restart();
+        context.run_for(std::chrono::milliseconds(1));
+    }
+    EXPECT_FALSE(connected);
+    clock->advance(std::chrono::milliseconds(250));
+    EXPECT_EQ(eventId(nextMessage(service)), "evt_init_1");
+    run(client->close());
+}
+
+TEST_F(QwenClientFault, TriesTheNextAddressAtOnceWhenOneRefuses) {
+    test::TestService service(network);
+    network.lookUp = [](std::string) -> Task<Result<std::vector<asio::ip::address>>> {
+        co_return std::vector{asio::ip::make_address("::1"), asio::ip::make_address("127.0.0.3"),
+                              asio::ip::make_address("127.0.0.1")};
+    };
+    network.clock = std::make_shared<test::ManualClock>();
+    const auto client = makeClient(local(service.port(), "three.test"));
+    EXPECT_TRUE(run(client->connect()));
+    run(client->close());
+}
+
+TEST_F(QwenClientFault, NamesWhatIsWrongWithAnAddressThatCannotBeReached) {
+    std::uint16_t closedPort = 0;
+    {
+        const asio::ip::tcp::acceptor gone(context, {asio::ip::address_v4::loopback(), 0});
+        closedPort = gone.local_endpoint().port();
+    }
+    const auto refused = run(makeClient(local(closedPort))->connect());
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error().kind, ErrorKind::connection);
+    EXPECT_THAT(refused.error().description, HasSubstr("Connection refused"));
+
+    const auto unknown = run(makeClient(local(80, "no-such-host.invalid"))->connect());
+    ASSERT_FALSE(unknown);
+    EXPECT_EQ(unknown.error().kind, ErrorKind::resolution);
+    EXPECT_THAT(unknown.error().description, HasSubstr("no-such-host.invalid"));
+
+    const auto wrongScheme = run(makeClient(Url::parse("ftp://127.0.0.1/").value())->connect());
+    ASSERT_FALSE(wrongScheme);
+    EXPECT_EQ(wrongScheme.error().kind, ErrorKind::invalidInput);
+}
+
+}  // namespace
+}  // namespace tarn
