@@ -4,12 +4,12 @@
 #include <boost/asio/detached.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/strand.hpp>
-#include <boost/asio/this_coro.hpp>
 #include <span>
 
 #include "EventProtocol.h"
 #include "TarnCore/audio/ServiceAudio.h"
 #include "TarnCore/deployment/Deployment.h"
+#include "TarnPlatform/concurrency/CarryOut.h"
 #include "TarnPlatform/logging/Log.h"
 
 namespace tarn {
@@ -17,11 +17,6 @@ namespace {
 
 constexpr std::chrono::seconds connectLimit{60};
 constexpr std::size_t chunkBytes = qwenChunkBytes;
-
-/// A caller that is cancelled while it waits must not tear a frame in two: what has begun here runs to its end.
-auto shieldFromCaller() {
-    return asio::this_coro::reset_cancellation_state(asio::disable_cancellation());
-}
 
 }  // namespace
 
@@ -51,12 +46,25 @@ const Url& QwenClient::directEndpoint() {
 
 Task<Result<void>> QwenClient::connect() {
     const auto self = shared_from_this();
-    co_return co_await asio::co_spawn(strand_, connectOnStrand(), asio::use_awaitable);
+    bool decided = false;
+    const auto abandon = [self, &decided](const void* /*frame*/) {
+        if (!decided) {
+            asio::post(self->strand_, [self] {
+                if (self->task_) {
+                    self->task_->cancel(closeGoingAway);
+                }
+            });
+        }
+    };
+    // A caller that gives up waiting ends the attempt.
+    const std::unique_ptr<const void, decltype(abandon)> attempt(this, abandon);
+    auto connected = co_await carryOut(strand_, connectOnStrand(self));
+    decided = true;
+    co_return connected;
 }
 
 Task<void> QwenClient::sendAudio(std::vector<std::byte> bytes) {
-    const auto self = shared_from_this();
-    co_await asio::co_spawn(strand_, sendAudioOnStrand(std::move(bytes)), asio::use_awaitable);
+    co_await carryOut(strand_, sendAudioOnStrand(shared_from_this(), std::move(bytes)));
 }
 
 void QwenClient::markDead() {
@@ -65,8 +73,7 @@ void QwenClient::markDead() {
 }
 
 Task<void> QwenClient::close() {
-    const auto self = shared_from_this();
-    co_await asio::co_spawn(strand_, closeOnStrand(), asio::use_awaitable);
+    co_await carryOut(strand_, closeOnStrand(shared_from_this()));
 }
 
 Task<std::string> QwenClient::waitDead() {
@@ -74,29 +81,30 @@ Task<std::string> QwenClient::waitDead() {
     co_return co_await asio::co_spawn(strand_, waitDeadOnStrand(), asio::use_awaitable);
 }
 
-Task<Result<void>> QwenClient::connectOnStrand() {
-    co_await shieldFromCaller();
-    const auto deadline = network_.clock->now() + connectLimit;
+Task<Result<void>> QwenClient::connectOnStrand(std::shared_ptr<QwenClient> self) {
+    const auto& clock = *self->network_.clock;
+    const auto deadline = clock.now() + connectLimit;
     WebSocketRequest request;
-    request.url = endpoint_;
-    request.headers.push_back({"Authorization", authHeader_});
+    request.url = self->endpoint_;
+    request.headers.push_back({"Authorization", self->authHeader_});
     request.timeout = connectLimit;
-    const auto task = WebSocketTask::make(strand_, std::move(request), network_);
-    task_ = task;
+    const auto task = WebSocketTask::make(self->strand_, std::move(request), self->network_);
+    self->task_ = task;
     auto opened = co_await task->resume();
     if (!opened) {
-        if (task->upgradeStatus() == 401 && onTarnEvent()) {
-            onTarnEvent()(TarnServerEvent::unauthorized());
+        if (task->upgradeStatus() == 401 && self->onTarnEvent()) {
+            self->onTarnEvent()(TarnServerEvent::unauthorized());
         }
         co_return opened;
     }
-    const auto limit = network_.clock->callAfter(strand_, deadline - network_.clock->now(),
-                                                 [task] { task->cancel(closeGoingAway); });
-    auto sent = co_await sendJson(sessionUpdateEvent(nextEventId("evt_init_"), config_));
+    const auto limit = self->network_.clock->callAfter(self->strand_, deadline - clock.now(),
+                                                       [task] { task->cancel(closeGoingAway); });
+    auto update = sessionUpdateEvent(self->nextEventId("evt_init_"), self->config_);
+    auto sent = co_await self->sendJson(std::move(update));
     if (!sent) {
         co_return sent;
     }
-    asio::co_spawn(strand_, receiveLoop(shared_from_this(), task), asio::detached);
+    asio::co_spawn(self->strand_, receiveLoop(self, task), asio::detached);
     co_return Result<void>();
 }
 
@@ -108,28 +116,28 @@ Task<Result<void>> QwenClient::sendJson(std::string text) {
     co_return co_await task->send(std::move(text));
 }
 
-Task<void> QwenClient::sendAudioOnStrand(std::vector<std::byte> bytes) {
-    co_await shieldFromCaller();
-    if (!alive_) {
+Task<void> QwenClient::sendAudioOnStrand(std::shared_ptr<QwenClient> self, std::vector<std::byte> bytes) {
+    if (!self->alive_) {
         co_return;
     }
-    pendingInput_.insert(pendingInput_.end(), bytes.begin(), bytes.end());
-    while (pendingInput_.size() - pendingStart_ >= chunkBytes) {
-        const auto chunk = std::span(pendingInput_).subspan(pendingStart_, chunkBytes);
-        auto event = audioAppendEvent(nextEventId("evt_a_"), chunk);
-        pendingStart_ += chunkBytes;
-        const auto sent = co_await sendJson(std::move(event));
+    auto& pending = self->pendingInput_;
+    auto& start = self->pendingStart_;
+    pending.insert(pending.end(), bytes.begin(), bytes.end());
+    while (pending.size() - start >= chunkBytes) {
+        auto event = audioAppendEvent(self->nextEventId("evt_a_"), std::span(pending).subspan(start, chunkBytes));
+        start += chunkBytes;
+        const auto sent = co_await self->sendJson(std::move(event));
         if (!sent) {
-            if (alive_) {
+            if (self->alive_) {
                 logLine("[qwen] send failed: " + sent.error().description);
             }
-            die(sent.error().description);
+            self->die(sent.error().description);
             co_return;
         }
     }
-    // Other calls may have added audio during a wait; whoever comes last moves the remainder to the front.
-    pendingInput_.erase(pendingInput_.begin(), pendingInput_.begin() + static_cast<std::ptrdiff_t>(pendingStart_));
-    pendingStart_ = 0;
+    // Other calls may have added audio during a wait, so the remainder is moved to the front only here.
+    pending.erase(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(start));
+    start = 0;
 }
 
 Task<void> QwenClient::receiveLoop(std::shared_ptr<QwenClient> self, std::shared_ptr<WebSocketTask> task) {
@@ -156,11 +164,10 @@ void QwenClient::handleMessage(const std::string& text) {
     }
 }
 
-Task<void> QwenClient::closeOnStrand() {
-    co_await shieldFromCaller();
-    alive_ = false;
-    deathBell_.cancel();
-    const auto task = std::exchange(task_, nullptr);
+Task<void> QwenClient::closeOnStrand(std::shared_ptr<QwenClient> self) {
+    self->alive_ = false;
+    self->deathBell_.cancel();
+    const auto task = std::exchange(self->task_, nullptr);
     if (task) {
         task->cancel(closeGoingAway);
         co_await task->waitClosed();

@@ -40,11 +40,12 @@ public:
 
     /// Opens the socket and sends the configuration; both together take 60 s at most. Call once, first. After
     /// success events arrive; after a failure the client is of no more use. A refused token fails with
-    /// `httpStatus` 401 and raises `unauthorized`.
+    /// `httpStatus` 401 and raises `unauthorized`. Cancelling the coroutine ends the attempt.
     Task<Result<void>> connect();
 
     /// Queues audio (s16le, 16 kHz, mono) and sends every full chunk of 1600 bytes in order. Never fails: after
-    /// the connection has died the bytes are dropped. Completes when its chunks have left.
+    /// the connection has died the bytes are dropped. Completes when its chunks have left; a cancelled caller
+    /// stops waiting, and they leave all the same.
     Task<void> sendAudio(std::vector<std::byte> bytes);
 
     /// No more audio is sent and no more events are read. Thread: any.
@@ -63,9 +64,9 @@ public:
     const TarnEventCallback& onTarnEvent() const { return handler_.onTarnEvent(); }
 
 private:
-    Task<Result<void>> connectOnStrand();
-    Task<void> sendAudioOnStrand(std::vector<std::byte> bytes);
-    Task<void> closeOnStrand();
+    static Task<Result<void>> connectOnStrand(std::shared_ptr<QwenClient> self);
+    static Task<void> sendAudioOnStrand(std::shared_ptr<QwenClient> self, std::vector<std::byte> bytes);
+    static Task<void> closeOnStrand(std::shared_ptr<QwenClient> self);
     Task<std::string> waitDeadOnStrand();
     static Task<void> receiveLoop(std::shared_ptr<QwenClient> self, std::shared_ptr<WebSocketTask> task);
     Task<Result<void>> sendJson(std::string text);

@@ -27,6 +27,9 @@ constexpr std::array progressEvents = {
     events::responseDone,
 };
 
+/// No one speaks this much without a pause: a stream of increments that goes on and on must not fill the memory.
+constexpr std::size_t longestUtterance = 1024U * 1024;
+
 /// The value under `key` when it is there and a string.
 std::optional<std::string_view> stringField(const json::object& object, std::string_view key) {
     const auto* const value = object.if_contains(key);
@@ -94,7 +97,9 @@ ServerEventHandler::Verdict ServerEventHandler::handle(std::string_view text) {
         auto hypothesis = stringOr(*event, "text", "") + stringOr(*event, "stash", "");
         if (hypothesis.empty()) {
             const auto delta = stringField(*event, "delta").value_or("");
-            hypothesis = delta.empty() ? std::string() : dstBuf_.append(delta);
+            if (!delta.empty() && dstBuf_.size() + delta.size() <= longestUtterance) {
+                hypothesis = dstBuf_ + std::string(delta);
+            }
         }
         if (!hypothesis.empty()) {
             dstBuf_ = hypothesis;

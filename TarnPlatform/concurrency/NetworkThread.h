@@ -20,7 +20,8 @@ public:
     asio::io_context& context() { return context_; }
     SerialExecutor executor() { return context_.get_executor(); }
 
-    /// The process's own, started on first use and kept until the process ends.
+    /// The process's own, started on first use and kept until the process ends. An executor that network
+    /// operations resume on must outlive it: made before this is first called, and static.
     static NetworkThread& shared();
 
 private:

@@ -1,9 +1,14 @@
 // The client when the other side refuses, breaks the protocol, falls silent or dies.
 #include <gmock/gmock.h>
 
+#include <boost/asio/bind_cancellation_slot.hpp>
+#include <boost/asio/cancellation_signal.hpp>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/read.hpp>
+#include <boost/asio/use_future.hpp>
+#include <future>
 
 #include "ClientFixture.h"
 #include "support/Blackhole.h"
@@ -182,6 +187,30 @@ TEST_F(QwenClientFault, ConnectingEndsAtItsLimitWhateverItWaitsFor) {
         ASSERT_FALSE(*result);
         EXPECT_EQ(result->error().kind, ErrorKind::timeout);
     }
+}
+
+TEST_F(QwenClientFault, ACancelledCallerEndsTheAttemptToConnect) {
+    asio::ip::tcp::acceptor mute(context, {asio::ip::address_v4::loopback(), 0});
+    const auto client = makeClient(local(mute.local_endpoint().port()));
+    asio::cancellation_signal signal;
+    std::exception_ptr ended;
+    asio::co_spawn(context, client->connect(),
+                   asio::bind_cancellation_slot(signal.slot(), [&](std::exception_ptr error, const Result<void>&) {
+                       ended = std::move(error);
+                   }));
+    auto accepted = mute.async_accept(asio::use_future);
+    while (accepted.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+        context.run_one();
+    }
+    auto socket = accepted.get();
+    signal.emit(asio::cancellation_type::terminal);
+    std::string request;
+    const auto end = run([](asio::ip::tcp::socket& peer, std::string& text) -> Task<boost::system::error_code> {
+        const auto [error, size] = co_await asio::async_read(peer, asio::dynamic_buffer(text), asValue);
+        co_return error;
+    }(socket, request));
+    EXPECT_EQ(end, asio::error::eof);
+    EXPECT_TRUE(ended);
 }
 
 TEST_F(QwenClientFault, ADeadAddressDoesNotHoldUpALivingOne) {

@@ -108,6 +108,7 @@ Bus connect(const std::string& address) {
     GError* error = nullptr;
     auto* const bus = g_dbus_connection_new_for_address_sync(
         address.c_str(),
+        // A C flag set. NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange)
         static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                           G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
         nullptr, nullptr, &error);

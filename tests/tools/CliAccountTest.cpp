@@ -1,0 +1,93 @@
+// Arguments, sign-in and exit statuses of the command line.
+#include <gmock/gmock.h>
+
+#include <filesystem>
+
+#include "CliFixture.h"
+
+namespace tarn {
+namespace {
+
+using testing::HasSubstr;
+
+class CliAccount : public test::CliFixture {};
+
+TEST_F(CliAccount, RefusesArgumentsThatMakeNoSense) {
+    const std::vector<std::vector<std::string>> wrong = {
+        {},
+        {"--bogus"},
+        {"--input", "a.wav", "--source", "mic"},
+        {"--input", "a.wav", "--clone", "sometimes"},
+        {"--input", "a.wav", "--silence-ms", "many"},
+        {"--input", "a.wav", "--rate", "3"},
+        {"--input", "a.wav", "--format", "xml"},
+        {"--input", "a.wav", "--drain", "-1"},
+        {"--input", "a.wav", "--to", ""},
+        {"--input", "a.wav", "--server", "ftp://x"},
+        {"--input", "a.wav", "--server", "http://far.example.org/tarn"},
+        {"dance"},
+    };
+    for (const auto& arguments : wrong) {
+        const auto cli = start(arguments);
+        EXPECT_EQ(cli->wait(), 2) << testing::PrintToString(arguments);
+        EXPECT_FALSE(cli->err().empty());
+    }
+    const auto help = start({"--help"});
+    EXPECT_EQ(help->wait(), 0);
+    EXPECT_THAT(help->out(), HasSubstr("--silence-ms"));
+}
+
+TEST_F(CliAccount, SignsInShowsItAndSignsOut) {
+    startRelay("");
+    const auto issued = world.write("token", token + "\n");
+    token.clear();  // from here on only what was stored counts
+    const auto before = start({"status"});
+    EXPECT_EQ(before->wait(), 3);
+    EXPECT_THAT(before->out(), HasSubstr("not signed in"));
+
+    const auto login = start({"login", "--token-stdin"}, issued);
+    EXPECT_EQ(login->wait(), 0) << login->err();
+    EXPECT_EQ(login->out(), "signed in as me@example.org\n");
+
+    const auto status = start({"status"});
+    EXPECT_EQ(status->wait(), 0) << status->err();
+    EXPECT_THAT(status->out(), HasSubstr("signed in as me@example.org"));
+
+    const auto logout = start({"logout"});
+    EXPECT_EQ(logout->wait(), 0);
+    EXPECT_EQ(start({"status"})->wait(), 3);
+    // The server has forgotten the token as well.
+    const auto again = start({"login", "--token-stdin"}, issued);
+    EXPECT_EQ(again->wait(), 3);
+    EXPECT_THAT(again->err(), HasSubstr("refused"));
+}
+
+TEST_F(CliAccount, TakesNoTokenThatCannotBeOne) {
+    for (const auto* const text : {"", "\n", "two words\n", "bell\a\n"}) {
+        const auto cli = start({"login", "--token-stdin"}, world.write("token", text));
+        EXPECT_EQ(cli->wait(), 1);
+        EXPECT_THAT(cli->err(), HasSubstr("holds no access token"));
+    }
+    EXPECT_FALSE(std::filesystem::exists(world.file("data/tarn")));
+}
+
+TEST_F(CliAccount, TellsARefusedTokenFromAServerThatIsNotThere) {
+    startRelay("");
+    const auto input = world.write("in.raw", std::string(3200, '\0'));
+    const auto valid = token;
+    token = "wrong";
+    const auto refused = start({"--input", "-", "--to", "es"}, input);
+    EXPECT_EQ(refused->wait(), 3);
+    EXPECT_THAT(refused->err(), HasSubstr("401"));
+    token.clear();
+    EXPECT_EQ(start({"--input", "-", "--to", "es"}, input)->wait(), 3);
+    token = valid;
+    relay.reset();
+    const auto gone = start({"--input", "-", "--to", "es"}, input);
+    EXPECT_EQ(gone->wait(), 1);
+    EXPECT_THAT(gone->err(), HasSubstr("Connection refused"));
+    EXPECT_EQ(start({"status"})->wait(), 1);
+}
+
+}  // namespace
+}  // namespace tarn

@@ -1,0 +1,210 @@
+// Translation runs of the command line against a relay that plays a script.
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/stat.h>
+
+#include <boost/json/parse.hpp>
+#include <cmath>
+#include <numbers>
+#include <sstream>
+
+#include "CliFixture.h"
+#include "TarnPlatform/audio/SoundFile.h"
+
+namespace tarn {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr const char* dialogue = R"({"t":0.05,"event":{"type":"conversation.item.input_audio_transcription.text","text":"hel","stash":"lo"}}
+{"t":0.10,"event":{"type":"conversation.item.input_audio_transcription.completed","transcript":"hello"}}
+{"t":0.15,"event":{"type":"response.audio_transcript.text","text":"","stash":"ho"}}
+{"t":0.20,"event":{"type":"response.audio_transcript.done","transcript":"hola\u001b[2J"}}
+{"t":0.25,"event":{"type":"response.audio.delta","delta":"AAECAwQF"}}
+{"t":0.30,"event":{"type":"tarn.error","error":"a hiccup"}}
+)";
+
+/// `seconds` of a tone as raw s16le, 16 kHz, mono.
+std::string rawTone(double seconds) {
+    std::string pcm;
+    for (int i = 0; i < static_cast<int>(16000 * seconds); ++i) {
+        const auto sample = static_cast<std::int16_t>(8000 * std::sin(2 * std::numbers::pi * 440 * i / 16000));
+        pcm.push_back(static_cast<char>(sample & 0xff));
+        pcm.push_back(static_cast<char>(sample >> 8));
+    }
+    return pcm;
+}
+
+std::string little(std::uint32_t value, int bytes) {
+    std::string text;
+    for (int i = 0; i < bytes; ++i) {
+        text.push_back(static_cast<char>((value >> (8 * i)) & 0xffU));
+    }
+    return text;
+}
+
+/// A WAV file; `tag` 1 is PCM, 3 is float.
+std::string wav(std::uint32_t tag, std::uint32_t rate, std::uint32_t channels, std::uint32_t bits, const std::string& data) {
+    const auto size = static_cast<std::uint32_t>(data.size());
+    return "RIFF" + little(36 + size, 4) + "WAVEfmt " + little(16, 4) + little(tag, 2) + little(channels, 2) +
+           little(rate, 4) + little(rate * channels * bits / 8, 4) + little(channels * bits / 8, 2) + little(bits, 2) +
+           "data" + little(size, 4) + data;
+}
+
+class CliRun : public test::CliFixture {
+protected:
+    std::string toneFile(double seconds = 0.2) const {
+        return world.write("tone.wav", wav(1, 16000, 1, 16, rawTone(seconds)));
+    }
+    /// The lines of a jsonl run without their times, which must not run backwards.
+    static std::vector<std::string> linesWithoutTimes(const std::string& out) {
+        std::vector<std::string> lines;
+        std::istringstream stream(out);
+        double last = 0;
+        for (std::string line; std::getline(stream, line);) {
+            const auto object = boost::json::parse(line).as_object();
+            EXPECT_GE(object.at("t").to_number<double>(), last) << line;
+            last = object.at("t").to_number<double>();
+            lines.push_back(line.substr(line.find(',') + 1));
+        }
+        return lines;
+    }
+};
+
+TEST_F(CliRun, PrintsOneObjectForEachEventAndEndsByItself) {
+    startRelay(dialogue);
+    const auto dub = world.file("dub.wav");
+    const auto cli = start({"--input", toneFile(), "--to", "es", "--silence-ms", "100", "--format", "jsonl", "--dub", dub});
+    EXPECT_EQ(cli->wait(), 0);
+    EXPECT_THAT(linesWithoutTimes(cli->out()),
+                ElementsAre(R"("event":"state","value":"connecting"})", R"("event":"state","value":"running"})",
+                            R"("event":"source","text":"hello","done":false})", R"("event":"source","text":"hello","done":true})",
+                            R"("event":"translation","text":"ho","done":false})",
+                            R"("event":"translation","text":"hola\u001b[2J","done":true})", R"("event":"audio","bytes":6})",
+                            R"("event":"error","message":"a hiccup"})", R"("event":"state","value":"stopping"})",
+                            R"("event":"closed"})", R"("event":"state","value":"idle"})"));
+    EXPECT_EQ(test::readFile(dub).substr(44), std::string("\0\1\2\3\4\5", 6));
+    struct stat mode{};
+    ASSERT_EQ(::stat(dub.c_str(), &mode), 0);
+    EXPECT_EQ(mode.st_mode & 0777U, 0600U);
+}
+
+TEST_F(CliRun, PrintsFinalTextsAsLinesWithoutTerminalCommands) {
+    startRelay(dialogue);
+    const auto cli = start({"--input", toneFile(), "--from", "en", "--to", "es", "--silence-ms", "100"});
+    EXPECT_EQ(cli->wait(), 0);
+    EXPECT_EQ(cli->out(), "en: hello\nes: hola [2J\n");
+    EXPECT_EQ(cli->err(), "tarn-cli: a hiccup\n");
+}
+
+TEST_F(CliRun, ReadsRawSpeechFromAPipeAndSoundFilesOfEveryKind) {
+    // The script speaks only once half a second of sound has come, so each case shows that it did.
+    startRelay("{\"after_audio\":16000,\"event\":{\"type\":\"response.audio_transcript.done\",\"transcript\":\"enough\"}}\n");
+    const auto pcm16 = rawTone(0.6);
+    std::string pcm8;
+    std::string pcm24;
+    std::string floats;
+    std::string stereo44;
+    for (std::size_t i = 0; i + 1 < pcm16.size(); i += 2) {
+        const auto sample = static_cast<std::int16_t>(static_cast<unsigned char>(pcm16[i]) |
+                                                      (static_cast<unsigned char>(pcm16[i + 1]) << 8));
+        pcm8.push_back(static_cast<char>(128 + sample / 256));
+        pcm24 += std::string(1, '\0') + pcm16.substr(i, 2);
+        const float value = static_cast<float>(sample) / 32768.0F;
+        floats.append(reinterpret_cast<const char*>(&value), sizeof value);
+    }
+    for (int i = 0; i < 26460; ++i) {
+        stereo44 += pcm16.substr(static_cast<std::size_t>(i % 9000) * 2, 2) + std::string(2, '\0');
+    }
+    const auto truncated = wav(1, 16000, 1, 16, pcm16 + pcm16).substr(0, 44 + pcm16.size());
+    const std::pair<const char*, std::string> files[] = {
+        {"8 bit", wav(1, 16000, 1, 8, pcm8)},       {"24 bit", wav(1, 16000, 1, 24, pcm24)},
+        {"float", wav(3, 16000, 1, 32, floats)},    {"44.1 kHz stereo", wav(1, 44100, 2, 16, stereo44)},
+        {"shorter than it says", truncated},
+    };
+    for (const auto& [name, content] : files) {
+        SCOPED_TRACE(name);
+        const auto cli = start({"--input", world.write("in.wav", content), "--to", "es", "--fast", "--silence-ms", "50", "--drain", "0"});
+        EXPECT_EQ(cli->wait(), 0) << cli->err();
+        EXPECT_EQ(cli->out(), "es: enough\n");
+    }
+    const auto piped = start({"--input", "-", "--to", "es", "--drain", "0.3"}, world.write("raw", pcm16 + "x"));
+    EXPECT_EQ(piped->wait(), 0) << piped->err();
+    EXPECT_EQ(piped->out(), "es: enough\n");
+}
+
+TEST_F(CliRun, SaysInOneLineWhatIsWrongWithAnInput) {
+    startRelay(dialogue);
+    const std::pair<std::string, const char*> inputs[] = {
+        {world.write("text.wav", "this is not sound"), "text.wav"},
+        {world.write("zero.wav", ""), "zero.wav"},
+        {world.path(), world.path().c_str()},
+        {world.file("missing.wav"), "missing.wav"},
+    };
+    for (const auto& [path, name] : inputs) {
+        const auto cli = start({"--input", path, "--to", "es"});
+        EXPECT_EQ(cli->wait(), 1) << path;
+        EXPECT_THAT(cli->err(), HasSubstr(name));
+        EXPECT_EQ(std::ranges::count(cli->err(), '\n'), 1) << cli->err();
+    }
+    const auto noFrames = start({"--input", world.write("noframes.wav", wav(1, 16000, 1, 16, "")), "--to", "es", "--drain", "0"});
+    EXPECT_EQ(noFrames->wait(), 0);
+}
+
+TEST_F(CliRun, AnInterruptSaysGoodbyeAndEndsWell) {
+    startRelay(dialogue);
+    for (const int number : {SIGINT, SIGTERM}) {
+        const auto cli = start({"--input", toneFile(60), "--to", "es", "--format", "jsonl"});
+        cli->waitForOutput("hola");
+        cli->signal(number);
+        EXPECT_EQ(cli->wait(std::chrono::seconds(5)), 0);
+        EXPECT_THAT(cli->out(), HasSubstr(R"("event":"closed"})"));
+    }
+}
+
+TEST_F(CliRun, ADurationEndsTheInput) {
+    startRelay(dialogue);
+    const auto cli = start({"--input", toneFile(60), "--to", "es", "--duration", "0.5", "--silence-ms", "10"});
+    EXPECT_EQ(cli->wait(std::chrono::seconds(10)), 0);
+    EXPECT_EQ(cli->out(), "heard: hello\nes: hola [2J\n");
+}
+
+TEST_F(CliRun, AConnectionThatDiesEndsTheRunWithItsReason) {
+    struct Case {
+        const char* script;
+        int status;
+        const char* complaint;
+    };
+    const Case cases[] = {
+        {R"({"t":0.1,"close":1011})", 1, "code 1011"},
+        {R"({"t":0.1,"close":4001})", 3, "refused the access token"},
+        {R"({"t":0.1,"event":{"type":"error","error":{"code":"x","message":"y"}}})", 1, "the service reported an error"},
+    };
+    for (const auto& [script, status, complaint] : cases) {
+        startRelay(std::string(script) + "\n");
+        const auto cli = start({"--input", toneFile(20), "--to", "es"});
+        EXPECT_EQ(cli->wait(), status) << complaint;
+        EXPECT_THAT(cli->err(), HasSubstr(complaint));
+    }
+    startRelay(dialogue);
+    const auto cli = start({"--input", toneFile(20), "--to", "es"});
+    cli->waitForOutput("hola");
+    relay->signal(SIGKILL);
+    EXPECT_EQ(cli->wait(), 1);
+    EXPECT_THAT(cli->err(), HasSubstr("tarn-cli: the connection ended: "));
+}
+
+TEST_F(CliRun, StopsWhenNobodyReadsItsOutput) {
+    startRelay(dialogue);
+    test::Program shell({{"/bin/sh", "-c",
+                          binary("tarn-cli") + " --input " + toneFile(60) + " --to es --format jsonl --server " + server +
+                              " | head -n 1 >/dev/null; echo gone"},
+                         {{"TARN_TOKEN", token}}});
+    EXPECT_EQ(shell.wait(), 0);
+    EXPECT_EQ(shell.out(), "gone\n");
+}
+
+}  // namespace
+}  // namespace tarn

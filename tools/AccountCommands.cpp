@@ -1,0 +1,102 @@
+#include "AccountCommands.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <iostream>
+
+#include "EventPrinter.h"
+#include "TarnApp/server/Keychain.h"
+#include "TarnApp/server/TarnServerClientFactory.h"
+
+namespace tarn::cli {
+namespace {
+
+constexpr std::size_t longestToken = 8192;
+
+/// The first line of standard input without surrounding blanks, or nothing where it cannot be a token.
+std::optional<std::string> readToken() {
+    std::string token;
+    std::getline(std::cin, token);
+    const auto isBlank = [](unsigned char c) { return c == ' ' || c == '\t' || c == '\r'; };
+    while (!token.empty() && isBlank(static_cast<unsigned char>(token.back()))) {
+        token.pop_back();
+    }
+    token.erase(token.begin(), std::ranges::find_if_not(token, isBlank));
+    const bool usable = std::ranges::all_of(token, [](unsigned char c) { return c > 0x20 && c < 0x7f; });
+    if (token.empty() || token.size() > longestToken || !usable) {
+        return std::nullopt;
+    }
+    return token;
+}
+
+}  // namespace
+
+std::optional<std::string> currentToken() {
+    const char* const variable = std::getenv("TARN_TOKEN");
+    if (variable != nullptr && *variable != '\0') {
+        return std::string(variable);
+    }
+    return TarnServerClientFactory::storedPat();
+}
+
+Task<ExitStatus> loginWithToken(const Options& options) {
+    const auto token = readToken();
+    if (!token) {
+        complain("standard input holds no access token");
+        co_return ExitStatus::failed;
+    }
+    const auto server = TarnServerClientFactory::make(options.deployment, [token] { return token; });
+    const auto account = co_await server->fetchMe();
+    if (!account && account.error().meansSignedOut()) {
+        complain("the server refused the token: nothing was stored");
+        co_return ExitStatus::notSignedIn;
+    }
+    if (!account) {
+        complain("the token could not be checked and is stored all the same: " + diagnosis(account.error()));
+    }
+    if (!Keychain::set(*token, Keychain::Account::pat)) {
+        complain("the token could not be stored");
+        co_return ExitStatus::failed;
+    }
+    Keychain::remove(Keychain::Account::userEmail);
+    if (account) {
+        Keychain::set(account->email, Keychain::Account::userEmail);
+        std::cout << "signed in as " << printable(account->email) << '\n';
+    }
+    co_return ExitStatus::ended;
+}
+
+Task<ExitStatus> logout(const Options& options) {
+    const auto server = TarnServerClientFactory::make(options.deployment);
+    static_cast<void>(co_await server->logout());  // the token goes here also when the server cannot be told
+    const bool tokenGone = Keychain::remove(Keychain::Account::pat);
+    const bool emailGone = Keychain::remove(Keychain::Account::userEmail);
+    if (!tokenGone || !emailGone) {
+        complain("the stored token could not be deleted");
+        co_return ExitStatus::failed;
+    }
+    std::cout << "signed out\n";
+    co_return ExitStatus::ended;
+}
+
+Task<ExitStatus> showStatus(const Options& options) {
+    std::cout << "server: " << options.deployment.apiBase.text() << '\n';
+    const auto server = TarnServerClientFactory::make(options.deployment, currentToken);
+    const auto account = co_await server->fetchMe();
+    if (account) {
+        std::cout << "signed in as " << printable(account->email) << '\n';
+        co_return ExitStatus::ended;
+    }
+    if (account.error().as<TarnServerError::NotAuthenticated>() != nullptr) {
+        std::cout << "not signed in\n";
+        co_return ExitStatus::notSignedIn;
+    }
+    if (account.error().meansSignedOut()) {
+        std::cout << "not signed in: the server refuses the token\n";
+        co_return ExitStatus::notSignedIn;
+    }
+    complain(diagnosis(account.error()));
+    co_return ExitStatus::failed;
+}
+
+}  // namespace tarn::cli

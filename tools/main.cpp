@@ -1,0 +1,67 @@
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/io_context.hpp>
+#include <csignal>
+#include <exception>
+
+#include "AccountCommands.h"
+#include "Options.h"
+#include "TarnApp/server/TarnServerClientFactory.h"
+#include "TranslationRun.h"
+
+namespace tarn::cli {
+namespace {
+
+Task<ExitStatus> perform(asio::io_context& context, const Options& options) {
+    switch (options.command) {
+        case Command::apps:
+        case Command::devices:
+            complain("this version cannot list what the desktop offers: it reads speech with --input only");
+            co_return ExitStatus::failed;
+        case Command::login:
+            complain("this version signs in with a token only: login --token-stdin");
+            co_return ExitStatus::failed;
+        case Command::loginWithToken:
+            co_return co_await loginWithToken(options);
+        case Command::logout:
+            co_return co_await logout(options);
+        case Command::status:
+            co_return co_await showStatus(options);
+        case Command::run:
+            break;
+    }
+    TranslationRun run(context, options.run, TarnServerClientFactory::make(options.deployment, currentToken));
+    co_return co_await run.run();
+}
+
+ExitStatus start(int argc, const char* const* argv) {
+    // A reader that goes away shows as a failed write, not as the end of the process.
+    std::signal(SIGPIPE, SIG_IGN);
+    const auto read = readOptions(argc, argv);
+    if (const auto* const status = std::get_if<ExitStatus>(&read)) {
+        return *status;
+    }
+    // Made before the network's thread and so destroyed after it: what the thread drops last may still name us.
+    static asio::io_context context(1);
+    auto status = ExitStatus::failed;
+    asio::co_spawn(context, perform(context, std::get<Options>(read)), [&](std::exception_ptr error, ExitStatus result) {
+        if (error) {
+            std::rethrow_exception(error);
+        }
+        status = result;
+        context.stop();
+    });
+    context.run();
+    return status;
+}
+
+}  // namespace
+}  // namespace tarn::cli
+
+int main(int argc, char** argv) {
+    try {
+        return static_cast<int>(tarn::cli::start(argc, argv));
+    } catch (const std::exception& error) {
+        tarn::cli::complain(error.what());
+        return static_cast<int>(tarn::cli::ExitStatus::failed);
+    }
+}
