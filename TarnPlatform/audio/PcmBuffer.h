@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <optional>
+
+#include "AudioFormat.h"
+
+namespace tarn {
+
+/// Samples of one format in memory of its own. Movable, not copyable.
+///
+/// A planar format has one plane for each channel, an interleaved one has a single plane with the channels of
+/// a frame side by side. New memory is silence. Not thread-safe.
+class PcmBuffer {
+public:
+    static constexpr std::size_t mostBytes = std::size_t{1} << 30;
+    static constexpr std::uint32_t mostChannels = 64;
+
+    /// Nothing when the memory is not to be had or would exceed `mostBytes`, when the channels are none or
+    /// more than `mostChannels`, or when the size of a sample is not known.
+    static std::optional<PcmBuffer> make(const AudioFormat& format, std::uint32_t frameCapacity);
+
+    const AudioFormat& format() const { return format_; }
+    std::uint32_t frameCapacity() const { return frameCapacity_; }
+    std::uint32_t frameLength() const { return frameLength_; }
+
+    /// Frames that hold sound, at most the capacity: more is taken as the capacity.
+    void setFrameLength(std::uint32_t frames);
+
+    std::uint32_t planeCount() const { return format_.interleaved ? 1 : format_.channelCount; }
+
+    /// The first sample of a plane, or null when the samples are of another type or there is no such plane.
+    /// Valid as long as the buffer.
+    const float* floatChannelData(std::uint32_t plane = 0) const;
+    float* floatChannelData(std::uint32_t plane = 0);
+    const double* float64ChannelData(std::uint32_t plane = 0) const;
+    double* float64ChannelData(std::uint32_t plane = 0);
+    const std::int16_t* int16ChannelData(std::uint32_t plane = 0) const;
+    std::int16_t* int16ChannelData(std::uint32_t plane = 0);
+    const std::int32_t* int32ChannelData(std::uint32_t plane = 0) const;
+    std::int32_t* int32ChannelData(std::uint32_t plane = 0);
+
+private:
+    struct Free {
+        void operator()(std::byte* memory) const { std::free(memory); }
+    };
+
+    PcmBuffer(const AudioFormat& format, std::uint32_t frameCapacity, std::size_t planeBytes,
+              std::byte* memory);
+
+    std::byte* plane(CommonFormat type, std::uint32_t index) const;
+
+    AudioFormat format_;
+    std::uint32_t frameCapacity_;
+    std::uint32_t frameLength_ = 0;
+    std::size_t planeBytes_;
+    std::unique_ptr<std::byte, Free> memory_;
+};
+
+}  // namespace tarn

@@ -1,0 +1,174 @@
+#include "SoundFile.h"
+
+#include <fcntl.h>
+#include <sndfile.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string_view>
+#include <utility>
+
+#include "RateConverter.h"
+
+namespace tarn {
+namespace {
+
+constexpr std::uint64_t mostWavBytes = 0xFFFF'0000;  // of samples: the header's fields have 32 bits
+
+/// An open descriptor and libsndfile's state over it.
+struct OpenFile {
+    OpenFile(int fd) : descriptor(fd) {}
+    OpenFile(const OpenFile&) = delete;
+    OpenFile& operator=(const OpenFile&) = delete;
+    ~OpenFile() {
+        if (sound != nullptr) {
+            sf_close(sound);
+        }
+        if (descriptor >= 0) {
+            ::close(descriptor);
+        }
+    }
+
+    int descriptor;
+    SNDFILE* sound = nullptr;
+};
+
+std::unexpected<Error> failed(ErrorKind kind, const std::string& path, const std::string& reason) {
+    return failure(kind, path + ": " + reason);
+}
+
+std::string systemReason() {
+    return std::strerror(errno);
+}
+
+// libsndfile's words without its full stop.
+std::string soundReason(SNDFILE* sound) {
+    std::string text = sf_strerror(sound);
+    while (!text.empty() && std::string_view(".\n ").find(text.back()) != std::string_view::npos) {
+        text.pop_back();
+    }
+    return text;
+}
+
+}  // namespace
+
+struct SoundFileReader::File : OpenFile {
+    using OpenFile::OpenFile;
+};
+
+SoundFileReader::SoundFileReader(std::unique_ptr<File> file, AudioFormat format, std::string path)
+    : file_(std::move(file)), format_(std::move(format)), path_(std::move(path)) {}
+SoundFileReader::SoundFileReader(SoundFileReader&&) noexcept = default;
+SoundFileReader& SoundFileReader::operator=(SoundFileReader&&) noexcept = default;
+SoundFileReader::~SoundFileReader() = default;
+
+Result<SoundFileReader> SoundFileReader::open(const std::string& path) {
+    // Non-blocking, since opening a pipe waits for its other end otherwise.
+    auto file = std::make_unique<File>(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    struct stat status{};
+    if (file->descriptor < 0 || ::fstat(file->descriptor, &status) != 0) {
+        return failed(ErrorKind::invalidInput, path, systemReason());
+    }
+    if (S_ISDIR(status.st_mode)) {
+        return failed(ErrorKind::invalidInput, path, "is a directory");
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return failed(ErrorKind::invalidInput, path, "is not a regular file");
+    }
+    if (status.st_size == 0) {
+        return failed(ErrorKind::invalidInput, path, "is empty");
+    }
+    SF_INFO info{};
+    file->sound = sf_open_fd(file->descriptor, SFM_READ, &info, SF_FALSE);
+    if (file->sound == nullptr) {
+        return failed(ErrorKind::invalidInput, path,
+                      "is not a sound file that can be read (" + soundReason(nullptr) + ")");
+    }
+    if (info.channels < 1 || std::cmp_greater(info.channels, PcmBuffer::mostChannels)) {
+        return failed(ErrorKind::invalidInput, path,
+                      "has " + std::to_string(info.channels) + " channels, which is more than " +
+                          std::to_string(PcmBuffer::mostChannels));
+    }
+    if (info.samplerate < RateConverter::lowestRate || info.samplerate > RateConverter::highestRate) {
+        return failed(
+            ErrorKind::invalidInput, path,
+            "has a sample rate of " + std::to_string(info.samplerate) + " Hz, which cannot be converted");
+    }
+    return SoundFileReader(std::move(file),
+                           {CommonFormat::float32, static_cast<double>(info.samplerate),
+                            static_cast<std::uint32_t>(info.channels), true, std::nullopt},
+                           path);
+}
+
+Result<PcmBuffer> SoundFileReader::read(std::uint32_t frames) {
+    const auto wanted = std::max<std::uint32_t>(frames, 1);
+    auto buffer = PcmBuffer::make(format_, wanted);
+    if (!buffer) {
+        return failed(ErrorKind::system, path_, "there is no memory for its samples");
+    }
+    const auto count = sf_readf_float(file_->sound, buffer->floatChannelData(), wanted);
+    if (count <= 0 && sf_error(file_->sound) != SF_ERR_NO_ERROR) {
+        return failed(ErrorKind::invalidInput, path_,
+                      "cannot be read on (" + soundReason(file_->sound) + ")");
+    }
+    buffer->setFrameLength(static_cast<std::uint32_t>(std::max<sf_count_t>(count, 0)));
+    return std::move(*buffer);
+}
+
+struct SoundFileWriter::File : OpenFile {
+    using OpenFile::OpenFile;
+};
+
+SoundFileWriter::SoundFileWriter(std::unique_ptr<File> file, std::string path)
+    : file_(std::move(file)), path_(std::move(path)) {}
+SoundFileWriter::SoundFileWriter(SoundFileWriter&&) noexcept = default;
+SoundFileWriter& SoundFileWriter::operator=(SoundFileWriter&&) noexcept = default;
+SoundFileWriter::~SoundFileWriter() = default;
+
+Result<SoundFileWriter> SoundFileWriter::create(const std::string& path, std::uint32_t sampleRate) {
+    // Emptied only once it is known to be a file.
+    auto file =
+        std::make_unique<File>(::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0600));
+    struct stat status{};
+    if (file->descriptor < 0 || ::fstat(file->descriptor, &status) != 0) {
+        return failed(ErrorKind::system, path, systemReason());
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return failed(ErrorKind::invalidInput, path, "is not a regular file");
+    }
+    if (::fchmod(file->descriptor, 0600) != 0 || ::ftruncate(file->descriptor, 0) != 0) {
+        return failed(ErrorKind::system, path, systemReason());
+    }
+    SF_INFO info{};
+    info.samplerate = static_cast<int>(sampleRate);
+    info.channels = 1;
+    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+    file->sound = sf_open_fd(file->descriptor, SFM_WRITE, &info, SF_FALSE);
+    if (file->sound == nullptr) {
+        return failed(ErrorKind::system, path, "cannot be written (" + soundReason(nullptr) + ")");
+    }
+    sf_command(file->sound, SFC_SET_UPDATE_HEADER_AUTO, nullptr, SF_TRUE);
+    sf_command(file->sound, SFC_UPDATE_HEADER_NOW, nullptr, 0);
+    return SoundFileWriter(std::move(file), path);
+}
+
+Result<void> SoundFileWriter::write(std::span<const std::byte> pcm) {
+    const auto size = pcm.size() / 2 * 2;
+    if (size == 0) {
+        return {};
+    }
+    if (bytes_ + size > mostWavBytes) {
+        return failed(ErrorKind::system, path_, "is as large as a WAV file can be");
+    }
+    const auto written = sf_write_raw(file_->sound, pcm.data(), static_cast<sf_count_t>(size));
+    if (std::cmp_not_equal(written, size)) {
+        return failed(ErrorKind::system, path_, "cannot be written (" + soundReason(file_->sound) + ")");
+    }
+    bytes_ += size;
+    return {};
+}
+
+}  // namespace tarn

@@ -1,0 +1,80 @@
+// What happens to a buffer before it is resampled, and to received bytes before they are played.
+
+#include <gtest/gtest.h>
+
+#include <string_view>
+
+#include "TarnCore/audio/MicSession.h"
+#include "TarnCore/audio/ReceivedAudio.h"
+#include "platform_audio/Signal.h"
+
+namespace tarn {
+namespace {
+
+TEST(ExtractChannel0, KeepsTheFirstChannelOfEverySampleType) {
+    const std::vector<float> voice = test::tone(300, 48000, 512.0 / 48000);
+    const std::vector<float> hum(512, 0.25F);
+    for (const auto type : {CommonFormat::float32, CommonFormat::int16, CommonFormat::int32}) {
+        for (const bool interleaved : {false, true}) {
+            const auto mono = MicSession::extractChannel0(
+                test::bufferOf({type, 48000, 2, interleaved, std::nullopt}, {voice, hum}));
+            ASSERT_TRUE(mono);
+            const AudioFormat expected{type, 48000, 1, false, std::nullopt};
+            EXPECT_EQ(mono->format(), expected);
+            const auto original = test::bufferOf(expected, {voice});
+            ASSERT_EQ(mono->frameLength(), 512U);
+            for (std::uint32_t i = 0; i < 512; ++i) {
+                if (const auto* floats = mono->floatChannelData()) {
+                    ASSERT_EQ(floats[i], original.floatChannelData()[i]);
+                } else if (const auto* shorts = mono->int16ChannelData()) {
+                    ASSERT_EQ(shorts[i], original.int16ChannelData()[i]);
+                } else {
+                    ASSERT_EQ(mono->int32ChannelData()[i], original.int32ChannelData()[i]);
+                }
+            }
+        }
+    }
+}
+
+TEST(ExtractChannel0, KeepsCapacityAndLengthApart) {
+    auto buffer = PcmBuffer::make({CommonFormat::float32, 44100, 3, false, std::nullopt}, 100).value();
+    const auto empty = MicSession::extractChannel0(buffer);
+    ASSERT_TRUE(empty);
+    EXPECT_EQ(empty->frameLength(), 0U);
+    EXPECT_EQ(empty->frameCapacity(), 100U);
+    buffer.setFrameLength(40);
+    EXPECT_EQ(MicSession::extractChannel0(buffer)->frameLength(), 40U);
+}
+
+TEST(ExtractChannel0, LeavesDoublesToTheCaller) {
+    const auto doubles =
+        test::bufferOf({CommonFormat::float64, 48000, 2, false, std::nullopt}, {{0.5F}, {0.5F}});
+    EXPECT_FALSE(MicSession::extractChannel0(doubles));
+}
+
+TEST(ReceivedAudio, BecomesFloatsOfFullScaleOne) {
+    using namespace std::string_view_literals;
+    const struct {
+        std::string_view bytes;
+        std::vector<float> samples;
+    } cases[] = {
+        {""sv, {}},
+        {"\xFF"sv, {}},
+        {"\x00\x80"sv, {-1.0F}},
+        {"\x00\x40\xFF\x7F\x01"sv, {0.5F, 32767.0F / 32768}},
+        {"\x01\x00\xFF\xFF\x00\x00"sv, {1.0F / 32768, -1.0F / 32768, 0}},
+    };
+    for (const auto& [bytes, samples] : cases) {
+        const auto buffer = decodeReceivedAudio(std::as_bytes(std::span(bytes)));
+        ASSERT_EQ(buffer.has_value(), !samples.empty());
+        if (buffer) {
+            EXPECT_EQ(buffer->format(), (AudioFormat{CommonFormat::float32, 24000, 1, false, std::nullopt}));
+            EXPECT_EQ(
+                std::vector(buffer->floatChannelData(), buffer->floatChannelData() + buffer->frameLength()),
+                samples);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace tarn

@@ -1,0 +1,136 @@
+// The rate converter on tones and clicks: what arrives, how loud, when, and what must not arrive.
+
+#include "TarnPlatform/audio/RateConverter.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+#include "Signal.h"
+
+namespace tarn {
+namespace {
+
+using test::decibels;
+using test::fitTone;
+using test::tone;
+
+std::vector<float> readAll(RateConverter& converter) {
+    std::vector<float> all;
+    std::vector<float> part(777);
+    while (const auto count = converter.read(part)) {
+        all.insert(all.end(), part.begin(), part.begin() + static_cast<std::ptrdiff_t>(count));
+    }
+    return all;
+}
+
+std::vector<float> convert(std::span<const float> input, double from, double to) {
+    auto converter = RateConverter::make(from, to).value();
+    converter.write(input);
+    return readAll(converter);
+}
+
+struct Rates {
+    double from;
+    double to;
+};
+
+void PrintTo(const Rates& rates, std::ostream* out) {
+    *out << rates.from << " Hz to " << rates.to << " Hz";
+}
+
+class RateConverterAt : public testing::TestWithParam<Rates> {};
+
+// The last four are a voice's rate on its way to the player, and ratios without a small fraction.
+INSTANTIATE_TEST_SUITE_P(, RateConverterAt,
+                         testing::Values(Rates{8000, 16000}, Rates{11025, 16000}, Rates{16000, 16000},
+                                         Rates{22050, 16000}, Rates{32000, 16000}, Rates{44100, 16000},
+                                         Rates{48000, 16000}, Rates{88200, 16000}, Rates{96000, 16000},
+                                         Rates{192000, 16000}, Rates{22050, 24000}, Rates{47999, 16000},
+                                         Rates{44100.5, 16000}, Rates{15999, 16000}));
+
+TEST_P(RateConverterAt, KeepsLevelAndFrequencyOfEveryToneInTheBand) {
+    const auto [from, to] = GetParam();
+    const double band = std::min(from, to) / 2 * 7 / 8;
+    for (const double frequency : {0.02 * band, 0.3 * band, 0.8 * band, band}) {
+        const auto fit = fitTone(convert(tone(frequency, from, 0.4), from, to), frequency, to);
+        EXPECT_NEAR(decibels(fit.amplitude / 0.5), 0, 0.1) << frequency;
+        EXPECT_LT(decibels(fit.rest / 0.5), -90) << frequency;
+    }
+}
+
+TEST_P(RateConverterAt, LetsNothingThroughFromAboveTheBand) {
+    const auto [from, to] = GetParam();
+    const double step = 0.0431 * to;
+    const int tones = static_cast<int>(std::ceil((from / 2 - 17.0 / 32 * to) / step));
+    for (int i = 0; i < tones; ++i) {
+        const double frequency = 17.0 / 32 * to + i * step;
+        const auto fit = fitTone(convert(tone(frequency, from, 0.2, 1.0), from, to), 1, to);
+        EXPECT_LT(decibels(fit.rest), -90) << frequency;
+    }
+}
+
+TEST_P(RateConverterAt, GivesTheSameStreamHoweverItIsCut) {
+    const auto [from, to] = GetParam();
+    const auto input = tone(310, from, 0.5);
+    const auto whole = convert(input, from, to);
+    auto converter = RateConverter::make(from, to).value();
+    std::vector<float> pieces;
+    std::size_t at = 0;
+    for (std::size_t size = 1; at < input.size(); size = size * 7 % 1201 + 1) {
+        const auto count = std::min(size, input.size() - at);
+        converter.write(std::span(input).subspan(at, count));
+        const auto part = readAll(converter);
+        pieces.insert(pieces.end(), part.begin(), part.end());
+        at += count;
+    }
+    ASSERT_EQ(pieces.size(), whole.size());
+    for (std::size_t i = 0; i < whole.size(); ++i) {
+        ASSERT_NEAR(pieces[i], whole[i], 1e-6) << i;
+    }
+}
+
+TEST_P(RateConverterAt, GivesExactlyTenSecondsForTenSeconds) {
+    const auto [from, to] = GetParam();
+    auto converter = RateConverter::make(from, to).value();
+    const std::vector<float> second(static_cast<std::size_t>(from * 2));  // two, so that half samples add up
+    std::size_t frames = 0;
+    for (int i = 0; i < 5; ++i) {
+        converter.write(second);
+        frames += readAll(converter).size();
+    }
+    EXPECT_EQ(static_cast<double>(frames), 10 * to);
+}
+
+TEST_P(RateConverterAt, DeliversAClickAfterTheStatedDelay) {
+    const auto [from, to] = GetParam();
+    const double lower = std::min(from, to);
+    std::vector<float> input(static_cast<std::size_t>(from * 0.1));
+    const double clickAt = 0.05;
+    for (std::size_t i = 0; i < input.size(); ++i) {
+        const double t = (static_cast<double>(i) / from - clickAt) * lower / 8;
+        input[i] = static_cast<float>(std::exp(-t * t * 4));
+    }
+    const auto output = convert(input, from, to);
+    double weight = 0;
+    double moment = 0;
+    for (std::size_t i = 0; i < output.size(); ++i) {
+        const double x = static_cast<double>(output[i]);
+        weight += x * x;
+        moment += x * x * static_cast<double>(i) / to;
+    }
+    const auto converter = RateConverter::make(from, to).value();
+    EXPECT_NEAR(moment / weight - clickAt, converter.delay(), 0.00001);
+    EXPECT_LE(converter.delay(), 30 / lower);
+}
+
+TEST(RateConverter, RefusesRatesThatAreNoRates) {
+    for (const double rate : {0.0, -48000.0, 999.0, 2e6, 1e300, std::numeric_limits<double>::infinity(),
+                              std::numeric_limits<double>::quiet_NaN()}) {
+        EXPECT_FALSE(RateConverter::make(rate, 16000)) << rate;
+        EXPECT_FALSE(RateConverter::make(16000, rate)) << rate;
+    }
+}
+
+}  // namespace
+}  // namespace tarn
