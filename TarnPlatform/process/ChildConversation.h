@@ -1,0 +1,47 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <mutex>
+#include <string>
+
+#include "KeptChild.h"
+
+namespace tarn {
+
+/// How long a child may take.
+struct AnswerLimits {
+    std::chrono::milliseconds first;  ///< for the first answer after a start, loading included
+    std::chrono::milliseconds later;  ///< for every other one
+};
+
+/// Questions and answers with one long-lived child, for many callers: one question at a time, each to its
+/// end.
+///
+/// A child that has died is started again and asked once more within the same call; one that does not answer
+/// in time, or answers nonsense, is ended at once and costs that call. Output that nobody asked for counts as
+/// nonsense: with it in the pipe, answers would no longer belong to their questions.
+///
+/// Thread: any; `ask` blocks.
+class ChildConversation {
+public:
+    /// `name`: what the child is called in the descriptions of errors ("the translator command").
+    ChildConversation(std::string name, ChildCommand command, AnswerLimits limits);
+
+    /// Writes a question and reads its answer, all before the deadline. Its failure is the child's failure.
+    using Talk = std::function<Result<void>(ChildProcess& child, ChildProcess::TimePoint deadline)>;
+
+    /// Runs `talk` with the child. Takes, at worst, twice the first limit (a child that dies late and whose
+    /// successor hangs), and the first limit more where other callers are before this one.
+    Result<void> ask(const Talk& talk);
+
+private:
+    Result<void> askOnce(const Talk& talk);
+
+    const std::string name_;
+    const AnswerLimits limits_;
+    std::timed_mutex mutex_;  ///< held for a whole question and its answer
+    KeptChild child_;
+};
+
+}  // namespace tarn

@@ -1,0 +1,78 @@
+#include "ChainTranslator.h"
+
+#include <deque>
+#include <set>
+
+#include "TarnPlatform/logging/Log.h"
+
+namespace tarn::relay {
+namespace {
+
+constexpr std::size_t kMostSteps = 3;
+
+std::string written(const std::vector<std::string>& way) {
+    std::string text;
+    for (const auto& language : way) {
+        text += (text.empty() ? "" : " -> ") + language;
+    }
+    return text;
+}
+
+}  // namespace
+
+ChainTranslator::ChainTranslator(std::unique_ptr<Translator> direct) : direct_(std::move(direct)) {
+    std::map<std::string, std::set<std::string>> neighbours;
+    for (const auto& [source, target] : direct_->pairs()) {
+        neighbours[source].insert(target);
+    }
+    for (const auto& [source, unused] : neighbours) {
+        // Breadth first, so that the first way found to a language is a shortest one.
+        std::deque<std::vector<std::string>> open{{source}};
+        while (!open.empty()) {
+            const auto way = std::move(open.front());
+            open.pop_front();
+            if (way.size() > kMostSteps) {
+                continue;
+            }
+            for (const auto& next : neighbours[way.back()]) {
+                auto longer = way;
+                longer.push_back(next);
+                if (next != source && ways_.try_emplace({source, next}, longer).second) {
+                    open.push_back(std::move(longer));
+                }
+            }
+        }
+    }
+}
+
+std::vector<std::pair<std::string, std::string>> ChainTranslator::pairs() const {
+    std::vector<Pair> result;
+    result.reserve(ways_.size());
+    for (const auto& [pair, way] : ways_) {
+        result.push_back(pair);
+    }
+    return result;
+}
+
+Result<std::string> ChainTranslator::translate(const std::string& text, const std::string& source,
+                                               const std::string& target) {
+    if (source == target) {
+        return text;
+    }
+    auto found = ways_.find({source, target});
+    if (found == ways_.end()) {
+        return failure(ErrorKind::unavailable,
+                       "no translator from " + source + " to " + target + " is installed");
+    }
+    const auto& way = found->second.languages;
+    if (way.size() > 2 && !found->second.announced.exchange(true)) {
+        logLine("[relay] " + source + " to " + target + " is chained: " + written(way));
+    }
+    Result<std::string> result = text;
+    for (std::size_t step = 1; step < way.size() && result; ++step) {
+        result = direct_->translate(*result, way[step - 1], way[step]);
+    }
+    return result;
+}
+
+}  // namespace tarn::relay

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <boost/json/object.hpp>
+#include <string>
+#include <string_view>
+
+#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/process/ChildProcess.h"
+
+namespace tarn::relay {
+
+/// Longest line that a command may write, in bytes.
+inline constexpr std::size_t kLongestCommandLine = 1 << 20;
+
+/// A command line of the user's own, whose complaints the user shall see on our standard error.
+ChildCommand userCommand(std::string line);
+
+/// An object as the line that a command reads, newline included.
+std::string commandLine(const boost::json::object& object);
+
+/// The object in a line that a command wrote. Fails with `protocol`, without repeating what was written.
+Result<boost::json::object> parseCommandLine(std::string_view line);
+
+/// The text in the member "text" of such an object. Fails with `protocol` where there is none.
+Result<std::string> textOf(const boost::json::object& object);
+
+/// Writes a line to a command and reads the object in the line that it answers with.
+Result<boost::json::object> askForObject(ChildProcess& child, std::string_view question,
+                                         ChildProcess::TimePoint deadline);
+
+}  // namespace tarn::relay

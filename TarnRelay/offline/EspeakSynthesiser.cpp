@@ -1,0 +1,159 @@
+#include "EspeakSynthesiser.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <charconv>
+#include <sstream>
+#include <string_view>
+#include <utility>
+
+#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/process/ChildProcess.h"
+#include "WaveParser.h"
+
+namespace tarn::relay {
+namespace {
+
+constexpr std::size_t kLongestText = 65536;
+constexpr std::size_t kMostOutput = std::size_t{256}
+                                    << 20;  ///< bytes; the longest text at the slowest takes a third
+
+/// Languages without a voice, and the one whose voice their speakers understand best.
+constexpr std::array<std::pair<std::string_view, std::string_view>, 4> kSubstitutes{
+    {{"gl", "pt"}, {"oc", "ca"}, {"ast", "es"}, {"nn", "nb"}}};
+
+std::string lower(std::string text) {
+    std::ranges::transform(text, text.begin(), [](unsigned char character) {
+        return static_cast<char>(character < 128 ? std::tolower(character) : character);
+    });
+    return text;
+}
+
+int numberIn(std::string_view text) {
+    int number = 99;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return number;
+}
+
+/// The text as the program shall read it: "[[" would begin phoneme codes, and a NUL byte the end.
+std::string spoken(const std::string& text) {
+    std::string result;
+    for (const char character : text) {
+        if (character == '[' && result.ends_with('[')) {
+            result.push_back(' ');
+        }
+        result.push_back(character == '\0' ? ' ' : character);
+    }
+    result.push_back('\n');
+    return result;
+}
+
+}  // namespace
+
+EspeakSynthesiser::EspeakSynthesiser(std::string program, std::chrono::milliseconds limit)
+    : program_(std::move(program)), limit_(limit) {
+    const auto deadline = std::chrono::steady_clock::now() + limit_;
+    auto child = ChildProcess::start({.arguments = {program_, "--voices"}, .environment = {}});
+    auto table = child ? (*child)->readToEnd(1 << 20, deadline) : std::unexpected(child.error());
+    if (!table) {
+        logLine("[relay] no voices: " + program_ + ": " + table.error().description);
+        return;
+    }
+    addVoices(*table);
+}
+
+bool EspeakSynthesiser::speaks(const std::string& language) const {
+    return voiceOf(language) != nullptr;
+}
+
+Result<Speech> EspeakSynthesiser::speak(const std::string& text, const std::string& voice,
+                                        const std::string& language) {
+    if (text.size() > kLongestText) {
+        return failure(ErrorKind::invalidInput, "the text to speak is too long");
+    }
+    const auto wished = voices_.find(lower(voice));
+    const auto* const file = wished != voices_.end() ? &wished->second : voiceOf(language);
+    if (file == nullptr) {
+        return failure(ErrorKind::unavailable, "no voice for " + language + " is installed");
+    }
+    if (text.find_first_not_of(" \n\r\t") == std::string::npos) {
+        return Speech{};
+    }
+    const auto failed = [&](const Error& error) {
+        return failure(error.kind, "the synthesiser " + program_ + " " + error.description);
+    };
+    const auto deadline = std::chrono::steady_clock::now() + limit_;
+    const auto child = ChildProcess::start(
+        {.arguments = {program_, "-v", *file, "-b", "1", "--stdin", "--stdout"}, .environment = {}});
+    if (!child) {
+        return failed(child.error());
+    }
+    if (const auto written = (*child)->write(spoken(text), deadline); !written) {
+        return failed(written.error());
+    }
+    (*child)->closeInput();
+    const auto bytes = (*child)->readToEnd(kMostOutput, deadline);
+    if (!bytes) {
+        return failed(bytes.error());
+    }
+    auto speech = parseWave(*bytes);
+    if (!speech) {
+        return failed(speech.error());
+    }
+    return speech;
+}
+
+/// Reads lines such as
+///  2  en-us  --/M  English_(America)  gmw/en-US  (en 3)
+/// where the last column holds further languages with the voice's priority for them.
+void EspeakSynthesiser::addVoices(const std::string& table) {
+    std::istringstream lines(table);
+    std::string line;
+    while (std::getline(lines, line)) {
+        std::istringstream columns(line);
+        std::string priority;
+        std::string language;
+        std::string gender;
+        std::string name;
+        std::string file;
+        if (!(columns >> priority >> language >> gender >> name >> file) || priority == "Pty") {
+            continue;
+        }
+        offer(language, {file, numberIn(priority)});
+        for (const auto& label : {name, file, language}) {
+            voices_.try_emplace(lower(label), file);
+        }
+        std::string others;
+        std::getline(columns, others);
+        std::ranges::replace(others, '(', ' ');
+        std::ranges::replace(others, ')', ' ');
+        std::istringstream pairs(others);
+        while (pairs >> language >> priority) {
+            offer(language, {file, numberIn(priority)});
+        }
+    }
+    for (const auto& [language, substitute] : kSubstitutes) {
+        if (const auto known = languages_.find(std::string(substitute)); known != languages_.end()) {
+            languages_.try_emplace(std::string(language), known->second);
+        }
+    }
+}
+
+void EspeakSynthesiser::offer(const std::string& language, const Choice& choice) {
+    const auto [known, added] = languages_.try_emplace(lower(language), choice);
+    if (!added && choice.priority < known->second.priority) {
+        known->second = choice;
+    }
+}
+
+const std::string* EspeakSynthesiser::voiceOf(const std::string& language) const {
+    const auto code = lower(language);
+    auto known = languages_.find(code);
+    if (known == languages_.end()) {
+        known = languages_.find(code.substr(0, code.find_first_of("-_")));
+    }
+    return known != languages_.end() ? &known->second.file : nullptr;
+}
+
+}  // namespace tarn::relay

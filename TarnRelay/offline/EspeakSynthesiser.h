@@ -1,0 +1,47 @@
+#pragma once
+
+#include <chrono>
+#include <map>
+#include <string>
+
+#include "Synthesiser.h"
+
+namespace tarn::relay {
+
+/// Speaks with eSpeak NG, run as a separate program for each text (it needs about 30 ms to start and speak a
+/// sentence). Languages and voices are what the program says it has; a language that it lacks but whose
+/// speakers understand another is spoken with that one (Galician with Portuguese, Occitan with Catalan).
+/// Thread: any; texts are spoken side by side.
+class EspeakSynthesiser : public Synthesiser {
+public:
+    /// Asks `program` for its voices. Where it cannot be run, no language is spoken.
+    explicit EspeakSynthesiser(std::string program = "espeak-ng",
+                               std::chrono::milliseconds limit = std::chrono::seconds(10));
+
+    /// `language`: a code such as "es" or "pt-br"; of a regional one, the language itself will do.
+    bool speaks(const std::string& language) const override;
+
+    /// `voice`: a name, a file or a language code of the program's list ("Spanish_(Latin_America)",
+    /// "roa/es-419", "es-419"), in any case. A blank text gives no samples. Fails with `invalidInput` for a
+    /// text of more than 64 KiB, with `unavailable` for a language that is not spoken, and with `timeout`,
+    /// `closed` or `protocol` where the program failed.
+    Result<Speech> speak(const std::string& text, const std::string& voice,
+                         const std::string& language) override;
+
+private:
+    struct Choice {
+        std::string file;  ///< what selects the voice on the command line
+        int priority;      ///< lower is better
+    };
+
+    void addVoices(const std::string& table);
+    void offer(const std::string& language, const Choice& choice);
+    const std::string* voiceOf(const std::string& language) const;
+
+    const std::string program_;
+    const std::chrono::milliseconds limit_;
+    std::map<std::string, Choice> languages_;    ///< by code, lower case
+    std::map<std::string, std::string> voices_;  ///< files by name, file or code, lower case
+};
+
+}  // namespace tarn::relay

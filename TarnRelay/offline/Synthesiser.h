@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "TarnPlatform/concurrency/Result.h"
+
+namespace tarn::relay {
+
+inline constexpr int kLowestSpeechRate = 8000;     ///< Hz
+inline constexpr int kHighestSpeechRate = 192000;  ///< Hz
+
+/// Mono speech.
+struct Speech {
+    int rate = 0;  ///< Hz, within the bounds above; speech without samples may have 0
+    std::vector<std::int16_t> samples;
+};
+
+/// Speaks text. Shared by all clients. Thread: any; a call blocks, so it belongs on a worker.
+class Synthesiser {
+public:
+    virtual ~Synthesiser() = default;
+    virtual bool speaks(const std::string& language) const = 0;
+    /// `voice`: empty for the language's default; an unknown one falls back to that. A failure costs this text only.
+    virtual Result<Speech> speak(const std::string& text, const std::string& voice, const std::string& language) = 0;
+};
+
+}  // namespace tarn::relay

@@ -1,0 +1,221 @@
+// Apertium's installed pipelines as they are, stand-ins that misbehave in their place, and chains over both.
+
+#include "TarnRelay/offline/ApertiumTranslator.h"
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+#include <thread>
+
+#include "Processes.h"
+#include "TarnPlatform/logging/Log.h"
+#include "TarnRelay/offline/ChainTranslator.h"
+
+namespace tarn::relay {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::AllOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+using Pair = std::pair<std::string, std::string>;
+
+/// The installed packages, with one set of pipelines for all tests. The limit is generous: a first text loads
+/// the pipeline's data on a machine that may be busy.
+class InstalledApertium : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        translator_ = std::make_unique<ApertiumTranslator>("/usr/share/apertium/modes", 30s);
+    }
+    static void TearDownTestSuite() { translator_.reset(); }
+
+    static ApertiumTranslator& installed() { return *translator_; }
+
+private:
+    static inline std::unique_ptr<ApertiumTranslator> translator_;
+};
+
+TEST_F(InstalledApertium, ListsInstalledPairsByTheirShortCodesAndLeavesVariantsOut) {
+    EXPECT_THAT(installed().pairs(),
+                AllOf(Contains(Pair("en", "es")), Contains(Pair("es", "en")), Contains(Pair("en", "ca")),
+                      Contains(Pair("en", "gl")), Contains(Pair("en", "eo")), Contains(Pair("en", "hbs")),
+                      Contains(Pair("en", "hr")), Not(Contains(Pair("en", "cat_valencia")))));
+    EXPECT_THAT(ApertiumTranslator("/nowhere").pairs(), IsEmpty());
+}
+
+struct Sentence {
+    const char* target;
+    std::string text;
+    std::string translation;
+};
+
+TEST_F(InstalledApertium, TranslatesWhatARecogniserWritesIntoTidyText) {
+    const std::vector<Sentence> sentences{
+        {"es", "the meeting will begin in ten minutes", "La reunión empezará en diez minutos"},
+        {"es", "i don't know what you mean", "No sé qué significas"},
+        {"es", "she said xyzzy", "Dijo xyzzy"},
+        {"es", "well", "Bien"},
+        {"ca", "the man and i", "L'home i jo"},
+        {"gl", "i am sure", "Estou seguro"},
+        {"eo", "i'm here", "Mi estas ĉi tie"},
+    };
+    for (const auto& sentence : sentences) {
+        EXPECT_EQ(installed().translate(sentence.text, "en", sentence.target), sentence.translation);
+    }
+}
+
+TEST_F(InstalledApertium, KeepsWhatIsNotWordsAsItIs) {
+    const std::vector<Sentence> sentences{
+        {"es", "", ""},
+        {"es", "   ", ""},
+        {"es", "[x] [[y]] ^z$ {w} @v *u #t ~s ~", "[x] [[y]] ^z$ {w} @v *u #t ~s ~"},
+        {"es", "<b>xyzzy</b> zzz\\qqq \\[ q/q", "<b>xyzzy</b> zzz\\qqq \\[ q/q"},
+        {"es", "xyzzy\nblorp", "Xyzzy\nblorp"},
+        {"es", "blorp 東京 🎧 naïveté", "Blorp 東京 🎧 naïveté"},
+        {"es", std::string("xyzzy\0blorp", 11), "Xyzzy blorp"},
+        {"es", ".[]", ".[]"},
+        {"es", "émile", "Émile"},
+        {"es", std::string(20000, 'x'), "X" + std::string(19999, 'x')},
+    };
+    for (const auto& sentence : sentences) {
+        EXPECT_EQ(installed().translate(sentence.text, "en", sentence.target), sentence.translation);
+    }
+    EXPECT_EQ(installed().translate("well", "en", "es"), "Bien") << "the pipeline is still in step";
+}
+
+TEST_F(InstalledApertium, RefusesWhatItCannotTranslate) {
+    EXPECT_EQ(installed().translate("x\xff", "en", "es").error().kind, ErrorKind::invalidInput);
+    EXPECT_EQ(installed().translate(std::string(65537, 'x'), "en", "es").error().kind,
+              ErrorKind::invalidInput);
+    const auto unknown = installed().translate("well", "en", "de");
+    ASSERT_FALSE(unknown);
+    EXPECT_EQ(unknown.error().kind, ErrorKind::unavailable);
+    EXPECT_THAT(unknown.error().description, HasSubstr("en to de"));
+}
+
+TEST_F(InstalledApertium, ServesManyThreadsEachWithItsOwnAnswer) {
+    std::vector<std::jthread> threads;
+    threads.reserve(4);
+    for (int number = 0; number < 4; ++number) {
+        threads.emplace_back([number] {
+            for (int round = 0; round < 20; ++round) {
+                const auto word = "xyzzy" + std::string(static_cast<std::size_t>(number + 1), 'q');
+                EXPECT_EQ(installed().translate("she said " + word, "en", "es"), "Dijo " + word);
+            }
+        });
+    }
+}
+
+TEST(ApertiumTranslator, TranslatesOnAfterItsPipelineWasKilled) {
+    ApertiumTranslator translator("/usr/share/apertium/modes", 30s);
+    ASSERT_EQ(translator.translate("well", "en", "es"), "Bien");
+    int killed = 0;
+    for (const auto& child : test::ownChildren()) {
+        const auto end = test::watch(child.id);
+        ::kill(-child.group, SIGKILL);
+        ASSERT_TRUE(test::ends(end));
+        ++killed;
+    }
+    ASSERT_EQ(killed, 1);
+    EXPECT_EQ(translator.translate("well", "en", "es"), "Bien");
+}
+
+/// A translator whose English-to-Spanish pipeline is a shell script; it runs with FOLDER as its first
+/// variable.
+struct StandIn {
+    explicit StandIn(const std::string& script) {
+        const auto program =
+            folder.program("stand-in", "#!/bin/sh\nFOLDER=" + folder.path().string() + "\n" + script);
+        folder.write("eng-spa.mode", program + " $1 'data'");
+    }
+    test::Folder folder;
+};
+
+TEST(ApertiumTranslator, AsksAPipelineThatDiesInMidSentenceOnceMore) {
+    const StandIn once("[ -e $FOLDER/died ] && exec cat\ntouch $FOLDER/died\nhead -c 3\nexit 1\n");
+    ApertiumTranslator translator(once.folder.path());
+    EXPECT_EQ(translator.translate("xyzzy", "en", "es"), "Xyzzy");
+}
+
+TEST(ApertiumTranslator, FailsWithinItsLimitAndRecovers) {
+    struct Case {
+        const char* script;
+        ErrorKind kind;
+    };
+    for (const auto& [script, kind] :
+         {Case{"head -c 3; exit 7", ErrorKind::closed}, Case{"exec sleep 1000", ErrorKind::timeout},
+          Case{"exec yes", ErrorKind::protocol}}) {
+        const StandIn broken("[ -e $FOLDER/mended ] && exec cat\n" + std::string(script) + "\n");
+        ApertiumTranslator translator(broken.folder.path(), 2s);
+        const auto failed = translator.translate("secret words", "en", "es");
+        ASSERT_FALSE(failed) << script;
+        EXPECT_EQ(failed.error().kind, kind) << failed.error().description;
+        EXPECT_THAT(failed.error().description, AllOf(HasSubstr("en to es"), Not(HasSubstr("secret"))));
+        broken.folder.write("mended", "");
+        auto translation = translator.translate("xyzzy", "en", "es");
+        while (!translation && translation.error().kind == ErrorKind::unavailable) {
+            std::this_thread::sleep_for(50ms);  // the pause after two failed starts
+            translation = translator.translate("xyzzy", "en", "es");
+        }
+        EXPECT_EQ(translation, "Xyzzy") << script;
+    }
+}
+
+/// Writes down the way that a text took.
+class Tracks : public Translator {
+public:
+    explicit Tracks(std::vector<Pair> pairs) : pairs_(std::move(pairs)) {}
+    std::vector<Pair> pairs() const override { return pairs_; }
+    Result<std::string> translate(const std::string& text, const std::string&,
+                                  const std::string& target) override {
+        if (target == "broken") {
+            return failure(ErrorKind::closed, "the step to broken");
+        }
+        return text + ">" + target;
+    }
+
+private:
+    std::vector<Pair> pairs_;
+};
+
+TEST(ChainTranslator, TakesTheShortestWayOfAtMostThreeSteps) {
+    ChainTranslator chain(std::make_unique<Tracks>(std::vector<Pair>{{"a", "b"},
+                                                                     {"b", "c"},
+                                                                     {"c", "d"},
+                                                                     {"d", "e"},
+                                                                     {"a", "x"},
+                                                                     {"x", "d"},
+                                                                     {"b", "a"},
+                                                                     {"x", "broken"}}));
+    const auto pairs = chain.pairs();
+    EXPECT_THAT(pairs, AllOf(Contains(Pair("a", "d")), Contains(Pair("a", "e")), Contains(Pair("b", "e")),
+                             Not(Contains(Pair("a", "a"))), Not(Contains(Pair("e", "a")))));
+    EXPECT_EQ(chain.translate("0", "a", "d"), "0>x>d");
+    EXPECT_EQ(chain.translate("0", "a", "e"), "0>x>d>e");
+    EXPECT_EQ(chain.translate("0", "a", "b"), "0>b");
+    EXPECT_EQ(chain.translate("0", "e", "e"), "0");
+    EXPECT_EQ(chain.translate("0", "a", "broken").error().kind, ErrorKind::closed);
+    EXPECT_EQ(chain.translate("0", "e", "a").error().kind, ErrorKind::unavailable);
+
+    const ChainTranslator line(
+        std::make_unique<Tracks>(std::vector<Pair>{{"a", "b"}, {"b", "c"}, {"c", "d"}, {"d", "e"}}));
+    EXPECT_THAT(line.pairs(), AllOf(Contains(Pair("a", "d")), Not(Contains(Pair("a", "e")))));
+}
+
+TEST(ChainTranslator, SaysOnceThatAPairIsChained) {
+    ChainTranslator chain(std::make_unique<ApertiumTranslator>("/usr/share/apertium/modes", 30s));
+    std::vector<std::string> lines;
+    setLogSink([&lines](std::string_view line) { lines.emplace_back(line); });
+    EXPECT_EQ(chain.translate("bien", "es", "gl"), "Ben");
+    EXPECT_EQ(chain.translate("bien", "es", "gl"), "Ben");
+    EXPECT_EQ(chain.translate("well", "en", "es"), "Bien");
+    setLogSink({});
+    EXPECT_THAT(lines, ElementsAre("[relay] es to gl is chained: es -> en -> gl"));
+}
+
+}  // namespace
+}  // namespace tarn::relay

@@ -1,0 +1,119 @@
+// The installed eSpeak NG as it is, and programs that misbehave in its place.
+
+#include "TarnRelay/offline/EspeakSynthesiser.h"
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <numeric>
+
+#include "Processes.h"
+
+namespace tarn::relay {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+const std::string kSentence = "La reunión empezará en diez minutos";
+
+EspeakSynthesiser& installed() {
+    static EspeakSynthesiser synthesiser;
+    return synthesiser;
+}
+
+double seconds(const Speech& speech) {
+    return static_cast<double>(speech.samples.size()) / speech.rate;
+}
+
+double loudness(const Speech& speech) {
+    const double sum = std::accumulate(speech.samples.begin(), speech.samples.end(), 0.0,
+                                       [](double total, double sample) { return total + sample * sample; });
+    return std::sqrt(sum / static_cast<double>(speech.samples.size())) / 32768;
+}
+
+TEST(EspeakSynthesiser, SpeaksASpanishSentenceAudiblyAndInPlausibleTime) {
+    const auto speech = installed().speak(kSentence, "", "es");
+    ASSERT_TRUE(speech) << speech.error().description;
+    EXPECT_EQ(speech->rate, 22050);
+    EXPECT_GT(seconds(*speech), 1.5);
+    EXPECT_LT(seconds(*speech), 4.0);
+    EXPECT_GT(loudness(*speech), 0.02);
+    EXPECT_THAT(test::ownChildren(), IsEmpty());
+}
+
+TEST(EspeakSynthesiser, SpeaksLanguagesByTheirUsualCodes) {
+    for (const auto* const language :
+         {"en", "es", "fr",  "fr-fr", "pt", "pt-pt", "pt-br", "zh", "zh-CN", "gl", "oc",
+          "ca", "eo", "hbs", "hr",    "ja", "ko",    "ar",    "ru", "de",    "it"}) {
+        EXPECT_TRUE(installed().speaks(language)) << language;
+        const auto speech = installed().speak("123", "", language);
+        ASSERT_TRUE(speech) << language << ": " << speech.error().description;
+        EXPECT_GT(seconds(*speech), 0.3) << language;
+    }
+    EXPECT_FALSE(installed().speaks("qqq"));
+    EXPECT_EQ(installed().speak("123", "", "qqq").error().kind, ErrorKind::unavailable);
+}
+
+TEST(EspeakSynthesiser, HonoursAKnownVoiceAndForgetsAnUnknownOne) {
+    const auto usual = installed().speak(kSentence, "", "es");
+    const auto american = installed().speak(kSentence, "spanish_(latin_america)", "es");
+    const auto unknown = installed().speak(kSentence, "../../etc/passwd", "es");
+    ASSERT_TRUE(usual && american && unknown);
+    EXPECT_NE(usual->samples, american->samples);
+    EXPECT_EQ(usual->samples, unknown->samples);
+    EXPECT_EQ(american->samples, installed().speak(kSentence, "es-419", "es")->samples);
+}
+
+TEST(EspeakSynthesiser, ReadsAnyTextAloudAsText) {
+    for (const std::string text : {"-v en --help", "<b>uno</b> & dos", "[[h@l'oU]]", "uno\n\n\ndos",
+                                   "uno 🎧 東京", "uno\xff dos", "$(reboot) `reboot` \"'"}) {
+        const auto speech = installed().speak(text, "", "es");
+        ASSERT_TRUE(speech) << text << ": " << speech.error().description;
+        EXPECT_GT(seconds(*speech), 0.2) << text;
+    }
+    const auto nothing = installed().speak(" \n", "", "es");
+    ASSERT_TRUE(nothing);
+    EXPECT_THAT(nothing->samples, IsEmpty());
+    EXPECT_EQ(installed().speak(std::string(65537, 'x'), "", "es").error().kind, ErrorKind::invalidInput);
+}
+
+TEST(EspeakSynthesiser, HasNoVoicesWithoutTheProgram) {
+    EspeakSynthesiser missing("no-such-program-of-tarn");
+    EXPECT_FALSE(missing.speaks("es"));
+    EXPECT_EQ(missing.speak(kSentence, "", "es").error().kind, ErrorKind::unavailable);
+}
+
+TEST(EspeakSynthesiser, FailsWithinItsLimitWhenTheProgramDoes) {
+    struct Case {
+        const char* script;
+        ErrorKind kind;
+        const char* text;
+    };
+    for (const auto& [script, kind, text] :
+         {Case{"exec sleep 1000", ErrorKind::timeout, "did not finish"},
+          Case{"echo nonsense", ErrorKind::protocol, "not a WAV"},
+          Case{"exit 1", ErrorKind::protocol, "not a WAV"},
+          Case{"printf 'RIFF....WAVEfmt '", ErrorKind::protocol, "without sound"},
+          Case{"printf 'RIFF....WAVEdata\\377\\377\\377\\377xxxx'", ErrorKind::protocol, "without sound"},
+          Case{
+              "printf 'RIFF....WAVEfmt \\020\\0\\0\\0\\1\\0\\2\\0\\104\\254\\0\\0\\0\\0\\0\\0\\4\\0\\020\\0'",
+              ErrorKind::protocol, "16-bit mono"}}) {
+        const test::Folder folder;
+        const auto program = folder.program(
+            "voice",
+            "#!/bin/sh\n[ $1 = --voices ] && echo ' 5 es --/M Spanish roa/es' && exit\ncat > /dev/null\n" +
+                std::string(script) + "\n");
+        EspeakSynthesiser broken(program, 1s);
+        ASSERT_TRUE(broken.speaks("es"));
+        const auto speech = broken.speak("secret words", "", "es");
+        ASSERT_FALSE(speech) << script;
+        EXPECT_EQ(speech.error().kind, kind) << script;
+        EXPECT_THAT(speech.error().description, HasSubstr(text));
+    }
+    EXPECT_THAT(test::ownChildren(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace tarn::relay
