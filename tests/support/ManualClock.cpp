@@ -1,8 +1,7 @@
 #include "ManualClock.h"
 
-#include <algorithm>
 #include <boost/asio/post.hpp>
-#include <vector>
+#include <map>
 
 namespace tarn::test {
 
@@ -52,22 +51,21 @@ std::unique_ptr<ScheduledCall> ManualClock::callAfter(SerialExecutor executor, D
 }
 
 void ManualClock::advance(Duration duration) {
-    std::vector<std::shared_ptr<Entry>> due;
+    std::multimap<TimePoint, std::shared_ptr<Entry>> due;  // equal times stay in the order of their calls
     {
         const std::lock_guard lock(state_->mutex);
         state_->now += duration;
         for (auto it = state_->entries.begin(); it != state_->entries.end();) {
             if ((*it)->due <= state_->now) {
-                due.push_back(*it);
+                due.emplace((*it)->due, *it);
                 it = state_->entries.erase(it);
             } else {
                 ++it;
             }
         }
     }
-    std::ranges::stable_sort(due, {}, [](const auto& entry) { return entry->due; });
-    for (const auto& entry : due) {
-        asio::post(entry->executor, [state = state_, entry] {
+    for (const auto& [time, entry] : due) {
+        asio::post(entry->executor, [state = state_, entry = entry] {
             std::function<void()> call;
             {
                 const std::lock_guard lock(state->mutex);

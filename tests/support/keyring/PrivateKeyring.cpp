@@ -65,7 +65,10 @@ pid_t start(const std::vector<std::string>& words, int input, int output,
                                [](const std::string& text) { return const_cast<char*>(text.c_str()); });
         return result;
     };
-    const auto arguments = pointers(words);
+    // A test that crashes takes what it started with it.
+    std::vector<std::string> command{"setpriv", "--pdeathsig", "KILL"};
+    command.insert(command.end(), words.begin(), words.end());
+    const auto arguments = pointers(command);
     const auto variables = pointers(environment);
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);

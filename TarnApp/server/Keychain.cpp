@@ -1,0 +1,67 @@
+#include "Keychain.h"
+
+#include <utility>
+
+#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/secrets/SecretStores.h"
+#include "Utf8.h"
+
+namespace tarn {
+namespace {
+
+SecretKey keyOf(Keychain::Account account) {
+    return {"com.ostrel.tarn", std::string(Keychain::accountString(account))};
+}
+
+Keychain::Status statusOf(SecretFault fault) {
+    switch (fault) {
+        case SecretFault::locked:
+            return Keychain::interactionNotAllowed;
+        case SecretFault::unavailable:
+            return Keychain::notAvailable;
+        case SecretFault::timedOut:
+            return Keychain::timedOut;
+        case SecretFault::refused:
+            break;
+    }
+    return Keychain::io;
+}
+
+}  // namespace
+
+std::string_view Keychain::accountString(Account account) {
+    return account == Account::pat ? "pat" : "user_email";
+}
+
+std::optional<std::string> Keychain::get(Account account) {
+    auto found = sharedSecretStore()->get(keyOf(account));
+    if (!found || !*found || !isValidUtf8(**found)) {
+        return std::nullopt;
+    }
+    return std::move(*found);
+}
+
+bool Keychain::set(std::string_view value, Account account) {
+    if (!isValidUtf8(value)) {
+        return false;
+    }
+    const auto stored = sharedSecretStore()->replace(keyOf(account), value);
+    if (!stored) {
+        logLine("[Keychain] SecItemAdd failed for " + std::string(accountString(account)) + ": " +
+                std::to_string(statusOf(stored.error().fault)));
+        return false;
+    }
+    return true;
+}
+
+bool Keychain::remove(Account account) {
+    const auto removed = sharedSecretStore()->remove(keyOf(account));
+    const int status = !removed ? statusOf(removed.error().fault) : *removed ? success : itemNotFound;
+    return status == success || status == itemNotFound;
+}
+
+void Keychain::useStore(std::shared_ptr<SecretStore> store) {
+    setSharedSecretStore(std::move(store));
+}
+
+}  // namespace tarn

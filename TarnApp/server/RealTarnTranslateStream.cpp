@@ -1,0 +1,82 @@
+#include "RealTarnTranslateStream.h"
+
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/detached.hpp>
+#include <utility>
+
+#include "TarnCore/realtime/QwenClient.h"
+
+namespace tarn {
+namespace {
+
+Task<void> closeClient(std::shared_ptr<QwenClient> client) {
+    co_await client->close();
+}
+
+}  // namespace
+
+RealTarnTranslateStream::RealTarnTranslateStream(EventQueue<TarnTranslateEvent> events,
+                                                 std::shared_ptr<QwenClient> client, SerialExecutor network)
+    : events_(std::move(events)), client_(std::move(client)), network_(std::move(network)) {}
+
+Task<ServerResult<std::shared_ptr<TarnTranslateStream>>> RealTarnTranslateStream::open(
+    Url url, std::string pat, QwenConfig config, NetworkContext network) {
+    const EventQueue<TarnTranslateEvent> events;
+    auto onAudio = [events](std::vector<std::byte> bytes) {
+        events.push(translate::TranslatedAudio{std::move(bytes)});
+    };
+    auto onTranscript = [events](TranscriptKind kind, std::string text, bool isFinal) {
+        if (kind == TranscriptKind::source) {
+            events.push(translate::SourceText{std::move(text), isFinal});
+        } else {
+            events.push(translate::TranslatedText{std::move(text), isFinal});
+        }
+    };
+    auto onTarnEvent = [events](TarnServerEvent event) {
+        if (event.kind == TarnServerEvent::Kind::error) {
+            events.push(translate::Error{std::move(event.message)});
+        } else {
+            events.push(translate::Unauthorized{});
+        }
+    };
+    auto client =
+        std::make_shared<QwenClient>(std::move(url), "Bearer " + pat, std::move(config), std::move(onAudio),
+                                     std::move(onTranscript), std::move(onTarnEvent), network);
+    const auto connected = co_await client->connect();
+    if (!connected) {
+        events.finish();
+        co_return std::unexpected(TarnServerError::transport(connected.error()));
+    }
+    co_return std::shared_ptr<TarnTranslateStream>(
+        new RealTarnTranslateStream(events, std::move(client), network.executor));
+}
+
+RealTarnTranslateStream::~RealTarnTranslateStream() {
+    events_.finish();
+    // The connection keeps the client alive, so it would outlive its owner; after a `close` there is none.
+    asio::co_spawn(network_, closeClient(client_), asio::detached);
+}
+
+Task<void> RealTarnTranslateStream::sendAudio(std::vector<std::byte> bytes) {
+    const auto client = client_;
+    co_await client->sendAudio(std::move(bytes));
+}
+
+Task<void> RealTarnTranslateStream::close() {
+    const auto client = client_;
+    const auto events = events_;
+    co_await client->close();
+    events.push(translate::Closed{});
+    events.finish();
+}
+
+bool RealTarnTranslateStream::isAlive() const {
+    return client_->isAlive();
+}
+
+Task<std::string> RealTarnTranslateStream::waitDead() {
+    const auto client = client_;
+    co_return co_await client->waitDead();
+}
+
+}  // namespace tarn

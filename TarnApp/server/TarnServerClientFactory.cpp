@@ -1,0 +1,21 @@
+#include "TarnServerClientFactory.h"
+
+#include <utility>
+
+#include "Keychain.h"
+
+namespace tarn {
+
+std::optional<std::string> TarnServerClientFactory::storedPat() {
+    return Keychain::get(Keychain::Account::pat);
+}
+
+std::shared_ptr<TarnServerClient> TarnServerClientFactory::make(const DeploymentValues& deployment,
+                                                                PatProvider patProvider) {
+    using PlainHttp = RealTarnServerClient::PlainHttp;
+    return std::make_shared<RealTarnServerClient>(
+        deployment.apiBase, std::move(patProvider), HttpSession::shared(), NetworkContext::shared(),
+        deployment.allowPlainHttp ? PlainHttp::anywhere : PlainHttp::onlyLoopback);
+}
+
+}  // namespace tarn

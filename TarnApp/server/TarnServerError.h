@@ -1,0 +1,65 @@
+#pragma once
+
+#include <expected>
+#include <optional>
+#include <string>
+#include <utility>
+#include <variant>
+
+#include "TarnPlatform/concurrency/Result.h"
+
+namespace tarn {
+
+/// Why an operation on the account server failed. Value type.
+class TarnServerError {
+public:
+    /// The server answered with a status outside 200 to 299; status 0 where no request could be made.
+    struct Http {
+        int status = 0;
+        std::optional<std::string> body;  ///< nothing when it is not UTF-8
+    };
+    /// A good answer that does not hold the expected record.
+    struct Decoding {
+        Error error;
+    };
+    /// There was no answer.
+    struct Transport {
+        Error error;
+    };
+    /// Nobody is signed in.
+    struct NotAuthenticated {};
+
+    using Value = std::variant<Http, Decoding, Transport, NotAuthenticated>;
+
+    static TarnServerError http(int status, std::optional<std::string> body) {
+        return TarnServerError(Http{status, std::move(body)});
+    }
+    static TarnServerError decoding(Error error) { return TarnServerError(Decoding{std::move(error)}); }
+    static TarnServerError transport(Error error) { return TarnServerError(Transport{std::move(error)}); }
+    static TarnServerError notAuthenticated() { return TarnServerError(NotAuthenticated{}); }
+
+    const Value& value() const { return value_; }
+    template <typename Case>
+    const Case* as() const {
+        return std::get_if<Case>(&value_);
+    }
+
+    /// True when the server does not accept the token, or there is none: only a new sign-in helps.
+    bool meansSignedOut() const;
+
+private:
+    explicit TarnServerError(Value value) : value_(std::move(value)) {}
+
+    Value value_;
+};
+
+template <typename T>
+using ServerResult = std::expected<T, TarnServerError>;
+
+/// The generic text for a user; the error has none of its own.
+std::string describe(const TarnServerError& error);
+
+/// One line for a log or a terminal that says what happened. Never holds the token or an answer's body.
+std::string diagnosis(const TarnServerError& error);
+
+}  // namespace tarn

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "TarnPlatform/concurrency/Asio.h"
+#include "TarnPlatform/concurrency/EventQueue.h"
+#include "TarnTranslateEvent.h"
+
+namespace tarn {
+
+/// One running translation: audio goes in, events come out.
+/// Thread: any executor; what is awaited resumes on the caller's.
+class TarnTranslateStream {
+public:
+    virtual ~TarnTranslateStream() = default;
+
+    /// Every event in order, none dropped or merged; ends only after `close`. A connection that drops by
+    /// itself shows here as silence: see `isAlive`.
+    virtual const EventQueue<TarnTranslateEvent>& events() const = 0;
+
+    /// Sends s16le, 16 kHz, mono. Never fails: once the connection has died the bytes are dropped.
+    virtual Task<void> sendAudio(std::vector<std::byte> bytes) = 0;
+
+    /// Ends the connection and the events, `Closed` being the last of them. May be called more than once.
+    virtual Task<void> close() = 0;
+
+    /// Whether the connection can still carry audio and events.
+    virtual bool isAlive() const = 0;
+
+    /// Completes once `isAlive` is false and says why, in words for people; empty after `close`.
+    virtual Task<std::string> waitDead() = 0;
+};
+
+}  // namespace tarn

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/net/Url.h"
+
+namespace tarn {
+
+/// Where this installation finds its servers. Value type.
+struct DeploymentValues {
+    Url apiBase;                    ///< root of the account server's API, path prefix included
+    Url webBase;                    ///< root of the web site with the sign-in page
+    std::optional<Url> issuesPage;  ///< the issue tracker; nothing where none is configured
+    std::string serviceHost;  ///< host, and port where needed, of the direct route; empty: none configured
+    bool allowPlainHttp = false;  ///< a server that is not this machine may be reached without TLS
+};
+
+/// Reads the deployment values: what is compiled in (the local relay), over it a file, over it the
+/// environment.
+namespace Deployment {
+
+struct Sources {
+    std::filesystem::path file;  ///< a missing file sets nothing
+    std::function<std::optional<std::string>(const char* name)> variable;
+
+    /// "$XDG_CONFIG_HOME/tarn/deployment.json" (by default "~/.config/tarn/…") and the process's environment.
+    static Sources ofProcess();
+};
+
+/// Fails with one line that names the file or the variable at fault.
+Result<DeploymentValues> load(const Sources& sources);
+
+/// Reads a server's base URL as a person writes one: a URL of scheme http or https, or a bare host name (and
+/// port) that stands for https and `bareHostPath`. Plain http to another machine fails unless
+/// `allowPlainHttp`.
+Result<Url> parseBase(const std::string& text, const std::string& bareHostPath, bool allowPlainHttp);
+
+/// True when a token may travel to `url`: over TLS, to this machine, or in the clear where that is allowed.
+bool mayCarryToken(const Url& url, bool allowPlainHttp);
+
+/// This process's values, read on first use. Thread: any.
+const Result<DeploymentValues>& current();
+
+/// Of `current()`; empty where that failed or none is configured.
+std::string serviceHost();
+
+}  // namespace Deployment
+
+}  // namespace tarn

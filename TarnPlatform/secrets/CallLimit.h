@@ -1,0 +1,44 @@
+#pragma once
+
+#include <gio/gio.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+namespace tarn {
+
+/// Cancels a blocking call that has run for longer than its limit. Not counted is the time between
+/// `promptBegins` and `promptEnds`, when the call waits for
+/// the user and not for the service. Ownership: on
+/// the stack of the caller, who hands `cancellable()` to the call.
+class CallLimit {
+public:
+    explicit CallLimit(std::chrono::milliseconds limit);
+    /// Waits for the watching thread, which ends at once.
+    ~CallLimit();
+    CallLimit(const CallLimit&) = delete;
+    CallLimit& operator=(const CallLimit&) = delete;
+
+    GCancellable* cancellable() const { return cancellable_; }
+    bool hasPassed() const;
+
+    void promptBegins();
+    void promptEnds();  ///< the service has the whole limit again to finish
+
+private:
+    void watch();
+
+    const std::chrono::milliseconds limit_;
+    GCancellable* const cancellable_;
+    mutable std::mutex mutex_;
+    std::condition_variable changed_;
+    std::chrono::steady_clock::time_point deadline_;
+    bool promptIsUp_ = false;
+    bool finished_ = false;
+    bool passed_ = false;
+    std::thread watcher_;
+};
+
+}  // namespace tarn

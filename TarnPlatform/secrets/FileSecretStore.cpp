@@ -1,0 +1,259 @@
+#include "FileSecretStore.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+#include <utility>
+
+namespace tarn {
+namespace {
+
+class FileDescriptor {
+public:
+    explicit FileDescriptor(int descriptor = -1) : descriptor_(descriptor) {}
+    FileDescriptor(FileDescriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+    FileDescriptor& operator=(FileDescriptor&& other) noexcept {
+        std::swap(descriptor_, other.descriptor_);
+        return *this;
+    }
+    FileDescriptor(const FileDescriptor&) = delete;
+    FileDescriptor& operator=(const FileDescriptor&) = delete;
+    ~FileDescriptor() {
+        if (descriptor_ >= 0) {
+            ::close(descriptor_);
+        }
+    }
+    int get() const { return descriptor_; }
+    explicit operator bool() const { return descriptor_ >= 0; }
+
+private:
+    int descriptor_;
+};
+
+std::unexpected<SecretError> refused(std::string description) {
+    return std::unexpected(SecretError{SecretFault::refused, std::move(description)});
+}
+
+std::unexpected<SecretError> systemFailure(const std::string& what, const std::filesystem::path& path) {
+    return refused("could not " + what + " " + path.string() + ": " + std::generic_category().message(errno));
+}
+
+std::string fileName(const SecretKey& key) {
+    static constexpr std::string_view plain =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789._-";
+    static constexpr std::string_view digits = "0123456789ABCDEF";
+    std::string name;
+    for (const char character : key.service + "." + key.account) {
+        if (plain.contains(character)) {
+            name.push_back(character);
+            continue;
+        }
+        const auto byte = static_cast<unsigned char>(character);
+        name.push_back('%');
+        name.push_back(digits[byte >> 4U]);
+        name.push_back(digits[byte & 0xFU]);
+    }
+    return name;
+}
+
+/// Makes the folder and its missing parents, each for its owner alone.
+SecretResult<void> makeFolder(const std::filesystem::path& folder) {
+    std::filesystem::path made;
+    for (const auto& part : folder) {
+        made /= part;
+        if (::mkdir(made.c_str(), 0700) != 0 && errno != EEXIST) {
+            const int reason = errno;
+            struct stat status{};
+            if (::stat(made.c_str(), &status) != 0) {
+                errno = reason;
+                return systemFailure("make the folder", made);
+            }
+        }
+    }
+    return {};
+}
+
+/// The folder itself, closed to others. Nothing (an invalid descriptor) where there is none.
+SecretResult<FileDescriptor> openFolder(const std::filesystem::path& folder) {
+    FileDescriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!opened) {
+        if (errno == ENOENT) {
+            return FileDescriptor();
+        }
+        if (errno == ELOOP || errno == ENOTDIR) {
+            return refused(folder.string() + " is not a folder of its own (a symbolic link is not followed)");
+        }
+        return systemFailure("open the folder", folder);
+    }
+    struct stat status{};
+    if (::fstat(opened.get(), &status) != 0) {
+        return systemFailure("examine", folder);
+    }
+    if (status.st_uid != ::geteuid()) {
+        return refused(folder.string() + " belongs to another user");
+    }
+    if ((status.st_mode & 0777U) != 0700U && ::fchmod(opened.get(), 0700) != 0) {
+        return systemFailure("close to others the folder", folder);
+    }
+    return opened;
+}
+
+SecretResult<void> writeAll(int descriptor, std::string_view bytes, const std::filesystem::path& path) {
+    while (!bytes.empty()) {
+        const auto written = ::write(descriptor, bytes.data(), bytes.size());
+        if (written < 0) {
+            if (errno == EINTR) {
+                continue;
+            }
+            return systemFailure("write", path);
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return {};
+}
+
+SecretResult<std::string> readAll(int descriptor, const std::filesystem::path& path) {
+    std::string bytes(FileSecretStore::maxSecretBytes + 1, '\0');
+    std::size_t size = 0;
+    while (size < bytes.size()) {
+        const auto got = ::read(descriptor, bytes.data() + size, bytes.size() - size);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got < 0) {
+            return systemFailure("read", path);
+        }
+        if (got == 0) {
+            break;
+        }
+        size += static_cast<std::size_t>(got);
+    }
+    const bool fits = size <= FileSecretStore::maxSecretBytes;
+    std::string result(bytes, 0, size);
+    ::explicit_bzero(bytes.data(), bytes.size());
+    if (!fits) {
+        return refused(path.string() + " is too long to be a secret");
+    }
+    return result;
+}
+
+}  // namespace
+
+FileSecretStore::FileSecretStore(std::filesystem::path folder) : folder_(std::move(folder)) {}
+
+std::filesystem::path FileSecretStore::pathOf(const SecretKey& key) const {
+    return folder_ / fileName(key);
+}
+
+SecretResult<std::optional<std::string>> FileSecretStore::get(const SecretKey& key) {
+    const auto folder = openFolder(folder_);
+    if (!folder) {
+        return std::unexpected(folder.error());
+    }
+    if (!*folder) {
+        return std::nullopt;
+    }
+    const auto path = pathOf(key);
+    // O_NONBLOCK: a pipe planted under the name must not hold the caller.
+    const FileDescriptor file(
+        ::openat(folder->get(), fileName(key).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (!file) {
+        if (errno == ENOENT) {
+            return std::nullopt;
+        }
+        if (errno == ELOOP) {
+            return refused(path.string() + " is a symbolic link and is not followed");
+        }
+        return systemFailure("open", path);
+    }
+    struct stat status{};
+    if (::fstat(file.get(), &status) != 0) {
+        return systemFailure("examine", path);
+    }
+    if (!S_ISREG(status.st_mode) || status.st_uid != ::geteuid()) {
+        return refused(path.string() + " is not a file of this user");
+    }
+    if ((status.st_mode & 077U) != 0) {
+        return refused(path.string() +
+                       " can be read by others and is not used; sign in again, or close it with chmod 600");
+    }
+    auto bytes = readAll(file.get(), path);
+    if (!bytes) {
+        return std::unexpected(bytes.error());
+    }
+    return std::optional<std::string>(std::move(*bytes));
+}
+
+SecretResult<void> FileSecretStore::replace(const SecretKey& key, std::string_view value) {
+    if (value.size() > maxSecretBytes) {
+        return refused("the secret is too long to be stored");
+    }
+    if (const auto made = makeFolder(folder_); !made) {
+        return made;
+    }
+    const auto folder = openFolder(folder_);
+    if (!folder) {
+        return std::unexpected(folder.error());
+    }
+    const auto path = pathOf(key);
+    if (!*folder) {
+        errno = ENOENT;
+        return systemFailure("open the folder of", path);
+    }
+    static std::atomic<unsigned> counter{0};
+    const auto name = fileName(key);
+    const auto beside =
+        "." + name + "." + std::to_string(::getpid()) + "." + std::to_string(counter.fetch_add(1)) + ".new";
+    // A file of that name can only be what a crashed process with this identifier left.
+    ::unlinkat(folder->get(), beside.c_str(), 0);
+    const auto written = [&]() -> SecretResult<void> {
+        const FileDescriptor file(::openat(folder->get(), beside.c_str(),
+                                           O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
+        if (!file) {
+            return systemFailure("create a file beside", path);
+        }
+        if (auto result = writeAll(file.get(), value, path); !result) {
+            return result;
+        }
+        if (::fsync(file.get()) != 0) {
+            return systemFailure("write", path);
+        }
+        if (::renameat(folder->get(), beside.c_str(), folder->get(), name.c_str()) != 0) {
+            return systemFailure("replace", path);
+        }
+        return {};
+    }();
+    if (!written) {
+        ::unlinkat(folder->get(), beside.c_str(), 0);
+        return written;
+    }
+    if (::fsync(folder->get()) != 0) {
+        return systemFailure("write the folder of", path);
+    }
+    return {};
+}
+
+SecretResult<bool> FileSecretStore::remove(const SecretKey& key) {
+    const auto folder = openFolder(folder_);
+    if (!folder) {
+        return std::unexpected(folder.error());
+    }
+    if (!*folder) {
+        return false;
+    }
+    if (::unlinkat(folder->get(), fileName(key).c_str(), 0) != 0) {
+        if (errno == ENOENT) {
+            return false;
+        }
+        return systemFailure("remove", pathOf(key));
+    }
+    ::fsync(folder->get());
+    return true;
+}
+
+}  // namespace tarn

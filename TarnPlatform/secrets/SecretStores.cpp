@@ -1,0 +1,77 @@
+#include "SecretStores.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <mutex>
+#include <string>
+
+#include "FileSecretStore.h"
+#include "SecretServiceStore.h"
+#include "TarnPlatform/logging/Log.h"
+
+namespace tarn {
+namespace {
+
+std::filesystem::path homeFolder() {
+    if (const char* const home = std::getenv("HOME"); home != nullptr && *home == '/') {
+        return home;
+    }
+    const auto* const user = ::getpwuid(::geteuid());
+    return user != nullptr ? user->pw_dir : "/";
+}
+
+struct CurrentStore {
+    std::mutex mutex;
+    std::shared_ptr<SecretStore> store;
+};
+
+CurrentStore& currentStore() {
+    // Never destroyed: the last sign-out may come while the process ends.
+    static auto* const current = new CurrentStore;
+    return *current;
+}
+
+}  // namespace
+
+std::filesystem::path secretsFolder() {
+    // A relative path counts as unset, by the rules of these folders.
+    if (const char* const data = std::getenv("XDG_DATA_HOME"); data != nullptr && *data == '/') {
+        return std::filesystem::path(data) / "tarn";
+    }
+    return homeFolder() / ".local/share/tarn";
+}
+
+std::shared_ptr<SecretStore> openSecretStore(const std::filesystem::path& folder) {
+    std::string reason;
+    switch (SecretServiceStore::presence()) {
+        case SecretServicePresence::absent:
+            reason = "no keyring on the session bus";
+            break;
+        case SecretServicePresence::noBus:
+            reason = "no session bus to find a keyring on";
+            break;
+        default:
+            return std::make_shared<SecretServiceStore>();
+    }
+    logLine("[secrets] " + reason + "; the sign-in is kept in files in " + folder.string());
+    return std::make_shared<FileSecretStore>(folder);
+}
+
+std::shared_ptr<SecretStore> sharedSecretStore() {
+    auto& current = currentStore();
+    const std::lock_guard lock(current.mutex);
+    if (!current.store) {
+        current.store = openSecretStore();
+    }
+    return current.store;
+}
+
+void setSharedSecretStore(std::shared_ptr<SecretStore> store) {
+    auto& current = currentStore();
+    const std::lock_guard lock(current.mutex);
+    current.store = std::move(store);
+}
+
+}  // namespace tarn

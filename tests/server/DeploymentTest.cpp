@@ -1,0 +1,140 @@
+// Deployment values from a file and an environment of the test's own.
+
+#include "TarnCore/deployment/Deployment.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <map>
+
+namespace tarn {
+namespace {
+
+using testing::HasSubstr;
+
+class DeploymentTest : public testing::Test {
+protected:
+    ~DeploymentTest() override { std::filesystem::remove_all(folder_); }
+
+    Result<DeploymentValues> load(const std::string& file,
+                                  std::map<std::string, std::string> variables = {}) {
+        if (file.empty()) {
+            std::filesystem::remove(path_);
+        } else {
+            std::ofstream(path_) << file;
+        }
+        return Deployment::load({path_, [&](const char* name) -> std::optional<std::string> {
+                                     const auto found = variables.find(name);
+                                     return found == variables.end() ? std::nullopt
+                                                                     : std::optional(found->second);
+                                 }});
+    }
+    static std::filesystem::path makeFolder() {
+        std::string pattern = std::filesystem::temp_directory_path() / "tarn-deployment-XXXXXX";
+        return ::mkdtemp(pattern.data());
+    }
+
+    const std::filesystem::path folder_ = makeFolder();
+    const std::filesystem::path path_ = folder_ / "deployment.json";
+};
+
+TEST_F(DeploymentTest, LaysTheEnvironmentOverTheFileOverTheLocalRelay) {
+    struct Case {
+        std::string file;
+        std::map<std::string, std::string> variables;
+        std::string api, web, issues, service;
+    };
+    const Case cases[] = {
+        {"", {}, "http://127.0.0.1:8787/tarn", "http://127.0.0.1:8787", "", ""},
+        {"{}", {{"TARN_API_URL", ""}}, "http://127.0.0.1:8787/tarn", "http://127.0.0.1:8787", "", ""},
+        {R"({"apiUrl":"acc.example.org","unknown":[1]})",
+         {},
+         "https://acc.example.org/tarn",
+         "https://acc.example.org",
+         "",
+         ""},
+        {R"({"apiUrl":"acc.example.org:8443"})",
+         {},
+         "https://acc.example.org:8443/tarn",
+         "https://acc.example.org:8443",
+         "",
+         ""},
+        {R"({"apiUrl":"https://a.example/x/","webUrl":"w.example","issuesUrl":"http://i.example/q","serviceHost":"s"})",
+         {},
+         "https://a.example/x/",
+         "https://w.example",
+         "http://i.example/q",
+         "s"},
+        {R"({"apiUrl":"https://a.example/x","serviceHost":"s"})",
+         {{"TARN_API_URL", "http://localhost:9/t"},
+          {"TARN_WEB_URL", "http://[::1]:9"},
+          {"TARN_ISSUES_URL", "i.example"},
+          {"TARN_SERVICE_HOST", "127.0.0.1:99"}},
+         "http://localhost:9/t",
+         "http://[::1]:9",
+         "https://i.example",
+         "127.0.0.1:99"},
+        {R"({"allowPlainHttp":true})",
+         {{"TARN_API_URL", "http://192.168.1.5:8787/tarn"}},
+         "http://192.168.1.5:8787/tarn",
+         "http://192.168.1.5:8787",
+         "",
+         ""},
+    };
+    for (const auto& entry : cases) {
+        SCOPED_TRACE(entry.file);
+        const auto values = load(entry.file, entry.variables);
+        ASSERT_TRUE(values) << values.error().description;
+        EXPECT_EQ(values->apiBase.text(), entry.api);
+        EXPECT_EQ(values->webBase.text(), entry.web);
+        EXPECT_EQ(values->issuesPage ? values->issuesPage->text() : "", entry.issues);
+        EXPECT_EQ(values->serviceHost, entry.service);
+    }
+}
+
+TEST_F(DeploymentTest, NamesTheFileOrVariableThatMakesNoSense) {
+    struct Case {
+        std::string file;
+        std::map<std::string, std::string> variables;
+        std::string says;
+    };
+    const auto name = path_.string();
+    const Case cases[] = {
+        {"{\"apiUrl\":", {}, name + " is not valid JSON"},
+        {" ", {}, name + " is not valid JSON"},
+        {std::string(10000, '['), {}, name + " is not valid JSON"},
+        {"[]", {}, name + " must hold a JSON object"},
+        {R"({"apiUrl":7})", {}, name + ": \"apiUrl\" must be a string"},
+        {R"({"allowPlainHttp":"yes"})", {}, name + ": \"allowPlainHttp\" must be true or false"},
+        {R"({"serviceHost":"https://s"})", {}, name + ": \"serviceHost\" must be a host name"},
+        {R"({"serviceHost":"s/path"})", {}, "must be a host name"},
+        {R"({"serviceHost":"user@s"})", {}, "must be a host name"},
+        {R"({"apiUrl":""})", {}, "must be an http or https URL"},
+        {R"({"apiUrl":"ftp://a"})", {}, "must be an http or https URL"},
+        {"", {{"TARN_API_URL", "a b"}}, "TARN_API_URL: must be an http or https URL"},
+        {"", {{"TARN_WEB_URL", "https://u:p@a"}}, "TARN_WEB_URL: must have no user name"},
+        {"", {{"TARN_API_URL", "https://a/tarn?x=1"}}, "must have no user name, query or fragment"},
+        {"",
+         {{"TARN_API_URL", "http://192.168.1.5/tarn"}},
+         "TARN_API_URL: http://192.168.1.5/tarn would send the sign-in"},
+        {"", {{"TARN_API_URL", "http://127.0.0.1.example.org/tarn"}}, "unencrypted"},
+        {R"({"webUrl":"HTTP://w.example"})", {}, "unencrypted"},
+        {std::string(70000, ' '), {}, name + " is too long"},
+    };
+    for (const auto& entry : cases) {
+        SCOPED_TRACE(entry.file.substr(0, 60));
+        const auto values = load(entry.file, entry.variables);
+        ASSERT_FALSE(values);
+        EXPECT_THAT(values.error().description, HasSubstr(entry.says));
+        EXPECT_EQ(values.error().description.find('\n'), std::string::npos);
+    }
+    std::filesystem::remove(path_);
+    std::filesystem::create_directory(path_);
+    EXPECT_THAT(Deployment::load({path_, [](const char*) { return std::nullopt; }}).error().description,
+                HasSubstr(name + " is not a file"));
+}
+
+}  // namespace
+}  // namespace tarn

@@ -1,0 +1,167 @@
+// The translate stream, opened through the server client, against a real WebSocket server on loopback.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <boost/asio/io_context.hpp>
+#include <boost/json/parse.hpp>
+
+#include "TarnApp/server/RealTarnServerClient.h"
+#include "support/LogCapture.h"
+#include "support/RunTask.h"
+#include "support/TestService.h"
+
+namespace tarn {
+namespace {
+
+using test::TestService;
+
+class TarnTranslateStreamTest : public testing::Test {
+protected:
+    ServerResult<std::shared_ptr<TarnTranslateStream>> open(const TestService& service) {
+        const auto base = Url::parse("http://127.0.0.1:" + std::to_string(service.port()) + "/tarn").value();
+        const auto client = std::make_shared<RealTarnServerClient>(
+            base, [] { return std::optional<std::string>("secret"); }, HttpSession::make(network_), network_);
+        return run(client->openTranslateStream("", "de", "Cherry", "always", 900));
+    }
+    template <typename T>
+    T run(Task<T> task) {
+        return test::runTask(context_, std::move(task));
+    }
+    std::shared_ptr<ServerWebSocket> nextClient(TestService& service) {
+        return run(service.clients.next()).value();
+    }
+    /// The next event, written out; "end" once there is none.
+    std::string next(const TarnTranslateStream& stream) {
+        const auto event = run(stream.events().next());
+        return event ? std::visit(Shown{}, *event) : "end";
+    }
+
+    struct Shown {
+        std::string operator()(const translate::SourceText& e) const {
+            return "source " + e.text + (e.done ? "|" : "…");
+        }
+        std::string operator()(const translate::TranslatedText& e) const {
+            return "translated " + e.text + (e.done ? "|" : "…");
+        }
+        std::string operator()(const translate::TranslatedAudio& e) const {
+            return "audio " + std::to_string(e.bytes.size());
+        }
+        std::string operator()(const translate::Error& e) const { return "error " + e.message; }
+        std::string operator()(const translate::Unauthorized&) const { return "unauthorized"; }
+        std::string operator()(const translate::Closed&) const { return "closed"; }
+    };
+
+    asio::io_context context_{1};
+    NetworkContext network_{context_.get_executor(), Clock::system(), {}, TlsTrust::system()};
+    test::LogCapture log_;
+};
+
+constexpr const char* finalSource =
+    R"({"type":"conversation.item.input_audio_transcription.completed","transcript":"Hallo"})";
+constexpr const char* partialTranslation =
+    R"({"type":"response.audio_transcript.text","text":"Hel","stash":""})";
+
+TEST_F(TarnTranslateStreamTest, TellsTheRelayItsSettingsTwiceAndItsTokenOnce) {
+    TestService service(network_);
+    const auto stream = open(service);
+    ASSERT_TRUE(stream);
+    EXPECT_TRUE((*stream)->isAlive());
+    ASSERT_EQ(service.requests.size(), 1U);
+    EXPECT_EQ(service.requests[0].target,
+              "/tarn/ws/translate-stream?target=de&voice=Cherry&clone=always&vad_ms=900");
+    EXPECT_EQ(headerValue(service.requests[0].headers, "Authorization"), "Bearer secret");
+    const auto update = boost::json::parse(run(service.messages.next()).value()).as_object();
+    EXPECT_EQ(update.at("type"), "session.update");
+
+    run((*stream)->sendAudio(std::vector<std::byte>(1700)));
+    const auto audio = boost::json::parse(run(service.messages.next()).value()).as_object();
+    EXPECT_EQ(audio.at("type"), "input_audio_buffer.append");
+    EXPECT_EQ(audio.at("event_id"), "evt_a_2");
+    run((*stream)->close());
+}
+
+TEST_F(TarnTranslateStreamTest, HandsOnEveryEventInItsOrder) {
+    TestService service(network_);
+    const auto stream = open(service).value();
+    const auto relay = nextClient(service);
+    relay->send(finalSource);
+    relay->send(partialTranslation);
+    relay->send(R"({"type":"response.audio.delta","delta":"AAECAw=="})");
+    relay->send(R"({"type":"tarn.error","message":"busy"})");
+    relay->send(R"({"type":"response.audio_transcript.done","transcript":"Hello"})");
+    for (const char* const expected :
+         {"source Hallo|", "translated Hel…", "audio 4", "error busy", "translated Hello|"}) {
+        EXPECT_EQ(next(*stream), expected);
+    }
+    for (int i = 0; i < 2000; ++i) {
+        relay->send(R"({"type":"response.audio_transcript.done","transcript":")" + std::to_string(i) + "\"}");
+    }
+    for (int i = 0; i < 2000; ++i) {
+        ASSERT_EQ(next(*stream), "translated " + std::to_string(i) + "|");
+    }
+    run(stream->close());
+}
+
+TEST_F(TarnTranslateStreamTest, EndsWithOneClosedEventHoweverOftenItIsClosed) {
+    TestService service(network_);
+    const auto stream = open(service).value();
+    const auto relay = nextClient(service);
+    relay->send(finalSource);
+    EXPECT_EQ(next(*stream), "source Hallo|");
+    run(stream->close());
+    run(stream->close());
+    relay->send(finalSource);
+    EXPECT_EQ(next(*stream), "closed");
+    EXPECT_EQ(next(*stream), "end");
+    EXPECT_FALSE(stream->isAlive());
+    EXPECT_EQ(run(stream->waitDead()), "");
+    EXPECT_TRUE(run(service.endings.next()));
+    run(stream->sendAudio(std::vector<std::byte>(3200)));
+}
+
+TEST_F(TarnTranslateStreamTest, StaysOpenAndSaysItIsDeadWhenTheServerEndsIt) {
+    struct Case {
+        std::uint16_t code;
+        const char* first;
+    };
+    for (const auto& entry : {Case{4001, "unauthorized"}, Case{1000, "closed"}}) {
+        SCOPED_TRACE(entry.code);
+        TestService service(network_);
+        const auto stream = open(service).value();
+        nextClient(service)->close(entry.code, "");
+        EXPECT_NE(run(stream->waitDead()), "");
+        EXPECT_FALSE(stream->isAlive());
+        EXPECT_FALSE(stream->events().isFinished());
+        run(stream->close());
+        EXPECT_EQ(next(*stream), entry.first);
+        EXPECT_EQ(next(*stream), entry.code == 4001 ? "closed" : "end");
+    }
+}
+
+TEST_F(TarnTranslateStreamTest, FailsToOpenWithTheStatusOfTheRefusal) {
+    for (const int status : {401, 403, 503}) {
+        const TestService service(network_, status);
+        const auto stream = open(service);
+        ASSERT_FALSE(stream);
+        const auto* const transport = stream.error().as<TarnServerError::Transport>();
+        ASSERT_NE(transport, nullptr);
+        EXPECT_EQ(transport->error.httpStatus, status);
+        EXPECT_EQ(stream.error().meansSignedOut(), status == 401);
+    }
+}
+
+TEST_F(TarnTranslateStreamTest, EndsItsConnectionWhenItsOwnerJustDropsIt) {
+    TestService service(network_);
+    auto stream = open(service).value();
+    const auto events = stream->events();
+    stream.reset();
+    EXPECT_TRUE(run(service.endings.next()));
+    EXPECT_EQ(run(events.next()), std::nullopt);
+    for (const auto& line : log_.lines()) {
+        EXPECT_EQ(line.find("secret"), std::string::npos) << line;
+    }
+}
+
+}  // namespace
+}  // namespace tarn
