@@ -33,7 +33,7 @@ public:
             state_->values.push_back(std::move(value));
             reader = std::exchange(state_->reader, nullptr);
         }
-        wake(std::move(reader));
+        wake(reader);
     }
 
     /// Thread: any. May be called more than once.
@@ -44,7 +44,7 @@ public:
             state_->finished = true;
             reader = std::exchange(state_->reader, nullptr);
         }
-        wake(std::move(reader));
+        wake(reader);
     }
 
     /// The next value, or nothing once the queue is finished and empty.
@@ -96,7 +96,7 @@ private:
         bool finished = false;
     };
 
-    static void wake(std::shared_ptr<asio::steady_timer> reader) {
+    static void wake(const std::shared_ptr<asio::steady_timer>& reader) {
         if (reader) {
             // On the reader's executor, where its wait has begun by the time this runs.
             asio::post(reader->get_executor(), [reader] { reader->cancel(); });

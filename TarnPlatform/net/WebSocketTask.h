@@ -29,7 +29,7 @@ struct WebSocketRequest {
 class WebSocketTask {
 public:
     /// A message longer than this ends the connection.
-    static constexpr std::size_t maxMessageBytes = 16U * 1024 * 1024;
+    static constexpr std::size_t maxMessageBytes = std::size_t{16} * 1024 * 1024;
     /// A peer that takes no byte for this long is dead: the send under way fails with `timeout`.
     static constexpr std::chrono::seconds sendLimit{20};
     /// After `cancel`, how long a peer may take to answer the close before the socket is cut.

@@ -1,0 +1,152 @@
+#include "HttpServer.h"
+
+#include <boost/asio/dispatch.hpp>
+#include <boost/asio/ip/address.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/strand.hpp>
+#include <unordered_set>
+#include <utility>
+
+#include "ServerConnection.h"
+#include "ServerSpawn.h"
+
+namespace tarn {
+namespace {
+
+using asio::ip::tcp;
+using boost::system::error_code;
+
+/// Connections beyond the limit that are being told so; more are closed without a word.
+constexpr std::size_t maxTurnedAway = 32;
+/// Pause after a failed accept: it means that the process is out of file descriptors or memory.
+constexpr std::chrono::milliseconds acceptPause{100};
+
+/// Accepts and keeps count. Thread: the network's executor, which also serves every connection's strand.
+class Listener : public std::enable_shared_from_this<Listener> {
+public:
+    Listener(NetworkContext network, RequestHandler handler, HttpServer::Limits limits)
+        : network_(std::move(network)),
+          handler_(std::move(handler)),
+          limits_(limits),
+          acceptor_(network_.executor) {}
+
+    error_code open(const tcp::endpoint& endpoint) {
+        error_code error;
+        acceptor_.open(endpoint.protocol(), error);
+        if (!error) {
+            acceptor_.set_option(tcp::acceptor::reuse_address(true), error);
+        }
+        if (!error) {
+            acceptor_.bind(endpoint, error);
+        }
+        if (!error) {
+            acceptor_.listen(tcp::acceptor::max_listen_connections, error);
+        }
+        if (!error) {
+            endpoint_ = acceptor_.local_endpoint(error);
+        }
+        return error;
+    }
+
+    const tcp::endpoint& endpoint() const { return endpoint_; }
+    const SerialExecutor& executor() const { return network_.executor; }
+
+    static Task<void> accept(std::shared_ptr<Listener> self) {
+        while (!self->stopped_) {
+            // One strand a connection: everything about it happens there.
+            const SerialExecutor strand = asio::make_strand(self->network_.executor);
+            auto [error, socket] = co_await self->acceptor_.async_accept(strand, asValue);
+            if (self->stopped_) {
+                co_return;
+            }
+            if (error) {
+                co_await sleepFor(self->network_.clock, acceptPause);
+                continue;
+            }
+            self->take(std::move(socket));
+        }
+    }
+
+    void stop() {
+        stopped_ = true;
+        error_code ignored;
+        acceptor_.close(ignored);
+        for (const auto& connection : connections_) {
+            connection->end();
+        }
+    }
+
+private:
+    using Connections = std::unordered_set<std::shared_ptr<ServerConnection>>;
+
+    void take(tcp::socket socket) {
+        auto connection = std::make_shared<ServerConnection>(std::move(socket), network_.clock, limits_);
+        const auto strand = connection->executor();
+        if (connections_.size() < limits_.maxConnections) {
+            connections_.insert(connection);
+            spawnLogged(strand, serve(shared_from_this(), std::move(connection)));
+        } else if (turnedAway_ < maxTurnedAway) {
+            ++turnedAway_;
+            spawnLogged(strand, turnAway(shared_from_this(), std::move(connection)));
+        }
+    }
+
+    static Task<void> serve(std::shared_ptr<Listener> self, std::shared_ptr<ServerConnection> connection) {
+        co_await connection->serve(self->handler_);
+        self->connections_.erase(connection);
+    }
+
+    static Task<void> turnAway(std::shared_ptr<Listener> self, std::shared_ptr<ServerConnection> connection) {
+        co_await connection->turnAway();
+        --self->turnedAway_;
+    }
+
+    const NetworkContext network_;
+    const RequestHandler handler_;
+    const HttpServer::Limits limits_;
+    tcp::acceptor acceptor_;
+    tcp::endpoint endpoint_;
+    Connections connections_;
+    std::size_t turnedAway_ = 0;
+    bool stopped_ = false;
+};
+
+class RealHttpServer final : public HttpServer {
+public:
+    explicit RealHttpServer(std::shared_ptr<Listener> listener) : listener_(std::move(listener)) {}
+    RealHttpServer(const RealHttpServer&) = delete;
+    RealHttpServer& operator=(const RealHttpServer&) = delete;
+    ~RealHttpServer() override {
+        asio::dispatch(listener_->executor(), [listener = listener_] { listener->stop(); });
+    }
+
+    std::uint16_t port() const override { return listener_->endpoint().port(); }
+    std::string address() const override { return listener_->endpoint().address().to_string(); }
+    void stop() override { listener_->stop(); }
+
+private:
+    std::shared_ptr<Listener> listener_;
+};
+
+}  // namespace
+
+Result<std::unique_ptr<HttpServer>> HttpServer::listen(NetworkContext network, const std::string& address,
+                                                       std::uint16_t port, RequestHandler handler,
+                                                       Limits limits) {
+    error_code error;
+    const auto numeric = asio::ip::make_address(address, error);
+    if (error) {
+        return failure(ErrorKind::invalidInput, "\"" + address + "\" is not a numeric address");
+    }
+    const tcp::endpoint endpoint(numeric, port);
+    auto listener = std::make_shared<Listener>(std::move(network), std::move(handler), limits);
+    error = listener->open(endpoint);
+    if (error) {
+        return failure(ErrorKind::system, "cannot listen on " + address + " port " + std::to_string(port) +
+                                              ": " + error.message());
+    }
+    spawnLogged(listener->executor(), Listener::accept(listener));
+    return std::make_unique<RealHttpServer>(std::move(listener));
+}
+
+}  // namespace tarn

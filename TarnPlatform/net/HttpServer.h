@@ -1,0 +1,92 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "Http.h"
+#include "NetworkContext.h"
+#include "TarnPlatform/concurrency/Result.h"
+#include "WebSocketMessage.h"
+
+namespace tarn {
+
+/// A request as it came, before anything in it is believed.
+struct ServerRequest {
+    std::string method;
+    std::string target;  ///< path and query as on the wire
+    std::vector<HttpHeader> headers;
+    std::string body;
+    std::string remoteAddress;  ///< numeric
+    bool isUpgrade = false;     ///< a well-formed WebSocket upgrade request
+};
+
+struct ServerResponse {
+    int status = 200;
+    std::vector<HttpHeader> headers;  ///< Content-Length, Connection and Date are added
+    std::string body;
+};
+
+/// An accepted WebSocket.
+/// Thread: every call on `executor()`, a strand of its own, except where said.
+class ServerWebSocket {
+public:
+    virtual ~ServerWebSocket() = default;
+    virtual SerialExecutor executor() const = 0;  ///< Thread: any.
+
+    /// The next whole message; a failure is final and means that the peer is gone.
+    virtual Task<Result<WebSocketMessage>> receive() = 0;
+
+    /// Queues one text frame. What a peer does not read within `HttpServer::Limits::sendTimeout`, or piles up
+    /// beyond `maxQueuedBytes`, ends that connection and no other. Thread: any.
+    virtual void send(std::string text) = 0;
+
+    /// Sends what is queued, then a close frame with `code` and `reason` (123 bytes at most). Thread: any.
+    virtual void close(std::uint16_t code, std::string reason) = 0;
+};
+
+/// Takes an upgraded connection; the connection ends when the coroutine returns.
+using WebSocketHandler = std::function<Task<void>(std::shared_ptr<ServerWebSocket>)>;
+/// What a handler answers: a response, or the acceptance of an upgrade.
+using ServerReply = std::variant<ServerResponse, WebSocketHandler>;
+/// Thread: the strand of the request's connection, on the server's executor.
+using RequestHandler = std::function<Task<ServerReply>(ServerRequest)>;
+
+/// Plain HTTP/1.1 and WebSocket server on one address. Half-open, slow and oversized peers are dropped by the
+/// limits without holding anybody else up.
+class HttpServer {
+public:
+    struct Limits {
+        std::size_t maxConnections = 256;  ///< beyond that a connection is answered 503 and closed
+        std::size_t maxHeaderBytes = 16UZ * 1024;
+        std::size_t maxBodyBytes = 64UZ * 1024;
+        std::chrono::milliseconds requestTimeout =
+            std::chrono::seconds(10);                    ///< for one whole request, idle included
+        std::size_t maxMessageBytes = 1024UZ * 1024;     ///< of a WebSocket message
+        std::size_t maxQueuedBytes = 8UZ * 1024 * 1024;  ///< unsent bytes of one WebSocket
+        std::chrono::milliseconds sendTimeout = std::chrono::seconds(10);  ///< for one frame
+        std::chrono::milliseconds idleTimeout =
+            std::chrono::seconds(60);  ///< WebSocket: pinged at half of it
+    };
+
+    virtual ~HttpServer() = default;
+
+    /// Binds and starts to accept on `network.executor`. `address` is numeric, with port 0 the system picks
+    /// one. Fails with `system` when the address cannot be had. Destroying the server stops it.
+    static Result<std::unique_ptr<HttpServer>> listen(NetworkContext network, const std::string& address,
+                                                      std::uint16_t port, RequestHandler handler,
+                                                      Limits limits);
+
+    virtual std::uint16_t port() const = 0;
+    virtual std::string address() const = 0;
+    /// Stops to accept and ends every connection, WebSockets with close code 1001. Thread: the network's
+    /// executor.
+    virtual void stop() = 0;
+};
+
+}  // namespace tarn

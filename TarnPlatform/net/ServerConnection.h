@@ -1,0 +1,55 @@
+#pragma once
+
+#include <boost/asio/ip/tcp.hpp>
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/http/message.hpp>
+#include <boost/beast/http/string_body.hpp>
+#include <boost/system/error_code.hpp>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "HttpServer.h"
+#include "UpgradedConnection.h"
+
+namespace tarn {
+
+/// One accepted connection of the server: requests one after the other, or an upgrade. Internal to the
+/// server. Thread: the strand that is `socket`'s executor.
+class ServerConnection : public std::enable_shared_from_this<ServerConnection> {
+public:
+    ServerConnection(asio::ip::tcp::socket socket, std::shared_ptr<Clock> clock, HttpServer::Limits limits);
+
+    const SerialExecutor& executor() const { return executor_; }
+
+    /// Serves until either side ends the connection.
+    Task<void> serve(RequestHandler handler);
+    /// Answers 503 without reading anything, and closes.
+    Task<void> turnAway();
+    /// Ends the connection at once; an upgraded one says that the server is going away. Thread: any.
+    void end();
+
+private:
+    using Response = boost::beast::http::response<boost::beast::http::string_body>;
+    enum class Next { request, nothing };
+
+    Task<Next> serveOne(RequestHandler& handler);
+    Task<Next> answer(ServerResponse response, bool keepAlive, bool isHead);
+    Task<void> refuse(int status, std::string_view message);
+    Task<void> upgrade(UpgradedConnection::UpgradeRequest request, WebSocketHandler handler);
+    Task<void> refuseUnreadable(boost::system::error_code error, bool timedOut, bool begun);
+    Task<void> closeGently();
+    std::unique_ptr<ScheduledCall> closeAfter(std::chrono::milliseconds limit);
+    void closeSocket();
+
+    const SerialExecutor executor_;
+    asio::ip::tcp::socket socket_;
+    const std::shared_ptr<Clock> clock_;
+    const HttpServer::Limits limits_;
+    std::string remoteAddress_;
+    boost::beast::flat_buffer buffer_;
+    std::shared_ptr<UpgradedConnection> upgraded_;
+    bool ended_ = false;
+};
+
+}  // namespace tarn

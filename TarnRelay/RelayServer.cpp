@@ -1,0 +1,347 @@
+#include "RelayServer.h"
+
+#include <boost/asio/bind_cancellation_slot.hpp>
+#include <boost/asio/cancellation_signal.hpp>
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/json.hpp>
+#include <chrono>
+#include <list>
+#include <string_view>
+#include <utility>
+
+#include "RequestCheck.h"
+#include "StreamQuery.h"
+#include "TarnPlatform/logging/Log.h"
+#include "engines/RelayErrors.h"
+
+namespace tarn::relay {
+namespace {
+
+namespace json = boost::json;
+
+ServerResponse jsonResponse(int status, const json::object& body) {
+    ServerResponse response;
+    response.status = status;
+    response.headers.push_back({"Content-Type", "application/json"});
+    response.headers.push_back({"Cache-Control", "no-store"});
+    response.body = json::serialize(body);
+    return response;
+}
+
+ServerResponse errorResponse(int status, std::string_view message) {
+    return jsonResponse(status, {{"error", message}});
+}
+
+/// Passes an engine's events to a client that may already be gone.
+class SocketSink final : public EventSink {
+public:
+    explicit SocketSink(std::weak_ptr<ServerWebSocket> socket) : socket_(std::move(socket)) {}
+
+    void send(std::string text) override {
+        if (const auto socket = socket_.lock()) {
+            socket->send(std::move(text));
+        }
+    }
+    void close(std::uint16_t code, std::string reason) override {
+        if (const auto socket = socket_.lock()) {
+            socket->close(code, std::move(reason));
+        }
+    }
+
+private:
+    const std::weak_ptr<ServerWebSocket> socket_;
+};
+
+/// What the handlers share. Thread: the network's executor, which also runs every connection's strand.
+class Relay : public std::enable_shared_from_this<Relay> {
+public:
+    Relay(NetworkContext network, SerialExecutor fileExecutor, TokenRegistry tokens,
+          TranslationEngine& engine, RelayServer::Options options)
+        : network_(std::move(network)),
+          fileExecutor_(std::move(fileExecutor)),
+          tokens_(std::move(tokens)),
+          engine_(engine),
+          options_(std::move(options)),
+          check_(options_.address),
+          started_(network_.clock->now()) {}
+
+    Result<void> readTokens() { return tokens_.refresh(); }
+
+    Result<std::unique_ptr<HttpServer>> listen() {
+        const auto handler = [self = shared_from_this()](ServerRequest request) {
+            return answer(self, std::move(request));
+        };
+        return HttpServer::listen(network_, options_.address, options_.port, handler, options_.limits);
+    }
+
+    void watchTokens() {
+        const auto ended = [](const std::exception_ptr&) {};
+        asio::co_spawn(network_.executor, watch(shared_from_this()),
+                       asio::bind_cancellation_slot(stopWatching_.slot(), ended));
+    }
+
+    void stop() { stopWatching_.emit(asio::cancellation_type::terminal); }
+    void stopFromAnywhere() {
+        asio::post(network_.executor, [self = shared_from_this()] { self->stop(); });
+    }
+
+private:
+    /// A client's stream while it is open.
+    struct LiveStream {
+        TokenHash token{};
+        std::weak_ptr<ServerWebSocket> socket;
+    };
+    using LiveStreams = std::list<LiveStream>;
+
+    static Task<void> watch(std::shared_ptr<Relay> self) {
+        const auto changed = [self] { self->endRevokedStreams(); };
+        co_await self->tokens_.watch(changed);
+    }
+
+    void refreshTokens() {
+        const auto fresh = tokens_.refresh();
+        const auto problem = fresh ? std::string() : fresh.error().description;
+        if (!problem.empty() && problem != tokenProblem_) {
+            logLine("[relay] " + problem + "; the tokens last read stay good");
+        }
+        tokenProblem_ = problem;
+    }
+
+    void endRevokedStreams() {
+        refreshTokens();
+        for (const auto& stream : streams_) {
+            const auto socket = stream.socket.lock();
+            if (socket && !tokens_.holds(stream.token)) {
+                socket->close(closeTokenRefused, "the token was revoked");
+            }
+        }
+    }
+
+    static Task<ServerReply> answer(std::shared_ptr<Relay> self, ServerRequest request) {
+        const auto mark = request.target.find('?');
+        const auto path = request.target.substr(0, mark);
+        const auto query = mark == std::string::npos ? std::string() : request.target.substr(mark + 1);
+
+        ServerReply reply;
+        if (const auto objection = self->check_.objection(request.headers)) {
+            reply = errorResponse(403, *objection);
+        } else if (path == "/healthz") {
+            reply = self->forMethod(request, "GET", [&](const ServerRequest&) { return self->health(); });
+        } else if (path == "/tarn/api/me") {
+            reply = self->forMethod(request, "GET", [&](const ServerRequest& r) { return self->me(r); });
+        } else if (path == "/tarn/ws/translate-stream") {
+            reply = self->forMethod(request, "GET",
+                                    [&](const ServerRequest& r) { return self->stream(r, query); });
+        } else if (path == "/tarn/api/logout") {
+            if (request.method == "POST") {
+                auto response = co_await logOut(self, std::move(request));
+                reply = std::move(response);
+            } else {
+                reply = wrongMethod("POST");
+            }
+        } else {
+            reply = errorResponse(404, "there is nothing at this path");
+        }
+        co_return reply;
+    }
+
+    static ServerResponse wrongMethod(const char* allowed) {
+        auto response = errorResponse(405, "this path does not take this method");
+        response.headers.push_back({"Allow", allowed});
+        return response;
+    }
+
+    template <typename Handler>
+    ServerReply forMethod(const ServerRequest& request, const char* method, const Handler& handler) {
+        if (request.method != method) {
+            return wrongMethod(method);
+        }
+        return handler(request);
+    }
+
+    std::optional<Account> accountOf(const ServerRequest& request) {
+        refreshTokens();
+        const auto token = bearerToken(request.headers);
+        auto account = token ? tokens_.find(*token) : std::nullopt;
+        if (!account) {
+            ++refused_;
+        }
+        return account;
+    }
+
+    static ServerResponse unauthorized() {
+        auto response = errorResponse(401, "the access token is missing or not accepted");
+        response.headers.push_back({"WWW-Authenticate", "Bearer"});
+        return response;
+    }
+
+    ServerResponse health() const {
+        const auto up = std::chrono::duration_cast<std::chrono::seconds>(network_.clock->now() - started_);
+        return jsonResponse(200, {{"status", "ok"},
+                                  {"engine", options_.engineName},
+                                  {"uptime_seconds", up.count()},
+                                  {"streams_open", streams_.size()},
+                                  {"streams_total", streamsTotal_},
+                                  {"streams_refused", streamsRefused_},
+                                  {"max_streams", options_.maxStreams},
+                                  {"requests_unauthorized", refused_}});
+    }
+
+    ServerResponse me(const ServerRequest& request) {
+        const auto account = accountOf(request);
+        return account ? jsonResponse(200, {{"user_id", account->userId}, {"email", account->email}})
+                       : unauthorized();
+    }
+
+    static Task<Result<void>> revoke(TokenRegistry tokens, TokenHash token) {
+        co_return tokens.revokeToken(token);
+    }
+
+    static Task<ServerResponse> logOut(std::shared_ptr<Relay> self, ServerRequest request) {
+        const auto account = self->accountOf(request);
+        if (!account) {
+            co_return unauthorized();
+        }
+        // Other processes may hold the file: nobody else's stream waits for them.
+        auto work = revoke(self->tokens_, account->token);
+        const auto revoked =
+            co_await asio::co_spawn(self->fileExecutor_, std::move(work), asio::use_awaitable);
+        if (!revoked) {
+            logLine("[relay] a token could not be revoked: " + revoked.error().description);
+            co_return errorResponse(500, "the token could not be revoked");
+        }
+        self->endRevokedStreams();
+        co_return jsonResponse(200, {});
+    }
+
+    ServerReply stream(const ServerRequest& request, const std::string& query) {
+        const auto account = accountOf(request);
+        if (!account) {
+            return unauthorized();
+        }
+        if (!request.isUpgrade) {
+            auto response = errorResponse(426, "this path speaks WebSocket only");
+            response.headers.push_back({"Upgrade", "websocket"});
+            return response;
+        }
+        const auto settings = parseStreamQuery(query);
+        if (!settings) {
+            return errorResponse(400, settings.error().description);
+        }
+        return WebSocketHandler([self = shared_from_this(), settings = *settings,
+                                 token = account->token](std::shared_ptr<ServerWebSocket> socket) {
+            return runStream(self, settings, token, std::move(socket));
+        });
+    }
+
+    std::expected<std::unique_ptr<EngineStream>, Refusal> openStream(const StreamSettings& settings,
+                                                                     std::shared_ptr<EventSink> sink) {
+        if (streams_.size() > options_.maxStreams) {
+            Refusal busy;
+            busy.message =
+                "the relay is busy: " + std::to_string(options_.maxStreams) + " streams are open already";
+            busy.closeCode = closeTryAgainLater;
+            return std::unexpected(std::move(busy));
+        }
+        return engine_.open(settings, std::move(sink));
+    }
+
+    static Task<void> runStream(std::shared_ptr<Relay> self, StreamSettings settings, TokenHash token,
+                                std::shared_ptr<ServerWebSocket> socket) {
+        // Registered first: a token that is revoked from here on ends this stream.
+        const auto place = self->streams_.insert(self->streams_.end(), {token, socket});
+        const auto sink = std::make_shared<SocketSink>(socket);
+        auto opened = self->openStream(settings, sink);
+        if (opened) {
+            ++self->streamsTotal_;
+            logLine("[relay] a stream to \"" + settings.target + "\" began");
+        } else {
+            ++self->streamsRefused_;
+            const auto& refusal = opened.error();
+            logLine("[relay] a stream was refused: " + refusal.message);
+            socket->send(errorEvent(refusal.message));
+            socket->close(refusal.closeCode, "refused");
+            self->streams_.erase(place);
+        }
+        if (opened && !self->tokens_.holds(token)) {
+            socket->close(closeTokenRefused, "the token was revoked");
+        }
+        std::string ending;
+        for (;;) {
+            auto message = co_await socket->receive();
+            if (!message) {
+                ending = message.error().description;
+                break;
+            }
+            if (opened && message->kind == WebSocketMessage::Kind::text) {
+                (*opened)->receive(std::move(message->payload));
+            } else if (opened) {
+                socket->close(closeUnsupported, "messages are text");
+            }
+        }
+        if (opened) {
+            self->streams_.erase(place);
+            logLine("[relay] a stream ended: " + ending);
+        }
+    }
+
+    const NetworkContext network_;
+    const SerialExecutor fileExecutor_;
+    TokenRegistry tokens_;
+    TranslationEngine& engine_;
+    const RelayServer::Options options_;
+    const RequestCheck check_;
+    const Clock::TimePoint started_;
+    asio::cancellation_signal stopWatching_;
+    LiveStreams streams_;
+    std::string tokenProblem_;  ///< why the tokens could not be read last time; empty: they could
+    std::uint64_t streamsTotal_ = 0;
+    std::uint64_t streamsRefused_ = 0;
+    std::uint64_t refused_ = 0;
+};
+
+class RealRelayServer final : public RelayServer {
+public:
+    RealRelayServer(std::shared_ptr<Relay> relay, std::unique_ptr<HttpServer> server)
+        : relay_(std::move(relay)), server_(std::move(server)) {}
+    RealRelayServer(const RealRelayServer&) = delete;
+    RealRelayServer& operator=(const RealRelayServer&) = delete;
+    ~RealRelayServer() override { relay_->stopFromAnywhere(); }
+
+    std::uint16_t port() const override { return server_->port(); }
+    std::string url() const override {
+        const auto address = server_->address();
+        const bool isV6 = address.find(':') != std::string::npos;
+        return "http://" + (isV6 ? "[" + address + "]" : address) + ":" + std::to_string(server_->port());
+    }
+    void stop() override {
+        server_->stop();
+        relay_->stop();
+    }
+
+private:
+    const std::shared_ptr<Relay> relay_;
+    const std::unique_ptr<HttpServer> server_;
+};
+
+}  // namespace
+
+Result<std::unique_ptr<RelayServer>> RelayServer::start(NetworkContext network, SerialExecutor fileExecutor,
+                                                        TokenRegistry tokens, TranslationEngine& engine,
+                                                        Options options) {
+    auto relay = std::make_shared<Relay>(std::move(network), std::move(fileExecutor), std::move(tokens),
+                                         engine, std::move(options));
+    const auto read = relay->readTokens();
+    if (!read) {
+        return std::unexpected(read.error());
+    }
+    auto server = relay->listen();
+    if (!server) {
+        return std::unexpected(server.error());
+    }
+    relay->watchTokens();
+    return std::make_unique<RealRelayServer>(std::move(relay), std::move(*server));
+}
+
+}  // namespace tarn::relay

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/net/HttpServer.h"
+#include "TarnPlatform/net/NetworkContext.h"
+#include "TokenRegistry.h"
+#include "engines/TranslationEngine.h"
+
+namespace tarn::relay {
+
+/// The relay itself: account API, translate streams and health report on one port.
+class RelayServer {
+public:
+    struct Options {
+        std::string address = "127.0.0.1";  ///< numeric
+        std::uint16_t port = 8787;          ///< 0: the system picks one
+        std::size_t maxStreams = 8;         ///< open at once; a further client is told that the relay is busy
+        std::string engineName;             ///< for the health report
+        HttpServer::Limits limits{};
+    };
+
+    virtual ~RelayServer() = default;
+
+    /// Reads the tokens and listens. `engine` outlives the server. `fileExecutor` runs what waits for the
+    /// disk; it may be the network's. Fails when the tokens cannot be read or the address cannot be had.
+    /// Thread: the network's executor, or before its context runs.
+    static Result<std::unique_ptr<RelayServer>> start(NetworkContext network, SerialExecutor fileExecutor,
+                                                      TokenRegistry tokens, TranslationEngine& engine,
+                                                      Options options);
+
+    virtual std::uint16_t port() const = 0;
+    /// "http://127.0.0.1:8787"
+    virtual std::string url() const = 0;
+    /// Ends every stream with close code 1001, and every connection. Thread: the network's executor.
+    virtual void stop() = 0;
+};
+
+}  // namespace tarn::relay

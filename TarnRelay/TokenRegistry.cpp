@@ -1,0 +1,344 @@
+#include "TokenRegistry.h"
+
+#include <fcntl.h>
+#include <openssl/crypto.h>
+#include <openssl/rand.h>
+#include <openssl/sha.h>
+#include <sys/inotify.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <boost/asio/buffer.hpp>
+#include <boost/asio/posix/stream_descriptor.hpp>
+#include <boost/json.hpp>
+#include <cerrno>
+#include <cstdlib>
+#include <ctime>
+#include <span>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "FileLock.h"
+#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/net/Base64.h"
+#include "TarnPlatform/process/UniqueDescriptor.h"
+
+namespace tarn::relay {
+namespace {
+
+namespace json = boost::json;
+
+constexpr std::chrono::seconds lockLimit{5};
+constexpr std::size_t maxFileBytes = 16UZ * 1024 * 1024;
+constexpr std::size_t maxEmailBytes = 254;
+
+std::unexpected<Error> systemFailure(std::string_view what, const std::filesystem::path& path) {
+    const auto reason = std::generic_category().message(errno);
+    return failure(ErrorKind::system, std::string(what) + " " + path.string() + ": " + reason);
+}
+
+TokenHash hashOf(std::string_view text) {
+    TokenHash hash{};
+    ::SHA256(reinterpret_cast<const unsigned char*>(text.data()), text.size(), hash.data());
+    return hash;
+}
+
+std::string hexOf(std::span<const unsigned char> bytes) {
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string text;
+    for (const auto byte : bytes) {
+        text.push_back(digits[byte >> 4]);
+        text.push_back(digits[byte & 15]);
+    }
+    return text;
+}
+
+std::optional<TokenHash> hashFromHex(std::string_view text) {
+    TokenHash hash{};
+    if (text.size() != 2 * hash.size()) {
+        return std::nullopt;
+    }
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        const bool isDigit = c >= '0' && c <= '9';
+        if (!isDigit && (c < 'a' || c > 'f')) {
+            return std::nullopt;
+        }
+        const int value = isDigit ? c - '0' : c - 'a' + 10;
+        hash[i / 2] = static_cast<unsigned char>(hash[i / 2] << 4 | value);
+    }
+    return hash;
+}
+
+bool isUtf8(const std::string& text) {
+    boost::system::error_code error;
+    json::parse(json::serialize(json::string(text)), error);
+    return !error;
+}
+
+std::string nowText() {
+    const auto now = std::time(nullptr);
+    std::tm parts{};
+    ::gmtime_r(&now, &parts);
+    std::array<char, 32> text{};
+    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts)};
+}
+
+bool writeAll(int descriptor, std::string_view bytes) {
+    while (!bytes.empty()) {
+        const auto written = ::write(descriptor, bytes.data(), bytes.size());
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written <= 0) {
+            return false;
+        }
+        bytes.remove_prefix(static_cast<std::size_t>(written));
+    }
+    return true;
+}
+
+/// The text field of an object, or nothing.
+const json::string* textField(const json::object& object, std::string_view name) {
+    const auto* value = object.if_contains(name);
+    return value == nullptr ? nullptr : value->if_string();
+}
+
+}  // namespace
+
+TokenRegistry::TokenRegistry(std::filesystem::path folder) : folder_(std::move(folder)) {}
+
+std::optional<std::filesystem::path> TokenRegistry::defaultFolder() {
+    const char* state = std::getenv("XDG_STATE_HOME");
+    if (state != nullptr && state[0] == '/') {
+        return std::filesystem::path(state) / "tarn" / "relay";
+    }
+    const char* home = std::getenv("HOME");
+    if (home == nullptr || home[0] != '/') {
+        return std::nullopt;
+    }
+    return std::filesystem::path(home) / ".local" / "state" / "tarn" / "relay";
+}
+
+Result<std::string> TokenRegistry::issue(const std::string& email) const {
+    const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7f; };
+    if (email.empty() || email.size() > maxEmailBytes || std::ranges::any_of(email, isControl) ||
+        !isUtf8(email)) {
+        return failure(ErrorKind::invalidInput,
+                       "an e-mail address is 1 to 254 bytes of UTF-8 text without control characters");
+    }
+    std::array<unsigned char, 32> secret{};
+    if (::RAND_bytes(secret.data(), static_cast<int>(secret.size())) != 1) {
+        return failure(ErrorKind::system, "the system gives no random numbers");
+    }
+    auto token = base64Encode(std::as_bytes(std::span(secret)));
+    std::ranges::replace(token, '+', '-');
+    std::ranges::replace(token, '/', '_');
+    token.erase(token.find('='));
+    const auto changed =
+        change([&](std::vector<Entry>& entries) { entries.push_back({hashOf(token), email, nowText()}); });
+    if (!changed) {
+        return std::unexpected(changed.error());
+    }
+    return token;
+}
+
+Result<std::size_t> TokenRegistry::revoke(const std::string& email) const {
+    std::size_t ended = 0;
+    const auto changed = change([&](std::vector<Entry>& entries) {
+        ended = std::erase_if(entries, [&](const Entry& entry) { return entry.email == email; });
+    });
+    if (!changed) {
+        return std::unexpected(changed.error());
+    }
+    return ended;
+}
+
+Result<void> TokenRegistry::revokeToken(const TokenHash& token) const {
+    return change([&](std::vector<Entry>& entries) {
+        std::erase_if(entries, [&](const Entry& entry) { return entry.hash == token; });
+    });
+}
+
+Result<void> TokenRegistry::refresh() {
+    struct stat status{};
+    Version now;
+    if (::stat(file().c_str(), &status) == 0) {
+        now = {status.st_ino, status.st_mtim.tv_sec, status.st_mtim.tv_nsec, status.st_size};
+    }
+    if (version_ == now) {
+        return {};
+    }
+    Version version;
+    auto entries = read(version);
+    if (!entries) {
+        return std::unexpected(entries.error());
+    }
+    entries_ = std::move(*entries);
+    version_ = version;
+    return {};
+}
+
+std::optional<Account> TokenRegistry::find(const std::string& token) const {
+    const auto hash = hashOf(token);
+    const Entry* found = nullptr;
+    for (const auto& entry : entries_) {
+        if (::CRYPTO_memcmp(entry.hash.data(), hash.data(), hash.size()) == 0) {
+            found = &entry;
+        }
+    }
+    return found == nullptr ? std::nullopt : std::optional(accountOf(*found));
+}
+
+bool TokenRegistry::holds(const TokenHash& token) const {
+    return std::ranges::any_of(entries_, [&](const Entry& entry) { return entry.hash == token; });
+}
+
+Task<void> TokenRegistry::watch(std::function<void()> changed) const {
+    constexpr auto events =
+        IN_MOVED_TO | IN_MOVED_FROM | IN_CLOSE_WRITE | IN_DELETE | IN_DELETE_SELF | IN_MOVE_SELF;
+    const auto executor = co_await asio::this_coro::executor;
+    asio::posix::stream_descriptor stream(executor);
+    const int inotify = ::inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
+    if (inotify >= 0) {
+        stream.assign(inotify);
+    }
+    std::array<char, 4096> buffer{};
+    for (;;) {
+        // Asked for anew each time, since a folder that was moved or deleted takes its watch along.
+        if (!makeFolder() || ::inotify_add_watch(inotify, folder_.c_str(), events) < 0) {
+            logLine("[relay] " + folder_.string() +
+                    " cannot be watched: revoked tokens keep their open streams");
+            co_return;
+        }
+        const auto [error, count] = co_await stream.async_read_some(asio::buffer(buffer), asValue);
+        if (error) {
+            co_return;
+        }
+        // Which file it was does not matter: `refresh` looks for itself.
+        changed();
+    }
+}
+
+Result<std::vector<TokenRegistry::Entry>> TokenRegistry::read(Version& version) const {
+    const auto path = file();
+    // Not to wait for a writer, should somebody have put a pipe there.
+    const UniqueDescriptor input(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (!input && errno == ENOENT) {
+        version = {};
+        return {};
+    }
+    struct stat status{};
+    if (!input || ::fstat(input.get(), &status) != 0) {
+        return systemFailure("cannot read", path);
+    }
+    version = {status.st_ino, status.st_mtim.tv_sec, status.st_mtim.tv_nsec, status.st_size};
+    const auto damaged = [&path] {
+        return failure(
+            ErrorKind::invalidInput,
+            path.string() + " is not a list of tokens; repair it, or move it away and issue new tokens");
+    };
+    if (!S_ISREG(status.st_mode) || static_cast<std::size_t>(status.st_size) > maxFileBytes) {
+        return damaged();
+    }
+    std::string text(static_cast<std::size_t>(status.st_size), '\0');
+    std::size_t length = 0;
+    while (length < text.size()) {
+        const auto count = ::read(input.get(), text.data() + length, text.size() - length);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            return systemFailure("cannot read", path);
+        }
+        if (count == 0) {
+            break;
+        }
+        length += static_cast<std::size_t>(count);
+    }
+    boost::system::error_code error;
+    const auto parsed = json::parse(std::string_view(text).substr(0, length), error);
+    const auto* root = error ? nullptr : parsed.if_object();
+    const auto* list = root == nullptr ? nullptr : root->if_contains("tokens");
+    if (list == nullptr || !list->is_array()) {
+        return damaged();
+    }
+    std::vector<Entry> entries;
+    for (const auto& item : list->get_array()) {
+        const auto* object = item.if_object();
+        const auto* hash = object == nullptr ? nullptr : textField(*object, "sha256");
+        const auto* email = object == nullptr ? nullptr : textField(*object, "email");
+        const auto* issued = object == nullptr ? nullptr : textField(*object, "issued");
+        const auto bytes = hash == nullptr ? std::nullopt : hashFromHex(*hash);
+        if (!bytes || email == nullptr || issued == nullptr) {
+            return damaged();
+        }
+        entries.push_back({*bytes, std::string(*email), std::string(*issued)});
+    }
+    return entries;
+}
+
+Result<void> TokenRegistry::write(const std::vector<Entry>& entries) const {
+    json::array list;
+    for (const auto& entry : entries) {
+        list.push_back({{"sha256", hexOf(entry.hash)}, {"email", entry.email}, {"issued", entry.issued}});
+    }
+    const json::object root{{"tokens", std::move(list)}};
+    std::string path = (folder_ / "tokens.json.XXXXXX").string();
+    UniqueDescriptor output(::mkostemp(path.data(), O_CLOEXEC));  // mode 0600
+    if (!output) {
+        return systemFailure("cannot write", path);
+    }
+    const bool written = writeAll(output.get(), json::serialize(root) + "\n") && ::fsync(output.get()) == 0;
+    if (!written || ::rename(path.c_str(), file().c_str()) != 0) {
+        const auto failed = systemFailure("cannot write", file());
+        ::unlink(path.c_str());
+        return failed;
+    }
+    const UniqueDescriptor folder(::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!folder || ::fsync(folder.get()) != 0) {
+        return systemFailure("cannot write", folder_);
+    }
+    return {};
+}
+
+Result<void> TokenRegistry::change(const std::function<void(std::vector<Entry>&)>& edit) const {
+    const auto made = makeFolder();
+    if (!made) {
+        return made;
+    }
+    const auto lock = lockFile(folder_ / "tokens.lock", lockLimit);
+    if (!lock) {
+        return std::unexpected(lock.error());
+    }
+    Version version;
+    auto entries = read(version);
+    if (!entries) {
+        return std::unexpected(entries.error());
+    }
+    const auto before = entries->size();
+    edit(*entries);
+    if (entries->size() == before) {
+        return {};
+    }
+    return write(*entries);
+}
+
+Result<void> TokenRegistry::makeFolder() const {
+    std::error_code error;
+    std::filesystem::create_directories(folder_.parent_path(), error);
+    if (::mkdir(folder_.c_str(), 0700) != 0 && errno != EEXIST) {
+        return systemFailure("cannot make", folder_);
+    }
+    return {};
+}
+
+Account TokenRegistry::accountOf(const Entry& entry) {
+    // The same address is the same user, also after its tokens were ended and new ones issued.
+    const auto hash = hashOf("tarn user " + entry.email);
+    return {hexOf(std::span(hash).first(16)), entry.email, entry.hash};
+}
+
+}  // namespace tarn::relay

@@ -1,0 +1,88 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "TarnPlatform/concurrency/Asio.h"
+#include "TarnPlatform/concurrency/Result.h"
+
+namespace tarn::relay {
+
+/// What the relay keeps of a token: never the token itself.
+using TokenHash = std::array<unsigned char, 32>;  ///< SHA-256
+
+struct Account {
+    std::string userId;
+    std::string email;
+    TokenHash token{};  ///< of the token that was shown
+};
+
+/// The access tokens of this machine's relay, in one file of mode 0600 that several processes may change at
+/// once: `tarn-relay issue-token` and a running relay, say.
+class TokenRegistry {
+public:
+    /// `folder` is made with mode 0700 when a token is first issued.
+    explicit TokenRegistry(std::filesystem::path folder);
+
+    /// `$XDG_STATE_HOME/tarn/relay`, by default under `~/.local/state`. Nothing where there is no home
+    /// either.
+    static std::optional<std::filesystem::path> defaultFolder();
+
+    // Changes. Thread: any; each waits for other processes' changes, 5 s at most, and then fails with
+    // `timeout`. A file that cannot be understood fails them with `invalidInput` and stays as it is.
+
+    /// A new random token of 256 bits (base64url). Fails with `invalidInput` for what cannot be an e-mail
+    /// address: empty, longer than 254 bytes, with control characters, or not UTF-8.
+    Result<std::string> issue(const std::string& email) const;
+    /// Ends every token of `email`; how many there were.
+    Result<std::size_t> revoke(const std::string& email) const;
+    /// Ends one token, where it exists.
+    Result<void> revokeToken(const TokenHash& token) const;
+
+    // The relay's view. Thread: one.
+
+    /// Reads the file if it has changed since. No file: no tokens. After a failure the last good state
+    /// stands.
+    Result<void> refresh();
+    /// The account behind a token, of the state last read; every stored hash is compared, each in constant
+    /// time.
+    std::optional<Account> find(const std::string& token) const;
+    bool holds(const TokenHash& token) const;
+
+    /// Calls `changed` whenever the file may have changed, until cancelled or until the folder cannot be
+    /// watched, which is logged. The folder is made if need be. Thread: the caller's executor.
+    Task<void> watch(std::function<void()> changed) const;
+
+private:
+    struct Entry {
+        TokenHash hash{};
+        std::string email;
+        std::string issued;  ///< UTC, ISO 8601
+    };
+    /// What tells one version of the file from another; all zero: no file.
+    struct Version {
+        std::uint64_t inode = 0;
+        std::int64_t seconds = 0;
+        std::int64_t nanoseconds = 0;
+        std::int64_t size = 0;
+        bool operator==(const Version&) const = default;
+    };
+
+    std::filesystem::path file() const { return folder_ / "tokens.json"; }
+    Result<std::vector<Entry>> read(Version& version) const;
+    Result<void> write(const std::vector<Entry>& entries) const;
+    Result<void> change(const std::function<void(std::vector<Entry>&)>& edit) const;
+    Result<void> makeFolder() const;
+    static Account accountOf(const Entry& entry);
+
+    const std::filesystem::path folder_;
+    std::vector<Entry> entries_;
+    std::optional<Version> version_;  ///< nothing: never read
+};
+
+}  // namespace tarn::relay

@@ -1,0 +1,13 @@
+#include "RelayErrors.h"
+
+#include <boost/json.hpp>
+
+#include "TarnCore/realtime/EventNames.h"
+
+namespace tarn::relay {
+
+std::string errorEvent(const std::string& message) {
+    return boost::json::serialize(boost::json::object{{"type", events::tarnError}, {"error", message}});
+}
+
+}  // namespace tarn::relay

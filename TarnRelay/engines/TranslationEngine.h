@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <expected>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace tarn::relay {
+
+/// What a client asked for in the query of its stream.
+struct StreamSettings {
+    std::string target;                 ///< language code
+    std::optional<std::string> source;  ///< language code; absent: detect
+    std::optional<std::string> voice;
+    std::string clone = "none";
+    std::optional<int> silenceMs;  ///< of `vad_ms`; absent: the engine's default
+};
+
+/// Where an engine puts its events. Thread: any. Outlives the stream; after the client has gone, calls do
+/// nothing.
+class EventSink {
+public:
+    virtual ~EventSink() = default;
+    /// `json`: one event, compact JSON text. Events of one stream arrive in call order.
+    virtual void send(std::string json) = 0;
+    /// Ends the stream after what was sent.
+    virtual void close(std::uint16_t code, std::string reason) = 0;
+};
+
+/// One client's stream inside an engine.
+/// Thread: `receive` on the connection's strand, one call at a time; it returns at once (work goes
+/// elsewhere). Destroying it ends the work for that client; no event follows, and it does not block for
+/// longer than a recogniser step.
+class EngineStream {
+public:
+    virtual ~EngineStream() = default;
+    /// One client message as it came: UTF-8 text, not yet parsed, possibly nonsense.
+    virtual void receive(std::string message) = 0;
+};
+
+/// Why a stream cannot be had.
+struct Refusal {
+    std::string message;          ///< goes to the client as a "tarn.error"; names what is possible instead
+    std::uint16_t closeCode = 0;  ///< the socket is closed with it right after
+};
+
+class TranslationEngine {
+public:
+    virtual ~TranslationEngine() = default;
+    /// Starts a stream for one client. Thread: the relay's network thread; returns at once.
+    virtual std::expected<std::unique_ptr<EngineStream>, Refusal> open(const StreamSettings& settings,
+                                                                       std::shared_ptr<EventSink> sink) = 0;
+};
+
+}  // namespace tarn::relay

@@ -1,0 +1,361 @@
+// A real server on a loopback port of its own, and clients that say exactly the bytes a test wants. What is
+// proved: a request is answered as its handler says, every kind of bad peer is dropped, and nobody else
+// notices.
+
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <string>
+
+#include "RawPeer.h"
+#include "TarnPlatform/concurrency/NetworkThread.h"
+#include "TarnPlatform/net/HttpServer.h"
+
+namespace tarn::test {
+namespace {
+
+using std::chrono::milliseconds;
+using testing::AllOf;
+using testing::EndsWith;
+using testing::Field;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+auto isFrame(int opcode, const std::string& payload) {
+    return AllOf(Field(&RawPeer::Frame::opcode, opcode), Field(&RawPeer::Frame::payload, payload));
+}
+
+Task<void> echo(std::shared_ptr<ServerWebSocket> socket) {
+    for (;;) {
+        auto message = co_await socket->receive();
+        if (!message) {
+            co_return;
+        }
+        socket->send(std::move(message->payload));
+    }
+}
+
+/// Sends what never ends, as fast as the queue takes it, to a peer that does not read.
+Task<void> flood(std::shared_ptr<ServerWebSocket> socket) {
+    for (int i = 0; i < 64; ++i) {
+        socket->send(std::string(1U << 20, 'x'));
+    }
+    (void)co_await socket->receive();
+}
+
+Task<void> talkThenClose(std::shared_ptr<ServerWebSocket> socket) {
+    for (int i = 0; i < 3; ++i) {
+        socket->send(std::to_string(i) + std::string(300'000, '.'));
+    }
+    socket->close(4001, "the token was revoked");
+    socket->send("after the close");
+    co_return;
+}
+
+Task<ServerReply> handle(ServerRequest request) {
+    ServerReply reply;
+    if (request.target == "/echo") {
+        reply = WebSocketHandler(echo);
+    } else if (request.target == "/flood") {
+        reply = WebSocketHandler(flood);
+    } else if (request.target == "/talk") {
+        reply = WebSocketHandler(talkThenClose);
+    } else if (request.target == "/throw") {
+        throw std::runtime_error("a fault of the handler");
+    } else {
+        ServerResponse response;
+        response.status = request.target == "/denied" ? 401 : 200;
+        response.body = request.method + " " + request.target + " " + request.body;
+        reply = std::move(response);
+    }
+    co_return reply;
+}
+
+class HttpServerTest : public testing::Test {
+protected:
+    void start(const HttpServer::Limits& limits = {}) {
+        auto listening = HttpServer::listen(context(), "127.0.0.1", 0, handle, limits);
+        ASSERT_TRUE(listening) << listening.error().description;
+        server_ = std::move(*listening);
+    }
+
+    NetworkContext context() {
+        NetworkContext context;
+        context.executor = network_.executor();
+        context.clock = Clock::system();
+        return context;
+    }
+
+    RawPeer connect() { return RawPeer(server_->port()); }
+
+    void expectStillServing() {
+        auto peer = connect();
+        ASSERT_THAT(peer.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
+        peer.sendFrame(textFrame, "well?");
+        EXPECT_THAT(peer.readFrame(), isFrame(textFrame, "well?"));
+    }
+
+    NetworkThread network_;
+    std::unique_ptr<HttpServer> server_;
+};
+
+constexpr const char* okRequest = "GET /a?b=c HTTP/1.1\r\nHost: localhost\r\n\r\n";
+
+TEST_F(HttpServerTest, AnswersRequestsOfOneConnectionInOrderWithoutClosingIt) {
+    start();
+    auto peer = connect();
+    peer.send(std::string(okRequest) +
+              "POST /b HTTP/1.1\r\nHost: localhost\r\nContent-Length: 4\r\n\r\nbody" +
+              "HEAD /c HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n");
+    EXPECT_THAT(peer.readHead(), AllOf(StartsWith("HTTP/1.1 200 OK"), HasSubstr("Date: "),
+                                       HasSubstr(" GMT\r\n"), HasSubstr("Content-Length: 11\r\n")));
+    EXPECT_EQ(peer.readBody(11), "GET /a?b=c ");
+    peer.readHead();
+    EXPECT_EQ(peer.readBody(12), "POST /b body");
+    EXPECT_THAT(peer.readToEnd(),
+                AllOf(HasSubstr("Connection: close"), EndsWith("Content-Length: 8\r\n\r\n")));
+}
+
+struct BadRequest {
+    const char* name;
+    std::string bytes;
+    const char* answer;
+};
+
+class RefusedRequest : public HttpServerTest, public testing::WithParamInterface<BadRequest> {};
+
+TEST_P(RefusedRequest, IsAnsweredWithItsStatusAndClosed) {
+    start();
+    auto bystander = connect();
+    ASSERT_THAT(bystander.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
+    auto peer = connect();
+    peer.send(GetParam().bytes);
+    EXPECT_THAT(peer.readToEnd(), StartsWith(GetParam().answer));
+    bystander.sendFrame(textFrame, "unmoved");
+    EXPECT_THAT(bystander.readFrame(), isFrame(textFrame, "unmoved"));
+}
+
+const std::string upgradeHead =
+    "GET /echo HTTP/1.1\r\nHost: localhost\r\nConnection: Upgrade\r\nUpgrade: websocket\r\n";
+
+INSTANTIATE_TEST_SUITE_P(
+    All, RefusedRequest,
+    testing::Values(
+        BadRequest{"Rubbish", std::string("\x16\x03\x01\0\xff\r\n\r\n", 9), "HTTP/1.1 400"},
+        BadRequest{"HugeHeader", "GET / HTTP/1.1\r\nX: " + std::string(200'000, 'a'), "HTTP/1.1 431"},
+        BadRequest{"HugeBody",
+                   "POST / HTTP/1.1\r\nContent-Length: 99999999\r\n\r\n" + std::string(300'000, 'b'),
+                   "HTTP/1.1 413"},
+        BadRequest{
+            "HugeChunk",
+            "POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n7fffffff\r\n" + std::string(300'000, 'b'),
+            "HTTP/1.1 413"},
+        BadRequest{"BadLength", "POST / HTTP/1.1\r\nContent-Length: -1\r\n\r\n", "HTTP/1.1 400"},
+        BadRequest{"PlainRequestOfASocketPath", "GET /echo HTTP/1.1\r\nHost: localhost\r\n\r\n",
+                   "HTTP/1.1 426"},
+        BadRequest{"UpgradeWithoutKey", upgradeHead + "Sec-WebSocket-Version: 13\r\n\r\n", "HTTP/1.1 426"},
+        BadRequest{
+            "UpgradeOfOldVersion",
+            upgradeHead + "Sec-WebSocket-Version: 8\r\nSec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n\r\n",
+            "HTTP/1.1 426"},
+        BadRequest{"FaultInHandler", "GET /throw HTTP/1.1\r\nConnection: close\r\n\r\n", "HTTP/1.1 500"},
+        BadRequest{"RefusedUpgrade",
+                   "GET /denied HTTP/1.1\r\nConnection: Upgrade, close\r\nUpgrade: websocket\r\n"
+                   "Sec-WebSocket-Version: 13\r\nSec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n\r\n",
+                   "HTTP/1.1 401"}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+TEST_F(HttpServerTest, DropsPeersThatStallInARequestAndTellsThemWhy) {
+    HttpServer::Limits limits;
+    limits.requestTimeout = milliseconds(150);
+    start(limits);
+    auto silent = connect();
+    auto slow = connect();
+    slow.send("GET / HTTP/1.1\r\nX-Never: end");
+    auto slowBody = connect();
+    slowBody.send("POST / HTTP/1.1\r\nContent-Length: 10\r\n\r\nfive");
+    auto halfClosed = connect();
+    halfClosed.send("GET / HT");
+    halfClosed.endSending();
+    EXPECT_EQ(silent.readToEnd(), "");
+    EXPECT_THAT(slow.readToEnd(), StartsWith("HTTP/1.1 408"));
+    EXPECT_THAT(slowBody.readToEnd(), StartsWith("HTTP/1.1 408"));
+    EXPECT_EQ(halfClosed.readToEnd(), "");
+    expectStillServing();
+}
+
+TEST_F(HttpServerTest, TellsConnectionsBeyondTheLimitAndServesAgainWhenOneLeaves) {
+    HttpServer::Limits limits;
+    limits.maxConnections = 2;
+    start(limits);
+    auto first = connect();
+    ASSERT_THAT(first.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
+    {
+        auto second = connect();
+        ASSERT_THAT(second.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
+        auto third = connect();
+        third.send(okRequest);
+        EXPECT_THAT(third.readToEnd(), StartsWith("HTTP/1.1 503"));
+    }
+    // The place is free once the server has seen its peer leave.
+    std::string head = "HTTP/1.1 503";
+    for (int attempt = 0; attempt < 1000 && head.starts_with("HTTP/1.1 503"); ++attempt) {
+        head = connect().upgrade("/echo");
+    }
+    EXPECT_THAT(head, StartsWith("HTTP/1.1 101"));
+}
+
+struct BadFrame {
+    const char* name;
+    std::string bytes;
+    int code;  ///< of the close frame that answers; 0: the connection just ends
+};
+
+class HurtWebSocket : public HttpServerTest, public testing::WithParamInterface<BadFrame> {};
+
+TEST_P(HurtWebSocket, IsClosedAloneWithItsCode) {
+    HttpServer::Limits limits;
+    limits.maxMessageBytes = 1000;
+    start(limits);
+    auto bystander = connect();
+    ASSERT_THAT(bystander.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
+    auto peer = connect();
+    ASSERT_THAT(peer.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
+    peer.send(GetParam().bytes);
+    peer.endSending();
+    const auto frames = peer.readFramesToClose();
+    EXPECT_EQ(frames.empty() ? 0 : RawPeer::closeCode(frames.back()), GetParam().code);
+    bystander.sendFrame(textFrame, "unmoved");
+    EXPECT_THAT(bystander.readFrame(), isFrame(textFrame, "unmoved"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, HurtWebSocket,
+    testing::Values(BadFrame{"TruncatedFrame", RawPeer::frameBytes(textFrame, "cut short").substr(0, 9), 0},
+                    BadFrame{"EndWithoutClose", "", 0},
+                    BadFrame{"MessageTooBig", RawPeer::frameBytes(textFrame, std::string(1001, 'a')), 1009},
+                    BadFrame{"FragmentsTooBig",
+                             RawPeer::frameBytes(textFrame, std::string(600, 'a'), true, false) +
+                                 RawPeer::frameBytes(0, std::string(600, 'a')),
+                             1009},
+                    BadFrame{"ClaimOfAnExabyte",
+                             std::string("\x81\xff\x7f\xff\xff\xff\xff\xff\xff\xff\1\2\3\4", 14), 1009},
+                    BadFrame{"InvalidUtf8", RawPeer::frameBytes(textFrame, "\xc3\x28"), 1007},
+                    BadFrame{"NoMask", RawPeer::frameBytes(textFrame, "bare", false), 1002},
+                    BadFrame{"UnknownOpcode", RawPeer::frameBytes(5, "?"), 1002},
+                    BadFrame{"ReservedBits", std::string("\xf1\x80\1\2\3\4", 6), 1002},
+                    BadFrame{"LongPing", RawPeer::frameBytes(pingFrame, std::string(126, 'p')), 1002},
+                    BadFrame{"ContinuationOfNothing", RawPeer::frameBytes(0, "more"), 1002}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+TEST_F(HttpServerTest, CarriesMessagesOfBothKindsInFragmentsAndAnswersPings) {
+    start();
+    auto peer = connect();
+    ASSERT_THAT(peer.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
+    const std::string big(70'000, 'b');
+    peer.send(RawPeer::frameBytes(textFrame, "frag", true, false) + RawPeer::frameBytes(pingFrame, "now?") +
+              RawPeer::frameBytes(0, "ments") + RawPeer::frameBytes(binaryFrame, big));
+    EXPECT_THAT(peer.readFrame(), isFrame(pongFrame, "now?"));
+    EXPECT_THAT(peer.readFrame(), isFrame(textFrame, "fragments"));
+    EXPECT_TRUE(peer.readFrame().payload == big);
+}
+
+TEST_F(HttpServerTest, SendsWhatIsQueuedBeforeTheCloseAndNothingAfterIt) {
+    start();
+    auto peer = connect();
+    ASSERT_THAT(peer.upgrade("/talk"), StartsWith("HTTP/1.1 101"));
+    for (const char digit : {'0', '1', '2'}) {
+        const auto frame = peer.readFrame();
+        ASSERT_EQ(frame.payload.size(), 300'001U);
+        EXPECT_EQ(frame.payload[0], digit);
+    }
+    const auto last = peer.readFrame();
+    EXPECT_EQ(RawPeer::closeCode(last), 4001);
+    EXPECT_THAT(last.payload, EndsWith("the token was revoked"));
+    peer.send(RawPeer::frameBytes(closeFrame, last.payload));
+    EXPECT_EQ(peer.readToEnd(), "");
+}
+
+TEST_F(HttpServerTest, CutsAPeerThatNeverAnswersTheClose) {
+    start();
+    auto peer = connect();
+    ASSERT_THAT(peer.upgrade("/talk"), StartsWith("HTTP/1.1 101"));
+    EXPECT_EQ(peer.readFramesToClose().size(), 4U);
+    EXPECT_EQ(peer.readToEnd(), "");
+}
+
+TEST_F(HttpServerTest, CutsAPeerThatSaysGoodbyeAndStaysConnected) {
+    start();
+    auto peer = connect();
+    ASSERT_THAT(peer.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
+    peer.sendFrame(closeFrame, "\x03\xe8");
+    EXPECT_EQ(RawPeer::closeCode(peer.readFrame()), 1000);
+    while (peer.send(std::string(4096, 'x'))) {
+    }
+}
+
+TEST_F(HttpServerTest, CutsAReaderThatIsTooSlowOrLetsTooMuchPileUp) {
+    struct Case {
+        std::size_t maxQueuedBytes;
+        milliseconds sendTimeout;
+    };
+    for (const auto& [maxQueuedBytes, sendTimeout] :
+         {Case{100U << 20, milliseconds(100)}, Case{8U << 20, std::chrono::hours(1)}}) {
+        HttpServer::Limits limits;
+        limits.maxQueuedBytes = maxQueuedBytes;
+        limits.sendTimeout = sendTimeout;
+        start(limits);
+        auto bystander = connect();
+        ASSERT_THAT(bystander.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
+        auto peer = connect();
+        peer.upgrade("/flood");
+        // The server may only end the flood by cutting: the peer reads nothing until a write to it fails.
+        while (peer.sendFrame(pongFrame, std::string(100, ' '))) {
+        }
+        bystander.sendFrame(textFrame, "unmoved");
+        EXPECT_THAT(bystander.readFrame(), isFrame(textFrame, "unmoved"));
+    }
+}
+
+TEST_F(HttpServerTest, PingsAQuietPeerAndCutsItWhenItStaysQuiet) {
+    HttpServer::Limits limits;
+    limits.idleTimeout = milliseconds(400);
+    start(limits);
+    auto peer = connect();
+    ASSERT_THAT(peer.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
+    for (int round = 0; round < 3; ++round) {
+        ASSERT_THAT(peer.readFrame(), isFrame(pingFrame, "")) << round;
+        peer.sendFrame(pongFrame, "");
+    }
+    std::string rest = peer.readToEnd();
+    EXPECT_THAT(rest, StartsWith(std::string("\x89\0", 2)));
+    EXPECT_LE(rest.size(), 4U);
+}
+
+TEST_F(HttpServerTest, EndsEveryConnectionWhenItStops) {
+    start();
+    auto socket = connect();
+    ASSERT_THAT(socket.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
+    auto waiting = connect();
+    waiting.send(okRequest);
+    waiting.readHead();
+    waiting.readBody(11);
+    asio::post(network_.executor(), [this] { server_->stop(); });
+    EXPECT_EQ(RawPeer::closeCode(socket.readFrame()), 1001);
+    EXPECT_EQ(waiting.readToEnd(), "");
+}
+
+TEST_F(HttpServerTest, SaysWhyAnAddressCannotBeHad) {
+    start();
+    const auto taken = HttpServer::listen(context(), "127.0.0.1", server_->port(), handle, {});
+    ASSERT_FALSE(taken);
+    EXPECT_EQ(taken.error().kind, ErrorKind::system);
+    EXPECT_EQ(taken.error().description, "cannot listen on 127.0.0.1 port " +
+                                             std::to_string(server_->port()) + ": Address already in use");
+    const auto named = HttpServer::listen(context(), "localhost", 0, handle, {});
+    ASSERT_FALSE(named);
+    EXPECT_EQ(named.error().kind, ErrorKind::invalidInput);
+}
+
+}  // namespace
+}  // namespace tarn::test

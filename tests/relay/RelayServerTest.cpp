@@ -1,0 +1,303 @@
+// A whole relay on a loopback port, its tokens on disk, and clients that say exactly the bytes a test wants.
+
+#include "TarnRelay/RelayServer.h"
+
+#include <gmock/gmock.h>
+
+#include <boost/asio/post.hpp>
+#include <boost/json.hpp>
+#include <functional>
+#include <future>
+#include <memory>
+#include <string>
+
+#include "RelayProgram.h"
+#include "TarnPlatform/concurrency/NetworkThread.h"
+#include "TarnRelay/engines/ScriptEngine.h"
+#include "TemporaryFolder.h"
+#include "platform_net_server/RawPeer.h"
+
+namespace tarn::relay {
+namespace {
+
+using test::RawPeer;
+using test::textFrame;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr const char* script = R"({"t":0,"event":{"type":"session.created"}}
+{"t":0,"raw":"second"}
+{"after_audio":3,"close":1000})";
+
+/// Plays the script, except to clients who want a language that it does not have.
+class PickyEngine final : public TranslationEngine {
+public:
+    explicit PickyEngine(SerialExecutor executor)
+        : script_(parseScript(script).value(), std::move(executor), Clock::system()) {}
+
+    std::expected<std::unique_ptr<EngineStream>, Refusal> open(const StreamSettings& settings,
+                                                               std::shared_ptr<EventSink> sink) override {
+        if (settings.target == "tlh") {
+            return std::unexpected(Refusal{"only \"es\" is spoken here", 1008});
+        }
+        last = settings;
+        return script_.open(settings, std::move(sink));
+    }
+
+    StreamSettings last;
+
+private:
+    ScriptEngine script_;
+};
+
+class RelayServerTest : public testing::Test {
+protected:
+    void SetUp() override { start({}); }
+    void TearDown() override {
+        onNetwork([this] { server_->stop(); });
+    }
+
+    void start(RelayServer::Options options) {
+        token_ = tokens_.issue("ada@example.org").value();
+        options.port = 0;
+        options.engineName = "script";
+        NetworkContext network;
+        network.executor = network_.executor();
+        network.clock = Clock::system();
+        onNetwork([&] {
+            server_ = RelayServer::start(network, network_.executor(), tokens_, engine_, options).value();
+        });
+    }
+
+    void onNetwork(const std::function<void()>& work) {
+        std::packaged_task<void()> task(work);
+        auto done = task.get_future();
+        asio::post(network_.executor(), std::move(task));
+        done.get();
+    }
+
+    RawPeer connect() { return RawPeer(server_->port()); }
+    std::string authorization() const { return "Authorization: Bearer " + token_ + "\r\n"; }
+
+    /// Sends one request and returns the whole answer.
+    std::string ask(const std::string& requestLine, const std::string& headers) {
+        auto peer = connect();
+        peer.send(requestLine + " HTTP/1.1\r\nConnection: close\r\n" + headers + "\r\n");
+        return peer.readToEnd();
+    }
+
+    /// A client whose stream is open and has its first event.
+    void openStream(RawPeer& peer, const std::string& query = "target=es") {
+        ASSERT_THAT(peer.upgrade("/tarn/ws/translate-stream?" + query, authorization()),
+                    StartsWith("HTTP/1.1 101"));
+        peer.sendFrame(textFrame, "{}");
+        ASSERT_EQ(peer.readFrame().payload, R"({"type":"session.created"})");
+        ASSERT_EQ(peer.readFrame().payload, "second");
+    }
+
+    boost::json::object health() {
+        const auto answer = ask("GET /healthz", "Host: localhost\r\n");
+        return boost::json::parse(answer.substr(answer.find("\r\n\r\n") + 4)).as_object();
+    }
+
+    test::TemporaryFolder state_;
+    TokenRegistry tokens_{state_.path() / "tarn" / "relay"};
+    NetworkThread network_;
+    PickyEngine engine_{network_.executor()};
+    std::string token_;
+    std::unique_ptr<RelayServer> server_;
+};
+
+TEST_F(RelayServerTest, AnswersTheAccountApi) {
+    const std::string host = "Host: 127.0.0.1:8787\r\n";
+    struct Case {
+        std::string requestLine;
+        std::string headers;
+        std::string status;
+        std::string body;
+    };
+    const std::vector<Case> cases{
+        {"GET /tarn/api/me", host + authorization(), "200", R"("email":"ada@example.org")"},
+        {"GET /tarn/api/me", host + "authorization: bearer " + token_ + "\r\n", "200", R"("user_id":")"},
+        {"GET /tarn/api/me", host, "401", R"({"error":)"},
+        {"GET /tarn/api/me", host + "Authorization: Bearer \r\n", "401", R"({"error":)"},
+        {"GET /tarn/api/me", host + "Authorization: Basic " + token_ + "\r\n", "401", R"({"error":)"},
+        {"GET /tarn/api/me", host + authorization() + authorization(), "401", R"({"error":)"},
+        {"GET /tarn/api/me?x=y", host + authorization(), "200", "ada@"},
+        {"POST /tarn/api/me", host + authorization(), "405", "Allow: GET"},
+        {"GET /tarn/api/logout", host + authorization(), "405", "Allow: POST"},
+        {"POST /tarn/api/logout", host, "401", R"({"error":)"},
+        {"GET /tarn/api/me/", host + authorization(), "404", R"({"error":)"},
+        {"GET /auth?return_to=macos", host, "404", R"({"error":)"},
+        {"GET /tarn/ws/translate-stream?target=es", host + authorization(), "426", R"({"error":)"},
+        {"GET /healthz", "", "403", "Host"},
+        {"GET /healthz", host + host, "403", "Host"},
+        {"GET /healthz", "Host: attacker.example\r\n", "403", "names of this machine"},
+        {"GET /healthz", "Host: 127.0.0.1@attacker.example\r\n", "403", "Host"},
+        {"GET /healthz", "Host: 127.0.0.1.attacker.example\r\n", "403", "names of this machine"},
+        {"GET /healthz", "Host: LOCALHOST\r\n", "200", R"("engine":"script")"},
+        {"GET /healthz", "Host: [::1]:80\r\n", "200", R"("status":"ok")"},
+        {"GET /tarn/api/me", host + authorization() + "Origin: https://attacker.example\r\n", "403",
+         "other web"},
+        {"GET /tarn/api/me", host + authorization() + "Origin: null\r\n", "403", "other web"},
+        {"GET /tarn/api/me", host + authorization() + "Origin: http://127.0.0.1:8787\r\n", "200", "ada@"},
+    };
+    for (const auto& [requestLine, headers, status, body] : cases) {
+        EXPECT_THAT(ask(requestLine, headers), AllOf(StartsWith("HTTP/1.1 " + status), HasSubstr(body)))
+            << requestLine << "\n"
+            << headers;
+    }
+}
+
+TEST_F(RelayServerTest, RefusesBadUpgradesWithAnHttpStatus) {
+    struct Case {
+        std::string query;
+        std::string headers;
+        const char* status;
+    };
+    const std::vector<Case> cases{
+        {"target=es", "", "401"},
+        {"target=es", "Authorization: Bearer " + std::string(43, 'A') + "\r\n", "401"},
+        {"target=es", authorization() + "Origin: http://attacker.example\r\n", "403"},
+        {"", authorization(), "400"},
+        {"source=en", authorization(), "400"},
+        {"target=", authorization(), "400"},
+        {"target=es%20", authorization(), "400"},
+        {"target=" + std::string(17, 'a'), authorization(), "400"},
+        {"target=es&target=fr", authorization(), "400"},
+        {"target=es&t%61rget=fr", authorization(), "400"},
+        {"target=es%2", authorization(), "400"},
+        {"target=es%zz", authorization(), "400"},
+        {"target=es&source=", authorization(), "400"},
+        {"target=es&voice=a%00b", authorization(), "400"},
+        {"target=es&voice=" + std::string(65, 'v'), authorization(), "400"},
+        {"target=es&clone=%22", authorization(), "400"},
+        {"target=es&vad_ms=", authorization(), "400"},
+        {"target=es&vad_ms=-1", authorization(), "400"},
+        {"target=es&vad_ms=8e2", authorization(), "400"},
+        {"target=es&vad_ms=2147483648", authorization(), "400"},
+    };
+    for (const auto& [query, headers, status] : cases) {
+        auto peer = connect();
+        const auto head = peer.upgrade("/tarn/ws/translate-stream?" + query, headers);
+        EXPECT_THAT(head, AllOf(StartsWith(std::string("HTTP/1.1 ") + status), HasSubstr("application/json")))
+            << query;
+    }
+    EXPECT_EQ(health()["streams_total"], 0);
+    EXPECT_EQ(health()["requests_unauthorized"], 2);
+}
+
+TEST_F(RelayServerTest, GivesTheEngineWhatTheQuerySays) {
+    auto peer = connect();
+    openStream(peer, "target=zh-Hans&source=en&voice=en%2Bf3%20x&clone=always&vad_ms=2147483647&later=1");
+    onNetwork([this] {
+        EXPECT_EQ(engine_.last.target, "zh-Hans");
+        EXPECT_EQ(engine_.last.source, "en");
+        EXPECT_EQ(engine_.last.voice, "en+f3 x");
+        EXPECT_EQ(engine_.last.clone, "always");
+        EXPECT_EQ(engine_.last.silenceMs, 2147483647);
+    });
+    auto plain = connect();
+    openStream(plain);
+    onNetwork([this] {
+        EXPECT_EQ(engine_.last.source, std::nullopt);
+        EXPECT_EQ(engine_.last.voice, std::nullopt);
+        EXPECT_EQ(engine_.last.clone, "none");
+        EXPECT_EQ(engine_.last.silenceMs, std::nullopt);
+    });
+}
+
+TEST_F(RelayServerTest, PlaysAStreamToItsEndAndCountsIt) {
+    {
+        auto peer = connect();
+        openStream(peer);
+        EXPECT_EQ(health()["streams_open"], 1);
+        peer.sendFrame(textFrame, R"({"type":"input_audio_buffer.append","audio":"AAAA"})");
+        EXPECT_EQ(RawPeer::closeCode(peer.readFrame()), 1000);
+        peer.sendFrame(test::closeFrame, "\x03\xe8");
+    }
+    // The relay counts it out a moment after the client has seen the end.
+    auto counters = health();
+    for (int attempt = 0; attempt < 1000 && counters.at("streams_open") != 0; ++attempt) {
+        counters = health();
+    }
+    EXPECT_EQ(counters.at("streams_open"), 0);
+    EXPECT_EQ(counters.at("streams_total"), 1);
+}
+
+TEST_F(RelayServerTest, TellsARefusedClientWhyBeforeItCloses) {
+    auto peer = connect();
+    ASSERT_THAT(peer.upgrade("/tarn/ws/translate-stream?target=tlh", authorization()),
+                StartsWith("HTTP/1.1 101"));
+    const auto frames = peer.readFramesToClose();
+    ASSERT_EQ(frames.size(), 2U);
+    EXPECT_EQ(frames[0].payload, R"({"type":"tarn.error","error":"only \"es\" is spoken here"})");
+    EXPECT_EQ(RawPeer::closeCode(frames[1]), 1008);
+    EXPECT_EQ(health()["streams_refused"], 1);
+    EXPECT_EQ(health()["streams_open"], 0);
+}
+
+TEST_F(RelayServerTest, RefusesBinaryMessages) {
+    auto peer = connect();
+    openStream(peer);
+    peer.sendFrame(test::binaryFrame, "pcm");
+    EXPECT_EQ(RawPeer::closeCode(peer.readFrame()), 1003);
+}
+
+TEST_F(RelayServerTest, EndsLiveStreamsOfARevokedTokenAndNoOthers) {
+    auto revoked = connect();
+    openStream(revoked);
+    token_ = tokens_.issue("bob@example.org").value();
+    auto other = connect();
+    openStream(other);
+    EXPECT_EQ(test::runRelay(state_, {"revoke-token", "ada@example.org"}).ending, "ended with status 0");
+    EXPECT_EQ(RawPeer::closeCode(revoked.readFrame()), 4001);
+    other.sendFrame(textFrame, R"({"type":"input_audio_buffer.append","audio":"AAAA"})");
+    EXPECT_EQ(RawPeer::closeCode(other.readFrame()), 1000);
+}
+
+TEST_F(RelayServerTest, EndsTheTokenAndItsStreamsAtLogout) {
+    auto peer = connect();
+    openStream(peer);
+    EXPECT_THAT(
+        ask("POST /tarn/api/logout", "Host: localhost\r\nContent-Length: 2\r\n" + authorization() + "\r\n{}"),
+        AllOf(StartsWith("HTTP/1.1 200"), HasSubstr("\r\n\r\n{}")));
+    EXPECT_EQ(RawPeer::closeCode(peer.readFrame()), 4001);
+    EXPECT_THAT(ask("GET /tarn/api/me", "Host: localhost\r\n" + authorization()), StartsWith("HTTP/1.1 401"));
+}
+
+TEST_F(RelayServerTest, TakesATokenThatWasIssuedWhileItRuns) {
+    const auto run = test::runRelay(state_, {"issue-token", "new@example.org"});
+    ASSERT_EQ(run.output.size(), 44U);
+    EXPECT_THAT(ask("GET /tarn/api/me",
+                    "Host: localhost\r\nAuthorization: Bearer " + run.output.substr(0, 43) + "\r\n"),
+                HasSubstr("new@example.org"));
+}
+
+class BusyRelayTest : public RelayServerTest {
+protected:
+    void SetUp() override {
+        RelayServer::Options options;
+        options.maxStreams = 1;
+        start(options);
+    }
+};
+
+TEST_F(BusyRelayTest, TellsFurtherClientsThatItIsBusy) {
+    auto first = connect();
+    openStream(first);
+    auto second = connect();
+    ASSERT_THAT(second.upgrade("/tarn/ws/translate-stream?target=es", authorization()),
+                StartsWith("HTTP/1.1 101"));
+    const auto frames = second.readFramesToClose();
+    ASSERT_EQ(frames.size(), 2U);
+    EXPECT_THAT(frames[0].payload, HasSubstr("busy"));
+    EXPECT_EQ(RawPeer::closeCode(frames[1]), 1013);
+    // The client that has its place keeps it.
+    first.sendFrame(textFrame, R"({"type":"input_audio_buffer.append","audio":"AAAA"})");
+    EXPECT_EQ(RawPeer::closeCode(first.readFrame()), 1000);
+}
+
+}  // namespace
+}  // namespace tarn::relay
