@@ -15,7 +15,8 @@ target_compile_options(tarn_options INTERFACE -Wall -Wextra -Wpedantic -Wconvers
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # g++ 12 reports false positives inside libstdc++ and Boost templates inlined into our code.
   target_compile_options(tarn_options INTERFACE -Wno-maybe-uninitialized -Wno-dangling-reference -Wno-restrict
-                                                -Wno-stringop-overflow -Wno-stringop-overread -Wno-array-bounds)
+                                                -Wno-stringop-overflow -Wno-stringop-overread -Wno-array-bounds
+                                                -Wno-mismatched-new-delete)
 endif()
 if(TARN_SANITIZE)
   add_compile_options(-fsanitize=${TARN_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
@@ -62,5 +63,5 @@ function(tarn_test name)
   target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
   target_link_libraries(${name} PRIVATE tarn_options GTest::gmock_main ${ARG_LINK})
   target_compile_definitions(${name} PRIVATE TARN_SOURCE_DIR="${CMAKE_SOURCE_DIR}" TARN_BIN_DIR="${CMAKE_BINARY_DIR}/bin")
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT ${ARG_TIMEOUT})
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES PROPERTIES TIMEOUT ${ARG_TIMEOUT})
 endfunction()
