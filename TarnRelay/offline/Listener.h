@@ -1,0 +1,81 @@
+#pragma once
+
+#include <boost/asio/strand.hpp>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "Interpreter.h"
+#include "Recogniser.h"
+#include "StableText.h"
+#include "StreamOutlet.h"
+#include "TarnPlatform/concurrency/Asio.h"
+
+namespace tarn::relay {
+
+/// Recognises one client's speech on a worker, tells the client what was heard and passes it to the
+/// interpreter.
+///
+/// Time is counted in received sound: an utterance ends after silence that was received, not after a pause in
+/// the sending. Sound that the recogniser cannot keep up with waits in memory; more of it than the limit
+/// allows is dropped as it comes, while what already waits is kept. Thread: any; what the workers do is
+/// serialised.
+class Listener : public std::enable_shared_from_this<Listener> {
+public:
+    struct Limits {
+        double behindSeconds = 5;    ///< of waiting sound, from which the client is told, once
+        double longestSeconds = 60;  ///< of waiting sound
+    };
+
+    /// `workers`: where the recogniser may take its time; outlives the listener.
+    Listener(std::shared_ptr<RecogniserFactory> recognisers, std::string language, int silenceMs,
+             Limits limits, std::shared_ptr<StreamOutlet> outlet, std::shared_ptr<Interpreter> interpreter,
+             const asio::any_io_executor& workers);
+
+    /// Makes the recogniser before the first sound is there.
+    void warmUp();
+    void hear(std::span<const std::int16_t> samples);
+    /// Drops what waits and lets the recogniser go, on the worker. The outlet is shut before.
+    void stop();
+
+private:
+    bool makeRecogniser();
+    void work();
+    void recognise(const std::vector<std::int16_t>& samples);
+    void beginUtterance();
+    void hypothesis(Hypothesis heard);
+    void showPartial(const std::string& text);
+    void endUtterance(std::string text);
+    std::int64_t milliseconds() const;
+
+    const std::shared_ptr<RecogniserFactory> recognisers_;
+    const std::string language_;
+    const int silenceMs_;
+    const Limits limits_;
+    const std::shared_ptr<StreamOutlet> outlet_;
+    const std::shared_ptr<Interpreter> interpreter_;
+    asio::strand<asio::any_io_executor> strand_;
+
+    std::mutex mutex_;  ///< guards the next four
+    std::deque<std::vector<std::int16_t>> waiting_;
+    std::size_t waitingSamples_ = 0;
+    bool toldBehind_ = false;
+    bool toldDropped_ = false;
+
+    // Strand only.
+    std::unique_ptr<Recogniser> recogniser_;
+    bool unusable_ = false;        ///< no recogniser could be made
+    bool toldFailure_ = false;     ///< nothing was heard since the last failure that was told
+    std::uint64_t position_ = 0;   ///< samples recognised
+    std::uint64_t utterance_ = 0;  ///< counts up; 0 before the first
+    bool inUtterance_ = false;
+    bool shown_ = false;            ///< a partial text of this utterance was sent
+    std::uint64_t translated_ = 0;  ///< position when a partial text was last passed on
+    StableText stable_;
+};
+
+}  // namespace tarn::relay

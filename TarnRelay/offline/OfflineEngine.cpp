@@ -1,0 +1,190 @@
+#include "OfflineEngine.h"
+
+#include <algorithm>
+#include <boost/asio/thread_pool.hpp>
+#include <cctype>
+#include <iterator>
+#include <optional>
+#include <string_view>
+#include <thread>
+
+#include "ClientMessage.h"
+#include "Interpreter.h"
+#include "OfflineStream.h"
+#include "ReadyRecognisers.h"
+#include "StreamOutlet.h"
+
+namespace tarn::relay {
+namespace {
+
+constexpr std::string_view defaultSource = "en";
+constexpr std::uint16_t closeUnsupported = 1003;
+constexpr std::uint16_t closeTryAgainLater = 1013;
+
+int cores() {
+    return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+}
+
+OfflineEngine::Limits completed(OfflineEngine::Limits limits) {
+    if (limits.maxStreams <= 0) {
+        // Speech without a pause takes up to a quarter of a core; the rest is for the translators, the voices
+        // and whoever else lives here.
+        limits.maxStreams = 2 * cores();
+    }
+    return limits;
+}
+
+/// "pt-BR" is also asked for as "pt".
+std::vector<std::string> namesOf(const std::string& code) {
+    std::string lower;
+    std::ranges::transform(code, std::back_inserter(lower),
+                           [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    return {code, lower, lower.substr(0, lower.find_first_of("-_"))};
+}
+
+std::optional<std::string> firstIn(const std::vector<std::string>& names,
+                                   const std::vector<std::string>& known) {
+    for (const auto& name : names) {
+        if (std::ranges::find(known, name) != known.end()) {
+            return name;
+        }
+    }
+    return std::nullopt;
+}
+
+std::string joined(const std::vector<std::string>& codes) {
+    std::string text;
+    for (const auto& code : codes) {
+        text += (text.empty() ? "" : ", ") + code;
+    }
+    return text;
+}
+
+std::unexpected<Refusal> refusal(std::string message, std::uint16_t closeCode) {
+    return std::unexpected(Refusal{.message = std::move(message), .closeCode = closeCode});
+}
+
+/// What a client wrote, fit to be shown and logged.
+std::string quoted(const std::string& code) {
+    std::string text = code.substr(0, 32);
+    std::ranges::replace_if(text, [](unsigned char c) { return std::isprint(c) == 0 || c > 126; }, '?');
+    return "\"" + text + "\"";
+}
+
+}  // namespace
+
+/// The threads that recognise, and those that wait for translators and voices.
+struct OfflineEngine::Workers {
+    explicit Workers(int streams)
+        : recognising(static_cast<std::size_t>(std::max(2, cores()))),
+          interpreting(static_cast<std::size_t>(streams)) {}
+    Workers(const Workers&) = delete;
+    Workers& operator=(const Workers&) = delete;
+    ~Workers() {
+        // With every stream gone what is queued does nothing. Recognisers first: they are who queues for the
+        // rest.
+        recognising.join();
+        interpreting.join();
+    }
+
+    /// The parts with a recogniser loaded for the usual client.
+    Parts readyFor(Parts parts) {
+        auto ready =
+            std::make_shared<ReadyRecognisers>(std::move(parts.recognisers), recognising.get_executor());
+        if (const auto languages = ready->languages(); !languages.empty()) {
+            ready->prepare(languages.front(), defaultSilenceMs);
+        }
+        parts.recognisers = std::move(ready);
+        return parts;
+    }
+
+    asio::thread_pool recognising;
+    asio::thread_pool interpreting;
+};
+
+OfflineEngine::OfflineEngine(Parts parts) : OfflineEngine(std::move(parts), Limits()) {}
+
+OfflineEngine::OfflineEngine(Parts parts, Limits limits)
+    : limits_(completed(limits)),
+      workers_(std::make_shared<Workers>(limits_.maxStreams)),
+      parts_(workers_->readyFor(std::move(parts))),
+      sources_(parts_.recognisers->languages()),
+      pairs_(parts_.translator->pairs()) {}
+
+std::expected<std::string, Refusal> OfflineEngine::sourceOf(const std::string& asked) const {
+    if (sources_.empty()) {
+        // The recogniser does not say what it can do: it is asked, which costs nothing yet.
+        const auto source = asked.empty() ? std::string(defaultSource) : asked;
+        const auto tried = parts_.recognisers->make(source, defaultSilenceMs);
+        return tried ? std::expected<std::string, Refusal>(source)
+                     : refusal("cannot recognise " + quoted(source) + ": " + tried.error().description,
+                               closeUnsupported);
+    }
+    if (asked.empty()) {
+        return sources_.front();
+    }
+    if (auto source = firstIn(namesOf(asked), sources_)) {
+        return *source;
+    }
+    return refusal("cannot recognise " + quoted(asked) + "; possible: " + joined(sources_), closeUnsupported);
+}
+
+std::expected<std::string, Refusal> OfflineEngine::targetOf(const std::string& asked,
+                                                            const std::string& source) const {
+    if (pairs_.empty()) {
+        // As above; what cannot be done shows with the first text.
+        return asked.empty() ? refusal("no language to translate to was given", closeUnsupported)
+                             : std::expected<std::string, Refusal>(asked);
+    }
+    std::vector<std::string> targets{source};
+    for (const auto& [from, to] : pairs_) {
+        if (from == source) {
+            targets.push_back(to);
+        }
+    }
+    if (auto target = firstIn(namesOf(asked), targets)) {
+        return *target;
+    }
+    std::ranges::sort(targets);
+    targets.erase(std::ranges::unique(targets).begin(), targets.end());
+    return refusal(
+        "cannot translate " + source + " to " + quoted(asked) + "; from " + source + ": " + joined(targets),
+        closeUnsupported);
+}
+
+std::expected<std::unique_ptr<EngineStream>, Refusal> OfflineEngine::open(const StreamSettings& settings,
+                                                                          std::shared_ptr<EventSink> sink) {
+    const auto source = sourceOf(settings.source.value_or(""));
+    if (!source) {
+        return std::unexpected(source.error());
+    }
+    const auto target = targetOf(settings.target, *source);
+    if (!target) {
+        return std::unexpected(target.error());
+    }
+    auto place = StreamPlace::take(streams_, limits_.maxStreams);
+    if (!place) {
+        return refusal("the server is busy: it can translate " + std::to_string(limits_.maxStreams) +
+                           " streams at once; try again later",
+                       closeTryAgainLater);
+    }
+    const auto outlet = std::make_shared<StreamOutlet>(std::move(sink));
+    Interpreter::Job job{.translator = parts_.translator,
+                         .synthesiser = parts_.synthesiser,
+                         .source = *source,
+                         .target = *target,
+                         .voice = settings.voice.value_or("")};
+    const auto interpreter =
+        std::make_shared<Interpreter>(std::move(job), outlet, workers_->interpreting.get_executor());
+    const int silenceMs = settings.silenceMs.value_or(defaultSilenceMs);
+    auto listener = std::make_shared<Listener>(parts_.recognisers, *source, silenceMs, limits_.listener,
+                                               outlet, interpreter, workers_->recognising.get_executor());
+    auto stream = std::make_unique<OfflineStream>(
+        workers_, std::move(*place), outlet, listener,
+        OfflineStream::Session{.source = *source, .target = *target, .silenceMs = silenceMs});
+    listener->warmUp();
+    interpreter->warmUp();
+    return stream;
+}
+
+}  // namespace tarn::relay

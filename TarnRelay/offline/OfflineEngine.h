@@ -1,0 +1,65 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Listener.h"
+#include "Recogniser.h"
+#include "Synthesiser.h"
+#include "TarnRelay/engines/TranslationEngine.h"
+#include "Translator.h"
+
+namespace tarn::relay {
+
+/// Translates on this machine alone: a recogniser for each client, one translator and one voice for all.
+///
+/// Clients receive the events of the realtime protocol: partial texts while someone speaks, final ones at the
+/// end of each utterance, then the translated voice as fast as it is made. The recognisers share a pool of
+/// one thread for each core; translating and speaking, which wait for other programs, have a pool of their
+/// own.
+///
+/// What cannot be done is refused with a text that names what can. A recogniser or translator that lists no
+/// languages is taken to try any.
+///
+/// The destruction of the last of the engine and its streams waits for the calls that are under way.
+class OfflineEngine : public TranslationEngine {
+public:
+    static constexpr int defaultSilenceMs = 800;
+
+    struct Parts {
+        std::shared_ptr<RecogniserFactory> recognisers;
+        std::shared_ptr<Translator> translator;
+        std::shared_ptr<Synthesiser> synthesiser;
+    };
+
+    struct Limits {
+        int maxStreams = 0;  ///< at once; 0: what the cores can do in real time
+        Listener::Limits listener;
+    };
+
+    explicit OfflineEngine(Parts parts);
+    OfflineEngine(Parts parts, Limits limits);
+
+    std::expected<std::unique_ptr<EngineStream>, Refusal> open(const StreamSettings& settings,
+                                                               std::shared_ptr<EventSink> sink) override;
+
+    int maxStreams() const { return limits_.maxStreams; }
+
+private:
+    struct Workers;
+
+    std::expected<std::string, Refusal> sourceOf(const std::string& asked) const;
+    std::expected<std::string, Refusal> targetOf(const std::string& asked, const std::string& source) const;
+
+    const Limits limits_;
+    const std::shared_ptr<Workers> workers_;  ///< shared with the streams
+    const Parts parts_;
+    const std::vector<std::string> sources_;                        ///< empty: any
+    const std::vector<std::pair<std::string, std::string>> pairs_;  ///< empty: any
+    const std::shared_ptr<std::atomic<int>> streams_ = std::make_shared<std::atomic<int>>(0);
+};
+
+}  // namespace tarn::relay

@@ -1,0 +1,205 @@
+// The whole engine with the recogniser, translators and voices of this machine.
+
+#include "TarnRelay/offline/OfflineEngine.h"
+
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <set>
+
+#include "EventLog.h"
+#include "SpokenText.h"
+#include "TarnRelay/offline/ApertiumTranslator.h"
+#include "TarnRelay/offline/ChainTranslator.h"
+#include "TarnRelay/offline/EspeakSynthesiser.h"
+#include "TarnRelay/offline/PocketSphinxRecogniser.h"
+
+namespace tarn::relay {
+namespace {
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+
+const std::string kMeeting = "the meeting will begin in ten minutes";
+const std::string kCoffee = "i would like a cup of coffee and some water";
+
+OfflineEngine::Parts installed() {
+    using namespace std::chrono_literals;
+    return {.recognisers = std::make_shared<PocketSphinxFactory>(),
+            .translator = std::make_shared<ChainTranslator>(
+                std::make_unique<ApertiumTranslator>("/usr/share/apertium/modes", 30s)),
+            .synthesiser = std::make_shared<EspeakSynthesiser>()};
+}
+
+/// A test sends faster than anyone speaks, which is no reason to complain.
+OfflineEngine::Limits patient() {
+    return {.maxStreams = 2, .listener = {.behindSeconds = 600, .longestSeconds = 600}};
+}
+
+std::unique_ptr<EngineStream> openStream(OfflineEngine& engine, const StreamSettings& settings,
+                                         const std::shared_ptr<EventLog>& log) {
+    auto stream = engine.open(settings, log);
+    EXPECT_TRUE(stream) << stream.error().message;
+    return std::move(*stream);
+}
+
+/// Both texts of the partial events of a type put together, in order.
+std::vector<std::string> partials(const EventLog& log, std::string_view type) {
+    auto texts = log.all(type, "text");
+    const auto stashes = log.all(type, "stash");
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        texts[i] += stashes[i];
+    }
+    return texts;
+}
+
+/// Position of the `n`th event of a type, counted from 1; a large number where there is none.
+std::size_t place(const EventLog& log, std::string_view type, int n) {
+    const auto events = log.events();
+    for (std::size_t i = 0; i < events.size(); ++i) {
+        if (events[i].at("type") == boost::json::value(type) && --n == 0) {
+            return i;
+        }
+    }
+    return 1'000'000;
+}
+
+double loudness(const std::vector<std::byte>& bytes) {
+    double energy = 0;
+    for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+        const auto low = std::to_integer<unsigned>(bytes[i]);
+        const double sample = static_cast<std::int16_t>(low | std::to_integer<unsigned>(bytes[i + 1]) << 8U);
+        energy += sample * sample;
+    }
+    return std::sqrt(energy / (static_cast<double>(bytes.size()) / 2)) / 32768;
+}
+
+TEST(OfflineEngine, StreamsTwoSentencesIntoSpanishTextAndVoice) {
+    OfflineEngine engine(installed(), patient());
+    const auto log = std::make_shared<EventLog>();
+    const auto stream =
+        openStream(engine, {.target = "es", .source = {}, .voice = {}, .silenceMs = 800}, log);
+    stream->receive(R"({"event_id":"evt_init_1","type":"session.update","session":{}})");
+    say(*stream, silence(0.3) + spoken(kMeeting) + silence(1.5) + spoken(kCoffee) + silence(1.5));
+    ASSERT_TRUE(log->waitFor(events::responseDone, 2));
+
+    EXPECT_THAT(log->all(events::tarnError, "error"), IsEmpty());
+    EXPECT_THAT(log->all(events::sourceCompleted, "transcript"), ElementsAre(kMeeting, kCoffee));
+    EXPECT_THAT(log->all(events::translationDone, "transcript"),
+                ElementsAre(AllOf(HasSubstr("reunión"), HasSubstr("diez minutos")),
+                            AllOf(HasSubstr("café"), HasSubstr("agua"))));
+    EXPECT_THAT(partials(*log, events::sourceText), testing::Contains("the meeting"));
+    EXPECT_THAT(partials(*log, events::translationText), Not(IsEmpty()));
+
+    EXPECT_EQ(place(*log, events::sessionCreated, 1), 0);
+    EXPECT_EQ(place(*log, events::sessionUpdated, 1), 1);
+    EXPECT_LT(place(*log, events::speechStarted, 1), place(*log, events::sourceText, 1));
+    EXPECT_LT(place(*log, events::sourceText, 1), place(*log, events::speechStopped, 1));
+    for (const int sentence : {1, 2}) {
+        EXPECT_LT(place(*log, events::speechStopped, sentence),
+                  place(*log, events::sourceCompleted, sentence));
+        EXPECT_LT(place(*log, events::sourceCompleted, sentence),
+                  place(*log, events::translationDone, sentence));
+        EXPECT_LT(place(*log, events::translationDone, sentence), place(*log, events::audioDone, sentence));
+    }
+    EXPECT_LT(place(*log, events::translationDone, 1), place(*log, events::audioDelta, 1));
+    EXPECT_LT(place(*log, events::responseDone, 1), place(*log, events::translationDone, 2));
+
+    std::vector<std::byte> voice;
+    for (const auto& delta : log->all(events::audioDelta, "delta")) {
+        const auto bytes = base64Decode(delta);
+        ASSERT_TRUE(bytes);
+        EXPECT_LE(bytes->size(), 4800);
+        EXPECT_EQ(bytes->size() % 2, 0);
+        voice.insert(voice.end(), bytes->begin(), bytes->end());
+    }
+    EXPECT_GT(static_cast<double>(voice.size()) / 48000, 2);  // seconds
+    EXPECT_GT(loudness(voice), 0.02);
+
+    std::set<std::string> ids;
+    const auto events = log->events();
+    for (const auto& event : events) {
+        ids.emplace(event.at("event_id").as_string());
+    }
+    EXPECT_EQ(ids.size(), events.size());
+}
+
+TEST(OfflineEngine, GivesBackTheWordsThemselvesFromALanguageToItself) {
+    OfflineEngine engine(installed(), patient());
+    const auto log = std::make_shared<EventLog>();
+    const auto stream =
+        openStream(engine, {.target = "en", .source = "en", .voice = {}, .silenceMs = {}}, log);
+    say(*stream, spoken(kMeeting) + silence(1.5));
+    ASSERT_TRUE(log->waitFor(events::responseDone, 1));
+    EXPECT_THAT(log->all(events::translationDone, "transcript"), ElementsAre(kMeeting));
+    EXPECT_THAT(log->all(events::audioDelta, "delta"), Not(IsEmpty()));
+}
+
+TEST(OfflineEngine, NamesWhatIsPossibleWhereAPairIsNot) {
+    OfflineEngine engine(installed(), patient());
+    const auto log = std::make_shared<EventLog>();
+    const auto german = engine.open({.target = "de", .source = "en", .voice = {}, .silenceMs = {}}, log);
+    ASSERT_FALSE(german);
+    EXPECT_THAT(german.error().message,
+                AllOf(HasSubstr("cannot translate en to \"de\"; from en: "), HasSubstr("es")));
+    EXPECT_EQ(german.error().closeCode, 1003);
+
+    const auto fromKlingon =
+        engine.open({.target = "es", .source = "t\nlh", .voice = {}, .silenceMs = {}}, log);
+    ASSERT_FALSE(fromKlingon);
+    EXPECT_EQ(fromKlingon.error().message, "cannot recognise \"t?lh\"; possible: en");
+    EXPECT_THAT(log->events(), IsEmpty());
+
+    EXPECT_TRUE(engine.open({.target = "es-MX", .source = "EN", .voice = {}, .silenceMs = {}}, log));
+}
+
+TEST(OfflineEngine, IsBusyUntilAStreamEnds) {
+    OfflineEngine engine(installed(), patient());
+    const auto log = std::make_shared<EventLog>();
+    const StreamSettings settings{.target = "en", .source = {}, .voice = {}, .silenceMs = {}};
+    auto first = engine.open(settings, log);
+    const auto second = engine.open(settings, log);
+    const auto third = engine.open(settings, log);
+    ASSERT_TRUE(first && second);
+    ASSERT_FALSE(third);
+    EXPECT_THAT(third.error().message, HasSubstr("the server is busy: it can translate 2 streams at once"));
+    EXPECT_EQ(third.error().closeCode, 1013);
+    first->reset();
+    EXPECT_TRUE(engine.open(settings, log));
+}
+
+TEST(OfflineEngine, ComplainsOnceAboutNonsenseAndGoesOn) {
+    OfflineEngine engine(installed(), patient());
+    const auto log = std::make_shared<EventLog>();
+    const auto stream = openStream(engine, {.target = "es", .source = {}, .voice = {}, .silenceMs = {}}, log);
+    for (const auto* nonsense : {"", "nonsense", "[1]", R"({"type":"unheard.of"})",
+                                 R"({"type":"input_audio_buffer.append","audio":"%%%"})"}) {
+        stream->receive(nonsense);
+    }
+    say(*stream, spoken(kMeeting) + silence(1.5));
+    ASSERT_TRUE(log->waitFor(events::responseDone, 1));
+    EXPECT_THAT(log->all(events::tarnError, "error"), ElementsAre("a message was ignored: it is not JSON"));
+    EXPECT_THAT(log->all(events::sourceCompleted, "transcript"), ElementsAre(kMeeting));
+}
+
+TEST(OfflineEngine, SendsNothingAfterAStreamEndsInMidSentence) {
+    const auto log = std::make_shared<EventLog>();
+    std::size_t sent = 0;
+    {
+        OfflineEngine engine(installed(), patient());
+        auto stream = openStream(engine, {.target = "es", .source = {}, .voice = {}, .silenceMs = {}}, log);
+        const auto meeting = spoken(kMeeting);
+        say(*stream, std::span(meeting).first(meeting.size() * 2 / 3));
+        ASSERT_TRUE(log->waitFor(events::sourceText, 3));
+        stream.reset();
+        sent = log->events().size();
+    }  // the engine waits for what is under way
+    EXPECT_THAT(log->events(), SizeIs(sent));
+}
+
+}  // namespace
+}  // namespace tarn::relay
