@@ -63,5 +63,11 @@ function(tarn_test name)
   target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
   target_link_libraries(${name} PRIVATE tarn_options GTest::gmock_main ${ARG_LINK})
   target_compile_definitions(${name} PRIVATE TARN_SOURCE_DIR="${CMAKE_SOURCE_DIR}" TARN_BIN_DIR="${CMAKE_BINARY_DIR}/bin")
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES PROPERTIES TIMEOUT ${ARG_TIMEOUT})
+  set(properties TIMEOUT ${ARG_TIMEOUT})
+  if(TARN_SANITIZE MATCHES "thread")
+    # Packaged libraries are not instrumented, so what they do under their own locks looks like a race.
+    list(APPEND properties ENVIRONMENT
+         "TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/keyring/tsan-suppressions.txt")
+  endif()
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES PROPERTIES ${properties})
 endfunction()

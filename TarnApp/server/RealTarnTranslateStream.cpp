@@ -9,8 +9,10 @@
 namespace tarn {
 namespace {
 
-Task<void> closeClient(std::shared_ptr<QwenClient> client) {
+Task<void> closeAndFinish(std::shared_ptr<QwenClient> client, EventQueue<TarnTranslateEvent> events) {
     co_await client->close();
+    events.push(translate::Closed{});
+    events.finish();
 }
 
 }  // namespace
@@ -54,20 +56,15 @@ Task<ServerResult<std::shared_ptr<TarnTranslateStream>>> RealTarnTranslateStream
 RealTarnTranslateStream::~RealTarnTranslateStream() {
     events_.finish();
     // The connection keeps the client alive, so it would outlive its owner; after a `close` there is none.
-    asio::co_spawn(network_, closeClient(client_), asio::detached);
+    asio::co_spawn(network_, client_->close(), asio::detached);
 }
 
 Task<void> RealTarnTranslateStream::sendAudio(std::vector<std::byte> bytes) {
-    const auto client = client_;
-    co_await client->sendAudio(std::move(bytes));
+    return client_->sendAudio(std::move(bytes));
 }
 
 Task<void> RealTarnTranslateStream::close() {
-    const auto client = client_;
-    const auto events = events_;
-    co_await client->close();
-    events.push(translate::Closed{});
-    events.finish();
+    return closeAndFinish(client_, events_);
 }
 
 bool RealTarnTranslateStream::isAlive() const {
@@ -75,8 +72,7 @@ bool RealTarnTranslateStream::isAlive() const {
 }
 
 Task<std::string> RealTarnTranslateStream::waitDead() {
-    const auto client = client_;
-    co_return co_await client->waitDead();
+    return client_->waitDead();
 }
 
 }  // namespace tarn

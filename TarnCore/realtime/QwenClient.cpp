@@ -44,27 +44,22 @@ const Url& QwenClient::directEndpoint() {
     return endpoint;
 }
 
+// A task starts when it is first awaited, so each is given its share of the client here and now.
+
 Task<Result<void>> QwenClient::connect() {
-    const auto self = shared_from_this();
-    bool decided = false;
-    const auto abandon = [self, &decided](const void* /*frame*/) {
-        if (!decided) {
-            asio::post(self->strand_, [self] {
-                if (self->task_) {
-                    self->task_->cancel(closeGoingAway);
-                }
-            });
-        }
-    };
-    // A caller that gives up waiting ends the attempt.
-    const std::unique_ptr<const void, decltype(abandon)> attempt(this, abandon);
-    auto connected = co_await carryOut(strand_, connectOnStrand(self));
-    decided = true;
-    co_return connected;
+    return connectAndWait(shared_from_this());
 }
 
 Task<void> QwenClient::sendAudio(std::vector<std::byte> bytes) {
-    co_await carryOut(strand_, sendAudioOnStrand(shared_from_this(), std::move(bytes)));
+    return carryOut(strand_, sendAudioOnStrand(shared_from_this(), std::move(bytes)));
+}
+
+Task<void> QwenClient::close() {
+    return carryOut(strand_, closeOnStrand(shared_from_this()));
+}
+
+Task<std::string> QwenClient::waitDead() {
+    return waitDeadFromAnywhere(shared_from_this());
 }
 
 void QwenClient::markDead() {
@@ -72,13 +67,25 @@ void QwenClient::markDead() {
     asio::post(strand_, [self = shared_from_this()] { self->deathBell_.cancel(); });
 }
 
-Task<void> QwenClient::close() {
-    co_await carryOut(strand_, closeOnStrand(shared_from_this()));
-}
-
-Task<std::string> QwenClient::waitDead() {
-    const auto self = shared_from_this();
-    co_return co_await asio::co_spawn(strand_, waitDeadOnStrand(), asio::use_awaitable);
+Task<Result<void>> QwenClient::connectAndWait(std::shared_ptr<QwenClient> self) {
+    /// Ends the attempt when the caller gives up waiting for it.
+    struct Attempt {
+        ~Attempt() {
+            if (!decided) {
+                asio::post(client->strand_, [client = client] {
+                    if (client->task_) {
+                        client->task_->cancel(closeGoingAway);
+                    }
+                });
+            }
+        }
+        std::shared_ptr<QwenClient> client;
+        bool decided = false;
+    };
+    Attempt attempt{self};
+    auto connected = co_await carryOut(self->strand_, connectOnStrand(self));
+    attempt.decided = true;
+    co_return connected;
 }
 
 Task<Result<void>> QwenClient::connectOnStrand(std::shared_ptr<QwenClient> self) {
@@ -174,11 +181,15 @@ Task<void> QwenClient::closeOnStrand(std::shared_ptr<QwenClient> self) {
     }
 }
 
-Task<std::string> QwenClient::waitDeadOnStrand() {
-    while (alive_) {
-        co_await deathBell_.async_wait(asValue);
+Task<std::string> QwenClient::waitDeadFromAnywhere(std::shared_ptr<QwenClient> self) {
+    co_return co_await asio::co_spawn(self->strand_, waitDeadOnStrand(self), asio::use_awaitable);
+}
+
+Task<std::string> QwenClient::waitDeadOnStrand(std::shared_ptr<QwenClient> self) {
+    while (self->alive_) {
+        co_await self->deathBell_.async_wait(asValue);
     }
-    co_return deathReason_;
+    co_return self->deathReason_;
 }
 
 void QwenClient::die(const std::string& reason) {

@@ -64,10 +64,12 @@ public:
     const TarnEventCallback& onTarnEvent() const { return handler_.onTarnEvent(); }
 
 private:
+    static Task<Result<void>> connectAndWait(std::shared_ptr<QwenClient> self);
     static Task<Result<void>> connectOnStrand(std::shared_ptr<QwenClient> self);
     static Task<void> sendAudioOnStrand(std::shared_ptr<QwenClient> self, std::vector<std::byte> bytes);
     static Task<void> closeOnStrand(std::shared_ptr<QwenClient> self);
-    Task<std::string> waitDeadOnStrand();
+    static Task<std::string> waitDeadFromAnywhere(std::shared_ptr<QwenClient> self);
+    static Task<std::string> waitDeadOnStrand(std::shared_ptr<QwenClient> self);
     static Task<void> receiveLoop(std::shared_ptr<QwenClient> self, std::shared_ptr<WebSocketTask> task);
     Task<Result<void>> sendJson(std::string text);
     void handleMessage(const std::string& text);

@@ -1,6 +1,5 @@
 #include "HttpSession.h"
 
-#include <boost/asio/co_spawn.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/strand.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
@@ -12,6 +11,7 @@
 #include <optional>
 
 #include "Connector.h"
+#include "TarnPlatform/concurrency/CarryOut.h"
 #include "TlsClientStream.h"
 
 namespace tarn {
@@ -71,13 +71,15 @@ bool isHeaderSafe(const HttpHeader& header) {
 }
 
 /// One request under way; lives on its own strand until the last byte.
-class Exchange : public std::enable_shared_from_this<Exchange> {
+class Exchange {
 public:
     Exchange(SerialExecutor executor, NetworkContext network, HttpRequest request)
         : executor_(std::move(executor)), network_(std::move(network)), request_(std::move(request)) {}
 
-    Task<Result<HttpResponse>> run() {
-        const auto self = shared_from_this();
+    static Task<Result<HttpResponse>> run(std::shared_ptr<Exchange> self) { co_return co_await self->perform(); }
+
+private:
+    Task<Result<HttpResponse>> perform() {
         if (request_.url.scheme() != "http" && request_.url.scheme() != "https") {
             co_return failure(ErrorKind::invalidInput, "only http and https URLs can be requested");
         }
@@ -93,7 +95,6 @@ public:
         co_return answer;
     }
 
-private:
     Task<Result<HttpResponse>> converse() {
         auto connected = co_await connector_->connect(request_.url);
         if (!connected) {
@@ -136,10 +137,10 @@ class BeastHttpSession final : public HttpSession {
 public:
     explicit BeastHttpSession(NetworkContext network) : network_(std::move(network)) {}
 
+    // A request goes on without the session, whose owner may not wait for it.
     Task<Result<HttpResponse>> send(HttpRequest request) override {
         const SerialExecutor strand = asio::make_strand(network_.executor);
-        const auto exchange = std::make_shared<Exchange>(strand, network_, std::move(request));
-        co_return co_await asio::co_spawn(strand, exchange->run(), asio::use_awaitable);
+        return carryOut(strand, Exchange::run(std::make_shared<Exchange>(strand, network_, std::move(request))));
     }
 
 private:

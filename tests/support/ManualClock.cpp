@@ -64,8 +64,9 @@ void ManualClock::advance(Duration duration) {
             }
         }
     }
-    for (const auto& [time, entry] : due) {
-        asio::post(entry->executor, [state = state_, entry = entry] {
+    for (const auto& dueCall : due) {
+        const auto& entry = dueCall.second;
+        asio::post(entry->executor, [state = state_, entry] {
             std::function<void()> call;
             {
                 const std::lock_guard lock(state->mutex);
