@@ -67,7 +67,7 @@ function(tarn_test name)
   if(TARN_SANITIZE MATCHES "thread")
     # Packaged libraries are not instrumented, so what they do under their own locks looks like a race.
     list(APPEND properties ENVIRONMENT
-         "TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/keyring/tsan-suppressions.txt")
+         "TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/tsan-suppressions.txt")
   endif()
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES PROPERTIES ${properties})
 endfunction()
