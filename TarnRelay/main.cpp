@@ -15,6 +15,7 @@
 #include "RelayServer.h"
 #include "RequestCheck.h"
 #include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/process/StandardDescriptors.h"
 #include "TokenRegistry.h"
 
 namespace {
@@ -177,6 +178,7 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    tarn::holdStandardDescriptors();
     try {
         return run(argc, argv);
     } catch (const std::exception& error) {

@@ -15,8 +15,9 @@ constexpr std::size_t longestToken = 8192;
 
 /// The first line of standard input without surrounding blanks, or nothing where it cannot be a token.
 std::optional<std::string> readToken() {
-    std::string token;
-    std::getline(std::cin, token);
+    std::string line(longestToken + 2, '\0');
+    std::cin.getline(line.data(), static_cast<std::streamsize>(line.size()));
+    std::string token(line.c_str());
     const auto isBlank = [](unsigned char c) { return c == ' ' || c == '\t' || c == '\r'; };
     while (!token.empty() && isBlank(static_cast<unsigned char>(token.back()))) {
         token.pop_back();

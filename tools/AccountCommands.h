@@ -9,7 +9,8 @@ namespace tarn::cli {
 /// The token of the environment variable TARN_TOKEN, else the stored one.
 std::optional<std::string> currentToken();
 
-/// Reads a token from standard input, asks the server whose it is, and stores it unless the server refuses it.
+/// Reads a token from standard input, asks the server whose it is, and stores it unless the server refuses
+/// it.
 Task<ExitStatus> loginWithToken(const Options& options);
 
 /// Ends the token on the server where that can be reached, and forgets it in any case.

@@ -20,7 +20,8 @@ struct Overloaded : Visitors... {
 
 class JsonLinesPrinter final : public EventPrinter {
 public:
-    explicit JsonLinesPrinter(std::chrono::steady_clock::time_point start) : start_(start) {}
+    JsonLinesPrinter(std::chrono::steady_clock::time_point start, std::function<void(std::string)> write)
+        : start_(start), write_(std::move(write)) {}
 
     void state(const std::string& value) override { line({{"event", "state"}, {"value", value}}); }
 
@@ -49,21 +50,24 @@ public:
 private:
     void line(const json::object& fields) {
         const auto passed =
-            std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start_).count();
+            std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start_)
+                .count();
         std::array<char, 32> time{};
         std::snprintf(time.data(), time.size(), "%lld.%03lld", static_cast<long long>(passed / 1000),
                       static_cast<long long>(passed % 1000));
-        write(std::string("{\"t\":") + time.data() + "," + json::serialize(fields).substr(1) + "\n");
+        write_(std::string("{\"t\":") + time.data() + "," + json::serialize(fields).substr(1) + "\n");
     }
 
     const std::chrono::steady_clock::time_point start_;
+    const std::function<void(std::string)> write_;
 };
 
 /// Finals as lines; on a terminal the text that is still changing stands below them and is written over.
 class TextPrinter final : public EventPrinter {
 public:
-    explicit TextPrinter(const RunOptions& options)
-        : sourceTag_(options.sourceLang.empty() ? "heard" : options.sourceLang),
+    TextPrinter(const RunOptions& options, std::function<void(std::string)> write)
+        : write_(std::move(write)),
+          sourceTag_(options.sourceLang.empty() ? "heard" : options.sourceLang),
           targetTag_(options.targetLang),
           onTerminal_(::isatty(STDOUT_FILENO) == 1) {}
 
@@ -71,36 +75,52 @@ public:
 
     void event(const TarnTranslateEvent& event) override {
         std::visit(Overloaded{
-                       [this](const translate::SourceText& text) { show(sourceTag_, text.text, text.done); },
-                       [this](const translate::TranslatedText& text) { show(targetTag_, text.text, text.done); },
+                       [this](const translate::SourceText& text) {
+                           show(sourceTag_, openSource_, text.text, text.done);
+                       },
+                       [this](const translate::TranslatedText& text) {
+                           show(targetTag_, openTranslation_, text.text, text.done);
+                       },
                        [this](const translate::Error& error) {
                            eraseRunning();
                            complain(printable(error.message));
                        },
-                       [this](const translate::Closed&) { eraseRunning(); },
+                       [this](const translate::Closed&) { settleRunning(); },
                        [](const auto&) {},
                    },
                    event);
     }
 
 private:
-    void show(const std::string& tag, const std::string& text, bool done) {
+    void show(const std::string& tag, std::string& open, const std::string& text, bool done) {
         const auto line = printable(tag + ": " + text);
+        open = done || text.empty() ? "" : line;
         if (done) {
             eraseRunning();
             if (!text.empty()) {
-                write(line + "\n");
+                write_(line + "\n");
             }
         } else if (onTerminal_) {
             eraseRunning();
-            write(lastColumns(line));
+            write_(lastColumns(line));
             running_ = true;
+        }
+    }
+
+    /// At the end a text that never became final is better than none.
+    void settleRunning() {
+        eraseRunning();
+        for (auto* const open : {&openSource_, &openTranslation_}) {
+            if (!open->empty()) {
+                write_(*open + " …\n");
+                open->clear();
+            }
         }
     }
 
     void eraseRunning() {
         if (running_) {
-            write("\r\x1b[K");
+            write_("\r\x1b[K");
             running_ = false;
         }
     }
@@ -126,10 +146,13 @@ private:
         return line.substr(start);
     }
 
+    const std::function<void(std::string)> write_;
     const std::string sourceTag_;
     const std::string targetTag_;
     const bool onTerminal_;
-    bool running_ = false;
+    bool running_ = false;    ///< the last line on the terminal is to be written over
+    std::string openSource_;  ///< the line of a text that is not final yet
+    std::string openTranslation_;
 };
 
 }  // namespace
@@ -139,7 +162,8 @@ std::string printable(const std::string& text) {
     clean.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
         const auto byte = static_cast<unsigned char>(text[i]);
-        const bool isC1 = byte == 0xC2U && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0U;
+        const bool isC1 =
+            byte == 0xC2U && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0U;
         if (isC1) {
             ++i;
         }
@@ -148,18 +172,13 @@ std::string printable(const std::string& text) {
     return clean;
 }
 
-void EventPrinter::write(const std::string& text) {
-    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
-        writable_ = false;
-    }
-}
-
 std::unique_ptr<EventPrinter> EventPrinter::make(const RunOptions& options,
-                                                 std::chrono::steady_clock::time_point start) {
+                                                 std::chrono::steady_clock::time_point start,
+                                                 std::function<void(std::string)> write) {
     if (options.format == Format::jsonl) {
-        return std::make_unique<JsonLinesPrinter>(start);
+        return std::make_unique<JsonLinesPrinter>(start, std::move(write));
     }
-    return std::make_unique<TextPrinter>(options);
+    return std::make_unique<TextPrinter>(options, std::move(write));
 }
 
 }  // namespace tarn::cli

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -9,7 +10,7 @@
 
 namespace tarn::cli {
 
-/// Writes what happens in a run to standard output, each line flushed.
+/// Turns what happens in a run into lines. Thread: one.
 class EventPrinter {
 public:
     virtual ~EventPrinter() = default;
@@ -18,17 +19,10 @@ public:
     virtual void state(const std::string& value) = 0;
     virtual void event(const TarnTranslateEvent& event) = 0;
 
-    /// False once standard output takes no more, because its reader has gone.
-    bool isWritable() const { return writable_; }
-
-    /// `start`: where the times of the lines count from.
-    static std::unique_ptr<EventPrinter> make(const RunOptions& options, std::chrono::steady_clock::time_point start);
-
-protected:
-    void write(const std::string& text);
-
-private:
-    bool writable_ = true;
+    /// `start`: where the times of the lines count from. `write`: takes text for standard output.
+    static std::unique_ptr<EventPrinter> make(const RunOptions& options,
+                                              std::chrono::steady_clock::time_point start,
+                                              std::function<void(std::string)> write);
 };
 
 /// The text without what a terminal would take for a command.

@@ -5,6 +5,7 @@
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/posix/stream_descriptor.hpp>
 
+#include "OutputWriter.h"
 #include "TarnCore/audio/AudioResampler.h"
 #include "TarnPlatform/audio/SoundFile.h"
 
@@ -34,8 +35,8 @@ public:
 private:
     Result<PcmBuffer> nextBuffer() {
         const auto rate = reader_.format().sampleRate;
-        const auto frames = static_cast<std::uint32_t>(
-            std::max(1.0, rate * static_cast<double>(pieceLength.count()) / 1000));
+        const auto frames =
+            static_cast<std::uint32_t>(std::max(1.0, rate * static_cast<double>(pieceLength.count()) / 1000));
         auto buffer = reader_.read(frames);
         if (!buffer || buffer->frameLength() > 0) {
             return buffer;
@@ -66,6 +67,9 @@ public:
                 asio::buffer(piece.data() + held_, piece.size() - held_), asValue);
             if (error == asio::error::eof) {
                 co_return std::nullopt;  // half a sample at the very end is none
+            }
+            if (error == asio::error::operation_aborted) {
+                throw boost::system::system_error(error);  // cancelled, which is no failure of the input
             }
             if (error) {
                 co_return failure(ErrorKind::system, "standard input cannot be read: " + error.message());
@@ -102,13 +106,11 @@ Result<std::unique_ptr<InputSource>> openInput(const std::string& input, SerialE
         }
         return std::make_unique<FileInput>(std::move(*reader));
     }
-    asio::posix::stream_descriptor descriptor(executor);
-    boost::system::error_code error;
-    descriptor.assign(::dup(STDIN_FILENO), error);
-    if (error) {
-        return failure(ErrorKind::system, "standard input cannot be read: " + error.message());
+    auto descriptor = openStandardStream(STDIN_FILENO, std::move(executor));
+    if (!descriptor) {
+        return failure(ErrorKind::system, "standard input cannot be read: " + descriptor.error().description);
     }
-    return std::make_unique<StandardInput>(std::move(descriptor));
+    return std::make_unique<StandardInput>(std::move(*descriptor));
 }
 
 }  // namespace tarn::cli

@@ -1,10 +1,14 @@
 #include "Options.h"
 
 #include <CLI/CLI.hpp>
-#include <iostream>
+#include <cmath>
+
+#include "TarnPlatform/logging/Log.h"
 
 namespace tarn::cli {
 namespace {
+
+constexpr double longestSeconds = 1e6;
 
 /// Options that name a source of the desktop's own sound.
 struct CaptureOptions {
@@ -31,7 +35,8 @@ void addRunOptions(CLI::App& app, RawOptions& raw) {
         ->check(CLI::IsMember({"system", "mic", "application"}));
     app.add_option("--app", raw.capture.app, "Identifier of the application to listen to (see 'apps')");
     app.add_option("--device", raw.capture.device, "Identifier of the microphone (see 'devices')");
-    app.add_option("--voice-processing", raw.capture.voiceProcessing, "Echo cancellation of the microphone: on or off")
+    app.add_option("--voice-processing", raw.capture.voiceProcessing,
+                   "Echo cancellation of the microphone: on or off")
         ->check(CLI::IsMember({"on", "off"}));
     app.add_option("--input", raw.run.input,
                    "Read speech from a sound file, or with - raw s16le 16 kHz mono from standard input");
@@ -44,17 +49,22 @@ void addRunOptions(CLI::App& app, RawOptions& raw) {
         ->capture_default_str();
     app.add_option("--silence-ms", raw.run.silenceMs, "Milliseconds of silence that end an utterance")
         ->capture_default_str();
-    app.add_option("--rate", raw.rate, "Speed of the played voice")->check(CLI::Range(0.5, 2.0))->capture_default_str();
+    app.add_option("--rate", raw.rate, "Speed of the played voice")
+        ->check(CLI::Range(0.5, 2.0))
+        ->capture_default_str();
     app.add_option("--volume", raw.volume, "Loudness of the played voice, 1 as received")
         ->check(CLI::Range(0.0, 10.0))
         ->capture_default_str();
-    app.add_option("--dub", raw.dub, "Translated voice: none, or the WAV file to write it to")->capture_default_str();
+    app.add_option("--dub", raw.dub, "Translated voice: none, or the WAV file to write it to")
+        ->capture_default_str();
     app.add_option("--format", raw.format, "Output: text, or jsonl for one JSON object a line")
         ->check(CLI::IsMember({"text", "jsonl"}))
         ->capture_default_str();
-    app.add_option("--duration", raw.run.duration, "End the input after this many seconds")->check(CLI::PositiveNumber);
-    app.add_option("--drain", raw.run.drain, "Seconds to wait at most for the last utterance after the input's end")
-        ->check(CLI::NonNegativeNumber)
+    app.add_option("--duration", raw.run.duration, "End the input after this many seconds")
+        ->check(CLI::Range(0.001, longestSeconds));
+    app.add_option("--drain", raw.run.drain,
+                   "Seconds to wait at most for the last utterance after the input's end")
+        ->check(CLI::Range(0.0, longestSeconds))
         ->capture_default_str();
 }
 
@@ -71,6 +81,14 @@ std::optional<ExitStatus> checkRun(const RawOptions& raw) {
         complain("--to needs a language code");
         return ExitStatus::wrongArguments;
     }
+    if (std::isnan(raw.run.drain) || std::isnan(raw.run.duration.value_or(0))) {
+        complain("--drain and --duration need a number of seconds");
+        return ExitStatus::wrongArguments;
+    }
+    if (raw.dub.empty() || raw.dub == "-") {
+        complain("--dub needs the name of a file, or none");
+        return ExitStatus::wrongArguments;
+    }
     if (raw.dub == "play") {
         complain("this version cannot play the voice: write it to a file with --dub FILE.wav");
         return ExitStatus::failed;
@@ -81,7 +99,7 @@ std::optional<ExitStatus> checkRun(const RawOptions& raw) {
 }  // namespace
 
 void complain(const std::string& text) {
-    std::cerr << "tarn-cli: " << text << '\n';
+    logLine("tarn-cli: " + text);
 }
 
 std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv) {
@@ -126,13 +144,14 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
     }
 
     const auto& deployment = Deployment::current();
-    if (!deployment) {
+    if (deployment) {
+        options.deployment = *deployment;
+    } else if (raw.server.empty()) {
         complain(deployment.error().description);
         return ExitStatus::failed;
     }
-    options.deployment = *deployment;
     if (!raw.server.empty()) {
-        auto base = Deployment::parseBase(raw.server, "/tarn", deployment->allowPlainHttp);
+        auto base = Deployment::parseBase(raw.server, "/tarn", options.deployment.allowPlainHttp);
         if (!base) {
             complain("--server: " + base.error().description);
             return ExitStatus::wrongArguments;

@@ -9,10 +9,10 @@
 namespace tarn::cli {
 
 enum class ExitStatus : int {
-    ended = 0,           ///< as asked
+    ended = 0,  ///< as asked
     failed = 1,
     wrongArguments = 2,
-    notSignedIn = 3,     ///< nobody is signed in, or the server refused the token
+    notSignedIn = 3,  ///< nobody is signed in, or the server refused the token
 };
 
 enum class Format : unsigned char { text, jsonl };
@@ -26,11 +26,11 @@ struct RunOptions {
     std::string targetLang = "en";
     std::string voice;
     std::string voiceClone = "none";
-    int silenceMs = 2000;             ///< below 1: not sent
+    int silenceMs = 2000;  ///< below 1: not sent
     std::optional<std::string> dubFile;
     Format format = Format::text;
-    std::optional<double> duration;   ///< seconds of input after which the run ends
-    double drain = 10;                ///< seconds
+    std::optional<double> duration;  ///< seconds of input after which the run ends
+    double drain = 10;               ///< seconds
 };
 
 enum class Command : unsigned char { run, apps, devices, login, loginWithToken, logout, status };
@@ -41,7 +41,8 @@ struct Options {
     RunOptions run;
 };
 
-/// Reads the command line. Otherwise it has written help or one clear line and this is the status to exit with.
+/// Reads the command line. Otherwise it has written help or one clear line and this is the status to exit
+/// with.
 std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv);
 
 /// Says on standard error, in one line, why the program ends.

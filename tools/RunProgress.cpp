@@ -3,6 +3,14 @@
 #include <variant>
 
 namespace tarn::cli {
+namespace {
+
+/// Between two pieces of one translated voice.
+constexpr std::chrono::milliseconds pauseInVoice{800};
+/// Between a final translation and its voice, from a slow service.
+constexpr std::chrono::milliseconds longestSilence{3000};
+
+}  // namespace
 
 void RunProgress::note(const TarnTranslateEvent& event, TimePoint now) {
     lastEvent_ = now;
@@ -12,15 +20,23 @@ void RunProgress::note(const TarnTranslateEvent& event, TimePoint now) {
     } else if (const auto* const translation = std::get_if<translate::TranslatedText>(&event)) {
         translationOpen_ = !translation->done;
         finalTranslations_ += translation->done ? 1 : 0;
+        voiceDue_ = voiceDue_ || (translation->done && !translation->text.empty());
+    } else if (std::holds_alternative<translate::TranslatedAudio>(event)) {
+        voiceDue_ = false;
     } else if (std::holds_alternative<translate::Error>(event)) {
         // The relay has given up on something: what it was is not awaited any longer.
         translationOpen_ = false;
+        voiceDue_ = false;
         finalTranslations_ = finalSources_;
     }
 }
 
-bool RunProgress::isSettled(TimePoint now, std::chrono::milliseconds quiet) const {
-    return !sourceOpen_ && !translationOpen_ && finalTranslations_ >= finalSources_ && now - lastEvent_ >= quiet;
+bool RunProgress::isFinal() const {
+    return !sourceOpen_ && !translationOpen_ && finalTranslations_ >= finalSources_;
+}
+
+bool RunProgress::isSettled(TimePoint now) const {
+    return isFinal() && now - lastEvent_ >= (voiceDue_ ? longestSilence : pauseInVoice);
 }
 
 }  // namespace tarn::cli

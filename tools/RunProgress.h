@@ -13,15 +13,19 @@ public:
 
     void note(const TarnTranslateEvent& event, TimePoint now);
 
-    /// True when every utterance heard so far has its final text and its final translation, and nothing has come
-    /// for `quiet`.
-    bool isSettled(TimePoint now, std::chrono::milliseconds quiet) const;
+    /// True when every utterance heard so far has its final text, its final translation and its voice, and
+    /// nothing more has come for a while. A voice that does not come is not waited for as long as a text.
+    bool isSettled(TimePoint now) const;
+
+    /// True when every utterance heard so far has its final text and its final translation.
+    bool isFinal() const;
 
 private:
     bool sourceOpen_ = false;
     bool translationOpen_ = false;
     int finalSources_ = 0;
     int finalTranslations_ = 0;
+    bool voiceDue_ = false;  ///< no sound has come since the last final translation
     TimePoint lastEvent_{};
 };
 

@@ -1,12 +1,14 @@
 #include "TranslationRun.h"
 
+#include <sys/stat.h>
+
 #include <boost/asio/co_spawn.hpp>
-#include <boost/asio/detached.hpp>
 #include <boost/asio/experimental/awaitable_operators.hpp>
 #include <boost/asio/experimental/promise.hpp>
 #include <boost/asio/experimental/use_promise.hpp>
-#include <boost/asio/signal_set.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <boost/asio/this_coro.hpp>
+#include <chrono>
 #include <csignal>
 
 namespace tarn::cli {
@@ -16,12 +18,12 @@ using namespace asio::experimental::awaitable_operators;
 using std::chrono::milliseconds;
 using SteadyTime = std::chrono::steady_clock::time_point;
 
-/// How long nothing may come before the last utterance counts as done with.
-constexpr milliseconds quietTime{800};
-/// Beyond the silence that ends an utterance: what the service needs to notice and to answer.
-constexpr milliseconds noticeTime{1000};
+/// Beyond the silence that ends an utterance: what a distant service needs to notice and to answer.
+constexpr milliseconds noticeTime{2500};
 /// An input that fell behind may catch up by this much, faster than real time.
 constexpr milliseconds mostCatchUp{1000};
+/// After an interrupt a reader of our output that has stopped reading is not waited for longer.
+constexpr milliseconds outputLimit{2000};
 
 Task<void> sleepUntil(SteadyTime time) {
     asio::steady_timer timer(co_await asio::this_coro::executor, time);
@@ -32,67 +34,84 @@ milliseconds lengthOf(std::size_t bytes) {
     return milliseconds(bytes * 1000 / InputSource::bytesPerSecond);
 }
 
+milliseconds toMilliseconds(double seconds) {
+    return milliseconds(static_cast<long long>(seconds * 1000));
+}
+
 }  // namespace
 
-TranslationRun::TranslationRun(asio::io_context& context, RunOptions options, std::shared_ptr<TarnServerClient> server)
-    : context_(context),
-      options_(std::move(options)),
+TranslationRun::TranslationRun(asio::io_context& context, RunOptions options,
+                               std::shared_ptr<TarnServerClient> server)
+    : options_(std::move(options)),
       server_(std::move(server)),
-      printer_(EventPrinter::make(options_, std::chrono::steady_clock::now())),
-      outputGone_(context, SteadyTime::max()) {}
+      interrupts_(context, SIGINT, SIGTERM),
+      output_(context.get_executor()),
+      printer_(EventPrinter::make(
+          options_, std::chrono::steady_clock::now(),
+          [writer = output_](std::string text) mutable { writer.write(std::move(text)); })) {}
 
 Task<ExitStatus> TranslationRun::run() {
-    auto input = openInput(options_.input, context_.get_executor());
+    const auto executor = co_await asio::this_coro::executor;
+    auto input = openInput(options_.input, executor);
     if (!input) {
         fail(input.error().description);
         co_return status_;
     }
-    if (options_.dubFile) {
-        auto writer = SoundFileWriter::create(*options_.dubFile, 24000);
-        if (!writer) {
-            fail(writer.error().description);
-            co_return status_;
-        }
-        dub_ = std::move(*writer);
+    if (wouldOverwriteInput()) {
+        fail("--dub names the input file: it would be overwritten", ExitStatus::wrongArguments);
+        co_return status_;
     }
-
+    auto writing = asio::co_spawn(executor, output_.run(), asio::experimental::use_promise);
     printer_->state("connecting");
     const auto silence = options_.silenceMs >= 1 ? std::optional(options_.silenceMs) : std::nullopt;
     auto opening = server_->openTranslateStream(options_.sourceLang, options_.targetLang, options_.voice,
                                                 options_.voiceClone, silence);
     auto opened = co_await (std::move(opening) || waitForInterrupt());
-    if (opened.index() == 1) {  // not yet connected, so nothing was said
+    if (opened.index() == 1) {
         printer_->state("idle");
-        co_return ExitStatus::ended;
-    }
-    auto& stream = std::get<0>(opened);
-    if (!stream) {
+    } else if (auto& stream = std::get<0>(opened); stream) {
+        co_await translate(*stream, **input);
+    } else {
         printer_->state("error");
-        const auto* const transport = stream.error().as<TarnServerError::Transport>();
-        const bool refused = transport != nullptr && transport->error.httpStatus == 401;
-        const bool signedOut = refused || stream.error().meansSignedOut();
-        fail(diagnosis(stream.error()) + (signedOut ? "; sign in with: tarn-cli login" : ""));
-        co_return signedOut ? ExitStatus::notSignedIn : status_;
+        const bool signedOut = stream.error().meansSignedOut();
+        fail(diagnosis(stream.error()) + (signedOut ? "; sign in with: tarn-cli login --token-stdin" : ""),
+             signedOut ? ExitStatus::notSignedIn : ExitStatus::failed);
     }
+    co_await (endOutput() || writing(asio::use_awaitable));
+    if (output_.failure()) {
+        fail("standard output takes no more: " + *output_.failure());
+    }
+    co_return status_;
+}
 
+Task<void> TranslationRun::translate(std::shared_ptr<TarnTranslateStream> stream, InputSource& input) {
+    const auto executor = co_await asio::this_coro::executor;
     printer_->state("running");
-    auto reader = asio::co_spawn(context_, readEvents(*stream), asio::experimental::use_promise);
-    auto ended = co_await (feed(*stream, **input) || (*stream)->waitDead() || waitForInterrupt() || waitForReaderOfOutput());
+    if (options_.dubFile) {
+        auto writer = SoundFileWriter::create(*options_.dubFile, 24000);
+        if (!writer) {
+            fail(writer.error().description);
+            co_await stream->close();
+            co_return;
+        }
+        dub_ = std::move(*writer);
+    }
+    auto reading = asio::co_spawn(executor, readEvents(stream), asio::experimental::use_promise);
+    auto ended = co_await (feed(stream, input) || stream->waitDead() || waitForInterrupt() ||
+                           output_.waitForFailure());
     printer_->state("stopping");
-    co_await (*stream)->close();
-    co_await reader(asio::use_awaitable);
+    co_await stream->close();
+    co_await reading(asio::use_awaitable);
     if (refused_) {
         printer_->state("error");
-        fail("the server refused the access token; sign in again");
-        co_return ExitStatus::notSignedIn;
-    }
-    if (ended.index() == 1) {
+        fail("the server refused the access token; sign in with: tarn-cli login --token-stdin",
+             ExitStatus::notSignedIn);
+    } else if (ended.index() == 1) {
         printer_->state("error");
         fail("the connection ended: " + std::get<1>(ended));
-        co_return status_;
+    } else {
+        printer_->state("idle");
     }
-    printer_->state("idle");
-    co_return printer_->isWritable() ? status_ : ExitStatus::failed;
 }
 
 Task<void> TranslationRun::readEvents(std::shared_ptr<TarnTranslateStream> stream) {
@@ -107,47 +126,52 @@ Task<void> TranslationRun::readEvents(std::shared_ptr<TarnTranslateStream> strea
             keepAudio(*audio);
         }
         refused_ = refused_ || std::holds_alternative<translate::Unauthorized>(*event);
-        if (!printer_->isWritable()) {
-            outputGone_.cancel();
-        }
     }
 }
 
 Task<void> TranslationRun::feed(std::shared_ptr<TarnTranslateStream> stream, InputSource& input) {
+    if (options_.duration) {
+        const auto end = std::chrono::steady_clock::now() + toMilliseconds(*options_.duration);
+        co_await (feedInput(stream, input) || sleepUntil(end));
+    } else {
+        co_await feedInput(stream, input);
+    }
+    co_await drain(stream);
+    if (!progress_.isFinal()) {
+        complain("the last utterance had no final text within the drain time");
+    }
+}
+
+Task<void> TranslationRun::feedInput(std::shared_ptr<TarnTranslateStream> stream, InputSource& input) {
     // A piece leaves when its last sample would have been spoken.
     auto due = std::chrono::steady_clock::now();
-    milliseconds sent{0};
-    const auto limit = options_.duration ? milliseconds(static_cast<long>(*options_.duration * 1000)) : milliseconds::max();
-    while (sent < limit) {
+    for (;;) {
         auto piece = co_await input.next();
         if (!piece) {
             fail(piece.error().description);
-            break;
+            co_return;
         }
         if (!*piece) {
-            break;
+            co_return;
         }
-        const auto length = lengthOf((*piece)->size());
         if (options_.pace == Pace::realTime) {
-            due = std::max(due + length, std::chrono::steady_clock::now() - mostCatchUp);
+            due = std::max(due + lengthOf((*piece)->size()), std::chrono::steady_clock::now() - mostCatchUp);
             co_await sleepUntil(due);
         }
         co_await stream->sendAudio(std::move(**piece));
-        sent += length;
     }
-    co_await drain(stream);
 }
 
 Task<void> TranslationRun::drain(std::shared_ptr<TarnTranslateStream> stream) {
     const auto start = std::chrono::steady_clock::now();
-    const auto end = start + milliseconds(static_cast<long>(options_.drain * 1000));
+    const auto end = start + toMilliseconds(options_.drain);
     const auto noticed = start + milliseconds(std::max(options_.silenceMs, 0)) + noticeTime;
     const std::vector<std::byte> silence(InputSource::bytesPerSecond / 1000 *
                                          static_cast<std::size_t>(InputSource::pieceLength.count()));
     auto due = start;
     for (;;) {
         const auto now = std::chrono::steady_clock::now();
-        if (now >= end || (now >= noticed && progress_.isSettled(now, quietTime))) {
+        if (now >= end || (now >= noticed && progress_.isSettled(now))) {
             co_return;
         }
         due += InputSource::pieceLength;
@@ -157,14 +181,24 @@ Task<void> TranslationRun::drain(std::shared_ptr<TarnTranslateStream> stream) {
 }
 
 Task<void> TranslationRun::waitForInterrupt() {
-    asio::signal_set signals(context_, SIGINT, SIGTERM);
-    co_await signals.async_wait(asValue);
+    const auto [error, number] = co_await interrupts_.async_wait(asValue);
+    interrupted_ = interrupted_ || !error;
 }
 
-Task<void> TranslationRun::waitForReaderOfOutput() {
-    while (printer_->isWritable()) {
-        co_await outputGone_.async_wait(asValue);
+Task<void> TranslationRun::endOutput() {
+    output_.finish();
+    if (interrupted_) {
+        co_await sleepUntil(std::chrono::steady_clock::now() + outputLimit);
+    } else {
+        co_await waitForInterrupt();
     }
+}
+
+bool TranslationRun::wouldOverwriteInput() const {
+    struct stat in{};
+    struct stat out{};
+    return options_.dubFile && options_.input != "-" && ::stat(options_.input.c_str(), &in) == 0 &&
+           ::stat(options_.dubFile->c_str(), &out) == 0 && in.st_dev == out.st_dev && in.st_ino == out.st_ino;
 }
 
 void TranslationRun::keepAudio(const translate::TranslatedAudio& audio) {
@@ -178,9 +212,9 @@ void TranslationRun::keepAudio(const translate::TranslatedAudio& audio) {
     }
 }
 
-void TranslationRun::fail(const std::string& text) {
+void TranslationRun::fail(const std::string& text, ExitStatus status) {
     complain(text);
-    status_ = ExitStatus::failed;
+    status_ = status;
 }
 
 }  // namespace tarn::cli

@@ -1,8 +1,7 @@
 #pragma once
 
 #include <boost/asio/io_context.hpp>
-#include <boost/asio/steady_timer.hpp>
-#include <chrono>
+#include <boost/asio/signal_set.hpp>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,6 +9,7 @@
 #include "EventPrinter.h"
 #include "InputSource.h"
 #include "Options.h"
+#include "OutputWriter.h"
 #include "RunProgress.h"
 #include "TarnApp/server/TarnServerClient.h"
 #include "TarnPlatform/audio/SoundFile.h"
@@ -26,22 +26,26 @@ public:
     Task<ExitStatus> run();
 
 private:
+    Task<void> translate(std::shared_ptr<TarnTranslateStream> stream, InputSource& input);
     Task<void> readEvents(std::shared_ptr<TarnTranslateStream> stream);
     Task<void> feed(std::shared_ptr<TarnTranslateStream> stream, InputSource& input);
+    Task<void> feedInput(std::shared_ptr<TarnTranslateStream> stream, InputSource& input);
     Task<void> drain(std::shared_ptr<TarnTranslateStream> stream);
     Task<void> waitForInterrupt();
-    Task<void> waitForReaderOfOutput();
+    Task<void> endOutput();
+    bool wouldOverwriteInput() const;
     void keepAudio(const translate::TranslatedAudio& audio);
-    void fail(const std::string& text);
+    void fail(const std::string& text, ExitStatus status = ExitStatus::failed);
 
-    asio::io_context& context_;
     const RunOptions options_;
     const std::shared_ptr<TarnServerClient> server_;
+    asio::signal_set interrupts_;
+    OutputWriter output_;
     const std::unique_ptr<EventPrinter> printer_;
     RunProgress progress_;
     std::optional<SoundFileWriter> dub_;
-    asio::steady_timer outputGone_;  ///< cancelled when standard output takes no more
-    bool refused_ = false;           ///< the server refused the token
+    bool refused_ = false;      ///< the server refused the token
+    bool interrupted_ = false;  ///< by Ctrl-C or SIGTERM
     ExitStatus status_ = ExitStatus::ended;
 };
 

@@ -2,10 +2,12 @@
 #include <boost/asio/io_context.hpp>
 #include <csignal>
 #include <exception>
+#include <iostream>
 
 #include "AccountCommands.h"
 #include "Options.h"
 #include "TarnApp/server/TarnServerClientFactory.h"
+#include "TarnPlatform/process/StandardDescriptors.h"
 #include "TranslationRun.h"
 
 namespace tarn::cli {
@@ -40,17 +42,23 @@ ExitStatus start(int argc, const char* const* argv) {
     if (const auto* const status = std::get_if<ExitStatus>(&read)) {
         return *status;
     }
-    // Made before the network's thread and so destroyed after it: what the thread drops last may still name us.
+    // Made before the network's thread and so destroyed after it: what the thread drops last may still name
+    // us.
     static asio::io_context context(1);
     auto status = ExitStatus::failed;
-    asio::co_spawn(context, perform(context, std::get<Options>(read)), [&](std::exception_ptr error, ExitStatus result) {
-        if (error) {
-            std::rethrow_exception(error);
-        }
-        status = result;
-        context.stop();
-    });
+    asio::co_spawn(context, perform(context, std::get<Options>(read)),
+                   [&](std::exception_ptr error, ExitStatus result) {
+                       if (error) {
+                           std::rethrow_exception(error);
+                       }
+                       status = result;
+                       context.stop();
+                   });
     context.run();
+    if (!std::cout.flush()) {
+        complain("standard output takes no more");
+        status = ExitStatus::failed;
+    }
     return status;
 }
 
@@ -58,6 +66,7 @@ ExitStatus start(int argc, const char* const* argv) {
 }  // namespace tarn::cli
 
 int main(int argc, char** argv) {
+    tarn::holdStandardDescriptors();
     try {
         return static_cast<int>(tarn::cli::start(argc, argv));
     } catch (const std::exception& error) {

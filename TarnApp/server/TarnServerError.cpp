@@ -7,7 +7,7 @@ bool TarnServerError::meansSignedOut() const {
         return answer->status == 401;
     }
     if (const auto* const failed = as<Transport>()) {
-        return failed->error.httpStatus == 401;
+        return failed->error.kind == ErrorKind::upgrade && failed->error.httpStatus == 401;
     }
     return as<NotAuthenticated>() != nullptr;
 }

@@ -19,7 +19,8 @@ std::string sessionUpdateEvent(const std::string& eventId, const QwenConfig& con
         {"translation", {{"language", config.targetLang}}},
     };
     if (config.sourceLang) {
-        session["input_audio_transcription"] = {{"model", "qwen3-asr-flash-realtime"}, {"language", *config.sourceLang}};
+        session["input_audio_transcription"] = {{"model", "qwen3-asr-flash-realtime"},
+                                                {"language", *config.sourceLang}};
     }
     if (config.voiceClone != "none") {
         session["voice"] = config.voice.value_or("default");
@@ -31,7 +32,8 @@ std::string sessionUpdateEvent(const std::string& eventId, const QwenConfig& con
     if (config.silenceMs) {
         session["turn_detection"] = {{"type", "server_vad"}, {"silence_duration_ms", *config.silenceMs}};
     }
-    const json::object event{{"event_id", eventId}, {"type", events::sessionUpdate}, {"session", std::move(session)}};
+    const json::object event{
+        {"event_id", eventId}, {"type", events::sessionUpdate}, {"session", std::move(session)}};
     return json::serialize(event);
 }
 

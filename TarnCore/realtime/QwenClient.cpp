@@ -22,8 +22,8 @@ constexpr std::size_t chunkBytes = qwenChunkBytes;
 
 QwenClient::QwenClient(const std::string& apiKey, QwenConfig config, AudioCallback onAudio,
                        TranscriptCallback onTranscript, NetworkContext network)
-    : QwenClient(directEndpoint(), "Bearer " + apiKey, std::move(config), std::move(onAudio), std::move(onTranscript),
-                 nullptr, std::move(network)) {}
+    : QwenClient(directEndpoint(), "Bearer " + apiKey, std::move(config), std::move(onAudio),
+                 std::move(onTranscript), nullptr, std::move(network)) {}
 
 QwenClient::QwenClient(Url endpoint, std::string authHeader, QwenConfig config, AudioCallback onAudio,
                        TranscriptCallback onTranscript, TarnEventCallback onTarnEvent, NetworkContext network)
@@ -73,6 +73,7 @@ Task<Result<void>> QwenClient::connectAndWait(std::shared_ptr<QwenClient> self) 
         ~Attempt() {
             if (!decided) {
                 asio::post(client->strand_, [client = client] {
+                    client->alive_ = false;
                     if (client->task_) {
                         client->task_->cancel(closeGoingAway);
                     }
@@ -104,10 +105,17 @@ Task<Result<void>> QwenClient::connectOnStrand(std::shared_ptr<QwenClient> self)
         }
         co_return opened;
     }
-    const auto limit = self->network_.clock->callAfter(self->strand_, deadline - clock.now(),
-                                                       [task] { task->cancel(closeGoingAway); });
+    bool late = false;
+    const auto limit = self->network_.clock->callAfter(self->strand_, deadline - clock.now(), [task, &late] {
+        late = true;
+        task->cancel(closeGoingAway);
+    });
     auto update = sessionUpdateEvent(self->nextEventId("evt_init_"), self->config_);
     auto sent = co_await self->sendJson(std::move(update));
+    if (late) {
+        co_return failure(ErrorKind::timeout,
+                          "the server has not taken the settings within the time to connect");
+    }
     if (!sent) {
         co_return sent;
     }
@@ -131,7 +139,8 @@ Task<void> QwenClient::sendAudioOnStrand(std::shared_ptr<QwenClient> self, std::
     auto& start = self->pendingStart_;
     pending.insert(pending.end(), bytes.begin(), bytes.end());
     while (pending.size() - start >= chunkBytes) {
-        auto event = audioAppendEvent(self->nextEventId("evt_a_"), std::span(pending).subspan(start, chunkBytes));
+        auto event =
+            audioAppendEvent(self->nextEventId("evt_a_"), std::span(pending).subspan(start, chunkBytes));
         start += chunkBytes;
         const auto sent = co_await self->sendJson(std::move(event));
         if (!sent) {

@@ -17,19 +17,19 @@
 
 namespace tarn {
 
-/// One connection to the realtime translation service: sends the configuration and the audio, reads the events,
-/// and hands transcripts and translated audio to its owner's callbacks. There is no reconnect: a new connection
-/// is a new client.
+/// One connection to the realtime translation service: sends the configuration and the audio, reads the
+/// events, and hands transcripts and translated audio to its owner's callbacks. There is no reconnect: a new
+/// connection is a new client.
 ///
 /// Threads: an actor on a strand of its own. Public operations may be called from any executor and hop to the
 /// strand; the callbacks run there, and the executor is free for other calls while one waits for the socket.
-/// Ownership: by `shared_ptr` (made with `std::make_shared`); what runs in the background keeps it alive until
-/// the connection ends, so the owner calls `close` when done.
+/// Ownership: by `shared_ptr` (made with `std::make_shared`); what runs in the background keeps it alive
+/// until the connection ends, so the owner calls `close` when done.
 class QwenClient : public std::enable_shared_from_this<QwenClient> {
 public:
     /// Straight to the service, with an API key.
-    QwenClient(const std::string& apiKey, QwenConfig config, AudioCallback onAudio, TranscriptCallback onTranscript,
-               NetworkContext network = NetworkContext::shared());
+    QwenClient(const std::string& apiKey, QwenConfig config, AudioCallback onAudio,
+               TranscriptCallback onTranscript, NetworkContext network = NetworkContext::shared());
     /// Any route. `authHeader`: the whole value of "Authorization".
     QwenClient(Url endpoint, std::string authHeader, QwenConfig config, AudioCallback onAudio,
                TranscriptCallback onTranscript, TarnEventCallback onTarnEvent,
@@ -43,9 +43,9 @@ public:
     /// `httpStatus` 401 and raises `unauthorized`. Cancelling the coroutine ends the attempt.
     Task<Result<void>> connect();
 
-    /// Queues audio (s16le, 16 kHz, mono) and sends every full chunk of 1600 bytes in order. Never fails: after
-    /// the connection has died the bytes are dropped. Completes when its chunks have left; a cancelled caller
-    /// stops waiting, and they leave all the same.
+    /// Queues audio (s16le, 16 kHz, mono) and sends every full chunk of 1600 bytes in order. Never fails:
+    /// after the connection has died the bytes are dropped. Completes when its chunks have left; a cancelled
+    /// caller stops waiting, and they leave all the same.
     Task<void> sendAudio(std::vector<std::byte> bytes);
 
     /// No more audio is sent and no more events are read. Thread: any.
@@ -56,7 +56,8 @@ public:
 
     /// Whether the connection may still be used; once false it stays so. Thread: any.
     bool isAlive() const { return alive_.load(); }
-    /// Completes once `isAlive` is false and says why, in words for people; empty after `close` and `markDead`.
+    /// Completes once `isAlive` is false and says why, in words for people; empty after `close` and
+    /// `markDead`.
     Task<std::string> waitDead();
 
     const AudioCallback& onAudio() const { return handler_.onAudio(); }

@@ -18,9 +18,9 @@ struct QwenConfig {
 
     std::optional<std::string> sourceLang;  ///< language code of the speech; absent: the service detects it
     std::string targetLang;                 ///< language code of the translation
-    std::optional<std::string> voice;       ///< voice name of the translated speech; absent: the service's own
-    std::string voiceClone;                 ///< "none", or how often to clone: "once", "always"
-    std::optional<int> silenceMs;           ///< milliseconds of silence that end an utterance; absent: not sent
+    std::optional<std::string> voice;  ///< voice name of the translated speech; absent: the service's own
+    std::string voiceClone;            ///< "none", or how often to clone: "once", "always"
+    std::optional<int> silenceMs;      ///< milliseconds of silence that end an utterance; absent: not sent
 
     bool operator==(const QwenConfig&) const = default;
 };

@@ -21,13 +21,14 @@ std::atomic<int> DebugBudget::debugAllRemaining{0};
 namespace {
 
 constexpr std::array progressEvents = {
-    events::sessionCreated,  events::sessionUpdated,  events::speechStarted,    events::speechStopped,
-    events::bufferCommitted, events::itemCreated,     events::responseCreated,  events::outputItemAdded,
-    events::contentPartAdded, events::audioDone,      events::contentPartDone,  events::outputItemDone,
+    events::sessionCreated,   events::sessionUpdated, events::speechStarted,   events::speechStopped,
+    events::bufferCommitted,  events::itemCreated,    events::responseCreated, events::outputItemAdded,
+    events::contentPartAdded, events::audioDone,      events::contentPartDone, events::outputItemDone,
     events::responseDone,
 };
 
-/// No one speaks this much without a pause: a stream of increments that goes on and on must not fill the memory.
+/// No one speaks this much without a pause: a stream of increments that goes on and on must not fill the
+/// memory.
 constexpr std::size_t longestUtterance = 1024U * 1024;
 
 /// The value under `key` when it is there and a string.
@@ -73,7 +74,9 @@ std::string_view firstCharacters(std::string_view text, std::size_t count) {
 
 ServerEventHandler::ServerEventHandler(AudioCallback onAudio, TranscriptCallback onTranscript,
                                        TarnEventCallback onTarnEvent)
-    : onAudio_(std::move(onAudio)), onTranscript_(std::move(onTranscript)), onTarnEvent_(std::move(onTarnEvent)) {}
+    : onAudio_(std::move(onAudio)),
+      onTranscript_(std::move(onTranscript)),
+      onTarnEvent_(std::move(onTarnEvent)) {}
 
 ServerEventHandler::Verdict ServerEventHandler::handle(std::string_view text) {
     boost::system::error_code error;
@@ -131,8 +134,8 @@ ServerEventHandler::Verdict ServerEventHandler::handle(std::string_view text) {
     } else if (type == events::tarnError) {
         if (onTarnEvent_) {
             const auto message = stringField(*event, "error");
-            onTarnEvent_(TarnServerEvent::error(
-                message ? std::string(*message) : stringOr(*event, "message", "tarn error")));
+            onTarnEvent_(TarnServerEvent::error(message ? std::string(*message)
+                                                        : stringOr(*event, "message", "tarn error")));
         }
     } else {
         const auto* const detail = objectField(*event, "error");

@@ -28,8 +28,8 @@ using AudioCallback = std::function<void(std::vector<std::byte> pcm)>;  ///< s16
 using TranscriptCallback = std::function<void(TranscriptKind kind, std::string text, bool isFinal)>;
 using TarnEventCallback = std::function<void(TarnServerEvent event)>;  ///< may be empty
 
-/// How many more of the optional debug lines may be written; 0: none. Shared by every connection of the process.
-/// These lines hold what was said, so nothing raises them unless a developer does.
+/// How many more of the optional debug lines may be written; 0: none. Shared by every connection of the
+/// process. These lines hold what was said, so nothing raises them unless a developer does.
 struct DebugBudget {
     static std::atomic<int> debugDumpsRemaining;
     static std::atomic<int> debugAllRemaining;

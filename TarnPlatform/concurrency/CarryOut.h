@@ -12,8 +12,8 @@
 
 namespace tarn {
 
-/// Runs `task` on `executor` to its end and gives its value to the caller, who resumes on an executor of their
-/// own. A caller that is cancelled stops waiting; the task goes on, so that nothing is left half done.
+/// Runs `task` on `executor` to its end and gives its value to the caller, who resumes on an executor of
+/// their own. A caller that is cancelled stops waiting; the task goes on, so that nothing is left half done.
 /// What the task refers to must live as long as it does, not only as long as the caller.
 template <typename T>
 Task<T> carryOut(SerialExecutor executor, Task<T> task) {

@@ -8,8 +8,8 @@
 
 namespace tarn {
 
-/// A call that will happen later. Destroying it takes the call back; both must happen on the executor that the
-/// call was scheduled on, and then no call follows.
+/// A call that will happen later. Destroying it takes the call back; both must happen on the executor that
+/// the call was scheduled on, and then no call follows.
 class ScheduledCall {
 public:
     virtual ~ScheduledCall() = default;

@@ -24,8 +24,9 @@ enum class ErrorKind {
 /// A failure as a value.
 struct Error {
     ErrorKind kind = ErrorKind::system;
-    std::string description;  ///< one line for people, without a full stop; never holds tokens or spoken words
-    int httpStatus = 0;       ///< status of a refused upgrade or proxy request; 0 where there was none
+    std::string
+        description;     ///< one line for people, without a full stop; never holds tokens or spoken words
+    int httpStatus = 0;  ///< status of a refused upgrade or proxy request; 0 where there was none
 };
 
 template <typename T>

@@ -2,13 +2,14 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <mutex>
 #include <string>
 
 namespace tarn {
 namespace {
+
+constexpr std::size_t longestLine = 64U * 1024;
 
 struct Sink {
     std::mutex mutex;
@@ -37,8 +38,18 @@ void writeToStandardError(std::string_view text) {
 }  // namespace
 
 void logLine(std::string_view line) {
-    std::string text(line);
-    std::ranges::replace(text, '\n', ' ');
+    std::string text(line.substr(0, longestLine));
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        const bool isC1 =
+            byte == 0xC2U && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0U;
+        if (isC1) {
+            text[i++] = ' ';
+        }
+        if (isC1 || byte < 0x20U || byte == 0x7FU) {
+            text[i] = ' ';
+        }
+    }
     auto& sink = currentSink();
     const std::lock_guard lock(sink.mutex);
     if (sink.write) {

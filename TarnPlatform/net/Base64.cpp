@@ -14,7 +14,8 @@ std::string base64Encode(std::span<const std::byte> bytes) {
     while (!bytes.empty()) {
         const auto part = bytes.first(std::min(piece, bytes.size()));
         // It also writes a terminating zero, which lands on the next piece or on the string's own.
-        out += EVP_EncodeBlock(out, reinterpret_cast<const unsigned char*>(part.data()), static_cast<int>(part.size()));
+        out += EVP_EncodeBlock(out, reinterpret_cast<const unsigned char*>(part.data()),
+                               static_cast<int>(part.size()));
         bytes = bytes.subspan(part.size());
     }
     return text;
@@ -37,8 +38,9 @@ std::optional<std::vector<std::byte>> base64Decode(std::string_view text) {
         return std::nullopt;
     }
     std::vector<std::byte> bytes(text.size() / 4 * 3);
-    const int size = EVP_DecodeBlock(reinterpret_cast<unsigned char*>(bytes.data()),
-                                     reinterpret_cast<const unsigned char*>(text.data()), static_cast<int>(text.size()));
+    const int size =
+        EVP_DecodeBlock(reinterpret_cast<unsigned char*>(bytes.data()),
+                        reinterpret_cast<const unsigned char*>(text.data()), static_cast<int>(text.size()));
     if (size < 0 || static_cast<std::size_t>(size) != bytes.size()) {
         return std::nullopt;
     }

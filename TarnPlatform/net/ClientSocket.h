@@ -5,8 +5,8 @@
 
 namespace tarn {
 
-/// A TCP socket whose WebSocket goodbye never waits for the peer: the library's own, after a broken frame, reads
-/// on until the peer has closed, which a stuck one never does (Boost.Beast 1.81).
+/// A TCP socket whose WebSocket goodbye never waits for the peer: the library's own, after a broken frame,
+/// reads on until the peer has closed, which a stuck one never does (Boost.Beast 1.81).
 class ClientSocket : public boost::asio::ip::tcp::socket {
 public:
     using socket = boost::asio::ip::tcp::socket;

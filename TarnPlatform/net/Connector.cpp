@@ -117,8 +117,8 @@ Task<Result<std::vector<ip::address>>> Connector::findAddresses(std::string host
     asio::co_spawn(executor_, network_.lookUp(host),
                    [self = shared_from_this()](const std::exception_ptr& exception,
                                                Result<std::vector<ip::address>> addresses) {
-                       self->found_ = exception ? failure(ErrorKind::resolution, "lookup failed")
-                                                : std::move(addresses);
+                       self->found_ =
+                           exception ? failure(ErrorKind::resolution, "lookup failed") : std::move(addresses);
                        self->ring();
                    });
     while (!found_ && !aborted_) {
@@ -128,7 +128,8 @@ Task<Result<std::vector<ip::address>>> Connector::findAddresses(std::string host
         co_return failure(ErrorKind::cancelled, "cancelled while looking up " + host);
     }
     if (!*found_) {
-        co_return failure(ErrorKind::resolution, "cannot find the address of " + host + ": " + found_->error().description);
+        co_return failure(ErrorKind::resolution,
+                          "cannot find the address of " + host + ": " + found_->error().description);
     }
     if ((*found_)->empty()) {
         co_return failure(ErrorKind::resolution, host + " has no address");
@@ -201,7 +202,8 @@ Task<Result<void>> Connector::openTunnel(Socket& socket, const Url& proxy, const
     host += ":" + std::to_string(target.portOrDefault());
     std::string request = "CONNECT " + host + " HTTP/1.1\r\nHost: " + host + "\r\n";
     if (!proxy.userInfo().empty()) {
-        request += "Proxy-Authorization: Basic " + base64Encode(std::as_bytes(std::span(proxy.userInfo()))) + "\r\n";
+        request +=
+            "Proxy-Authorization: Basic " + base64Encode(std::as_bytes(std::span(proxy.userInfo()))) + "\r\n";
     }
     request += "\r\n";
     tunnelled_ = &socket;
@@ -224,7 +226,8 @@ Task<Result<void>> Connector::openTunnel(Socket& socket, const Url& proxy, const
     }
     if (answer.get().result_int() / 100 != 2) {
         const int status = static_cast<int>(answer.get().result_int());
-        co_return failure(ErrorKind::proxy, proxyName + " refused the connection with status " + std::to_string(status),
+        co_return failure(ErrorKind::proxy,
+                          proxyName + " refused the connection with status " + std::to_string(status),
                           status);
     }
     if (buffer.size() != 0) {

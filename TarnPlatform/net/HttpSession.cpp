@@ -50,7 +50,9 @@ Task<Result<HttpResponse>> exchange(Stream& stream, const HttpRequest& request) 
     parser.skip(request.method == "HEAD");
     const auto [readError, size] = co_await http::async_read(stream, buffer, parser, asValue);
     if (readError) {
-        const bool broken = readError == http::error::body_limit || readError.category() == http::make_error_code(http::error::bad_version).category();
+        const bool broken =
+            readError == http::error::body_limit ||
+            readError.category() == http::make_error_code(http::error::bad_version).category();
         co_return failure(broken ? ErrorKind::protocol : ErrorKind::connection,
                           "no whole answer came: " + readError.message());
     }
@@ -76,7 +78,9 @@ public:
     Exchange(SerialExecutor executor, NetworkContext network, HttpRequest request)
         : executor_(std::move(executor)), network_(std::move(network)), request_(std::move(request)) {}
 
-    static Task<Result<HttpResponse>> run(std::shared_ptr<Exchange> self) { co_return co_await self->perform(); }
+    static Task<Result<HttpResponse>> run(std::shared_ptr<Exchange> self) {
+        co_return co_await self->perform();
+    }
 
 private:
     Task<Result<HttpResponse>> perform() {
@@ -90,7 +94,8 @@ private:
         const auto limit = network_.clock->callAfter(executor_, request_.timeout, [this] { expire(); });
         auto answer = co_await converse();
         if (expired_ && !answer) {
-            co_return failure(ErrorKind::timeout, "no answer within " + std::to_string(request_.timeout.count() / 1000) + " s");
+            co_return failure(ErrorKind::timeout,
+                              "no answer within " + std::to_string(request_.timeout.count() / 1000) + " s");
         }
         co_return answer;
     }
@@ -140,7 +145,8 @@ public:
     // A request goes on without the session, whose owner may not wait for it.
     Task<Result<HttpResponse>> send(HttpRequest request) override {
         const SerialExecutor strand = asio::make_strand(network_.executor);
-        return carryOut(strand, Exchange::run(std::make_shared<Exchange>(strand, network_, std::move(request))));
+        return carryOut(strand,
+                        Exchange::run(std::make_shared<Exchange>(strand, network_, std::move(request))));
     }
 
 private:

@@ -17,7 +17,8 @@ struct HttpRequest {
     Url url;
     std::vector<HttpHeader> headers;
     std::string body;
-    std::chrono::milliseconds timeout = std::chrono::seconds(60);  ///< from the call to the last byte of the answer
+    std::chrono::milliseconds timeout =
+        std::chrono::seconds(60);  ///< from the call to the last byte of the answer
 };
 
 struct HttpResponse {
@@ -26,8 +27,8 @@ struct HttpResponse {
     std::string body;  ///< 4 MiB at most; a longer answer is a `protocol` failure
 };
 
-/// Sends HTTP requests, one connection each, over verified TLS for https. No redirects are followed, so that a
-/// bearer token never travels to another host.
+/// Sends HTTP requests, one connection each, over verified TLS for https. No redirects are followed, so that
+/// a bearer token never travels to another host.
 class HttpSession {
 public:
     virtual ~HttpSession() = default;

@@ -1,9 +1,6 @@
 #include "NetworkContext.h"
 
-#include <algorithm>
-#include <boost/asio/ip/tcp.hpp>
-#include <boost/asio/this_coro.hpp>
-
+#include "SystemLookup.h"
 #include "TarnPlatform/concurrency/NetworkThread.h"
 
 namespace tarn {
@@ -15,19 +12,9 @@ NetworkContext NetworkContext::shared() {
 }
 
 Task<Result<std::vector<asio::ip::address>>> NetworkContext::systemLookup(std::string host) {
-    asio::ip::tcp::resolver resolver(co_await asio::this_coro::executor);
-    const auto [error, entries] = co_await resolver.async_resolve(host, "", asValue);
-    if (error) {
-        co_return failure(ErrorKind::resolution, error.message());
-    }
-    std::vector<asio::ip::address> addresses;
-    for (const auto& entry : entries) {
-        const auto address = entry.endpoint().address();
-        if (std::ranges::find(addresses, address) == addresses.end()) {
-            addresses.push_back(address);
-        }
-    }
-    co_return addresses;
+    const auto lookup = SystemLookup::start(std::move(host));
+    auto found = co_await lookup.answers.next();
+    co_return found.value_or(failure(ErrorKind::resolution, "no answer"));
 }
 
 }  // namespace tarn

@@ -14,7 +14,8 @@
 
 namespace tarn {
 
-/// Finds the addresses of a host name, best first. Runs on the connection's strand; may take as long as it likes.
+/// Finds the addresses of a host name, best first. Runs on the connection's strand; may take as long as it
+/// likes.
 using HostLookup = std::function<Task<Result<std::vector<asio::ip::address>>>(std::string host)>;
 
 /// What every connection of a process shares. Copies share the same clock and trust.
@@ -28,7 +29,8 @@ struct NetworkContext {
     /// The system's resolver (hosts file, DNS).
     static Task<Result<std::vector<asio::ip::address>>> systemLookup(std::string host);
 
-    /// The process's network thread, the system clock, the proxies of the environment, the system's certificates.
+    /// The process's network thread, the system clock, the proxies of the environment, the system's
+    /// certificates.
     static NetworkContext shared();
 };
 

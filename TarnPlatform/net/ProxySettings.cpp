@@ -28,13 +28,16 @@ bool isInRange(const ip::address& address, const std::string& range) {
     boost::system::error_code error;
     if (address.is_v4()) {
         const auto network = ip::make_network_v4(range, error);
-        return !error && ip::network_v4(address.to_v4(), network.prefix_length()).canonical() == network.canonical();
+        return !error &&
+               ip::network_v4(address.to_v4(), network.prefix_length()).canonical() == network.canonical();
     }
     const auto network = ip::make_network_v6(range, error);
-    return !error && ip::network_v6(address.to_v6(), network.prefix_length()).canonical() == network.canonical();
+    return !error &&
+           ip::network_v6(address.to_v6(), network.prefix_length()).canonical() == network.canonical();
 }
 
-/// Takes a ":port" off the end of an exception and says whether it fits; an IPv6 address needs brackets for one.
+/// Takes a ":port" off the end of an exception and says whether it fits; an IPv6 address needs brackets for
+/// one.
 bool portFits(std::string_view& entry, std::uint16_t port) {
     const auto colon = entry.rfind(':');
     if (colon == std::string_view::npos || (entry.find(':') != colon && !entry.starts_with('['))) {

@@ -11,8 +11,8 @@ class context;
 
 namespace tarn {
 
-/// The certificates a client believes, and the TLS settings that go with them (TLS 1.2 at least, peer verified).
-/// Immutable after construction; must outlive the connections made with it. Thread: any.
+/// The certificates a client believes, and the TLS settings that go with them (TLS 1.2 at least, peer
+/// verified). Immutable after construction; must outlive the connections made with it. Thread: any.
 class TlsTrust {
 public:
     /// The system's certificate store; `SSL_CERT_FILE` and `SSL_CERT_DIR` replace it.

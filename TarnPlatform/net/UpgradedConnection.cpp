@@ -176,7 +176,8 @@ private:
 
     Error readFailure(const error_code& error) const {
         if (error == websocket::error::closed) {
-            return {ErrorKind::closed, "the client closed the connection with code " + std::to_string(stream_.reason().code)};
+            return {ErrorKind::closed,
+                    "the client closed the connection with code " + std::to_string(stream_.reason().code)};
         }
         if (ended_) {
             return {ErrorKind::cancelled, "the connection was ended"};

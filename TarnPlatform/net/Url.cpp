@@ -47,11 +47,12 @@ Result<Url> Url::parse(std::string_view text) {
         return invalid;
     }
     Url url;
-    // Boost.URL 1.81 reads a host name that begins like an IPv4 address ("127.0.0.1.example.org") as that address
-    // and the rest as the path, so the authority is cut out here and the library reads what is left.
+    // Boost.URL 1.81 reads a host name that begins like an IPv4 address ("127.0.0.1.example.org") as that
+    // address and the rest as the path, so the authority is cut out here and the library reads what is left.
     const auto slashes = text.find("//");
     std::string withoutAuthority(text);
-    if (slashes != std::string_view::npos && (slashes == 0 || text.find_first_of(":/?#") == slashes - 1)) {
+    if (slashes != std::string_view::npos &&
+        (slashes == 0 || (text[slashes - 1] == ':' && text.find_first_of(":/?#") == slashes - 1))) {
         const auto start = slashes + 2;
         const auto end = std::min(text.find_first_of("/?#", start), text.size());
         if (!url.readAuthority(text.substr(start, end - start))) {
@@ -91,7 +92,8 @@ bool Url::readAuthority(std::string_view authority) {
         host_ = decoded(authority.substr(0, colon));
         digits = authority.substr(colon);
     }
-    if (std::ranges::any_of(host_, [](unsigned char c) { return c <= ' ' || c == 0x7f || c == '/' || c == '@'; })) {
+    if (std::ranges::any_of(host_,
+                            [](unsigned char c) { return c <= ' ' || c == 0x7f || c == '/' || c == '@'; })) {
         return false;
     }
     if (digits.empty() || digits == ":") {

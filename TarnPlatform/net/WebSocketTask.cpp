@@ -107,7 +107,8 @@ private:
     websocket::stream<Next> stream_;
 };
 
-class BeastWebSocketTask final : public WebSocketTask, public std::enable_shared_from_this<BeastWebSocketTask> {
+class BeastWebSocketTask final : public WebSocketTask,
+                                 public std::enable_shared_from_this<BeastWebSocketTask> {
 public:
     BeastWebSocketTask(SerialExecutor executor, WebSocketRequest request, NetworkContext network)
         : executor_(std::move(executor)),
@@ -134,7 +135,8 @@ public:
         }
         leave();
         if (ending_ == ErrorKind::timeout) {
-            co_return failure(ErrorKind::timeout, "no connection with " + request_.url.hostHeader() + " within " +
+            co_return failure(ErrorKind::timeout, "no connection with " + request_.url.hostHeader() +
+                                                      " within " +
                                                       std::to_string(request_.timeout.count() / 1000) + " s");
         }
         if (ending_) {
@@ -172,13 +174,15 @@ public:
             co_return tooLate();
         }
         if (closeCode_) {
-            co_return failure(ErrorKind::closed, "the server closed the connection with code " + std::to_string(*closeCode_));
+            co_return failure(ErrorKind::closed,
+                              "the server closed the connection with code " + std::to_string(*closeCode_));
         }
         if (error == websocket::error::message_too_big) {
             co_return failure(ErrorKind::protocol, "a message is larger than 16 MiB");
         }
-        co_return failure(error.category() == websocket::make_error_code(websocket::error::closed).category() ? ErrorKind::protocol
-                                                                                                   : ErrorKind::connection,
+        co_return failure(error.category() == websocket::make_error_code(websocket::error::closed).category()
+                              ? ErrorKind::protocol
+                              : ErrorKind::connection,
                           describe(error));
     }
 
@@ -214,7 +218,8 @@ private:
             co_return std::unexpected(socket.error());
         }
         if (request_.url.isSecure()) {
-            handshaking_ = std::make_unique<TlsClientStream>(ClientSocket(std::move(*socket)), network_.trust->context());
+            handshaking_ = std::make_unique<TlsClientStream>(ClientSocket(std::move(*socket)),
+                                                             network_.trust->context());
             auto shaken = co_await shakeHands(*handshaking_, request_.url.host());
             if (!shaken || ending_) {
                 handshaking_.reset();
@@ -232,9 +237,10 @@ private:
             upgradeStatus_ = static_cast<int>(response.result_int());
         }
         if (error == websocket::error::upgrade_declined) {
-            co_return failure(ErrorKind::upgrade,
-                              "the server answered the upgrade with status " + std::to_string(*upgradeStatus_),
-                              *upgradeStatus_);
+            co_return failure(
+                ErrorKind::upgrade,
+                "the server answered the upgrade with status " + std::to_string(*upgradeStatus_),
+                *upgradeStatus_);
         }
         if (error) {
             co_return failure(ErrorKind::connection, "the upgrade failed: " + describe(error));
@@ -294,7 +300,8 @@ private:
             sending_ = true;
             co_return;
         }
-        const auto bell = std::make_shared<asio::steady_timer>(executor_, asio::steady_timer::time_point::max());
+        const auto bell =
+            std::make_shared<asio::steady_timer>(executor_, asio::steady_timer::time_point::max());
         waiting_.push_back(bell);
         co_await bell->async_wait(asValue);
     }
@@ -317,7 +324,8 @@ private:
     }
 
     static std::unexpected<Error> tooLate() {
-        return failure(ErrorKind::timeout, "the server has taken nothing for " + std::to_string(sendLimit.count()) + " s");
+        return failure(ErrorKind::timeout,
+                       "the server has taken nothing for " + std::to_string(sendLimit.count()) + " s");
     }
 
     std::unexpected<Error> notOpen() const {

@@ -51,11 +51,13 @@ public:
     /// Frames already given to `send` leave first. Returns at once; in any state, also twice.
     virtual void cancel(std::uint16_t code) = 0;
 
-    /// Ready once the connection is gone after `cancel` (at most `closeLimit` later); at once where there was none.
+    /// Ready once the connection is gone after `cancel` (at most `closeLimit` later); at once where there was
+    /// none.
     virtual Task<void> waitClosed() = 0;
 
-    virtual std::optional<int> upgradeStatus() const = 0;          ///< HTTP status of the answer to the upgrade
-    virtual std::optional<std::uint16_t> closeCode() const = 0;    ///< code of the close frame that the peer sent
+    virtual std::optional<int> upgradeStatus() const = 0;  ///< HTTP status of the answer to the upgrade
+    virtual std::optional<std::uint16_t> closeCode()
+        const = 0;  ///< code of the close frame that the peer sent
 
     static std::shared_ptr<WebSocketTask> make(SerialExecutor executor, WebSocketRequest request,
                                                NetworkContext network);

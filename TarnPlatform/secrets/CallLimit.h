@@ -9,10 +9,9 @@
 
 namespace tarn {
 
-/// Cancels a blocking call that has run for longer than its limit. Not counted is the time between
-/// `promptBegins` and `promptEnds`, when the call waits for
-/// the user and not for the service. Ownership: on
-/// the stack of the caller, who hands `cancellable()` to the call.
+/// Cancels a blocking call that has run for longer than its limit. The time between `promptBegins` and
+/// `promptEnds` is not counted: the call then waits for the user and not for the service. Ownership: on the
+/// stack of the caller, who hands `cancellable()` to the call.
 class CallLimit {
 public:
     explicit CallLimit(std::chrono::milliseconds limit);

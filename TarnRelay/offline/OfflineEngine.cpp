@@ -13,13 +13,12 @@
 #include "OfflineStream.h"
 #include "ReadyRecognisers.h"
 #include "StreamOutlet.h"
+#include "TarnPlatform/net/WebSocketMessage.h"
 
 namespace tarn::relay {
 namespace {
 
 constexpr std::string_view defaultSource = "en";
-constexpr std::uint16_t closeUnsupported = 1003;
-constexpr std::uint16_t closeTryAgainLater = 1013;
 
 int cores() {
     return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));

@@ -23,9 +23,10 @@ struct Hypothesis {
 class Recogniser {
 public:
     virtual ~Recogniser() = default;
-    /// Takes the next samples (signed 16-bit, 16 kHz, mono) in any amount and appends to `heard` whatever changed:
-    /// partial texts while someone speaks, a final one once `silence` has passed after the last word.
-    /// A failure costs the utterance under way; the recogniser starts again by itself with the next call.
+    /// Takes the next samples (signed 16-bit, 16 kHz, mono) in any amount and appends to `heard` whatever
+    /// changed: partial texts while someone speaks, a final one once `silence` has passed after the last
+    /// word. A failure costs the utterance under way; the recogniser starts again by itself with the next
+    /// call.
     virtual Result<void> process(std::span<const std::int16_t> samples, std::vector<Hypothesis>& heard) = 0;
     /// True between the first sound of an utterance and its final text.
     virtual bool inSpeech() const = 0;
@@ -35,8 +36,8 @@ public:
 class RecogniserFactory {
 public:
     virtual ~RecogniserFactory() = default;
-    /// Codes such as "en". An empty list means that any language may be tried (a command of the user's own does not
-    /// tell what it can do).
+    /// Codes such as "en". An empty list means that any language may be tried (a command of the user's own
+    /// does not tell what it can do).
     virtual std::vector<std::string> languages() const = 0;
     /// `silenceMs`: silence that ends an utterance. Fails with `unavailable` for a language without a model.
     virtual Result<std::unique_ptr<Recogniser>> make(const std::string& language, int silenceMs) = 0;

@@ -22,8 +22,10 @@ class Synthesiser {
 public:
     virtual ~Synthesiser() = default;
     virtual bool speaks(const std::string& language) const = 0;
-    /// `voice`: empty for the language's default; an unknown one falls back to that. A failure costs this text only.
-    virtual Result<Speech> speak(const std::string& text, const std::string& voice, const std::string& language) = 0;
+    /// `voice`: empty for the language's default; an unknown one falls back to that. A failure costs this
+    /// text only.
+    virtual Result<Speech> speak(const std::string& text, const std::string& voice,
+                                 const std::string& language) = 0;
 };
 
 }  // namespace tarn::relay

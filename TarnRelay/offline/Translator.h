@@ -8,7 +8,8 @@
 
 namespace tarn::relay {
 
-/// Translates text between languages. Shared by all clients. Thread: any; a call blocks, so it belongs on a worker.
+/// Translates text between languages. Shared by all clients. Thread: any; a call blocks, so it belongs on a
+/// worker.
 class Translator {
 public:
     virtual ~Translator() = default;

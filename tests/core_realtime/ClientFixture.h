@@ -20,15 +20,18 @@ namespace tarn::test {
 class ClientFixture : public testing::Test {
 protected:
     std::shared_ptr<QwenClient> makeClient(const Url& url, const NetworkContext& with,
-                                           const QwenConfig& config = {std::nullopt, "es", std::nullopt, "none", 500}) {
+                                           const QwenConfig& config = {std::nullopt, "es", std::nullopt,
+                                                                       "none", 500}) {
         return std::make_shared<QwenClient>(
             url, "Bearer secret", config,
             [this](std::vector<std::byte> pcm) { calls.push("audio " + std::to_string(pcm.size())); },
             [this](TranscriptKind kind, std::string text, bool isFinal) {
-                calls.push((kind == TranscriptKind::source ? "source " : "translation ") + text + (isFinal ? "|" : "…"));
+                calls.push((kind == TranscriptKind::source ? "source " : "translation ") + text +
+                           (isFinal ? "|" : "…"));
             },
             [this](TarnServerEvent event) {
-                calls.push(event.kind == TarnServerEvent::Kind::unauthorized ? "unauthorized" : "error " + event.message);
+                calls.push(event.kind == TarnServerEvent::Kind::unauthorized ? "unauthorized"
+                                                                             : "error " + event.message);
             },
             with);
     }

@@ -68,7 +68,8 @@ class RawFrames : public QwenClientFault, public testing::WithParamInterface<Raw
 
 TEST_P(RawFrames, AreTakenPassedOverOrEndTheConnection) {
     const auto marker = test::serverFrame(1, R"({"type":"tarn.error","error":"end"})");
-    test::RawWebSocketPeer peer(context.get_executor(), GetParam().bytes + marker, test::RawWebSocketPeer::Afterwards::stay);
+    test::RawWebSocketPeer peer(context.get_executor(), GetParam().bytes + marker,
+                                test::RawWebSocketPeer::Afterwards::stay);
     const auto client = makeClient(local(peer.port()));
     ASSERT_TRUE(run(client->connect()));
     for (const auto& call : GetParam().calls) {
@@ -96,15 +97,16 @@ const std::string hola = R"({"type":"response.audio_transcript.done","transcript
 
 INSTANTIATE_TEST_SUITE_P(
     Table, RawFrames,
-    testing::Values(RawCase{"binaryIsReadAsText", test::serverFrame(2, hola), {"translation hola|"}, true},
-                    RawCase{"binaryNonsenseIsPassedOver", test::serverFrame(2, "\xff\xfe{}"), {}, true},
-                    RawCase{"notAnObjectIsPassedOver", test::serverFrame(1, "[1,2]"), {}, true},
-                    RawCase{"deepNestingIsPassedOver", test::serverFrame(1, std::string(70000, '[')), {}, true},
-                    RawCase{"pingIsAnswered", test::serverFrame(9, "x"), {}, true},
-                    RawCase{"textThatIsNotUtf8Ends", test::serverFrame(1, "{\"type\":\"\xc3\x28\"}"), {}, false},
-                    RawCase{"reservedOpcodeEnds", test::serverFrame(5, "x"), {}, false},
-                    RawCase{"tornFrameEnds", halfOf(test::serverFrame(1, hola)), {}, false},
-                    RawCase{"announced17MiBEnds", std::string("\x81\x7f\0\0\0\0\x01\x10\0\0", 10), {}, false}),
+    testing::Values(
+        RawCase{"binaryIsReadAsText", test::serverFrame(2, hola), {"translation hola|"}, true},
+        RawCase{"binaryNonsenseIsPassedOver", test::serverFrame(2, "\xff\xfe{}"), {}, true},
+        RawCase{"notAnObjectIsPassedOver", test::serverFrame(1, "[1,2]"), {}, true},
+        RawCase{"deepNestingIsPassedOver", test::serverFrame(1, std::string(70000, '[')), {}, true},
+        RawCase{"pingIsAnswered", test::serverFrame(9, "x"), {}, true},
+        RawCase{"textThatIsNotUtf8Ends", test::serverFrame(1, "{\"type\":\"\xc3\x28\"}"), {}, false},
+        RawCase{"reservedOpcodeEnds", test::serverFrame(5, "x"), {}, false},
+        RawCase{"tornFrameEnds", halfOf(test::serverFrame(1, hola)), {}, false},
+        RawCase{"announced17MiBEnds", std::string("\x81\x7f\0\0\0\0\x01\x10\0\0", 10), {}, false}),
     [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(QwenClientFault, NoticesACutInTheMiddleOfAFrame) {
@@ -194,10 +196,10 @@ TEST_F(QwenClientFault, ACancelledCallerEndsTheAttemptToConnect) {
     const auto client = makeClient(local(mute.local_endpoint().port()));
     asio::cancellation_signal signal;
     std::exception_ptr ended;
-    asio::co_spawn(context, client->connect(),
-                   asio::bind_cancellation_slot(signal.slot(), [&](std::exception_ptr error, const Result<void>&) {
-                       ended = std::move(error);
-                   }));
+    asio::co_spawn(
+        context, client->connect(),
+        asio::bind_cancellation_slot(
+            signal.slot(), [&](std::exception_ptr error, const Result<void>&) { ended = std::move(error); }));
     auto accepted = mute.async_accept(asio::use_future);
     while (accepted.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
         context.run_one();
@@ -205,10 +207,11 @@ TEST_F(QwenClientFault, ACancelledCallerEndsTheAttemptToConnect) {
     auto socket = accepted.get();
     signal.emit(asio::cancellation_type::terminal);
     std::string request;
-    const auto end = run([](asio::ip::tcp::socket& peer, std::string& text) -> Task<boost::system::error_code> {
-        const auto [error, size] = co_await asio::async_read(peer, asio::dynamic_buffer(text), asValue);
-        co_return error;
-    }(socket, request));
+    const auto end =
+        run([](asio::ip::tcp::socket& peer, std::string& text) -> Task<boost::system::error_code> {
+            const auto [error, size] = co_await asio::async_read(peer, asio::dynamic_buffer(text), asValue);
+            co_return error;
+        }(socket, request));
     EXPECT_EQ(end, asio::error::eof);
     EXPECT_TRUE(ended);
 }
@@ -223,8 +226,9 @@ TEST_F(QwenClientFault, ADeadAddressDoesNotHoldUpALivingOne) {
     };
     const auto client = makeClient(local(service.port(), "two.test"));
     bool connected = false;
-    asio::co_spawn(context, client->connect(),
-                   [&](const std::exception_ptr&, const Result<void>& result) { connected = result.has_value(); });
+    asio::co_spawn(context, client->connect(), [&](const std::exception_ptr&, const Result<void>& result) {
+        connected = result.has_value();
+    });
     for (int i = 0; i < 20; ++i) {
         context.restart();
         context.run_for(std::chrono::milliseconds(1));

@@ -36,7 +36,8 @@ Heard play(const std::vector<std::string>& messages) {
                                   (isFinal ? "|" : "…"));
         },
         [&](TarnServerEvent event) {
-            heard.calls.push_back(event.kind == TarnServerEvent::Kind::error ? "error " + event.message : "unauthorized");
+            heard.calls.push_back(event.kind == TarnServerEvent::Kind::error ? "error " + event.message
+                                                                             : "unauthorized");
         });
     for (const auto& message : messages) {
         heard.verdicts.push_back(handler.handle(message));
@@ -64,46 +65,62 @@ const std::vector<EventCase> eventCases = {
     {"badAudioIsDropped",
      {R"({"type":"response.audio.delta"})", R"({"type":"response.audio.delta","delta":7})",
       R"({"type":"response.audio.delta","delta":"AA*="})", R"({"type":"response.audio.delta","delta":"AAA"})",
-      R"({"type":"response.audio.delta","delta":" AAEC"})", R"({"type":"response.audio.delta","delta":"A=AA"})"},
-     {}, {}},
+      R"({"type":"response.audio.delta","delta":" AAEC"})",
+      R"({"type":"response.audio.delta","delta":"A=AA"})"},
+     {},
+     {}},
     {"textAndStashAreTheWholeHypothesis",
      {translation(R"("text":"Hel","stash":"lo")"), translation(R"("text":"","stash":"Bye")")},
-     {"translation Hello…", "translation Bye…"}, {}},
+     {"translation Hello…", "translation Bye…"},
+     {}},
     {"deltaIsAppended",
      {translation(R"("text":"Hel")"), translation(R"("text":"","stash":"","delta":"lo")"),
       R"({"type":"response.audio_transcript.delta","delta":"!"})"},
-     {"translation Hel…", "translation Hello…", "translation Hello!…"}, {}},
-    {"emptyPartialsAreSilent", {translation(R"("text":"","delta":"")"), translation(R"("text":5,"delta":[])")}, {}, {}},
+     {"translation Hel…", "translation Hello…", "translation Hello!…"},
+     {}},
+    {"emptyPartialsAreSilent",
+     {translation(R"("text":"","delta":"")"), translation(R"("text":5,"delta":[])")},
+     {},
+     {}},
     {"doneWithoutTranscriptUsesWhatCameSoFarOnce",
      {translation(R"("text":"Hi")"), R"({"type":"response.audio_transcript.done"})",
       R"({"type":"response.audio_transcript.done"})"},
-     {"translation Hi…", "translation Hi|", "translation |"}, {}},
+     {"translation Hi…", "translation Hi|", "translation |"},
+     {}},
     {"sourceIgnoresDelta", {source(R"("delta":"x")")}, {}, {}},
     {"sourceFinalFallsBackInOrder",
-     {source(R"("text":"so","stash":" far")"), R"({"type":"conversation.item.input_audio_transcription.done"})",
+     {source(R"("text":"so","stash":" far")"),
+      R"({"type":"conversation.item.input_audio_transcription.done"})",
       R"({"type":"conversation.item.input_audio_transcription.completed","text":"t"})",
       R"({"type":"conversation.item.input_audio_transcription.completed","text":"t","transcript":""})"},
-     {"source so far…", "source so far|", "source t|", "source |"}, {}},
+     {"source so far…", "source so far|", "source t|", "source |"},
+     {}},
     {"aFinalTranslationLeavesTheSourceAlone",
      {source(R"("text":"a")"), R"({"type":"response.audio_transcript.done","transcript":"Hi"})",
       R"({"type":"conversation.item.input_audio_transcription.done"})"},
-     {"source a…", "translation Hi|", "source a|"}, {}},
+     {"source a…", "translation Hi|", "source a|"},
+     {}},
     {"progressIsSilent", {R"({"type":"session.updated"})", R"({"type":"response.done"})"}, {}, {}},
     {"serviceErrorsAreLogged",
-     {R"({"type":"error","error":{"code":"busy","message":"too\nmany"}})", R"({"type":"error","error":{"code":5}})",
-      R"({"type":"error","code":"top","message":"level"})"},
-     {}, {"[qwen] server error [busy] too many", "[qwen] server error [?] (no message)", "[qwen] server error [top] level"}},
+     {R"({"type":"error","error":{"code":"busy","message":"too\nmany"}})",
+      R"({"type":"error","error":{"code":5}})", R"({"type":"error","code":"top","message":"level"})"},
+     {},
+     {"[qwen] server error [busy] too many", "[qwen] server error [?] (no message)",
+      "[qwen] server error [top] level"}},
     {"relayErrorsAreRaised",
-     {R"({"type":"tarn.error","error":"e","message":"m"})", R"({"type":"tarn.error","error":{},"message":"m"})",
-      R"({"type":"tarn.error"})"},
-     {"error e", "error m", "error tarn error"}, {}},
+     {R"({"type":"tarn.error","error":"e","message":"m"})",
+      R"({"type":"tarn.error","error":{},"message":"m"})", R"({"type":"tarn.error"})"},
+     {"error e", "error m", "error tarn error"},
+     {}},
     {"unknownTypesAreLogged",
      {R"({"type":"response.text.delta"})", R"({"type":"x","error":{"a":1}})", R"({"no":"type"})"},
-     {}, {"[qwen] response.text.delta", R"([qwen] x: {"a":1})", "[qwen] "}},
+     {},
+     {"[qwen] response.text.delta", R"([qwen] x: {"a":1})", "[qwen] "}},
     {"nonsenseIsIgnored",
-     {"", "nope", "[]", "\"text\"", "{\"type\":\"error\"", "{\"type\":\"response.done\"} x", std::string(100000, '['),
-      "{\"type\":\"\xff\"}", std::string("\0", 1)},
-     {}, {}},
+     {"", "nope", "[]", "\"text\"", "{\"type\":\"error\"", "{\"type\":\"response.done\"} x",
+      std::string(100000, '['), "{\"type\":\"\xff\"}", std::string("\0", 1)},
+     {},
+     {}},
 };
 
 INSTANTIATE_TEST_SUITE_P(Table, Events, testing::ValuesIn(eventCases),
@@ -112,7 +129,8 @@ INSTANTIATE_TEST_SUITE_P(Table, Events, testing::ValuesIn(eventCases),
 TEST(ServerEventHandler, StopsOnlyAtAServiceError) {
     const test::LogCapture log;
     using enum ServerEventHandler::Verdict;
-    EXPECT_THAT(play({R"({"type":"tarn.error"})", R"({"type":"error"})", "junk"}).verdicts, ElementsAre(goOn, stop, goOn));
+    EXPECT_THAT(play({R"({"type":"tarn.error"})", R"({"type":"error"})", "junk"}).verdicts,
+                ElementsAre(goOn, stop, goOn));
 }
 
 TEST(ServerEventHandler, WritesDebugLinesOnlyWithinTheirBudgets) {
@@ -121,7 +139,8 @@ TEST(ServerEventHandler, WritesDebugLinesOnlyWithinTheirBudgets) {
     DebugBudget::debugDumpsRemaining = 1;
     const std::string longText(500, 'a');
     const auto event = R"({"type":"session.created","x":")" + longText + R"("})";
-    play({R"({"type":"response.audio.delta","delta":""})", event, event, source(R"("delta":"1")"), source(R"("delta":"2")")});
+    play({R"({"type":"response.audio.delta","delta":""})", event, event, source(R"("delta":"1")"),
+          source(R"("delta":"2")")});
     EXPECT_THAT(log.lines(), ElementsAre("[qwen.all] " + event.substr(0, 400),
                                          R"([qwen.dump] conversation.item.input_audio_transcription.text: )" +
                                              source(R"("delta":"1")")));

@@ -68,10 +68,11 @@ TEST(EventQueue, LosesNothingWhenItsReaderIsCancelled) {
     asio::io_context context(1);
     asio::cancellation_signal signal;
     std::exception_ptr thrown;
-    asio::co_spawn(context, queue.next(),
-                   asio::bind_cancellation_slot(signal.slot(), [&](std::exception_ptr error, const std::optional<int>&) {
-                       thrown = std::move(error);
-                   }));
+    asio::co_spawn(
+        context, queue.next(),
+        asio::bind_cancellation_slot(signal.slot(), [&](std::exception_ptr error, const std::optional<int>&) {
+            thrown = std::move(error);
+        }));
     context.poll();
     signal.emit(asio::cancellation_type::terminal);
     context.restart();
@@ -84,8 +85,10 @@ TEST(EventQueue, LosesNothingWhenItsReaderIsCancelled) {
 TEST(Clock, CallsNothingThatWasTakenBack) {
     asio::io_context context(1);
     int calls = 0;
-    auto late = Clock::system()->callAfter(context.get_executor(), std::chrono::nanoseconds(0), [&] { calls += 100; });
-    const auto kept = Clock::system()->callAfter(context.get_executor(), std::chrono::nanoseconds(1), [&] { ++calls; });
+    auto late = Clock::system()->callAfter(context.get_executor(), std::chrono::nanoseconds(0),
+                                           [&] { calls += 100; });
+    const auto kept =
+        Clock::system()->callAfter(context.get_executor(), std::chrono::nanoseconds(1), [&] { ++calls; });
     std::this_thread::yield();
     late.reset();
     context.run();
@@ -96,7 +99,8 @@ TEST(Clock, WakesASleeperWhenItsTimeHasCome) {
     asio::io_context context(1);
     const auto clock = std::make_shared<test::ManualClock>();
     bool awake = false;
-    asio::co_spawn(context, sleepFor(clock, std::chrono::seconds(3)), [&](const std::exception_ptr&) { awake = true; });
+    asio::co_spawn(context, sleepFor(clock, std::chrono::seconds(3)),
+                   [&](const std::exception_ptr&) { awake = true; });
     context.poll();
     clock->advance(std::chrono::milliseconds(2999));
     context.restart();

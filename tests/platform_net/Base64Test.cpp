@@ -12,8 +12,12 @@ std::span<const std::byte> bytesOf(const std::string& text) {
 }
 
 TEST(Base64, WritesTheKnownVectors) {
-    const std::pair<const char*, const char*> vectors[] = {{"", ""},           {"f", "Zg=="},         {"fo", "Zm8="},
-                                                           {"foo", "Zm9v"},    {"foob", "Zm9vYg=="}, {"fooba", "Zm9vYmE="},
+    const std::pair<const char*, const char*> vectors[] = {{"", ""},
+                                                           {"f", "Zg=="},
+                                                           {"fo", "Zm8="},
+                                                           {"foo", "Zm9v"},
+                                                           {"foob", "Zm9vYg=="},
+                                                           {"fooba", "Zm9vYmE="},
                                                            {"foobar", "Zm9vYmFy"}};
     for (const auto& [plain, encoded] : vectors) {
         EXPECT_EQ(base64Encode(bytesOf(plain)), encoded);
@@ -32,8 +36,9 @@ TEST(Base64, GivesBackWhatItWasGiven) {
 }
 
 TEST(Base64, RefusesEveryOtherSpelling) {
-    for (const auto* text : {"A", "AA", "AAA", "AA=", "A===", "====", "=AAA", "AA=A", "AAA=AAAA", " AAA", "AAA ", "AA\nA",
-                             "\nAAA", "AAA\n", "AA-_", "AAAA====", "AAAA\n\n\n\n", "AAA\xc3"}) {
+    for (const auto* text :
+         {"A", "AA", "AAA", "AA=", "A===", "====", "=AAA", "AA=A", "AAA=AAAA", " AAA", "AAA ", "AA\nA",
+          "\nAAA", "AAA\n", "AA-_", "AAAA====", "AAAA\n\n\n\n", "AAA\xc3"}) {
         EXPECT_FALSE(base64Decode(text)) << text;
     }
 }

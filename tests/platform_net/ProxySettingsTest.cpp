@@ -8,7 +8,8 @@ namespace tarn {
 namespace {
 
 bool usesProxy(const std::string& noProxy, const std::string& url) {
-    const std::map<std::string, std::string> environment{{"https_proxy", "http://proxy:3128"}, {"no_proxy", noProxy}};
+    const std::map<std::string, std::string> environment{{"https_proxy", "http://proxy:3128"},
+                                                         {"no_proxy", noProxy}};
     const auto settings = ProxySettings::fromEnvironment([&](const char* name) -> std::optional<std::string> {
         const auto found = environment.find(name);
         return found == environment.end() ? std::nullopt : std::optional(found->second);
@@ -52,7 +53,8 @@ TEST(ProxySettings, LetsExceptionsAndLoopbackPassDirectly) {
 
 TEST(ProxySettings, PrefersTheLowerCaseNamesAndTakesTheOthersToo) {
     const auto settings = ProxySettings::fromEnvironment([](const char* name) -> std::optional<std::string> {
-        return std::string(name) == "HTTPS_PROXY" ? std::optional<std::string>("http://upper:1") : std::nullopt;
+        return std::string(name) == "HTTPS_PROXY" ? std::optional<std::string>("http://upper:1")
+                                                  : std::nullopt;
     });
     EXPECT_EQ(settings.proxyFor(Url::parse("https://example.org").value()), "http://upper:1");
     EXPECT_FALSE(ProxySettings().proxyFor(Url::parse("https://example.org").value()));

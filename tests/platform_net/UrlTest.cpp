@@ -38,15 +38,26 @@ TEST(Url, KnowsDefaultPortsAndBrackets) {
     EXPECT_EQ(Url::parse("http://h").value().requestTarget(), "/");
 }
 
+TEST(Url, TakesNoHostFromAQueryOrAPath) {
+    for (const auto* text : {"?//evil/x", "#//evil", "/a//evil", "a?b://evil"}) {
+        const auto url = Url::parse(text);
+        ASSERT_TRUE(url) << text;
+        EXPECT_EQ(url->host(), "") << text;
+        EXPECT_EQ(url->text(), text);
+    }
+}
+
 TEST(Url, RefusesWhatIsNone) {
-    for (const auto* text : {"http://h:99999/", "http://h:0/", "http://a b/", "http://h/%zz", "ht tp://h", "http://[::1/"}) {
+    for (const auto* text :
+         {"http://h:99999/", "http://h:0/", "http://a b/", "http://h/%zz", "ht tp://h", "http://[::1/"}) {
         EXPECT_FALSE(Url::parse(text)) << text;
     }
 }
 
 TEST(Url, EncodesQueryItemsSoThatNothingInThemSeparates) {
-    const auto url = Url::parse("ws://h/p?old=1").value().withQueryItems(
-        {{"target", "zh-Hans"}, {"voice", "A&b=c +%/é?#"}, {"empty", ""}});
+    const auto url = Url::parse("ws://h/p?old=1")
+                         .value()
+                         .withQueryItems({{"target", "zh-Hans"}, {"voice", "A&b=c +%/é?#"}, {"empty", ""}});
     EXPECT_EQ(url.query(), "target=zh-Hans&voice=A%26b%3Dc%20%2B%25%2F%C3%A9%3F%23&empty=");
     EXPECT_EQ(url.queryItems()[1].second, "A&b=c +%/é?#");
     EXPECT_EQ(url.withQueryItems({}).text(), "ws://h/p");

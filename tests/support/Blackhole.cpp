@@ -23,7 +23,8 @@ Blackhole::Blackhole(const std::string& address, std::uint16_t port) {
         throw std::runtime_error("no dead address on " + address);
     }
     port_ = ntohs(end.sin_port);
-    // A backlog of 0 holds one connection; one more is for the kernel's own slack. Later ones are not answered.
+    // A backlog of 0 holds one connection; one more is for the kernel's own slack. Later ones are not
+    // answered.
     for (int i = 0; i < 3; ++i) {
         const int filler = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
         sockets_.push_back(filler);

@@ -9,7 +9,8 @@
 
 namespace tarn::test {
 
-/// An HTTP proxy that knows CONNECT only. Whatever host is asked for, it connects to `targetPort` on 127.0.0.1.
+/// An HTTP proxy that knows CONNECT only. Whatever host is asked for, it connects to `targetPort` on
+/// 127.0.0.1.
 class ConnectProxy {
 public:
     /// `answer`: its status line and headers, "HTTP/1.1 200 OK\r\n\r\n" for a willing one.

@@ -45,7 +45,8 @@ Clock::TimePoint ManualClock::now() const {
 std::unique_ptr<ScheduledCall> ManualClock::callAfter(SerialExecutor executor, Duration delay,
                                                       std::function<void()> call) {
     const std::lock_guard lock(state_->mutex);
-    auto entry = std::make_shared<Entry>(Entry{state_->now + delay, std::move(executor), std::move(call), false});
+    auto entry =
+        std::make_shared<Entry>(Entry{state_->now + delay, std::move(executor), std::move(call), false});
     state_->entries.push_back(entry);
     return std::make_unique<Call>(state_, std::move(entry));
 }

@@ -55,7 +55,8 @@ std::string readFile(const std::string& path) {
 Program::Program(const Setup& setup) {
     auto arguments = setup.arguments;
     std::map<std::string, std::string> environment{{"HOME", folder_.path()}, {"LC_ALL", "C.UTF-8"}};
-    for (const auto* const name : {"PATH", "ASAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS", "LLVM_PROFILE_FILE"}) {
+    for (const auto* const name :
+         {"PATH", "ASAN_OPTIONS", "TSAN_OPTIONS", "UBSAN_OPTIONS", "LLVM_PROFILE_FILE"}) {
         if (const char* const value = std::getenv(name)) {
             environment[name] = value;
         }
@@ -72,8 +73,8 @@ Program::Program(const Setup& setup) {
     posix_spawn_file_actions_addopen(&files, 0, setup.inputFile.c_str(), O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&files, 1, folder_.file("out").c_str(), O_WRONLY | O_CREAT, 0600);
     posix_spawn_file_actions_addopen(&files, 2, folder_.file("err").c_str(), O_WRONLY | O_CREAT, 0600);
-    const int error = ::posix_spawn(&pid_, arguments.front().c_str(), &files, nullptr, pointers(arguments).data(),
-                                    pointers(variables).data());
+    const int error = ::posix_spawn(&pid_, arguments.front().c_str(), &files, nullptr,
+                                    pointers(arguments).data(), pointers(variables).data());
     posix_spawn_file_actions_destroy(&files);
     if (error != 0) {
         throw std::runtime_error("cannot start " + arguments.front());
@@ -102,11 +103,11 @@ int Program::wait(std::chrono::seconds limit) {
     return WIFEXITED(status_) ? WEXITSTATUS(status_) : 128 + WTERMSIG(status_);
 }
 
-void Program::waitForOutput(const std::string& text) {
+void Program::waitFor(const std::string& stream, const std::string& text) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     for (;;) {
         const bool ended = hasEnded();
-        if (out().find(text) != std::string::npos) {
+        if (readFile(folder_.file(stream)).find(text) != std::string::npos) {
             return;
         }
         if (ended || std::chrono::steady_clock::now() > deadline) {

@@ -43,14 +43,17 @@ public:
     void signal(int number) const;
     /// Exit status, or 128 + signal; throws when it still runs after `limit`.
     int wait(std::chrono::seconds limit = std::chrono::seconds(30));
-    /// Waits until standard output holds `text`; throws after 30 s or when the program ends without it.
-    void waitForOutput(const std::string& text);
+    /// Waits until standard output (or error) holds `text`; throws after 30 s or when the program ends
+    /// without it.
+    void waitForOutput(const std::string& text) { waitFor("out", text); }
+    void waitForError(const std::string& text) { waitFor("err", text); }
 
     std::string out() const { return readFile(folder_.file("out")); }
     std::string err() const { return readFile(folder_.file("err")); }
 
 private:
     bool hasEnded();
+    void waitFor(const std::string& stream, const std::string& text);
 
     TemporaryFolder folder_;
     pid_t pid_ = -1;

@@ -17,7 +17,8 @@ Task<void> pump(From& from, To& to) {
         if (readError) {
             co_return;
         }
-        const auto [writeError, written] = co_await asio::async_write(to, asio::buffer(bytes.data(), size), asValue);
+        const auto [writeError, written] =
+            co_await asio::async_write(to, asio::buffer(bytes.data(), size), asValue);
         if (writeError) {
             co_return;
         }

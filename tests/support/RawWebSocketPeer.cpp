@@ -19,7 +19,9 @@ using asio::ip::tcp;
 
 struct RawWebSocketPeer::State {
     State(const SerialExecutor& executor, std::string raw, Afterwards after)
-        : acceptor(executor, {asio::ip::address_v4::loopback(), 0}), bytes(std::move(raw)), afterwards(after) {}
+        : acceptor(executor, {asio::ip::address_v4::loopback(), 0}),
+          bytes(std::move(raw)),
+          afterwards(after) {}
     tcp::acceptor acceptor;
     std::string bytes;
     Afterwards afterwards;
@@ -31,7 +33,8 @@ namespace {
 std::string acceptKey(const std::string& head) {
     const std::string name = "Sec-WebSocket-Key: ";
     const auto start = head.find(name) + name.size();
-    const std::string key = head.substr(start, head.find("\r\n", start) - start) + "258EAFA5-E914-47DA-95CA-C5AB0DC85B11";
+    const std::string key =
+        head.substr(start, head.find("\r\n", start) - start) + "258EAFA5-E914-47DA-95CA-C5AB0DC85B11";
     std::array<unsigned char, SHA_DIGEST_LENGTH> digest{};
     SHA1(reinterpret_cast<const unsigned char*>(key.data()), key.size(), digest.data());
     return base64Encode(std::as_bytes(std::span(digest)));
@@ -46,7 +49,8 @@ Task<void> serve(std::shared_ptr<State> state, tcp::socket client) {
         co_return;
     }
     const std::string answer =
-        "HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Accept: " +
+        "HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\nConnection: "
+        "Upgrade\r\nSec-WebSocket-Accept: " +
         acceptKey(head) + "\r\n\r\n" + state->bytes;
     co_await asio::async_write(client, asio::buffer(answer), asValue);
     if (state->afterwards == RawWebSocketPeer::Afterwards::stay) {

@@ -12,8 +12,8 @@ namespace tarn::test {
 /// One unmasked server frame, or as much of one as wanted. `opcode`: 1 text, 2 binary, 8 close.
 std::string serverFrame(int opcode, std::string_view payload);
 
-/// A server on 127.0.0.1 that upgrades each client and then sends `bytes` as they stand, whatever they are. It
-/// closes the socket afterwards, or, with `thenStay`, keeps it open and reads nothing.
+/// A server on 127.0.0.1 that upgrades each client and then sends `bytes` as they stand, whatever they are.
+/// It closes the socket afterwards, or, with `thenStay`, keeps it open and reads nothing.
 class RawWebSocketPeer {
 public:
     enum class Afterwards : std::uint8_t { close, stay };

@@ -12,8 +12,8 @@
 
 namespace tarn::test {
 
-/// Runs `context` until `task` has completed and returns its value; throws when that takes longer than `limit`,
-/// so that a hang fails its test and not the whole run.
+/// Runs `context` until `task` has completed and returns its value; throws when that takes longer than
+/// `limit`, so that a hang fails its test and not the whole run.
 template <typename T>
 T runTask(asio::io_context& context, Task<T> task, std::chrono::seconds limit = std::chrono::seconds(30)) {
     std::exception_ptr exception;

@@ -41,7 +41,8 @@ Certificate makeCertificate(const std::string& name, EVP_PKEY* key, X509* issuer
     X509_set_pubkey(certificate.get(), key);
     X509_NAME_add_entry_by_txt(X509_get_subject_name(certificate.get()), "CN", MBSTRING_UTF8,
                                reinterpret_cast<const unsigned char*>(name.c_str()), -1, -1, 0);
-    X509_set_issuer_name(certificate.get(), X509_get_subject_name(issuer == nullptr ? certificate.get() : issuer));
+    X509_set_issuer_name(certificate.get(),
+                         X509_get_subject_name(issuer == nullptr ? certificate.get() : issuer));
     return certificate;
 }
 

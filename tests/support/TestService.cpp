@@ -9,7 +9,8 @@ TestService::TestService(const NetworkContext& network, int upgradeStatus) : upg
     limits.maxMessageBytes = 4U * 1024 * 1024;
     limits.maxQueuedBytes = 64U * 1024 * 1024;
     auto server = HttpServer::listen(
-        network, "127.0.0.1", 0, [this](ServerRequest request) { return answer(std::move(request)); }, limits);
+        network, "127.0.0.1", 0, [this](ServerRequest request) { return answer(std::move(request)); },
+        limits);
     if (!server) {
         throw std::runtime_error(server.error().description);
     }
@@ -31,7 +32,8 @@ Task<ServerReply> TestService::answer(ServerRequest request) {
         response.body = "no";
         co_return response;
     }
-    co_return WebSocketHandler([this](std::shared_ptr<ServerWebSocket> socket) { return listenTo(std::move(socket)); });
+    co_return WebSocketHandler(
+        [this](std::shared_ptr<ServerWebSocket> socket) { return listenTo(std::move(socket)); });
 }
 
 Task<void> TestService::listenTo(std::shared_ptr<ServerWebSocket> socket) {

@@ -60,7 +60,8 @@ Task<void> acceptAll(std::shared_ptr<State> state) {
 
 }  // namespace
 
-TlsProxy::TlsProxy(SerialExecutor executor, const TestCertificates::Identity& identity, std::uint16_t plainPort)
+TlsProxy::TlsProxy(SerialExecutor executor, const TestCertificates::Identity& identity,
+                   std::uint16_t plainPort)
     : state_(std::make_shared<State>(executor, identity, plainPort)) {
     asio::co_spawn(executor, acceptAll(state_), asio::detached);
 }

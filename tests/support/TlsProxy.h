@@ -8,8 +8,9 @@
 
 namespace tarn::test {
 
-/// Ends TLS in front of a plain server on this machine and passes the bytes on, so that a plain test server can
-/// be met over https and wss. Listens on 127.0.0.1; runs on the executor it is given until it is destroyed.
+/// Ends TLS in front of a plain server on this machine and passes the bytes on, so that a plain test server
+/// can be met over https and wss. Listens on 127.0.0.1; runs on the executor it is given until it is
+/// destroyed.
 class TlsProxy {
 public:
     TlsProxy(SerialExecutor executor, const TestCertificates::Identity& identity, std::uint16_t plainPort);

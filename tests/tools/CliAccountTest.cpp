@@ -22,6 +22,9 @@ TEST_F(CliAccount, RefusesArgumentsThatMakeNoSense) {
         {"--input", "a.wav", "--rate", "3"},
         {"--input", "a.wav", "--format", "xml"},
         {"--input", "a.wav", "--drain", "-1"},
+        {"--input", "a.wav", "--drain", "nan"},
+        {"--input", "a.wav", "--duration", "1e30"},
+        {"--input", "a.wav", "--dub", ""},
         {"--input", "a.wav", "--to", ""},
         {"--input", "a.wav", "--server", "ftp://x"},
         {"--input", "a.wav", "--server", "http://far.example.org/tarn"},
@@ -63,7 +66,8 @@ TEST_F(CliAccount, SignsInShowsItAndSignsOut) {
 }
 
 TEST_F(CliAccount, TakesNoTokenThatCannotBeOne) {
-    for (const auto* const text : {"", "\n", "two words\n", "bell\a\n"}) {
+    const std::string texts[] = {"", "\n", "two words\n", "bell\a\n", std::string(10000, 'a')};
+    for (const auto& text : texts) {
         const auto cli = start({"login", "--token-stdin"}, world.write("token", text));
         EXPECT_EQ(cli->wait(), 1);
         EXPECT_THAT(cli->err(), HasSubstr("holds no access token"));

@@ -10,12 +10,15 @@
 
 namespace tarn::test {
 
-/// The real programs, in a world of their own: a relay that plays a script, and the command line in front of it.
+/// The real programs, in a world of their own: a relay that plays a script, and the command line in front of
+/// it.
 class CliFixture : public testing::Test {
 protected:
     static std::string binary(const std::string& name) { return std::string(TARN_BIN_DIR) + "/" + name; }
 
-    std::map<std::string, std::string> relayEnvironment() const { return {{"XDG_STATE_HOME", world.file("state")}}; }
+    std::map<std::string, std::string> relayEnvironment() const {
+        return {{"XDG_STATE_HOME", world.file("state")}};
+    }
 
     /// Starts the relay with `script` (JSON lines) and signs in.
     void startRelay(const std::string& script) {
@@ -39,14 +42,16 @@ protected:
         return text;
     }
 
-    std::unique_ptr<Program> start(std::vector<std::string> arguments, const std::string& input = "/dev/null") const {
+    std::unique_ptr<Program> start(std::vector<std::string> arguments,
+                                   const std::string& input = "/dev/null") const {
         arguments.insert(arguments.begin(), binary("tarn-cli"));
         if (!server.empty()) {
             arguments.insert(arguments.end(), {"--server", server});
         }
-        std::map<std::string, std::string> environment{{"XDG_DATA_HOME", world.file("data")},
-                                                       {"XDG_CONFIG_HOME", world.file("config")},
-                                                       {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + world.file("no-bus")}};
+        std::map<std::string, std::string> environment{
+            {"XDG_DATA_HOME", world.file("data")},
+            {"XDG_CONFIG_HOME", world.file("config")},
+            {"DBUS_SESSION_BUS_ADDRESS", "unix:path=" + world.file("no-bus")}};
         if (!token.empty()) {
             environment["TARN_TOKEN"] = token;
         }

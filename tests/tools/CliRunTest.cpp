@@ -1,7 +1,9 @@
 // Translation runs of the command line against a relay that plays a script.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <boost/json/parse.hpp>
 #include <cmath>
@@ -18,7 +20,8 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-constexpr const char* dialogue = R"({"t":0.05,"event":{"type":"conversation.item.input_audio_transcription.text","text":"hel","stash":"lo"}}
+constexpr const char* dialogue =
+    R"({"t":0.05,"event":{"type":"conversation.item.input_audio_transcription.text","text":"hel","stash":"lo"}}
 {"t":0.10,"event":{"type":"conversation.item.input_audio_transcription.completed","transcript":"hello"}}
 {"t":0.15,"event":{"type":"response.audio_transcript.text","text":"","stash":"ho"}}
 {"t":0.20,"event":{"type":"response.audio_transcript.done","transcript":"hola\u001b[2J"}}
@@ -30,7 +33,8 @@ constexpr const char* dialogue = R"({"t":0.05,"event":{"type":"conversation.item
 std::string rawTone(double seconds) {
     std::string pcm;
     for (int i = 0; i < static_cast<int>(16000 * seconds); ++i) {
-        const auto sample = static_cast<std::int16_t>(8000 * std::sin(2 * std::numbers::pi * 440 * i / 16000));
+        const auto sample =
+            static_cast<std::int16_t>(8000 * std::sin(2 * std::numbers::pi * 440 * i / 16000));
         pcm.push_back(static_cast<char>(sample & 0xff));
         pcm.push_back(static_cast<char>(sample >> 8));
     }
@@ -46,12 +50,30 @@ std::string little(std::uint32_t value, int bytes) {
 }
 
 /// A WAV file; `tag` 1 is PCM, 3 is float.
-std::string wav(std::uint32_t tag, std::uint32_t rate, std::uint32_t channels, std::uint32_t bits, const std::string& data) {
+std::string wav(std::uint32_t tag, std::uint32_t rate, std::uint32_t channels, std::uint32_t bits,
+                const std::string& data) {
     const auto size = static_cast<std::uint32_t>(data.size());
     return "RIFF" + little(36 + size, 4) + "WAVEfmt " + little(16, 4) + little(tag, 2) + little(channels, 2) +
-           little(rate, 4) + little(rate * channels * bits / 8, 4) + little(channels * bits / 8, 2) + little(bits, 2) +
-           "data" + little(size, 4) + data;
+           little(rate, 4) + little(rate * channels * bits / 8, 4) + little(channels * bits / 8, 2) +
+           little(bits, 2) + "data" + little(size, 4) + data;
 }
+
+/// A named pipe held open at both ends, so that nobody waits to open it and nobody reads it.
+class OpenFifo {
+public:
+    explicit OpenFifo(std::string path) : path_(std::move(path)) {
+        ::mkfifo(path_.c_str(), 0600);
+        descriptor_ = ::open(path_.c_str(), O_RDWR | O_CLOEXEC);
+    }
+    ~OpenFifo() { ::close(descriptor_); }
+    OpenFifo(const OpenFifo&) = delete;
+    OpenFifo& operator=(const OpenFifo&) = delete;
+    const std::string& path() const { return path_; }
+
+private:
+    std::string path_;
+    int descriptor_;
+};
 
 class CliRun : public test::CliFixture {
 protected:
@@ -76,15 +98,19 @@ protected:
 TEST_F(CliRun, PrintsOneObjectForEachEventAndEndsByItself) {
     startRelay(dialogue);
     const auto dub = world.file("dub.wav");
-    const auto cli = start({"--input", toneFile(), "--to", "es", "--silence-ms", "100", "--format", "jsonl", "--dub", dub});
+    const auto cli = start(
+        {"--input", toneFile(), "--to", "es", "--silence-ms", "100", "--format", "jsonl", "--dub", dub});
     EXPECT_EQ(cli->wait(), 0);
-    EXPECT_THAT(linesWithoutTimes(cli->out()),
-                ElementsAre(R"("event":"state","value":"connecting"})", R"("event":"state","value":"running"})",
-                            R"("event":"source","text":"hello","done":false})", R"("event":"source","text":"hello","done":true})",
-                            R"("event":"translation","text":"ho","done":false})",
-                            R"("event":"translation","text":"hola\u001b[2J","done":true})", R"("event":"audio","bytes":6})",
-                            R"("event":"error","message":"a hiccup"})", R"("event":"state","value":"stopping"})",
-                            R"("event":"closed"})", R"("event":"state","value":"idle"})"));
+    EXPECT_THAT(
+        linesWithoutTimes(cli->out()),
+        ElementsAre(R"("event":"state","value":"connecting"})", R"("event":"state","value":"running"})",
+                    R"("event":"source","text":"hello","done":false})",
+                    R"("event":"source","text":"hello","done":true})",
+                    R"("event":"translation","text":"ho","done":false})",
+                    R"("event":"translation","text":"hola\u001b[2J","done":true})",
+                    R"("event":"audio","bytes":6})", R"("event":"error","message":"a hiccup"})",
+                    R"("event":"state","value":"stopping"})", R"("event":"closed"})",
+                    R"("event":"state","value":"idle"})"));
     EXPECT_EQ(test::readFile(dub).substr(44), std::string("\0\1\2\3\4\5", 6));
     struct stat mode{};
     ASSERT_EQ(::stat(dub.c_str(), &mode), 0);
@@ -101,7 +127,9 @@ TEST_F(CliRun, PrintsFinalTextsAsLinesWithoutTerminalCommands) {
 
 TEST_F(CliRun, ReadsRawSpeechFromAPipeAndSoundFilesOfEveryKind) {
     // The script speaks only once half a second of sound has come, so each case shows that it did.
-    startRelay("{\"after_audio\":16000,\"event\":{\"type\":\"response.audio_transcript.done\",\"transcript\":\"enough\"}}\n");
+    startRelay(
+        "{\"after_audio\":16000,\"event\":{\"type\":\"response.audio_transcript.done\",\"transcript\":"
+        "\"enough\"}}\n");
     const auto pcm16 = rawTone(0.6);
     std::string pcm8;
     std::string pcm24;
@@ -120,17 +148,19 @@ TEST_F(CliRun, ReadsRawSpeechFromAPipeAndSoundFilesOfEveryKind) {
     }
     const auto truncated = wav(1, 16000, 1, 16, pcm16 + pcm16).substr(0, 44 + pcm16.size());
     const std::pair<const char*, std::string> files[] = {
-        {"8 bit", wav(1, 16000, 1, 8, pcm8)},       {"24 bit", wav(1, 16000, 1, 24, pcm24)},
-        {"float", wav(3, 16000, 1, 32, floats)},    {"44.1 kHz stereo", wav(1, 44100, 2, 16, stereo44)},
+        {"8 bit", wav(1, 16000, 1, 8, pcm8)},    {"24 bit", wav(1, 16000, 1, 24, pcm24)},
+        {"float", wav(3, 16000, 1, 32, floats)}, {"44.1 kHz stereo", wav(1, 44100, 2, 16, stereo44)},
         {"shorter than it says", truncated},
     };
     for (const auto& [name, content] : files) {
         SCOPED_TRACE(name);
-        const auto cli = start({"--input", world.write("in.wav", content), "--to", "es", "--fast", "--silence-ms", "50", "--drain", "0"});
+        const auto cli = start({"--input", world.write("in.wav", content), "--to", "es", "--fast",
+                                "--silence-ms", "50", "--drain", "0"});
         EXPECT_EQ(cli->wait(), 0) << cli->err();
         EXPECT_EQ(cli->out(), "es: enough\n");
     }
-    const auto piped = start({"--input", "-", "--to", "es", "--drain", "0.3"}, world.write("raw", pcm16 + "x"));
+    const auto piped =
+        start({"--input", "-", "--to", "es", "--drain", "0.3"}, world.write("raw", pcm16 + "x"));
     EXPECT_EQ(piped->wait(), 0) << piped->err();
     EXPECT_EQ(piped->out(), "es: enough\n");
 }
@@ -149,7 +179,8 @@ TEST_F(CliRun, SaysInOneLineWhatIsWrongWithAnInput) {
         EXPECT_THAT(cli->err(), HasSubstr(name));
         EXPECT_EQ(std::ranges::count(cli->err(), '\n'), 1) << cli->err();
     }
-    const auto noFrames = start({"--input", world.write("noframes.wav", wav(1, 16000, 1, 16, "")), "--to", "es", "--drain", "0"});
+    const auto noFrames = start(
+        {"--input", world.write("noframes.wav", wav(1, 16000, 1, 16, "")), "--to", "es", "--drain", "0"});
     EXPECT_EQ(noFrames->wait(), 0);
 }
 
@@ -164,9 +195,79 @@ TEST_F(CliRun, AnInterruptSaysGoodbyeAndEndsWell) {
     }
 }
 
+TEST_F(CliRun, AnInterruptEndsAlsoARunThatWaitsForItsInputOrItsReader) {
+    startRelay(dialogue);
+    const OpenFifo silent(world.file("silent"));
+    const auto idle = start({"--input", "-", "--to", "es"}, silent.path());
+    idle->waitForError("a hiccup");
+    idle->signal(SIGINT);
+    EXPECT_EQ(idle->wait(std::chrono::seconds(5)), 0);
+    EXPECT_EQ(idle->err(), "tarn-cli: a hiccup\n");
+
+    std::string flood;
+    for (int i = 0; i < 3000; ++i) {
+        flood += R"({"t":0.1,"event":{"type":"response.audio_transcript.done","transcript":")" +
+                 std::string(60, 'x') + "\"}}\n";
+    }
+    startRelay(flood + R"({"t":0.2,"event":{"type":"tarn.error","error":"all sent"}})" + "\n");
+    const OpenFifo unread(world.file("unread"));
+    test::Program stuck({{"/bin/sh", "-c",
+                          "exec " + binary("tarn-cli") + " --input " + toneFile(60) + " --to es --server " +
+                              server + " >" + unread.path()},
+                         {{"TARN_TOKEN", token}}});
+    stuck.waitForError("all sent");
+    stuck.signal(SIGTERM);
+    EXPECT_EQ(stuck.wait(std::chrono::seconds(10)), 0);
+}
+
+TEST_F(CliRun, NeverOverwritesItsInput) {
+    startRelay(dialogue);
+    const auto input = toneFile();
+    const auto before = test::readFile(input);
+    EXPECT_EQ(start({"--input", input, "--to", "es", "--dub", input})->wait(), 2);
+    EXPECT_EQ(test::readFile(input), before);
+    // Nor is an older recording emptied by a run that never began.
+    const auto kept = world.write("kept.wav", "older");
+    token = "wrong";
+    EXPECT_EQ(start({"--input", input, "--to", "es", "--dub", kept})->wait(), 3);
+    EXPECT_EQ(test::readFile(kept), "older");
+}
+
+TEST_F(CliRun, WaitsForALateVoiceAndSaysWhenATextNeverBecomesFinal) {
+    startRelay(
+        "{\"t\":2.0,\"event\":{\"type\":\"response.audio_transcript.done\",\"transcript\":\"hola\"}}\n"
+        "{\"t\":4.5,\"event\":{\"type\":\"response.audio.delta\",\"delta\":\"AAEC\"}}\n");
+    const auto dub = world.file("dub.wav");
+    const auto late = start({"--input", toneFile(), "--to", "es", "--silence-ms", "100", "--dub", dub});
+    EXPECT_EQ(late->wait(), 0);
+    EXPECT_EQ(test::readFile(dub).size(), 46U);
+
+    startRelay("{\"t\":0.1,\"event\":{\"type\":\"response.audio_transcript.text\",\"text\":\"hol\"}}\n");
+    const auto open = start({"--input", toneFile(), "--to", "es", "--silence-ms", "100", "--drain", "1"});
+    EXPECT_EQ(open->wait(), 0);
+    EXPECT_EQ(open->out(), "es: hol …\n");
+    EXPECT_THAT(open->err(), HasSubstr("no final text within the drain time"));
+}
+
+TEST_F(CliRun, EndsWithoutItsStandardStreamsToo) {
+    startRelay(dialogue);
+    const std::pair<const char*, const char*> cases[] = {{"--input - <&-", "status 0"},
+                                                         {"--input - <&- >&-", "status 0"},
+                                                         {"--input - </dev/null >/dev/full", "status 1"}};
+    for (const auto& [redirection, status] : cases) {
+        test::Program shell({{"/bin/sh", "-c",
+                              "{ " + binary("tarn-cli") + " --to es --drain 1 --server " + server + " " +
+                                  redirection + "; } 3>&1; echo status $?"},
+                             {{"TARN_TOKEN", token}}});
+        EXPECT_EQ(shell.wait(std::chrono::seconds(20)), 0);
+        EXPECT_THAT(shell.out(), HasSubstr(status)) << redirection << shell.err();
+    }
+}
+
 TEST_F(CliRun, ADurationEndsTheInput) {
     startRelay(dialogue);
-    const auto cli = start({"--input", toneFile(60), "--to", "es", "--duration", "0.5", "--silence-ms", "10"});
+    const auto cli =
+        start({"--input", toneFile(60), "--to", "es", "--duration", "0.5", "--silence-ms", "10"});
     EXPECT_EQ(cli->wait(std::chrono::seconds(10)), 0);
     EXPECT_EQ(cli->out(), "heard: hello\nes: hola [2J\n");
 }
@@ -180,7 +281,8 @@ TEST_F(CliRun, AConnectionThatDiesEndsTheRunWithItsReason) {
     const Case cases[] = {
         {R"({"t":0.1,"close":1011})", 1, "code 1011"},
         {R"({"t":0.1,"close":4001})", 3, "refused the access token"},
-        {R"({"t":0.1,"event":{"type":"error","error":{"code":"x","message":"y"}}})", 1, "the service reported an error"},
+        {R"({"t":0.1,"event":{"type":"error","error":{"code":"x","message":"y"}}})", 1,
+         "the service reported an error"},
     };
     for (const auto& [script, status, complaint] : cases) {
         startRelay(std::string(script) + "\n");
@@ -198,10 +300,11 @@ TEST_F(CliRun, AConnectionThatDiesEndsTheRunWithItsReason) {
 
 TEST_F(CliRun, StopsWhenNobodyReadsItsOutput) {
     startRelay(dialogue);
-    test::Program shell({{"/bin/sh", "-c",
-                          binary("tarn-cli") + " --input " + toneFile(60) + " --to es --format jsonl --server " + server +
-                              " | head -n 1 >/dev/null; echo gone"},
-                         {{"TARN_TOKEN", token}}});
+    test::Program shell(
+        {{"/bin/sh", "-c",
+          binary("tarn-cli") + " --input " + toneFile(60) + " --to es --format jsonl --server " + server +
+              " | head -n 1 >/dev/null; echo gone"},
+         {{"TARN_TOKEN", token}}});
     EXPECT_EQ(shell.wait(), 0);
     EXPECT_EQ(shell.out(), "gone\n");
 }
