@@ -29,7 +29,7 @@ constexpr std::array progressEvents = {
 
 /// No one speaks this much without a pause: a stream of increments that goes on and on must not fill the
 /// memory.
-constexpr std::size_t longestUtterance = 1024U * 1024;
+constexpr std::size_t longestUtterance = std::size_t{1024} * 1024;
 
 /// The value under `key` when it is there and a string.
 std::optional<std::string_view> stringField(const json::object& object, std::string_view key) {

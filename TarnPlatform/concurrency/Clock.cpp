@@ -9,8 +9,8 @@ namespace {
 
 class SystemCall final : public ScheduledCall {
 public:
-    SystemCall(SerialExecutor executor, Clock::Duration delay, std::function<void()> call)
-        : state_(std::make_shared<State>(std::move(executor), std::move(call))) {
+    SystemCall(const SerialExecutor& executor, Clock::Duration delay, std::function<void()> call)
+        : state_(std::make_shared<State>(executor, std::move(call))) {
         state_->timer.expires_after(delay);
         state_->timer.async_wait([state = state_](boost::system::error_code error) {
             if (error || !state->call) {
@@ -29,8 +29,8 @@ public:
 
 private:
     struct State {
-        State(SerialExecutor executor, std::function<void()> function)
-            : timer(std::move(executor)), call(std::move(function)) {}
+        State(const SerialExecutor& executor, std::function<void()> function)
+            : timer(executor), call(std::move(function)) {}
         asio::steady_timer timer;
         std::function<void()> call;
     };
@@ -42,7 +42,7 @@ public:
     TimePoint now() const override { return std::chrono::steady_clock::now(); }
     std::unique_ptr<ScheduledCall> callAfter(SerialExecutor executor, Duration delay,
                                              std::function<void()> call) override {
-        return std::make_unique<SystemCall>(std::move(executor), delay, std::move(call));
+        return std::make_unique<SystemCall>(executor, delay, std::move(call));
     }
 };
 

@@ -9,7 +9,7 @@
 namespace tarn {
 namespace {
 
-constexpr std::size_t longestLine = 64U * 1024;
+constexpr std::size_t longestLine = std::size_t{64} * 1024;
 
 struct Sink {
     std::mutex mutex;

@@ -9,7 +9,7 @@ namespace tarn {
 std::string base64Encode(std::span<const std::byte> bytes) {
     std::string text((bytes.size() + 2) / 3 * 4, '\0');
     // The library counts in int, so a long input goes in pieces that need no padding between them.
-    constexpr std::size_t piece = 3U * 1024 * 1024;
+    constexpr std::size_t piece = std::size_t{3} * 1024 * 1024;
     auto* out = reinterpret_cast<unsigned char*>(text.data());
     while (!bytes.empty()) {
         const auto part = bytes.first(std::min(piece, bytes.size()));

@@ -19,7 +19,7 @@ namespace {
 
 namespace http = boost::beast::http;
 
-constexpr std::size_t maxAnswerBytes = 4U * 1024 * 1024;
+constexpr std::size_t maxAnswerBytes = std::size_t{4} * 1024 * 1024;
 
 http::request<http::string_body> toBeast(const HttpRequest& request) {
     http::request<http::string_body> message;

@@ -90,7 +90,7 @@ SystemLookup SystemLookup::start(std::string host) {
     if (error != 0) {
         lookup.answers.push(failure(ErrorKind::resolution, ::gai_strerror(error)));
     } else {
-        static_cast<void>(held.release());  // the resolver's thread takes it back
+        [[maybe_unused]] const auto* const given = held.release();  // the resolver's thread takes it back
     }
     return lookup;
 }
