@@ -74,7 +74,7 @@ Task<Result<Connector::Socket>> Connector::connect(Url url) {
         proxy = std::move(*parsed);
     }
     const Url& next = proxy ? *proxy : url;
-    auto addresses = co_await findAddresses(next.host());
+    auto addresses = co_await findAddresses(next);
     if (!addresses) {
         co_return std::unexpected(addresses.error());
     }
@@ -107,11 +107,16 @@ void Connector::abort() {
     ring();
 }
 
-Task<Result<std::vector<ip::address>>> Connector::findAddresses(std::string host) {
+Task<Result<std::vector<ip::address>>> Connector::findAddresses(const Url& url) {
+    const auto& host = url.host();
     boost::system::error_code notNumeric;
     const auto literal = ip::make_address(host, notNumeric);
     if (!notNumeric) {
         co_return std::vector{literal};
+    }
+    if (url.isLoopback()) {
+        // By definition (RFC 6761), and because callers trust this name with what may not leave the machine.
+        co_return std::vector<ip::address>{ip::address_v4::loopback(), ip::address_v6::loopback()};
     }
     // The system's lookup cannot be interrupted: it runs on its own and is left behind when the limit passes.
     asio::co_spawn(executor_, network_.lookUp(host),

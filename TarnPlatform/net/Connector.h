@@ -37,7 +37,7 @@ public:
     void abort();
 
 private:
-    Task<Result<std::vector<asio::ip::address>>> findAddresses(std::string host);
+    Task<Result<std::vector<asio::ip::address>>> findAddresses(const Url& url);
     Task<Result<Socket>> race(std::vector<asio::ip::address> addresses, std::uint16_t port, std::string host);
     Task<Result<void>> openTunnel(Socket& socket, const Url& proxy, const Url& target);
     void startNextAttempt();
