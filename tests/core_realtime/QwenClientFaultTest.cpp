@@ -22,7 +22,6 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::StartsWith;
 
 class QwenClientFault : public test::ClientFixture {
 protected:

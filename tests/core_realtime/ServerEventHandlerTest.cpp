@@ -13,7 +13,6 @@ namespace tarn {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 struct EventCase {
     const char* name;

@@ -18,7 +18,6 @@
 namespace tarn {
 namespace {
 
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
 

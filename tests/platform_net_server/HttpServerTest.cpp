@@ -205,6 +205,30 @@ TEST_F(HttpServerTest, TellsConnectionsBeyondTheLimitAndServesAgainWhenOneLeaves
     EXPECT_THAT(head, StartsWith("HTTP/1.1 101"));
 }
 
+TEST_F(HttpServerTest, GivesANewcomerThePlaceOfWhoHasWaitedLongestWithoutARequest) {
+    HttpServer::Limits limits;
+    limits.maxConnections = 4;
+    limits.requestTimeout = std::chrono::hours(1);
+    start(limits);
+    auto busy = connect();
+    ASSERT_THAT(busy.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
+    auto silent = connect();
+    auto slow = connect();
+    slow.send("GET / HTTP/1.1\r\nX-Never: end");
+    auto late = connect();
+    for (auto* const dropped : {&silent, &slow}) {
+        auto newcomer = connect();
+        ASSERT_THAT(newcomer.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
+        EXPECT_EQ(dropped->readToEnd(), "");
+        newcomer.sendFrame(closeFrame, "\x03\xe8");
+        newcomer.readToEnd();
+    }
+    late.send(okRequest);
+    EXPECT_THAT(late.readHead(), StartsWith("HTTP/1.1 200"));
+    busy.sendFrame(textFrame, "unmoved");
+    EXPECT_THAT(busy.readFrame(), isFrame(textFrame, "unmoved"));
+}
+
 struct BadFrame {
     const char* name;
     std::string bytes;
@@ -343,6 +367,26 @@ TEST_F(HttpServerTest, EndsEveryConnectionWhenItStops) {
     asio::post(network_.executor(), [this] { server_->stop(); });
     EXPECT_EQ(RawPeer::closeCode(socket.readFrame()), 1001);
     EXPECT_EQ(waiting.readToEnd(), "");
+}
+
+TEST_F(HttpServerTest, SaysGoodbyeAtOnceToWhoHasMuchLeftToReadAndCutsWhoReadsNothing) {
+    HttpServer::Limits limits;
+    limits.maxQueuedBytes = 100U << 20;
+    limits.sendTimeout = std::chrono::hours(1);
+    start(limits);
+    auto late = connect();
+    auto deaf = connect();
+    for (auto* const peer : {&late, &deaf}) {
+        ASSERT_THAT(peer->upgrade("/flood"), StartsWith("HTTP/1.1 101"));
+        EXPECT_EQ(peer->readFrame().payload.size(), 1U << 20);
+    }
+    asio::post(network_.executor(), [this] { server_->stop(); });
+    const auto frames = late.readFramesToClose();
+    ASSERT_FALSE(frames.empty());
+    EXPECT_EQ(RawPeer::closeCode(frames.back()), 1001);
+    EXPECT_LT(frames.size(), 50U);  // of 63; what had left the queue already still comes
+    while (deaf.sendFrame(pongFrame, std::string(100, ' '))) {
+    }
 }
 
 TEST_F(HttpServerTest, SaysWhyAnAddressCannotBeHad) {

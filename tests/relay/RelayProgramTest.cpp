@@ -91,6 +91,15 @@ TEST_F(RelayProgramTest, EndsWithAStatusThatSaysWhoseFaultItWas) {
     for (const auto& [arguments, ending] : cases) {
         EXPECT_EQ(runRelay(state_, arguments).ending, ending) << testing::PrintToString(arguments);
     }
+    // Damaged tokens are nothing that other arguments would mend.
+    runRelay(state_, {"issue-token", "ada@example.org"});
+    std::ofstream(state_.path() / "tarn" / "relay" / "tokens.json") << "rubbish";
+    for (const std::vector<std::string>& arguments :
+         {std::vector<std::string>{"issue-token", "ada@example.org"},
+          {"revoke-token", "ada@example.org"},
+          {"--listen", "127.0.0.1:0", "--engine", "script", good}}) {
+        EXPECT_EQ(runRelay(state_, arguments).ending, "ended with status 1") << arguments.front();
+    }
 }
 
 }  // namespace

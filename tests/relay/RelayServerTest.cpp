@@ -172,11 +172,12 @@ TEST_F(RelayServerTest, RefusesBadUpgradesWithAnHttpStatus) {
         {"target=es&source=", authorization(), "400"},
         {"target=es&voice=a%00b", authorization(), "400"},
         {"target=es&voice=" + std::string(65, 'v'), authorization(), "400"},
-        {"target=es&clone=%22", authorization(), "400"},
+        {"target=es&clone=%07", authorization(), "400"},
+        {"target=es&clone=" + std::string(65, 'c'), authorization(), "400"},
         {"target=es&vad_ms=", authorization(), "400"},
-        {"target=es&vad_ms=-1", authorization(), "400"},
         {"target=es&vad_ms=8e2", authorization(), "400"},
         {"target=es&vad_ms=2147483648", authorization(), "400"},
+        {"target=es&vad_ms=-2147483649", authorization(), "400"},
     };
     for (const auto& [query, headers, status] : cases) {
         auto peer = connect();
@@ -205,6 +206,12 @@ TEST_F(RelayServerTest, GivesTheEngineWhatTheQuerySays) {
         EXPECT_EQ(engine_.last.voice, std::nullopt);
         EXPECT_EQ(engine_.last.clone, "none");
         EXPECT_EQ(engine_.last.silenceMs, std::nullopt);
+    });
+    auto odd = connect();
+    openStream(odd, "target=es&clone=every%20minute&vad_ms=-5");
+    onNetwork([this] {
+        EXPECT_EQ(engine_.last.clone, "every minute");
+        EXPECT_EQ(engine_.last.silenceMs, -5);
     });
 }
 
@@ -255,6 +262,15 @@ TEST_F(RelayServerTest, EndsLiveStreamsOfARevokedTokenAndNoOthers) {
     EXPECT_EQ(RawPeer::closeCode(revoked.readFrame()), 4001);
     other.sendFrame(textFrame, R"({"type":"input_audio_buffer.append","audio":"AAAA"})");
     EXPECT_EQ(RawPeer::closeCode(other.readFrame()), 1000);
+}
+
+TEST_F(RelayServerTest, EndsLiveStreamsWhenARequestFindsTheTokensGone) {
+    auto peer = connect();
+    openStream(peer);
+    // Nothing tells who watches a folder that the one above it was moved.
+    std::filesystem::rename(state_.path() / "tarn", state_.path() / "elsewhere");
+    EXPECT_THAT(ask("GET /tarn/api/me", "Host: localhost\r\n" + authorization()), StartsWith("HTTP/1.1 401"));
+    EXPECT_EQ(RawPeer::closeCode(peer.readFrame()), 4001);
 }
 
 TEST_F(RelayServerTest, EndsTheTokenAndItsStreamsAtLogout) {

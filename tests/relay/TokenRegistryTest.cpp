@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -64,6 +65,7 @@ TEST_F(TokenRegistryTest, KnowsATokenByItsHashOnlyUntilItIsRevoked) {
     EXPECT_THAT(contents(),
                 AllOf(HasSubstr("ada@example.org"), Not(HasSubstr(first)), Not(HasSubstr(second))));
     EXPECT_EQ(modeOf(folder()), 0700U);
+    EXPECT_EQ(modeOf(folder().parent_path()), 0700U);
     EXPECT_EQ(modeOf(file()), 0600U);
 
     ASSERT_TRUE(tokens_.revokeToken(account->token));
@@ -135,6 +137,33 @@ TEST_F(TokenRegistryTest, LeavesADamagedFileAloneAndKeepsTheLastGoodTokens) {
     std::filesystem::remove(file());
     EXPECT_TRUE(tokens_.refresh());
     EXPECT_FALSE(tokens_.find(token));
+}
+
+TEST_F(TokenRegistryTest, TrustsNothingThatOtherUsersCouldHaveWritten) {
+    const auto token = issue("ada@example.org");
+    using std::filesystem::perms;
+    for (const auto& path : {folder(), file()}) {
+        for (const auto others : {perms::group_write, perms::others_write}) {
+            std::filesystem::permissions(path, others, std::filesystem::perm_options::add);
+            TokenRegistry fresh(folder());
+            const auto read = fresh.refresh();
+            ASSERT_FALSE(read);
+            EXPECT_EQ(read.error().kind, ErrorKind::system);
+            EXPECT_THAT(read.error().description,
+                        HasSubstr(path.string() + " can be changed by other users"));
+            EXPECT_FALSE(tokens_.issue("bob@example.org"));
+            std::filesystem::permissions(path, others, std::filesystem::perm_options::remove);
+        }
+    }
+    if (::geteuid() == 0) {  // only root can give a file away
+        ASSERT_EQ(::chown(file().c_str(), 65534, 65534), 0);
+        const auto refused = TokenRegistry(folder()).refresh();
+        ASSERT_FALSE(refused);
+        EXPECT_THAT(refused.error().description, HasSubstr("belongs to another user"));
+        ASSERT_EQ(::chown(file().c_str(), 0, 0), 0);
+    }
+    EXPECT_TRUE(tokens_.refresh());
+    EXPECT_TRUE(tokens_.find(token));
 }
 
 TEST_F(TokenRegistryTest, WaitsForTheLockNoLongerThanItsLimit) {

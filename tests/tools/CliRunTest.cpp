@@ -18,7 +18,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 constexpr const char* dialogue =
     R"({"t":0.05,"event":{"type":"conversation.item.input_audio_transcription.text","text":"hel","stash":"lo"}}
