@@ -17,7 +17,7 @@ constexpr std::size_t longestToken = 8192;
 std::optional<std::string> readToken() {
     std::string line(longestToken + 2, '\0');
     std::cin.getline(line.data(), static_cast<std::streamsize>(line.size()));
-    std::string token(line.c_str());
+    auto token = line.substr(0, line.find('\0'));
     const auto isBlank = [](unsigned char c) { return c == ' ' || c == '\t' || c == '\r'; };
     while (!token.empty() && isBlank(static_cast<unsigned char>(token.back()))) {
         token.pop_back();
@@ -46,7 +46,8 @@ Task<ExitStatus> loginWithToken(const Options& options) {
         complain("standard input holds no access token");
         co_return ExitStatus::failed;
     }
-    const auto server = TarnServerClientFactory::make(options.deployment, [token] { return token; });
+    const auto server = TarnServerClientFactory::make(options.deployment,
+                                                      [token] { return std::optional<std::string>(*token); });
     const auto account = co_await server->fetchMe();
     if (!account && account.error().meansSignedOut()) {
         complain("the server refused the token: nothing was stored");

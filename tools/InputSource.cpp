@@ -98,7 +98,7 @@ private:
 
 }  // namespace
 
-Result<std::unique_ptr<InputSource>> openInput(const std::string& input, SerialExecutor executor) {
+Result<std::unique_ptr<InputSource>> openInput(const std::string& input, const SerialExecutor& executor) {
     if (input != "-") {
         auto reader = SoundFileReader::open(input);
         if (!reader) {
@@ -106,7 +106,7 @@ Result<std::unique_ptr<InputSource>> openInput(const std::string& input, SerialE
         }
         return std::make_unique<FileInput>(std::move(*reader));
     }
-    auto descriptor = openStandardStream(STDIN_FILENO, std::move(executor));
+    auto descriptor = openStandardStream(STDIN_FILENO, executor);
     if (!descriptor) {
         return failure(ErrorKind::system, "standard input cannot be read: " + descriptor.error().description);
     }

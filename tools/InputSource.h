@@ -25,6 +25,6 @@ public:
 };
 
 /// `input`: path of a sound file, or "-" for standard input. The error is one line that names the file.
-Result<std::unique_ptr<InputSource>> openInput(const std::string& input, SerialExecutor executor);
+Result<std::unique_ptr<InputSource>> openInput(const std::string& input, const SerialExecutor& executor);
 
 }  // namespace tarn::cli

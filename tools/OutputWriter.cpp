@@ -9,7 +9,7 @@
 
 namespace tarn::cli {
 
-Result<asio::posix::stream_descriptor> openStandardStream(int number, SerialExecutor executor) {
+Result<asio::posix::stream_descriptor> openStandardStream(int number, const SerialExecutor& executor) {
     struct stat status{};
     int own = -1;
     // A file keeps its shared place; it never makes anyone wait.
@@ -21,7 +21,7 @@ Result<asio::posix::stream_descriptor> openStandardStream(int number, SerialExec
     if (own < 0) {
         own = ::fcntl(number, F_DUPFD_CLOEXEC, 3);
     }
-    asio::posix::stream_descriptor descriptor(std::move(executor));
+    asio::posix::stream_descriptor descriptor(executor);
     boost::system::error_code error;
     if (own < 0) {
         error.assign(errno, boost::system::system_category());
@@ -34,7 +34,7 @@ Result<asio::posix::stream_descriptor> openStandardStream(int number, SerialExec
     return descriptor;
 }
 
-OutputWriter::OutputWriter(SerialExecutor executor) : state_(std::make_shared<State>(executor)) {}
+OutputWriter::OutputWriter(const SerialExecutor& executor) : state_(std::make_shared<State>(executor)) {}
 
 Task<void> OutputWriter::writeAll(std::shared_ptr<State> state) {
     auto output = openStandardStream(STDOUT_FILENO, state->executor);

@@ -14,13 +14,13 @@ namespace tarn::cli {
 /// A descriptor for one of the standard streams that can be waited on without changing how others see it:
 /// where possible a description of its own, since "do not block" would otherwise hold for the caller's
 /// terminal too.
-Result<asio::posix::stream_descriptor> openStandardStream(int number, SerialExecutor executor);
+Result<asio::posix::stream_descriptor> openStandardStream(int number, const SerialExecutor& executor);
 
 /// Writes texts to standard output in order, without ever holding up the loop: a reader that stops reading
 /// leaves them queued. Copies share one queue. Thread: the executor's.
 class OutputWriter {
 public:
-    explicit OutputWriter(SerialExecutor executor);
+    explicit OutputWriter(const SerialExecutor& executor);
 
     void write(std::string text) { state_->texts.push(std::move(text)); }
     /// Writes until `finish` and its end, or until standard output takes no more; run it once.

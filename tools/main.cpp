@@ -47,7 +47,7 @@ ExitStatus start(int argc, const char* const* argv) {
     static asio::io_context context(1);
     auto status = ExitStatus::failed;
     asio::co_spawn(context, perform(context, std::get<Options>(read)),
-                   [&](std::exception_ptr error, ExitStatus result) {
+                   [&](const std::exception_ptr& error, ExitStatus result) {
                        if (error) {
                            std::rethrow_exception(error);
                        }
