@@ -46,8 +46,8 @@ Task<ExitStatus> loginWithToken(const Options& options) {
         complain("standard input holds no access token");
         co_return ExitStatus::failed;
     }
-    const auto server = TarnServerClientFactory::make(options.deployment,
-                                                      [token] { return std::optional<std::string>(*token); });
+    const auto server = TarnServerClientFactory::make(
+        options.deployment, [token = *token]() -> std::optional<std::string> { return token; });
     const auto account = co_await server->fetchMe();
     if (!account && account.error().meansSignedOut()) {
         complain("the server refused the token: nothing was stored");
