@@ -6,6 +6,7 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/read_until.hpp>
 
+#include "AcceptAll.h"
 #include "Pump.h"
 
 namespace tarn::test {
@@ -44,23 +45,11 @@ Task<void> serve(std::shared_ptr<State> state, tcp::socket client) {
     co_await (pump(client, server) || pump(server, client));
 }
 
-template <typename State>
-Task<void> acceptAll(std::shared_ptr<State> state) {
-    for (;;) {
-        auto [error, socket] = co_await state->acceptor.async_accept(asValue);
-        if (error) {
-            co_return;
-        }
-        const auto executor = socket.get_executor();
-        asio::co_spawn(executor, serve(state, std::move(socket)), asio::detached);
-    }
-}
-
 }  // namespace
 
 ConnectProxy::ConnectProxy(SerialExecutor executor, std::uint16_t targetPort, std::string answer)
     : state_(std::make_shared<State>(executor, targetPort, std::move(answer))) {
-    asio::co_spawn(executor, acceptAll(state_), asio::detached);
+    asio::co_spawn(executor, acceptAll(state_, serve<State>), asio::detached);
 }
 
 ConnectProxy::~ConnectProxy() {

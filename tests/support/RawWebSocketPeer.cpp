@@ -11,6 +11,7 @@
 #include <list>
 #include <span>
 
+#include "AcceptAll.h"
 #include "TarnPlatform/net/Base64.h"
 
 namespace tarn::test {
@@ -69,18 +70,6 @@ Task<void> serve(std::shared_ptr<State> state, tcp::socket client) {
     }
 }
 
-template <typename State>
-Task<void> acceptAll(std::shared_ptr<State> state) {
-    for (;;) {
-        auto [error, socket] = co_await state->acceptor.async_accept(asValue);
-        if (error) {
-            co_return;
-        }
-        const auto executor = socket.get_executor();
-        asio::co_spawn(executor, serve(state, std::move(socket)), asio::detached);
-    }
-}
-
 }  // namespace
 
 std::string serverFrame(int opcode, std::string_view payload) {
@@ -97,7 +86,7 @@ std::string serverFrame(int opcode, std::string_view payload) {
 
 RawWebSocketPeer::RawWebSocketPeer(SerialExecutor executor, std::string bytes, Afterwards afterwards)
     : state_(std::make_shared<State>(executor, std::move(bytes), afterwards)) {
-    asio::co_spawn(executor, acceptAll(state_), asio::detached);
+    asio::co_spawn(executor, acceptAll(state_, serve<State>), asio::detached);
 }
 
 RawWebSocketPeer::~RawWebSocketPeer() {

@@ -7,6 +7,7 @@
 #include <boost/asio/ssl/context.hpp>
 #include <boost/asio/ssl/stream.hpp>
 
+#include "AcceptAll.h"
 #include "Pump.h"
 
 namespace tarn::test {
@@ -46,24 +47,12 @@ Task<void> serve(std::shared_ptr<State> state, tcp::socket accepted) {
     co_await (pump(secure, plain) || pump(plain, secure));
 }
 
-template <typename State>
-Task<void> acceptAll(std::shared_ptr<State> state) {
-    for (;;) {
-        auto [error, socket] = co_await state->acceptor.async_accept(asValue);
-        if (error) {
-            co_return;
-        }
-        const auto executor = socket.get_executor();
-        asio::co_spawn(executor, serve(state, std::move(socket)), asio::detached);
-    }
-}
-
 }  // namespace
 
 TlsProxy::TlsProxy(SerialExecutor executor, const TestCertificates::Identity& identity,
                    std::uint16_t plainPort)
     : state_(std::make_shared<State>(executor, identity, plainPort)) {
-    asio::co_spawn(executor, acceptAll(state_), asio::detached);
+    asio::co_spawn(executor, acceptAll(state_, serve<State>), asio::detached);
 }
 
 TlsProxy::~TlsProxy() {
