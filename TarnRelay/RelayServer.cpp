@@ -66,7 +66,10 @@ public:
           check_(options_.address),
           started_(network_.clock->now()) {}
 
-    Result<void> readTokens() { return tokens_.refresh(); }
+    Result<void> readTokens() {
+        const auto read = tokens_.refresh();
+        return read ? Result<void>() : std::unexpected(read.error());
+    }
 
     Result<std::unique_ptr<HttpServer>> listen() {
         const auto handler = [self = shared_from_this()](ServerRequest request) {
@@ -94,11 +97,26 @@ private:
     };
     using LiveStreams = std::list<LiveStream>;
 
+    /// A place in the list of streams, however the stream ends.
+    class Registration {
+    public:
+        Registration(LiveStreams& streams, LiveStream stream)
+            : streams_(streams), place_(streams.insert(streams.end(), std::move(stream))) {}
+        Registration(const Registration&) = delete;
+        Registration& operator=(const Registration&) = delete;
+        ~Registration() { streams_.erase(place_); }
+
+    private:
+        LiveStreams& streams_;
+        const LiveStreams::iterator place_;
+    };
+
     static Task<void> watch(std::shared_ptr<Relay> self) {
-        const auto changed = [self] { self->endRevokedStreams(); };
+        const auto changed = [self] { self->refreshTokens(); };
         co_await self->tokens_.watch(changed);
     }
 
+    /// Streams of tokens that turn out to be gone end: the watch alone may miss a change.
     void refreshTokens() {
         const auto fresh = tokens_.refresh();
         const auto problem = fresh ? std::string() : fresh.error().description;
@@ -106,14 +124,16 @@ private:
             logLine("[relay] " + problem + "; the tokens last read stay good");
         }
         tokenProblem_ = problem;
+        if (fresh.value_or(false)) {
+            endRevokedStreams();
+        }
     }
 
     void endRevokedStreams() {
-        refreshTokens();
         for (const auto& stream : streams_) {
             const auto socket = stream.socket.lock();
             if (socket && !tokens_.holds(stream.token)) {
-                socket->close(closeTokenRefused, "the token was revoked");
+                socket->closeAtOnce(closeTokenRefused, "the token was revoked");
             }
         }
     }
@@ -211,7 +231,7 @@ private:
             logLine("[relay] a token could not be revoked: " + revoked.error().description);
             co_return errorResponse(500, "the token could not be revoked");
         }
-        self->endRevokedStreams();
+        self->refreshTokens();
         co_return jsonResponse(200, {});
     }
 
@@ -250,7 +270,7 @@ private:
     static Task<void> runStream(std::shared_ptr<Relay> self, StreamSettings settings, TokenHash token,
                                 std::shared_ptr<ServerWebSocket> socket) {
         // Registered first: a token that is revoked from here on ends this stream.
-        const auto place = self->streams_.insert(self->streams_.end(), {token, socket});
+        std::optional<Registration> registration(std::in_place, self->streams_, LiveStream{token, socket});
         const auto sink = std::make_shared<SocketSink>(socket);
         auto opened = self->openStream(settings, sink);
         if (opened) {
@@ -262,13 +282,16 @@ private:
             logLine("[relay] a stream was refused: " + refusal.message);
             socket->send(errorEvent(refusal.message));
             socket->close(refusal.closeCode, "refused");
-            self->streams_.erase(place);
+            registration.reset();
         }
         if (opened && !self->tokens_.holds(token)) {
             socket->close(closeTokenRefused, "the token was revoked");
         }
         std::string ending;
         for (;;) {
+            if (opened) {
+                co_await (*opened)->readyForMore();
+            }
             auto message = co_await socket->receive();
             if (!message) {
                 ending = message.error().description;
@@ -281,7 +304,6 @@ private:
             }
         }
         if (opened) {
-            self->streams_.erase(place);
             logLine("[relay] a stream ended: " + ending);
         }
     }

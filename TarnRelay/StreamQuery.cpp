@@ -12,7 +12,7 @@ namespace tarn::relay {
 namespace {
 
 constexpr std::size_t maxCodeBytes = 16;
-constexpr std::size_t maxVoiceBytes = 64;
+constexpr std::size_t maxTextBytes = 64;
 
 bool isLetterOrDigit(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
@@ -24,9 +24,9 @@ bool isName(const std::string& text) {
            std::ranges::all_of(text, [](char c) { return isLetterOrDigit(c) || c == '-' || c == '_'; });
 }
 
-/// Names of voices may hold spaces and signs ("en+f3"), but nothing outside printable ASCII.
-bool isVoice(const std::string& text) {
-    return !text.empty() && text.size() <= maxVoiceBytes &&
+/// Printable ASCII of a bounded length: names of voices hold spaces and signs ("en+f3").
+bool isShortText(const std::string& text) {
+    return text.size() <= maxTextBytes &&
            std::ranges::all_of(text, [](char c) { return c >= ' ' && c <= '~'; });
 }
 
@@ -63,19 +63,20 @@ Result<StreamSettings> parseStreamQuery(std::string_view query) {
         return failure(ErrorKind::invalidInput, "\"source\" is not a language code");
     }
     settings.voice = take("voice");
-    if (settings.voice && !isVoice(*settings.voice)) {
+    if (settings.voice && (settings.voice->empty() || !isShortText(*settings.voice))) {
         return failure(ErrorKind::invalidInput, "\"voice\" is not the name of a voice");
     }
     settings.clone = take("clone").value_or("none");
-    if (!isName(settings.clone)) {
-        return failure(ErrorKind::invalidInput, "\"clone\" is not \"none\", \"once\" or \"always\"");
+    // Not only "once" and "always": which other frequencies there are is for the translation service to say.
+    if (!isShortText(settings.clone)) {
+        return failure(ErrorKind::invalidInput, "\"clone\" is not printable ASCII of at most 64 characters");
     }
     if (const auto silence = take("vad_ms")) {
-        int milliseconds = -1;
+        int milliseconds = 0;
         const auto* const end = silence->data() + silence->size();
         const auto [rest, error] = std::from_chars(silence->data(), end, milliseconds);
-        if (error != std::errc() || rest != end || milliseconds < 0) {
-            return failure(ErrorKind::invalidInput, "\"vad_ms\" is not a number of milliseconds");
+        if (error != std::errc() || rest != end) {
+            return failure(ErrorKind::invalidInput, "\"vad_ms\" is not a whole number of 32 bits");
         }
         settings.silenceMs = milliseconds;
     }

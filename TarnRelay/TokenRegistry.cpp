@@ -24,6 +24,7 @@
 #include "TarnPlatform/logging/Log.h"
 #include "TarnPlatform/net/Base64.h"
 #include "TarnPlatform/process/UniqueDescriptor.h"
+#include "TarnPlatform/text/Utf8.h"
 
 namespace tarn::relay {
 namespace {
@@ -37,6 +38,20 @@ constexpr std::size_t maxEmailBytes = 254;
 std::unexpected<Error> systemFailure(std::string_view what, const std::filesystem::path& path) {
     const auto reason = std::generic_category().message(errno);
     return failure(ErrorKind::system, std::string(what) + " " + path.string() + ": " + reason);
+}
+
+/// Refuses what others could have written to: `status` is that of `path`.
+Result<void> checkOurs(const struct stat& status, const std::filesystem::path& path) {
+    if (status.st_uid != ::geteuid()) {
+        return failure(ErrorKind::system,
+                       path.string() + " belongs to another user: its tokens are not trusted");
+    }
+    if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+        return failure(ErrorKind::system, path.string() +
+                                              " can be changed by other users: its tokens are not "
+                                              "trusted (\"chmod go-w\" ends that)");
+    }
+    return {};
 }
 
 TokenHash hashOf(std::string_view text) {
@@ -70,12 +85,6 @@ std::optional<TokenHash> hashFromHex(std::string_view text) {
         hash[i / 2] = static_cast<unsigned char>(hash[i / 2] << 4 | value);
     }
     return hash;
-}
-
-bool isUtf8(const std::string& text) {
-    boost::system::error_code error;
-    json::parse(json::serialize(json::string(text)), error);
-    return !error;
 }
 
 std::string nowText() {
@@ -162,14 +171,14 @@ Result<void> TokenRegistry::revokeToken(const TokenHash& token) const {
     });
 }
 
-Result<void> TokenRegistry::refresh() {
+Result<bool> TokenRegistry::refresh() {
     struct stat status{};
     Version now;
     if (::stat(file().c_str(), &status) == 0) {
         now = {status.st_ino, status.st_mtim.tv_sec, status.st_mtim.tv_nsec, status.st_size};
     }
     if (version_ == now) {
-        return {};
+        return false;
     }
     Version version;
     auto entries = read(version);
@@ -178,7 +187,7 @@ Result<void> TokenRegistry::refresh() {
     }
     entries_ = std::move(*entries);
     version_ = version;
-    return {};
+    return true;
 }
 
 std::optional<Account> TokenRegistry::find(const std::string& token) const {
@@ -234,10 +243,15 @@ Result<std::vector<TokenRegistry::Entry>> TokenRegistry::read(Version& version) 
     if (!input || ::fstat(input.get(), &status) != 0) {
         return systemFailure("cannot read", path);
     }
+    const auto folderOurs = checkFolder();
+    const auto ours = folderOurs ? checkOurs(status, path) : folderOurs;
+    if (!ours) {
+        return std::unexpected(ours.error());
+    }
     version = {status.st_ino, status.st_mtim.tv_sec, status.st_mtim.tv_nsec, status.st_size};
     const auto damaged = [&path] {
         return failure(
-            ErrorKind::invalidInput,
+            ErrorKind::system,
             path.string() + " is not a list of tokens; repair it, or move it away and issue new tokens");
     };
     if (!S_ISREG(status.st_mode) || static_cast<std::size_t>(status.st_size) > maxFileBytes) {
@@ -306,8 +320,9 @@ Result<void> TokenRegistry::write(const std::vector<Entry>& entries) const {
 
 Result<void> TokenRegistry::change(const std::function<void(std::vector<Entry>&)>& edit) const {
     const auto made = makeFolder();
-    if (!made) {
-        return made;
+    const auto ours = made ? checkFolder() : made;
+    if (!ours) {
+        return ours;
     }
     const auto lock = lockFile(folder_ / "tokens.lock", lockLimit);
     if (!lock) {
@@ -327,12 +342,24 @@ Result<void> TokenRegistry::change(const std::function<void(std::vector<Entry>&)
 }
 
 Result<void> TokenRegistry::makeFolder() const {
-    std::error_code error;
-    std::filesystem::create_directories(folder_.parent_path(), error);
-    if (::mkdir(folder_.c_str(), 0700) != 0 && errno != EEXIST) {
-        return systemFailure("cannot make", folder_);
+    std::filesystem::path made;
+    for (const auto& part : folder_) {
+        made /= part;
+        std::error_code error;
+        if (!std::filesystem::is_directory(made, error) && ::mkdir(made.c_str(), 0700) != 0 &&
+            errno != EEXIST) {
+            return systemFailure("cannot make", made);
+        }
     }
     return {};
+}
+
+Result<void> TokenRegistry::checkFolder() const {
+    struct stat status{};
+    if (::stat(folder_.c_str(), &status) != 0) {
+        return systemFailure("cannot read", folder_);
+    }
+    return checkOurs(status, folder_);
 }
 
 Account TokenRegistry::accountOf(const Entry& entry) {

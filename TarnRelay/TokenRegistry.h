@@ -23,10 +23,11 @@ struct Account {
 };
 
 /// The access tokens of this machine's relay, in one file of mode 0600 that several processes may change at
-/// once: `tarn-relay issue-token` and a running relay, say.
+/// once: `tarn-relay issue-token` and a running relay, say. A file or folder that another user owns or may
+/// change is refused with `system`: who can write there can make tokens.
 class TokenRegistry {
 public:
-    /// `folder` is made with mode 0700 when a token is first issued.
+    /// `folder` is made, with mode 0700 as all that leads to it, when a token is first issued.
     explicit TokenRegistry(std::filesystem::path folder);
 
     /// `$XDG_STATE_HOME/tarn/relay`, by default under `~/.local/state`. Nothing where there is no home
@@ -34,7 +35,7 @@ public:
     static std::optional<std::filesystem::path> defaultFolder();
 
     // Changes. Thread: any; each waits for other processes' changes, 5 s at most, and then fails with
-    // `timeout`. A file that cannot be understood fails them with `invalidInput` and stays as it is.
+    // `timeout`. A file that cannot be understood fails them with `system` and stays as it is.
 
     /// A new random token of 256 bits (base64url). Fails with `invalidInput` for what cannot be an e-mail
     /// address: empty, longer than 254 bytes, with control characters, or not UTF-8.
@@ -46,9 +47,9 @@ public:
 
     // The relay's view. Thread: one.
 
-    /// Reads the file if it has changed since. No file: no tokens. After a failure the last good state
-    /// stands.
-    Result<void> refresh();
+    /// Reads the file if it has changed since; true when it was read. No file: no tokens. After a failure the
+    /// last good state stands.
+    Result<bool> refresh();
     /// The account behind a token, of the state last read; every stored hash is compared, each in constant
     /// time.
     std::optional<Account> find(const std::string& token) const;
@@ -78,6 +79,7 @@ private:
     Result<void> write(const std::vector<Entry>& entries) const;
     Result<void> change(const std::function<void(std::vector<Entry>&)>& edit) const;
     Result<void> makeFolder() const;
+    Result<void> checkFolder() const;
     static Account accountOf(const Entry& entry);
 
     const std::filesystem::path folder_;

@@ -117,8 +117,9 @@ int serve(const TokenRegistry& tokens, const std::string& listen, const EngineCh
                 " is not an address of this machine alone: tokens and speech travel there unencrypted");
     }
     asio::signal_set signals(context, SIGINT, SIGTERM);
-    signals.async_wait([&server](const boost::system::error_code& error, int) {
+    signals.async_wait([&server, &signals](const boost::system::error_code& error, int) {
         if (!error) {
+            signals.clear();  // a second one ends the process at once
             (*server)->stop();
         }
     });

@@ -8,6 +8,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <cstddef>
@@ -38,7 +39,11 @@ public:
     World() {
         setLogSink([](std::string_view) {});
         std::string path = (std::filesystem::temp_directory_path() / "tarn-fuzz-XXXXXX").string();
-        folder_ = ::mkdtemp(path.data());
+        if (::mkdtemp(path.data()) == nullptr) {
+            std::perror("cannot make a folder for the tokens");
+            std::exit(1);
+        }
+        folder_ = path;
         tokens_ = std::make_unique<relay::TokenRegistry>(folder_ / "relay");
         engine_ = std::make_unique<relay::ScriptEngine>(relay::parseScript(script).value(),
                                                         context_.get_executor(), Clock::system());

@@ -1,5 +1,6 @@
 // Arbitrary messages into the event handler. The input is cut at newlines into the messages of one
 // connection, so that what one leaves behind meets the next.
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>

@@ -4,7 +4,7 @@
 
 #include "TarnPlatform/logging/Log.h"
 #include "TarnPlatform/secrets/SecretStores.h"
-#include "Utf8.h"
+#include "TarnPlatform/text/Utf8.h"
 
 namespace tarn {
 namespace {
@@ -35,14 +35,14 @@ std::string_view Keychain::accountString(Account account) {
 
 std::optional<std::string> Keychain::get(Account account) {
     auto found = sharedSecretStore()->get(keyOf(account));
-    if (!found || !*found || !isValidUtf8(**found)) {
+    if (!found || !*found || !isUtf8(**found)) {
         return std::nullopt;
     }
     return std::move(*found);
 }
 
 bool Keychain::set(std::string_view value, Account account) {
-    if (!isValidUtf8(value)) {
+    if (!isUtf8(value)) {
         return false;
     }
     const auto stored = sharedSecretStore()->replace(keyOf(account), value);

@@ -10,7 +10,7 @@
 #include "RealTarnTranslateStream.h"
 #include "TarnCore/deployment/Deployment.h"
 #include "TarnCore/realtime/QwenConfig.h"
-#include "Utf8.h"
+#include "TarnPlatform/text/Utf8.h"
 
 namespace tarn {
 namespace {
@@ -78,7 +78,7 @@ Task<ServerResult<Record>> RealTarnServerClient::perform(std::shared_ptr<HttpSes
         co_return std::unexpected(TarnServerError::transport(answer.error()));
     }
     if (answer->status < 200 || answer->status > 299) {
-        auto body = isValidUtf8(answer->body) ? std::optional(std::move(answer->body)) : std::nullopt;
+        auto body = isUtf8(answer->body) ? std::optional(std::move(answer->body)) : std::nullopt;
         co_return std::unexpected(TarnServerError::http(answer->status, std::move(body)));
     }
     if constexpr (std::is_same_v<Record, EmptyResponse>) {

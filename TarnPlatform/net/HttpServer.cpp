@@ -82,13 +82,31 @@ private:
     void take(tcp::socket socket) {
         auto connection = std::make_shared<ServerConnection>(std::move(socket), network_.clock, limits_);
         const auto strand = connection->executor();
-        if (connections_.size() < limits_.maxConnections) {
+        if (connections_.size() < limits_.maxConnections || dropLongestWaiting()) {
             connections_.insert(connection);
             spawnLogged(strand, serve(shared_from_this(), std::move(connection)));
         } else if (turnedAway_ < maxTurnedAway) {
             ++turnedAway_;
             spawnLogged(strand, turnAway(shared_from_this(), std::move(connection)));
         }
+    }
+
+    /// Frees the place of whoever has waited longest without sending a whole request, so that connections
+    /// that ask for nothing lock nobody out. False: nobody waits.
+    bool dropLongestWaiting() {
+        auto longest = connections_.end();
+        for (auto at = connections_.begin(); at != connections_.end(); ++at) {
+            const auto since = (*at)->waitingSince();
+            if (since && (longest == connections_.end() || *since < *(*longest)->waitingSince())) {
+                longest = at;
+            }
+        }
+        if (longest == connections_.end()) {
+            return false;
+        }
+        (*longest)->end();
+        connections_.erase(longest);
+        return true;
     }
 
     static Task<void> serve(std::shared_ptr<Listener> self, std::shared_ptr<ServerConnection> connection) {

@@ -46,8 +46,13 @@ public:
     /// beyond `maxQueuedBytes`, ends that connection and no other. Thread: any.
     virtual void send(std::string text) = 0;
 
-    /// Sends what is queued, then a close frame with `code` and `reason` (123 bytes at most). Thread: any.
+    /// Sends what is queued, then a close frame with `code` and `reason` (123 bytes at most). The peer has
+    /// `sendTimeout` for all of it. Thread: any.
     virtual void close(std::uint16_t code, std::string reason) = 0;
+
+    /// The same without what is queued, and the peer has 2 s. Also cuts a `close` short that is still
+    /// sending, whose code and reason stand. Thread: any.
+    virtual void closeAtOnce(std::uint16_t code, std::string reason) = 0;
 };
 
 /// Takes an upgraded connection; the connection ends when the coroutine returns.
@@ -58,11 +63,13 @@ using ServerReply = std::variant<ServerResponse, WebSocketHandler>;
 using RequestHandler = std::function<Task<ServerReply>(ServerRequest)>;
 
 /// Plain HTTP/1.1 and WebSocket server on one address. Half-open, slow and oversized peers are dropped by the
-/// limits without holding anybody else up.
+/// limits without holding anybody else up, and those that ask for nothing make room for newcomers.
 class HttpServer {
 public:
     struct Limits {
-        std::size_t maxConnections = 256;  ///< beyond that a connection is answered 503 and closed
+        /// Beyond that, a connection takes the place of the one that has waited longest without having sent a
+        /// whole request. Where none waits, it is answered 503 and closed.
+        std::size_t maxConnections = 256;
         std::size_t maxHeaderBytes = 16UZ * 1024;
         std::size_t maxBodyBytes = 64UZ * 1024;
         std::chrono::milliseconds requestTimeout =

@@ -64,7 +64,8 @@ ServerConnection::ServerConnection(asio::ip::tcp::socket socket, std::shared_ptr
       socket_(std::move(socket)),
       clock_(std::move(clock)),
       limits_(limits),
-      buffer_(limits.maxHeaderBytes + limits.maxBodyBytes) {
+      buffer_(limits.maxHeaderBytes + limits.maxBodyBytes),
+      waitingSince_(clock_->now()) {
     error_code ignored;
     socket_.set_option(asio::ip::tcp::no_delay(true), ignored);
     const auto peer = socket_.remote_endpoint(ignored);
@@ -89,7 +90,7 @@ Task<void> ServerConnection::turnAway() {
 void ServerConnection::end() {
     asio::post(executor_, [self = shared_from_this()] {
         if (self->upgraded_) {
-            self->upgraded_->close(closeGoingAway, {});
+            self->upgraded_->closeAtOnce(closeGoingAway, {});
         } else {
             self->closeSocket();
         }
@@ -102,6 +103,9 @@ Task<ServerConnection::Next> ServerConnection::serveOne(RequestHandler& handler)
     parser.body_limit(limits_.maxBodyBytes);
     error_code readError;
     bool timedOut = false;
+    if (!waitingSince_) {
+        waitingSince_ = clock_->now();
+    }
     {
         // Ending only the reading direction leaves a way to say why.
         const auto deadline = clock_->callAfter(executor_, limits_.requestTimeout, [this, &timedOut] {
@@ -112,6 +116,7 @@ Task<ServerConnection::Next> ServerConnection::serveOne(RequestHandler& handler)
         const auto [error, count] = co_await http::async_read(socket_, buffer_, parser, asValue);
         readError = error;
     }
+    waitingSince_.reset();
     if (readError) {
         co_await refuseUnreadable(readError, timedOut, parser.got_some());
         co_return Next::nothing;

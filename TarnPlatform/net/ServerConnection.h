@@ -6,6 +6,7 @@
 #include <boost/beast/http/string_body.hpp>
 #include <boost/system/error_code.hpp>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -26,6 +27,8 @@ public:
     Task<void> serve(RequestHandler handler);
     /// Answers 503 without reading anything, and closes.
     Task<void> turnAway();
+    /// Since when a request has been awaited; nothing while one is being answered and after an upgrade.
+    std::optional<Clock::TimePoint> waitingSince() const { return waitingSince_; }
     /// Ends the connection at once; an upgraded one says that the server is going away. Thread: any.
     void end();
 
@@ -49,6 +52,7 @@ private:
     std::string remoteAddress_;
     boost::beast::flat_buffer buffer_;
     std::shared_ptr<UpgradedConnection> upgraded_;
+    std::optional<Clock::TimePoint> waitingSince_;
     bool ended_ = false;
 };
 

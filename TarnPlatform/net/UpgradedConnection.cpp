@@ -21,7 +21,8 @@ namespace beast = boost::beast;
 namespace websocket = beast::websocket;
 using boost::system::error_code;
 
-/// How long a peer may take to answer a close frame before its socket is cut.
+/// How long a peer may take to answer a close frame, and for all of a close at once, before its socket is
+/// cut.
 constexpr std::chrono::seconds closeLimit{2};
 constexpr std::size_t maxReasonBytes = 123;
 
@@ -60,7 +61,7 @@ public:
             lastHeard_ = clock_->now();
             if (type == websocket::frame_type::close) {
                 // The library waits for the peer to end the TCP connection as well; not every peer does.
-                closeDeadline_ = cutAfter(closeLimit);
+                peerCloseDeadline_ = cutAfter(closeLimit);
             }
         });
         checkIdlenessAfter(limits_.idleTimeout / 2);
@@ -109,11 +110,24 @@ public:
     void close(std::uint16_t code, std::string reason) override {
         reason.resize(std::min(reason.size(), maxReasonBytes));
         asio::post(executor_, [self = shared_from_this(), code, reason = std::move(reason)] {
-            if (self->ended_ || self->closeRequest_) {
+            if (!self->ended_ && !self->closeRequest_) {
+                self->beginClose(code, reason, self->limits_.sendTimeout);
+            }
+        });
+    }
+
+    void closeAtOnce(std::uint16_t code, std::string reason) override {
+        reason.resize(std::min(reason.size(), maxReasonBytes));
+        asio::post(executor_, [self = shared_from_this(), code, reason = std::move(reason)] {
+            // Once only: who asks again must not put the end off.
+            if (self->ended_ || std::exchange(self->closingAtOnce_, true)) {
                 return;
             }
-            self->closeRequest_.emplace(code, reason);
-            self->startWriting();
+            for (const auto& text : self->queue_) {
+                self->queuedBytes_.fetch_sub(text.size());
+            }
+            self->queue_.clear();
+            self->beginClose(code, reason, closeLimit);
         });
     }
 
@@ -125,6 +139,15 @@ public:
     }
 
 private:
+    /// An earlier code and reason stand; the limit is the new one.
+    void beginClose(std::uint16_t code, const std::string& reason, std::chrono::milliseconds limit) {
+        if (!closeRequest_) {
+            closeRequest_.emplace(code, reason);
+        }
+        ownCloseDeadline_ = cutAfter(limit);
+        startWriting();
+    }
+
     std::unique_ptr<ScheduledCall> cutAfter(std::chrono::milliseconds limit) {
         return clock_->callAfter(executor_, limit, [weak = weak_from_this()] {
             if (const auto self = weak.lock()) {
@@ -140,7 +163,8 @@ private:
         error_code ignored;
         stream_.next_layer().close(ignored);
         idleCheck_.reset();
-        closeDeadline_.reset();
+        ownCloseDeadline_.reset();
+        peerCloseDeadline_.reset();
         queue_.clear();
         endedBell_.cancel();
     }
@@ -237,11 +261,13 @@ private:
     std::deque<std::string> queue_;
     std::optional<std::pair<std::uint16_t, std::string>> closeRequest_;
     std::unique_ptr<ScheduledCall> idleCheck_;
-    std::unique_ptr<ScheduledCall> closeDeadline_;
+    std::unique_ptr<ScheduledCall> ownCloseDeadline_;
+    std::unique_ptr<ScheduledCall> peerCloseDeadline_;
     Clock::TimePoint lastHeard_{};
     bool writing_ = false;
     bool receiving_ = false;
     bool pinging_ = false;
+    bool closingAtOnce_ = false;
     bool ended_ = false;
 };
 

@@ -4,14 +4,25 @@
 #include <utility>
 
 namespace tarn {
+namespace {
+
+ChildCommand withStop(ChildCommand command, std::shared_ptr<const StopSignal> stop) {
+    command.stop = std::move(stop);
+    return command;
+}
+
+}  // namespace
 
 ChildConversation::ChildConversation(std::string name, ChildCommand command, AnswerLimits limits)
-    : name_(std::move(name)), limits_(limits), child_(std::move(command)) {}
+    : name_(std::move(name)), limits_(limits), child_(withStop(std::move(command), stop_)) {}
 
 Result<void> ChildConversation::ask(const Talk& talk) {
     const std::unique_lock lock(mutex_, std::max(limits_.first, limits_.later));
     if (!lock) {
         return failure(ErrorKind::timeout, name_ + " is busy with others");
+    }
+    if (stop_->raised()) {
+        return failure(ErrorKind::cancelled, name_ + " is being ended");
     }
     auto outcome = askOnce(talk);
     if (!outcome && outcome.error().kind == ErrorKind::closed && !child_.pausing()) {
@@ -25,8 +36,11 @@ Result<void> ChildConversation::ask(const Talk& talk) {
 
 Result<void> ChildConversation::askOnce(const Talk& talk) {
     // Only of a child that has answered before: one that ends right after its start shall say how.
-    if (child_.running() && (*child_.child())->hasUnreadOutput()) {
-        child_.discard();
+    if (child_.running()) {
+        auto& known = **child_.child();
+        if (known.hasUnreadOutput() || known.ending({})) {
+            child_.discard();
+        }
     }
     const auto child = child_.child();
     if (!child) {
@@ -37,7 +51,7 @@ Result<void> ChildConversation::askOnce(const Talk& talk) {
     if (outcome) {
         child_.answered();
     } else {
-        child_.discard();
+        child_.failed(outcome.error().description);
     }
     return outcome;
 }

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 
@@ -20,7 +21,8 @@ struct AnswerLimits {
 ///
 /// A child that has died is started again and asked once more within the same call; one that does not answer
 /// in time, or answers nonsense, is ended at once and costs that call. Output that nobody asked for counts as
-/// nonsense: with it in the pipe, answers would no longer belong to their questions.
+/// nonsense: with it in the pipe, answers would no longer belong to their questions. So does a child whose
+/// process has ended while something that it has started holds its pipes open.
 ///
 /// Thread: any; `ask` blocks.
 class ChildConversation {
@@ -35,11 +37,15 @@ public:
     /// successor hangs), and the first limit more where other callers are before this one.
     Result<void> ask(const Talk& talk);
 
+    /// Ends the child, if it is being asked, and makes calls under way and later ones fail. Does not wait.
+    void stop() { stop_->raise(); }
+
 private:
     Result<void> askOnce(const Talk& talk);
 
     const std::string name_;
     const AnswerLimits limits_;
+    const std::shared_ptr<StopSignal> stop_ = std::make_shared<StopSignal>();
     std::timed_mutex mutex_;  ///< held for a whole question and its answer
     KeptChild child_;
 };

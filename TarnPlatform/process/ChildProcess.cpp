@@ -91,6 +91,15 @@ std::vector<std::string> environmentWith(const std::vector<std::pair<std::string
     return result;
 }
 
+std::string sentenceOf(const siginfo_t& how) {
+    return (how.si_code == CLD_EXITED ? "ended with status " : "was ended by signal ") +
+           std::to_string(how.si_status);
+}
+
+std::unexpected<Error> stoppedError() {
+    return failure(ErrorKind::cancelled, "is being ended");
+}
+
 Error systemError(const std::string& what) {
     return Error{ErrorKind::system, what + ": " + std::strerror(errno)};
 }
@@ -104,6 +113,9 @@ ChildCommand ChildCommand::shell(std::string line) {
 Result<std::unique_ptr<ChildProcess>> ChildProcess::start(const ChildCommand& command) {
     if (command.arguments.empty()) {
         return failure(ErrorKind::invalidInput, "no program to start");
+    }
+    if (command.stop && command.stop->raised()) {
+        return stoppedError();
     }
     SpawnPlan plan;
     plan.program = findProgram(command.arguments.front());
@@ -150,12 +162,16 @@ Result<std::unique_ptr<ChildProcess>> ChildProcess::start(const ChildCommand& co
         return std::unexpected(error);
     }
     return std::unique_ptr<ChildProcess>(
-        new ChildProcess(*id, std::move(process), std::move(input), std::move(output)));
+        new ChildProcess(*id, std::move(process), std::move(input), std::move(output), command.stop));
 }
 
 ChildProcess::ChildProcess(pid_t id, UniqueDescriptor process, UniqueDescriptor input,
-                           UniqueDescriptor output)
-    : id_(id), process_(std::move(process)), input_(std::move(input)), output_(std::move(output)) {}
+                           UniqueDescriptor output, std::shared_ptr<const StopSignal> stop)
+    : id_(id),
+      process_(std::move(process)),
+      input_(std::move(input)),
+      output_(std::move(output)),
+      stop_(std::move(stop)) {}
 
 ChildProcess::~ChildProcess() {
     input_.reset();
@@ -190,12 +206,16 @@ Result<std::size_t> ChildProcess::writeSome(std::string_view bytes, TimePoint de
             return std::unexpected(errno == EPIPE ? endedError() : systemError("cannot write to it"));
         }
         const bool listen = !outputEnded_ && unread().size() < kUnaskedOutput;
-        std::array<pollfd, 2> ends{pollfd{.fd = input_.get(), .events = POLLOUT, .revents = 0},
+        std::array<pollfd, 3> ends{pollfd{.fd = input_.get(), .events = POLLOUT, .revents = 0},
+                                   pollfd{.fd = stopDescriptor(), .events = POLLIN, .revents = 0},
                                    pollfd{.fd = output_.get(), .events = POLLIN, .revents = 0}};
-        if (!waitFor(std::span(ends).first(listen ? 2 : 1), deadline)) {
+        if (!waitFor(std::span(ends).first(listen ? 3 : 2), deadline)) {
             break;
         }
-        if (listen && ends[1].revents != 0) {
+        if (stopped()) {
+            return stoppedError();
+        }
+        if (listen && ends[2].revents != 0) {
             takeOutput();
         }
         if (ends[0].revents == 0 && steady_clock::now() >= deadline) {
@@ -234,26 +254,16 @@ Result<std::string> ChildProcess::readUntil(char delimiter, std::size_t maximum,
             return failure(ErrorKind::protocol,
                            "wrote more than " + std::to_string(maximum) + " bytes in one piece");
         }
-        switch (fill(deadline)) {
-            case Fill::gotBytes:
-                break;
-            case Fill::ended:
-                return std::unexpected(endedError());
-            case Fill::timedOut:
-                return failure(ErrorKind::timeout, "did not answer in time");
+        if (const auto got = fill(deadline); got != Fill::gotBytes) {
+            return unfilled(got, "did not answer in time");
         }
     }
 }
 
 Result<std::string> ChildProcess::readExactly(std::size_t count, TimePoint deadline) {
     while (unread().size() < count) {
-        switch (fill(deadline)) {
-            case Fill::gotBytes:
-                break;
-            case Fill::ended:
-                return std::unexpected(endedError());
-            case Fill::timedOut:
-                return failure(ErrorKind::timeout, "did not answer in time");
+        if (const auto got = fill(deadline); got != Fill::gotBytes) {
+            return unfilled(got, "did not answer in time");
         }
     }
     return take(count);
@@ -264,13 +274,12 @@ Result<std::string> ChildProcess::readToEnd(std::size_t maximum, TimePoint deadl
         if (unread().size() > maximum) {
             return failure(ErrorKind::protocol, "wrote more than " + std::to_string(maximum) + " bytes");
         }
-        switch (fill(deadline)) {
-            case Fill::gotBytes:
-                break;
-            case Fill::ended:
-                return take(unread().size());
-            case Fill::timedOut:
-                return failure(ErrorKind::timeout, "did not finish in time");
+        const auto got = fill(deadline);
+        if (got == Fill::ended) {
+            return take(unread().size());
+        }
+        if (got != Fill::gotBytes) {
+            return unfilled(got, "did not finish in time");
         }
     }
 }
@@ -279,15 +288,29 @@ bool ChildProcess::hasUnreadOutput() {
     return !unread().empty() || fill({}) != Fill::timedOut;
 }
 
+Result<void> ChildProcess::finish(TimePoint deadline) {
+    const auto how = waitEnded(deadline);
+    if (!how) {
+        return unfilled(stopped() ? Fill::stopped : Fill::timedOut, "did not end in time");
+    }
+    return how->si_code == CLD_EXITED && how->si_status == 0 ? Result<void>{}
+                                                             : failure(ErrorKind::closed, sentenceOf(*how));
+}
+
 std::optional<std::string> ChildProcess::ending(TimePoint deadline) {
-    pollfd ended{.fd = process_.get(), .events = POLLIN, .revents = 0};
+    const auto how = waitEnded(deadline);
+    return how ? std::optional(sentenceOf(*how)) : std::nullopt;
+}
+
+std::optional<siginfo_t> ChildProcess::waitEnded(TimePoint deadline) {
+    std::array<pollfd, 2> ends{pollfd{.fd = process_.get(), .events = POLLIN, .revents = 0},
+                               pollfd{.fd = stopDescriptor(), .events = POLLIN, .revents = 0}};
     siginfo_t how{};
-    if (!waitFor({&ended, 1}, deadline) ||
+    if (!waitFor(ends, deadline) ||
         ::waitid(P_PID, static_cast<id_t>(id_), &how, WEXITED | WNOHANG | WNOWAIT) < 0 || how.si_pid == 0) {
         return std::nullopt;
     }
-    return (how.si_code == CLD_EXITED ? "ended with status " : "was ended by signal ") +
-           std::to_string(how.si_status);
+    return how;
 }
 
 /// Waits for output and takes what is there.
@@ -296,9 +319,13 @@ ChildProcess::Fill ChildProcess::fill(TimePoint deadline) {
         if (outputEnded_) {
             return Fill::ended;
         }
-        pollfd end{.fd = output_.get(), .events = POLLIN, .revents = 0};
-        if (!waitFor({&end, 1}, deadline)) {
+        std::array<pollfd, 2> ends{pollfd{.fd = output_.get(), .events = POLLIN, .revents = 0},
+                                   pollfd{.fd = stopDescriptor(), .events = POLLIN, .revents = 0}};
+        if (!waitFor(ends, deadline)) {
             return Fill::timedOut;
+        }
+        if (stopped()) {
+            return Fill::stopped;
         }
         const auto outcome = takeOutput();
         if (outcome != Fill::timedOut) {
@@ -332,6 +359,14 @@ std::string ChildProcess::take(std::size_t count) {
     std::string bytes(unread().substr(0, count));
     taken_ += count;
     return bytes;
+}
+
+/// The failure that `how`, which is not `gotBytes`, is to a reader.
+std::unexpected<Error> ChildProcess::unfilled(Fill how, const char* late) {
+    if (how == Fill::stopped) {
+        return stoppedError();
+    }
+    return how == Fill::ended ? std::unexpected(endedError()) : failure(ErrorKind::timeout, late);
 }
 
 Error ChildProcess::endedError() {

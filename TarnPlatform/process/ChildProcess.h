@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <csignal>
 #include <cstddef>
 #include <memory>
 #include <optional>
@@ -11,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "StopSignal.h"
 #include "TarnPlatform/concurrency/Result.h"
 #include "UniqueDescriptor.h"
 
@@ -27,6 +29,7 @@ struct ChildCommand {
     std::vector<std::string> arguments;  ///< the program (a path, or a name looked up in PATH) first
     std::vector<std::pair<std::string, std::string>> environment;  ///< set on top of our own environment
     ChildErrors errors = ChildErrors::discard;
+    std::shared_ptr<const StopSignal> stop = nullptr;  ///< ends what waits for the child; null: nothing does
 
     /// A command line for the shell.
     static ChildCommand shell(std::string line);
@@ -41,15 +44,15 @@ struct ChildCommand {
 /// left waiting, so that memory stays bounded.
 ///
 /// Failures: `closed` the child has ended or closed its end; `timeout` the deadline passed; `protocol` more
-/// output than the caller allows. After any of them the object is only good for destruction, except that a
-/// read which timed out may be repeated.
+/// output than the caller allows; `cancelled` the command's stop signal was raised. After any of them the
+/// object is only good for destruction, except that a read which timed out may be repeated.
 ///
 /// Thread: one at a time; different children on different threads.
 class ChildProcess {
 public:
     using TimePoint = std::chrono::steady_clock::time_point;
 
-    /// Fails with `unavailable` where the program cannot be started.
+    /// Fails with `unavailable` where the program cannot be started, with `cancelled` after the stop signal.
     static Result<std::unique_ptr<ChildProcess>> start(const ChildCommand& command);
 
     /// Closes both pipes, gives the child a moment to end by itself, then ends its whole group (SIGTERM, then
@@ -81,6 +84,9 @@ public:
     /// True where the child has written something that nobody has read, or has ended.
     bool hasUnreadOutput();
 
+    /// Waits for the child to end by itself, and well: fails with `closed` for any status but 0.
+    Result<void> finish(TimePoint deadline);
+
     /// How the child ended, as the tail of a sentence ("ended with status 3"); waits for the end until
     /// `deadline`. Empty where it still runs.
     std::optional<std::string> ending(TimePoint deadline);
@@ -89,19 +95,25 @@ public:
     pid_t id() const { return id_; }
 
 private:
-    enum class Fill { gotBytes, ended, timedOut };
+    enum class Fill { gotBytes, ended, timedOut, stopped };
 
-    ChildProcess(pid_t id, UniqueDescriptor process, UniqueDescriptor input, UniqueDescriptor output);
+    ChildProcess(pid_t id, UniqueDescriptor process, UniqueDescriptor input, UniqueDescriptor output,
+                 std::shared_ptr<const StopSignal> stop);
+    int stopDescriptor() const { return stop_ ? stop_->descriptor() : -1; }
+    bool stopped() const { return stop_ && stop_->raised(); }
     Fill fill(TimePoint deadline);
     Fill takeOutput();
     std::string_view unread() const { return std::string_view(store_).substr(taken_); }
     std::string take(std::size_t count);
+    std::optional<siginfo_t> waitEnded(TimePoint deadline);
+    std::unexpected<Error> unfilled(Fill how, const char* late);
     Error endedError();
 
     pid_t id_;
     UniqueDescriptor process_;  ///< readable once the child has ended
     UniqueDescriptor input_;
     UniqueDescriptor output_;
+    const std::shared_ptr<const StopSignal> stop_;
     std::string store_;      ///< output that has arrived
     std::size_t taken_ = 0;  ///< of the store, read by the owner
     bool outputEnded_ = false;

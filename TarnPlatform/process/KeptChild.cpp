@@ -13,12 +13,14 @@ Result<ChildProcess*> KeptChild::child() {
         return child_.get();
     }
     if (pausing()) {
-        return failure(ErrorKind::unavailable, "has failed at every start and is tried again in a second");
+        return failure(ErrorKind::unavailable,
+                       "has failed at every start (" + lastFailure_ + ") and is tried again in a second");
     }
     ++fruitlessStarts_;
     lastStart_ = std::chrono::steady_clock::now();
     auto started = ChildProcess::start(command_);
     if (!started) {
+        lastFailure_ = started.error().description;
         return std::unexpected(started.error());
     }
     child_ = std::move(*started);

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "ChildProcess.h"
 #include "TarnPlatform/concurrency/Result.h"
@@ -30,6 +31,12 @@ public:
     /// Ends the child; the next `child` starts another.
     void discard() { child_.reset(); }
 
+    /// Ends the child, for a reason (the tail of a sentence) that is told while starts are being paced.
+    void failed(std::string why) {
+        lastFailure_ = std::move(why);
+        discard();
+    }
+
     /// True where there is a child, though it may have ended by now.
     bool running() const { return child_ != nullptr; }
 
@@ -44,6 +51,7 @@ private:
     std::unique_ptr<ChildProcess> child_;
     int fruitlessStarts_ = 0;  ///< in a row, since the last answer
     ChildProcess::TimePoint lastStart_;
+    std::string lastFailure_;
 };
 
 }  // namespace tarn

@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 
+#include "TarnPlatform/concurrency/Asio.h"
+
 namespace tarn::relay {
 
 /// What a client asked for in the query of its stream.
@@ -14,7 +16,7 @@ struct StreamSettings {
     std::optional<std::string> source;  ///< language code; absent: detect
     std::optional<std::string> voice;
     std::string clone = "none";
-    std::optional<int> silenceMs;  ///< of `vad_ms`; absent: the engine's default
+    std::optional<int> silenceMs;  ///< of `vad_ms`, as the client wrote it, negative too; absent: the default
 };
 
 /// Where an engine puts its events. Thread: any. Outlives the stream; after the client has gone, calls do
@@ -37,6 +39,9 @@ public:
     virtual ~EngineStream() = default;
     /// One client message as it came: UTF-8 text, not yet parsed, possibly nonsense.
     virtual void receive(std::string message) = 0;
+    /// Waits while more messages would only pile up, so that the connection holds the client back; never
+    /// long, and a message is taken in any case. Thread: as `receive`, between its calls.
+    virtual Task<void> readyForMore() { co_return; }
 };
 
 /// Why a stream cannot be had.

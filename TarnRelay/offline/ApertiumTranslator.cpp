@@ -9,7 +9,7 @@
 #include <system_error>
 
 #include "ApertiumText.h"
-#include "Utf8.h"
+#include "TarnPlatform/text/Utf8.h"
 
 namespace tarn::relay {
 namespace {
@@ -161,6 +161,12 @@ Result<std::string> ApertiumTranslator::translate(const std::string& text, const
         answer.resize(answer.size() - kSentenceEnd.size());
     }
     return fromApertium(answer);
+}
+
+void ApertiumTranslator::stop() {
+    for (const auto& [pair, pipeline] : pipelines_) {
+        pipeline->stop();
+    }
 }
 
 }  // namespace tarn::relay

@@ -37,6 +37,7 @@ public:
     /// a pair that is not installed, and with `timeout`, `closed` or `protocol` where the pipeline failed.
     Result<std::string> translate(const std::string& text, const std::string& source,
                                   const std::string& target) override;
+    void stop() override;
 
 private:
     std::map<std::pair<std::string, std::string>, std::unique_ptr<ChildConversation>> pipelines_;

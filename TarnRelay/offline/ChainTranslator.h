@@ -23,6 +23,7 @@ public:
     std::vector<std::pair<std::string, std::string>> pairs() const override;
     Result<std::string> translate(const std::string& text, const std::string& source,
                                   const std::string& target) override;
+    void stop() override { direct_->stop(); }
 
 private:
     using Pair = std::pair<std::string, std::string>;

@@ -13,8 +13,7 @@ using std::chrono::steady_clock;
 static_assert(std::endian::native == std::endian::little, "samples are sent as they are");
 
 constexpr std::size_t kMostWaiting = sizeof(std::int16_t) * 16000 * 30;  ///< bytes
-constexpr auto kStep = std::chrono::milliseconds(200);
-constexpr std::size_t kMostLines = 200;  ///< of one step; nobody says more in the time of one
+constexpr std::size_t kMostLines = 200;  ///< of one call; nobody says more between two
 
 ChildCommand recogniserCommand(std::string line, const std::string& language, int silenceMs) {
     auto command = userCommand(std::move(line));
@@ -68,7 +67,7 @@ Result<void> CommandRecogniser::process(std::span<const std::int16_t> samples,
         }
     }
     if (!outcome) {
-        child_.discard();
+        child_.failed(outcome.error().description);
         waiting_.clear();
         inSpeech_ = false;
         outcome.error().description = "the recogniser command " + outcome.error().description;
@@ -78,7 +77,7 @@ Result<void> CommandRecogniser::process(std::span<const std::int16_t> samples,
 
 Result<void> CommandRecogniser::feed(ChildProcess& child) {
     const auto now = steady_clock::now();
-    const auto taken = child.writeSome(waiting_, now + kStep);
+    const auto taken = child.writeSome(waiting_, now);
     if (!taken) {
         return std::unexpected(taken.error());
     }

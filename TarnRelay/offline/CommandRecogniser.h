@@ -18,7 +18,8 @@ namespace tarn::relay {
 /// has a command of its own; the environment variable TARN_LANGUAGE holds the language to listen for and
 /// TARN_SILENCE_MS the silence that ends an utterance.
 ///
-/// Sound that the command does not take at once waits here, up to 30 seconds of it. A command that has ended,
+/// Sound that the command does not take at once waits here, up to 30 seconds of it where a caller goes on in
+/// spite of `full`. A command that has ended,
 /// that takes nothing for longer than the limit, that falls 30 seconds behind, or that writes something else,
 /// is ended and costs the utterance under way; what waited is dropped with it. While a command that always
 /// dies is left alone for a second, sound is dropped without a further failure.
@@ -28,9 +29,11 @@ public:
     CommandRecogniser(std::string command, const std::string& language, int silenceMs,
                       AnswerLimits limits = kCommandLimits);
 
-    /// Waits no longer than 200 ms for the command.
+    /// Never waits for the command, but for its start and its end.
     Result<void> process(std::span<const std::int16_t> samples, std::vector<Hypothesis>& heard) override;
     bool inSpeech() const override { return inSpeech_; }
+    bool full() const override { return !waiting_.empty(); }
+    bool answersLater() const override { return child_.running(); }
 
 private:
     Result<void> feed(ChildProcess& child);

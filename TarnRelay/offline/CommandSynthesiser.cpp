@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "CommandLine.h"
-#include "Utf8.h"
+#include "TarnPlatform/text/Utf8.h"
 
 namespace tarn::relay {
 namespace {

@@ -26,6 +26,7 @@ public:
     /// while a command that always dies is left alone for a second.
     Result<Speech> speak(const std::string& text, const std::string& voice,
                          const std::string& language) override;
+    void stop() override { conversation_.stop(); }
 
 private:
     ChildConversation conversation_;

@@ -1,7 +1,7 @@
 #include "CommandTranslator.h"
 
 #include "CommandLine.h"
-#include "Utf8.h"
+#include "TarnPlatform/text/Utf8.h"
 
 namespace tarn::relay {
 

@@ -27,6 +27,7 @@ public:
     /// second.
     Result<std::string> translate(const std::string& text, const std::string& source,
                                   const std::string& target) override;
+    void stop() override { conversation_.stop(); }
 
 private:
     ChildConversation conversation_;

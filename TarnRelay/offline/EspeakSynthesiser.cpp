@@ -80,28 +80,39 @@ Result<Speech> EspeakSynthesiser::speak(const std::string& text, const std::stri
     if (text.find_first_not_of(" \n\r\t") == std::string::npos) {
         return Speech{};
     }
-    const auto failed = [&](const Error& error) {
-        return failure(error.kind, "the synthesiser " + program_ + " " + error.description);
-    };
     const auto deadline = std::chrono::steady_clock::now() + limit_;
-    const auto child = ChildProcess::start(
-        {.arguments = {program_, "-v", *file, "-b", "1", "--stdin", "--stdout"}, .environment = {}});
+    auto speech = run(*file, text, deadline);
+    if (!speech && speech.error().kind == ErrorKind::closed) {
+        speech = run(*file, text, deadline);
+    }
+    if (!speech) {
+        speech.error().description = "the synthesiser " + program_ + " " + speech.error().description;
+    }
+    return speech;
+}
+
+Result<Speech> EspeakSynthesiser::run(const std::string& file, const std::string& text,
+                                      std::chrono::steady_clock::time_point deadline) const {
+    const auto child =
+        ChildProcess::start({.arguments = {program_, "-v", file, "-b", "1", "--stdin", "--stdout"},
+                             .environment = {},
+                             .stop = stop_});
     if (!child) {
-        return failed(child.error());
+        return std::unexpected(child.error());
     }
     if (const auto written = (*child)->write(spoken(text), deadline); !written) {
-        return failed(written.error());
+        return std::unexpected(written.error());
     }
     (*child)->closeInput();
     const auto bytes = (*child)->readToEnd(kMostOutput, deadline);
     if (!bytes) {
-        return failed(bytes.error());
+        return std::unexpected(bytes.error());
     }
-    auto speech = parseWave(*bytes);
-    if (!speech) {
-        return failed(speech.error());
+    // The head of the sound does not tell its length, so that only the status tells whether it is all there.
+    if (const auto finished = (*child)->finish(deadline); !finished) {
+        return std::unexpected(finished.error());
     }
-    return speech;
+    return parseWave(*bytes);
 }
 
 /// Reads lines such as

@@ -2,9 +2,11 @@
 
 #include <chrono>
 #include <map>
+#include <memory>
 #include <string>
 
 #include "Synthesiser.h"
+#include "TarnPlatform/process/StopSignal.h"
 
 namespace tarn::relay {
 
@@ -24,9 +26,11 @@ public:
     /// `voice`: a name, a file or a language code of the program's list ("Spanish_(Latin_America)",
     /// "roa/es-419", "es-419"), in any case. A blank text gives no samples. Fails with `invalidInput` for a
     /// text of more than 64 KiB, with `unavailable` for a language that is not spoken, and with `timeout`,
-    /// `closed` or `protocol` where the program failed.
+    /// `closed` or `protocol` where the program failed. A program that dies is run once more: the sound that
+    /// it leaves breaks off in mid-sentence.
     Result<Speech> speak(const std::string& text, const std::string& voice,
                          const std::string& language) override;
+    void stop() override { stop_->raise(); }
 
 private:
     struct Choice {
@@ -34,12 +38,15 @@ private:
         int priority;      ///< lower is better
     };
 
+    Result<Speech> run(const std::string& file, const std::string& text,
+                       std::chrono::steady_clock::time_point deadline) const;
     void addVoices(const std::string& table);
     void offer(const std::string& language, const Choice& choice);
     const std::string* voiceOf(const std::string& language) const;
 
     const std::string program_;
     const std::chrono::milliseconds limit_;
+    const std::shared_ptr<StopSignal> stop_ = std::make_shared<StopSignal>();
     std::map<std::string, Choice> languages_;    ///< by code, lower case
     std::map<std::string, std::string> voices_;  ///< files by name, file or code, lower case
 };

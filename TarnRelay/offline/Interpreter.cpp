@@ -103,7 +103,9 @@ Result<std::string> Interpreter::translate(const std::string& text) {
     if (job_.source == job_.target) {
         return text;
     }
-    return job_.translator->translate(text, job_.source, job_.target);
+    auto translated = job_.translator->translate(text, job_.source, job_.target);
+    failing_ = !translated;
+    return translated;
 }
 
 void Interpreter::beginResponse(std::uint64_t utterance) {
@@ -126,6 +128,9 @@ void Interpreter::beginResponse(std::uint64_t utterance) {
 }
 
 void Interpreter::interpretPartial(const Sentence& sentence) {
+    if (failing_) {
+        return;  // the few starts of a program that fails are for whole sentences
+    }
     const auto translated = translate(sentence.text);
     // A failure here is said with the finished sentence, if it lasts that long.
     if (!translated || isBlank(*translated)) {

@@ -21,7 +21,8 @@ namespace tarn::relay {
 ///
 /// A finished utterance is never skipped, unless more than `longestQueue` of them wait. Of an utterance under
 /// way only the newest text is translated, and only while nothing finished waits, so that a slow translator
-/// delays nothing. Thread: any; what the workers do is serialised.
+/// delays nothing. After a failure it is a finished utterance that tries the translator again. Thread: any;
+/// what the workers do is serialised.
 class Interpreter : public std::enable_shared_from_this<Interpreter> {
 public:
     static constexpr std::size_t longestQueue = 64;
@@ -69,6 +70,7 @@ private:
     std::uint64_t begun_ = 0;  ///< the utterance whose response has been announced
     StableText stable_;
     std::string lastPartial_;
+    bool failing_ = false;  ///< the last text could not be translated
     bool toldMute_ = false;
 };
 

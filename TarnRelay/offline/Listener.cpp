@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <boost/asio/post.hpp>
+#include <boost/asio/this_coro.hpp>
 #include <boost/json/object.hpp>
 #include <utility>
 
 #include "TarnCore/audio/ServiceAudio.h"
 #include "TarnCore/realtime/EventNames.h"
+#include "TarnPlatform/net/WebSocketMessage.h"
 
 namespace tarn::relay {
 namespace {
@@ -15,7 +17,11 @@ constexpr auto samplesPerSecond = static_cast<std::uint64_t>(qwenInputSampleRate
 constexpr std::size_t stepSamples = samplesPerSecond / 10;
 constexpr std::uint64_t partialInterval =
     samplesPerSecond * 3 / 10;  // between translations of a partial text
-constexpr std::uint16_t closeInternalError = 1011;
+constexpr double earlySeconds =
+    1;  ///< that sound may come ahead of its time, as after a stall of the network
+constexpr auto longestHold = std::chrono::seconds(1);       // then one message is read whatever waits
+constexpr auto lookPause = std::chrono::milliseconds(100);  // for a recogniser that answers later
+constexpr auto retryPause = std::chrono::milliseconds(50);  // for a recogniser that takes no more sound
 
 std::string itemId(std::uint64_t utterance) {
     return "item_" + std::to_string(utterance);
@@ -47,7 +53,6 @@ void Listener::warmUp() {
 }
 
 void Listener::hear(std::span<const std::int16_t> samples) {
-    std::size_t steps = 0;
     bool behind = false;
     bool dropped = false;
     {
@@ -58,15 +63,18 @@ void Listener::hear(std::span<const std::int16_t> samples) {
             samples = samples.first(room);
             dropped = !std::exchange(toldDropped_, true);
         }
+        if (receivedSamples_ == 0) {
+            begun_ = std::chrono::steady_clock::now();
+        }
+        receivedSamples_ += samples.size();
         waitingSamples_ += samples.size();
-        for (; !samples.empty(); ++steps) {
+        while (!samples.empty()) {
             const auto step = samples.first(std::min(samples.size(), stepSamples));
             samples = samples.subspan(step.size());
             waiting_.emplace_back(step.begin(), step.end());
         }
-        if (waitingSamples_ > samplesIn(limits_.behindSeconds)) {
-            behind = !std::exchange(toldBehind_, true);
-        }
+        behind = isBehind() && !std::exchange(toldBehind_, true);
+        scheduleWork();
     }
     if (behind) {
         outlet_->sendError("the server does not keep up: the translation is several seconds behind");
@@ -74,9 +82,35 @@ void Listener::hear(std::span<const std::int16_t> samples) {
     if (dropped) {
         outlet_->sendError("the server does not keep up: some of the speech is being left out");
     }
-    for (; steps > 0; --steps) {
-        asio::post(strand_, [self = shared_from_this()] { self->work(); });
+}
+
+/// The lock is held.
+bool Listener::isHeld() const {
+    return waitingSamples_ > samplesIn(limits_.heldSeconds);
+}
+
+/// The lock is held. Of a client that plays a file as fast as it can, sound always waits.
+bool Listener::isBehind() {
+    const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - begun_;
+    return waitingSamples_ > samplesIn(limits_.behindSeconds) &&
+           receivedSamples_ <= samplesIn(passed.count() + earlySeconds);
+}
+
+Task<void> Listener::readyForMore() {
+    const auto self = shared_from_this();
+    const auto executor = co_await asio::this_coro::executor;
+    std::shared_ptr<asio::steady_timer> bell;
+    {
+        const std::lock_guard lock(mutex_);
+        if (!isHeld()) {
+            co_return;
+        }
+        bell = std::make_shared<asio::steady_timer>(executor, longestHold);
+        bell_ = bell;
     }
+    co_await bell->async_wait(asValue);
+    const std::lock_guard lock(mutex_);
+    bell_.reset();
 }
 
 void Listener::stop() {
@@ -84,6 +118,7 @@ void Listener::stop() {
         const std::lock_guard lock(mutex_);
         waiting_.clear();
         waitingSamples_ = 0;
+        bell_.reset();
     }
     asio::post(strand_, [self = shared_from_this()] { self->recogniser_.reset(); });
 }
@@ -103,20 +138,77 @@ bool Listener::makeRecogniser() {
     return true;
 }
 
+/// The lock is held. Never more than one `work` is on its way: a strand runs all that is ready on one thread,
+/// while others wait for that thread.
+void Listener::scheduleWork() {
+    if (!working_ && !waiting_.empty()) {
+        working_ = true;
+        asio::post(strand_, [self = shared_from_this()] { self->work(); });
+    }
+}
+
 void Listener::work() {
+    const bool open = !outlet_->isShut();
+    const bool full = open && recogniser_ && recogniser_->full();
+    const auto samples = full ? std::vector<std::int16_t>() : nextStep();
+    if (open && makeRecogniser()) {
+        recognise(samples);
+    }
+    if (open && recogniser_ && recogniser_->full()) {
+        workLater();
+        return;
+    }
+    if (open && recogniser_ && recogniser_->answersLater()) {
+        lookLater();
+    }
+    const std::lock_guard lock(mutex_);
+    working_ = false;
+    scheduleWork();
+}
+
+void Listener::workLater() {
+    const auto timer = std::make_shared<asio::steady_timer>(strand_, retryPause);
+    timer->async_wait([self = shared_from_this(), timer](const boost::system::error_code&) { self->work(); });
+}
+
+/// Sound may stop to come before the last answer does.
+void Listener::lookLater() {
+    if (std::exchange(looking_, true)) {
+        return;
+    }
+    const auto timer = std::make_shared<asio::steady_timer>(strand_, lookPause);
+    timer->async_wait([self = shared_from_this(), timer](const boost::system::error_code&) {
+        self->looking_ = false;
+        {
+            const std::lock_guard lock(self->mutex_);
+            if (std::exchange(self->working_, true)) {
+                return;
+            }
+        }
+        self->work();
+    });
+}
+
+std::vector<std::int16_t> Listener::nextStep() {
     std::vector<std::int16_t> samples;
+    std::shared_ptr<asio::steady_timer> bell;
     {
         const std::lock_guard lock(mutex_);
         if (waiting_.empty()) {
-            return;
+            return samples;
         }
         samples = std::move(waiting_.front());
         waiting_.pop_front();
         waitingSamples_ -= samples.size();
+        if (!isHeld()) {
+            bell = std::exchange(bell_, nullptr);
+        }
     }
-    if (!outlet_->isShut() && makeRecogniser()) {
-        recognise(samples);
+    if (bell) {
+        // On the reader's executor, where its wait has begun by the time this runs.
+        asio::post(bell->get_executor(), [bell] { bell->cancel(); });
     }
+    return samples;
 }
 
 void Listener::recognise(const std::vector<std::int16_t>& samples) {

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <boost/asio/steady_timer.hpp>
 #include <boost/asio/strand.hpp>
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -21,13 +23,16 @@ namespace tarn::relay {
 /// interpreter.
 ///
 /// Time is counted in received sound: an utterance ends after silence that was received, not after a pause in
-/// the sending. Sound that the recogniser cannot keep up with waits in memory; more of it than the limit
-/// allows is dropped as it comes, while what already waits is kept. Thread: any; what the workers do is
-/// serialised.
+/// the sending. Sound that the recogniser cannot keep up with waits in memory; who gives it is to wait for
+/// `readyForMore`. More of it than the limit allows is dropped as it comes, while what already waits is kept.
+/// The workers take a tenth of a second of sound at a time, so that they go round the clients. Thread: any;
+/// what the workers do is serialised.
 class Listener : public std::enable_shared_from_this<Listener> {
 public:
     struct Limits {
-        double behindSeconds = 5;    ///< of waiting sound, from which the client is told, once
+        double heldSeconds = 5;      ///< of waiting sound, above which no more is asked for
+        double behindSeconds = 5;    ///< of waiting sound, above which the client is told, once, unless it
+                                     ///< sends faster than anyone speaks
         double longestSeconds = 60;  ///< of waiting sound
     };
 
@@ -39,12 +44,20 @@ public:
     /// Makes the recogniser before the first sound is there.
     void warmUp();
     void hear(std::span<const std::int16_t> samples);
+    /// Waits while enough sound waits, a second at most. Thread: a serial executor, one call at a time.
+    Task<void> readyForMore();
     /// Drops what waits and lets the recogniser go, on the worker. The outlet is shut before.
     void stop();
 
 private:
     bool makeRecogniser();
+    void scheduleWork();
     void work();
+    void workLater();
+    void lookLater();
+    std::vector<std::int16_t> nextStep();
+    bool isHeld() const;
+    bool isBehind();
     void recognise(const std::vector<std::int16_t>& samples);
     void beginUtterance();
     void hypothesis(Hypothesis heard);
@@ -60,14 +73,19 @@ private:
     const std::shared_ptr<Interpreter> interpreter_;
     asio::strand<asio::any_io_executor> strand_;
 
-    std::mutex mutex_;  ///< guards the next four
+    std::mutex mutex_;  ///< guards the next eight
     std::deque<std::vector<std::int16_t>> waiting_;
     std::size_t waitingSamples_ = 0;
+    std::size_t receivedSamples_ = 0;
+    std::chrono::steady_clock::time_point begun_;  ///< when the first sound came
+    bool working_ = false;                         ///< `work` will run
+    std::shared_ptr<asio::steady_timer> bell_;     ///< what `readyForMore` waits for; null: it does not
     bool toldBehind_ = false;
     bool toldDropped_ = false;
 
     // Strand only.
     std::unique_ptr<Recogniser> recogniser_;
+    bool looking_ = false;         ///< `lookLater` is under way
     bool unusable_ = false;        ///< no recogniser could be made
     bool toldFailure_ = false;     ///< nothing was heard since the last failure that was told
     std::uint64_t position_ = 0;   ///< samples recognised

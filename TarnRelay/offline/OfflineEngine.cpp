@@ -74,14 +74,18 @@ std::string quoted(const std::string& code) {
 
 /// The threads that recognise, and those that wait for translators and voices.
 struct OfflineEngine::Workers {
-    explicit Workers(int streams)
-        : recognising(static_cast<std::size_t>(std::max(2, cores()))),
+    Workers(int streams, const Parts& parts)
+        : translator(parts.translator),
+          synthesiser(parts.synthesiser),
+          recognising(static_cast<std::size_t>(std::max(2, cores()))),
           interpreting(static_cast<std::size_t>(streams)) {}
     Workers(const Workers&) = delete;
     Workers& operator=(const Workers&) = delete;
     ~Workers() {
-        // With every stream gone what is queued does nothing. Recognisers first: they are who queues for the
-        // rest.
+        // With every stream gone what is queued does nothing, and nobody wants what is being waited for.
+        // Recognisers first: they are who queues for the rest.
+        translator->stop();
+        synthesiser->stop();
         recognising.join();
         interpreting.join();
     }
@@ -97,6 +101,8 @@ struct OfflineEngine::Workers {
         return parts;
     }
 
+    const std::shared_ptr<Translator> translator;
+    const std::shared_ptr<Synthesiser> synthesiser;
     asio::thread_pool recognising;
     asio::thread_pool interpreting;
 };
@@ -105,7 +111,7 @@ OfflineEngine::OfflineEngine(Parts parts) : OfflineEngine(std::move(parts), Limi
 
 OfflineEngine::OfflineEngine(Parts parts, Limits limits)
     : limits_(completed(limits)),
-      workers_(std::make_shared<Workers>(limits_.maxStreams)),
+      workers_(std::make_shared<Workers>(limits_.maxStreams, parts)),
       parts_(workers_->readyFor(std::move(parts))),
       sources_(parts_.recognisers->languages()),
       pairs_(parts_.translator->pairs()) {}
@@ -113,7 +119,11 @@ OfflineEngine::OfflineEngine(Parts parts, Limits limits)
 std::expected<std::string, Refusal> OfflineEngine::sourceOf(const std::string& asked) const {
     if (sources_.empty()) {
         // The recogniser does not say what it can do: it is asked, which costs nothing yet.
-        const auto source = asked.empty() ? std::string(defaultSource) : asked;
+        std::vector<std::string> translated;
+        std::ranges::transform(pairs_, std::back_inserter(translated),
+                               [](const auto& pair) { return pair.first; });
+        const auto wished = asked.empty() ? std::string(defaultSource) : asked;
+        const auto source = firstIn(namesOf(wished), translated).value_or(wished);
         const auto tried = parts_.recognisers->make(source, defaultSilenceMs);
         return tried ? std::expected<std::string, Refusal>(source)
                      : refusal("cannot recognise " + quoted(source) + ": " + tried.error().description,
@@ -161,12 +171,6 @@ std::expected<std::unique_ptr<EngineStream>, Refusal> OfflineEngine::open(const 
     if (!target) {
         return std::unexpected(target.error());
     }
-    auto place = StreamPlace::take(streams_, limits_.maxStreams);
-    if (!place) {
-        return refusal("the server is busy: it can translate " + std::to_string(limits_.maxStreams) +
-                           " streams at once; try again later",
-                       closeTryAgainLater);
-    }
     const auto outlet = std::make_shared<StreamOutlet>(std::move(sink));
     Interpreter::Job job{.translator = parts_.translator,
                          .synthesiser = parts_.synthesiser,
@@ -175,11 +179,13 @@ std::expected<std::unique_ptr<EngineStream>, Refusal> OfflineEngine::open(const 
                          .voice = settings.voice.value_or("")};
     const auto interpreter =
         std::make_shared<Interpreter>(std::move(job), outlet, workers_->interpreting.get_executor());
-    const int silenceMs = settings.silenceMs.value_or(defaultSilenceMs);
+    const auto bounds = parts_.recognisers->silenceBounds();
+    const int silenceMs =
+        std::clamp(settings.silenceMs.value_or(defaultSilenceMs), bounds.shortest, bounds.longest);
     auto listener = std::make_shared<Listener>(parts_.recognisers, *source, silenceMs, limits_.listener,
                                                outlet, interpreter, workers_->recognising.get_executor());
     auto stream = std::make_unique<OfflineStream>(
-        workers_, std::move(*place), outlet, listener,
+        workers_, outlet, listener,
         OfflineStream::Session{.source = *source, .target = *target, .silenceMs = silenceMs});
     listener->warmUp();
     interpreter->warmUp();

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <memory>
 #include <string>
 #include <utility>
@@ -24,7 +23,8 @@ namespace tarn::relay {
 /// What cannot be done is refused with a text that names what can. A recogniser or translator that lists no
 /// languages is taken to try any.
 ///
-/// The destruction of the last of the engine and its streams waits for the calls that are under way.
+/// With the last of the engine and its streams gone, the translator and the synthesiser are stopped and the
+/// calls that are under way are waited for.
 class OfflineEngine : public TranslationEngine {
 public:
     static constexpr int defaultSilenceMs = 800;
@@ -36,7 +36,7 @@ public:
     };
 
     struct Limits {
-        int maxStreams = 0;  ///< at once; 0: what the cores can do in real time
+        int maxStreams = 0;  ///< that the caller opens at once; 0: what the cores can do in real time
         Listener::Limits listener;
     };
 
@@ -59,7 +59,6 @@ private:
     const Parts parts_;
     const std::vector<std::string> sources_;                        ///< empty: any
     const std::vector<std::pair<std::string, std::string>> pairs_;  ///< empty: any
-    const std::shared_ptr<std::atomic<int>> streams_ = std::make_shared<std::atomic<int>>(0);
 };
 
 }  // namespace tarn::relay

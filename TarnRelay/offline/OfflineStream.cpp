@@ -2,6 +2,7 @@
 
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
+#include <utility>
 #include <variant>
 
 #include "ClientMessage.h"
@@ -11,19 +12,9 @@ namespace tarn::relay {
 
 namespace json = boost::json;
 
-std::optional<StreamPlace> StreamPlace::take(std::shared_ptr<std::atomic<int>> taken, int places) {
-    if (taken->fetch_add(1) >= places) {
-        --*taken;
-        return std::nullopt;
-    }
-    return StreamPlace(std::move(taken));
-}
-
-OfflineStream::OfflineStream(std::shared_ptr<void> workers, StreamPlace place,
-                             std::shared_ptr<StreamOutlet> outlet, std::shared_ptr<Listener> listener,
-                             Session session)
+OfflineStream::OfflineStream(std::shared_ptr<void> workers, std::shared_ptr<StreamOutlet> outlet,
+                             std::shared_ptr<Listener> listener, Session session)
     : workers_(std::move(workers)),
-      place_(std::move(place)),
       outlet_(std::move(outlet)),
       listener_(std::move(listener)),
       session_(std::move(session)) {

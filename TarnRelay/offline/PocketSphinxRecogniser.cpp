@@ -1,6 +1,7 @@
 #include "PocketSphinxRecogniser.h"
 
 #include <pocketsphinx.h>
+#include <sphinxbase/err.h>
 
 #include <algorithm>
 #include <fstream>
@@ -131,14 +132,17 @@ private:
     }
 
     Result<void> makeDecoder() {
-        // The library keeps its log in a variable of the process.
+        // The library keeps its log in a variable of the process, which every decoder writes to: it is set
+        // once, and not by a decoder's own settings, which would close it under the others.
+        static std::once_flag silenced;
+        std::call_once(silenced, [] { err_set_logfp(nullptr); });
+        // Settings that it reads while it loads are the process's too.
         static std::mutex mutex;
         const std::lock_guard lock(mutex);
         const auto silenceFrames = std::to_string(silenceMs_ / frameMs);
         const DecoderConfig config(cmd_ln_init(nullptr, ps_args(), TRUE, "-hmm", model_.acoustic.c_str(),
                                                "-dict", model_.words.c_str(), "-lm", model_.language.c_str(),
-                                               "-logfn", "/dev/null", "-vad_postspeech",
-                                               silenceFrames.c_str(), nullptr));
+                                               "-vad_postspeech", silenceFrames.c_str(), nullptr));
         if (!config) {
             return failure(ErrorKind::unavailable, "the recogniser refuses its settings");
         }
@@ -224,8 +228,7 @@ Result<std::unique_ptr<Recogniser>> PocketSphinxFactory::make(const std::string&
     if (found == models_.end()) {
         return failure(ErrorKind::unavailable, "no model is installed that recognises " + language);
     }
-    return std::make_unique<PocketSphinxRecogniser>(
-        found->second, std::clamp(silenceMs, shortestSilenceMs, longestSilenceMs));
+    return std::make_unique<PocketSphinxRecogniser>(found->second, silenceMs);
 }
 
 }  // namespace tarn::relay

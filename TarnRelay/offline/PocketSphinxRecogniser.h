@@ -15,17 +15,17 @@ namespace tarn::relay {
 ///
 /// A recogniser takes about 0.4 s and 100 MiB to make, most of it in the first call of `process` (which may
 /// be one without samples), so that it happens on the caller's worker. Its utterances end after `silenceMs`
-/// of silence, kept within 200 to 10000 ms, or after 30 s, whichever comes first.
+/// of silence, or after 30 s, whichever comes first.
 class PocketSphinxFactory : public RecogniserFactory {
 public:
-    static constexpr int shortestSilenceMs = 200;
-    static constexpr int longestSilenceMs = 10000;
     static constexpr int longestUtteranceSeconds = 30;
 
     /// Looks for models in `models` once, here.
     explicit PocketSphinxFactory(const std::filesystem::path& models = "/usr/share/pocketsphinx/model");
 
     std::vector<std::string> languages() const override;
+    /// From 200 ms: less would cut words in two.
+    SilenceBounds silenceBounds() const override { return {.shortest = 200, .longest = 10000}; }
     Result<std::unique_ptr<Recogniser>> make(const std::string& language, int silenceMs) override;
 
     /// Files of one language's model.

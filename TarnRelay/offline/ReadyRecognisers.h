@@ -19,6 +19,7 @@ public:
     ReadyRecognisers(std::shared_ptr<RecogniserFactory> factory, asio::any_io_executor workers);
 
     std::vector<std::string> languages() const override { return factory_->languages(); }
+    SilenceBounds silenceBounds() const override { return factory_->silenceBounds(); }
     Result<std::unique_ptr<Recogniser>> make(const std::string& language, int silenceMs) override;
 
     /// Loads a recogniser on a worker, unless one of this kind is there. A failure is left to `make`'s

@@ -24,12 +24,24 @@ class Recogniser {
 public:
     virtual ~Recogniser() = default;
     /// Takes the next samples (signed 16-bit, 16 kHz, mono) in any amount and appends to `heard` whatever
-    /// changed: partial texts while someone speaks, a final one once `silence` has passed after the last
+    /// changed: partial texts while someone speaks, a final one once `silenceMs` has passed after the last
     /// word. A failure costs the utterance under way; the recogniser starts again by itself with the next
     /// call.
     virtual Result<void> process(std::span<const std::int16_t> samples, std::vector<Hypothesis>& heard) = 0;
     /// True between the first sound of an utterance and its final text.
     virtual bool inSpeech() const = 0;
+    /// True while sound that was taken earlier waits inside: give no more for now, but call `process` without
+    /// samples again soon.
+    virtual bool full() const { return false; }
+    /// True where more may be heard in the sound that was taken: call `process` now and then, with or without
+    /// samples.
+    virtual bool answersLater() const { return false; }
+};
+
+/// Silence that may end an utterance, in milliseconds.
+struct SilenceBounds {
+    int shortest = 0;
+    int longest = 10000;
 };
 
 /// Makes recognisers for the languages that a model is installed for. Thread: any.
@@ -39,7 +51,9 @@ public:
     /// Codes such as "en". An empty list means that any language may be tried (a command of the user's own
     /// does not tell what it can do).
     virtual std::vector<std::string> languages() const = 0;
-    /// `silenceMs`: silence that ends an utterance. Fails with `unavailable` for a language without a model.
+    virtual SilenceBounds silenceBounds() const { return {}; }
+    /// `silenceMs`: silence that ends an utterance, within the bounds. Fails with `unavailable` for a
+    /// language without a model.
     virtual Result<std::unique_ptr<Recogniser>> make(const std::string& language, int silenceMs) = 0;
 };
 

@@ -26,6 +26,8 @@ public:
     /// text only.
     virtual Result<Speech> speak(const std::string& text, const std::string& voice,
                                  const std::string& language) = 0;
+    /// Makes the calls under way, and later ones, fail soon instead of waiting for what they wait for.
+    virtual void stop() {}
 };
 
 }  // namespace tarn::relay

@@ -19,6 +19,8 @@ public:
     /// One sentence or a part of one. A failure costs this text only: the next call works again.
     virtual Result<std::string> translate(const std::string& text, const std::string& source,
                                           const std::string& target) = 0;
+    /// Makes the calls under way, and later ones, fail soon instead of waiting for what they wait for.
+    virtual void stop() {}
 };
 
 }  // namespace tarn::relay

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <future>
 #include <iostream>
 #include <thread>
 
@@ -191,7 +192,33 @@ TEST(ChildConversation, DoesNotSpinOnAProgramThatAlwaysDies) {
     const auto starts = std::ranges::count(folder.read("starts"), '\n');
     EXPECT_GE(starts, 2) << "one failure is forgiven at once";
     EXPECT_LE(starts, 2 + seconds);
-    EXPECT_THAT(last.error().description, HasSubstr("the oracle has failed at every start"));
+    EXPECT_THAT(last.error().description,
+                HasSubstr("the oracle has failed at every start (ended with status 0)"));
+}
+
+TEST(ChildConversation, GivesUpEveryQuestionOnceItIsStopped) {
+    ChildConversation conversation("the oracle", ChildCommand::shell("echo ready; exec sleep 1000"),
+                                   {1h, 1h});
+    std::promise<void> asked;
+    std::vector<std::future<Result<void>>> answers;
+    for (int caller = 0; caller < 3; ++caller) {
+        answers.push_back(std::async(std::launch::async, [&] {
+            return conversation.ask([&](ChildProcess& child, auto deadline) -> Result<void> {
+                const auto ready = child.readUntil('\n', 100, deadline);
+                asked.set_value();
+                const auto line = child.readUntil('\n', 100, deadline);
+                return line ? Result<void>{} : std::unexpected(line.error());
+            });
+        }));
+    }
+    asked.get_future().wait();  // the others wait for this one
+    conversation.stop();
+    for (auto& answer : answers) {
+        const auto outcome = answer.get();
+        ASSERT_FALSE(outcome);
+        EXPECT_EQ(outcome.error().kind, ErrorKind::cancelled) << outcome.error().description;
+    }
+    EXPECT_THAT(test::ownChildren(), IsEmpty());
 }
 
 }  // namespace

@@ -168,7 +168,7 @@ bool feedUntil(Recogniser& recogniser, std::int16_t order,
     std::vector<Hypothesis> heard;
     const auto deadline = std::chrono::steady_clock::now() + 30s;
     while (std::chrono::steady_clock::now() < deadline) {
-        if (done(recogniser.process(sound, heard), heard)) {
+        if (done(recogniser.process(recogniser.full() ? std::span<std::int16_t>() : sound, heard), heard)) {
             return true;
         }
         std::this_thread::sleep_for(5ms);
@@ -226,6 +226,21 @@ TEST_F(CommandEngines, RecogniserLosesOneUtteranceToEachFault) {
             << "fault " << fault + 1;
         EXPECT_EQ(last.error().kind, kinds[fault]) << fault + 1 << ": " << last.error().description;
         EXPECT_FALSE(recogniser.inSpeech());
+    }
+}
+
+TEST_F(CommandEngines, RecogniserIsFullWhileItsCommandTakesNoSound) {
+    const auto gate = (folder_.path() / "gate").string();
+    ASSERT_EQ(::mkfifo(gate.c_str(), 0600), 0);
+    CommandRecogniser recogniser("read -r line < " + gate + "; cat > /dev/null; true", "en", 800, kLimits);
+    const std::vector<std::int16_t> sound(16000 * 10);
+    std::vector<Hypothesis> heard;
+    ASSERT_TRUE(recogniser.process(sound, heard));
+    EXPECT_TRUE(recogniser.full());
+    std::ofstream(gate) << "go" << std::endl;
+    while (recogniser.full()) {
+        std::this_thread::sleep_for(5ms);
+        ASSERT_TRUE(recogniser.process({}, heard));
     }
 }
 

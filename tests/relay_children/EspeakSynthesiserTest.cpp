@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
+#include <future>
 #include <numeric>
 
 #include "Processes.h"
@@ -85,6 +86,38 @@ TEST(EspeakSynthesiser, HasNoVoicesWithoutTheProgram) {
     EXPECT_EQ(missing.speak(kSentence, "", "es").error().kind, ErrorKind::unavailable);
 }
 
+/// A program with one Spanish voice that does `script` with every text; $0.wav holds two samples.
+std::string voice(const test::Folder& folder, const std::string& script) {
+    const std::string wave(
+        "RIFF....WAVEfmt \x10\0\0\0\1\0\1\0\x22\x56\0\0\x44\xac\0\0\2\0\x10\0data\xff\xff\xff\x7f\1\0\2\0",
+        48);
+    folder.write("voice.wav", wave);
+    return folder.program(
+        "voice",
+        "#!/bin/sh\n[ $1 = --voices ] && echo ' 5 es --/M Spanish roa/es' && exit\ncat > /dev/null\n" +
+            script + "\n");
+}
+
+TEST(EspeakSynthesiser, RunsAProgramThatDiesInMidSentenceOnceMore) {
+    const test::Folder folder;
+    EspeakSynthesiser once(
+        voice(folder, "[ -e $0.died ] && exec cat $0.wav; touch $0.died; head -c 46 $0.wav; exit 1"), 30s);
+    const auto speech = once.speak("hola", "", "es");
+    ASSERT_TRUE(speech) << speech.error().description;
+    EXPECT_EQ(speech->samples, (std::vector<std::int16_t>{1, 2}));
+}
+
+TEST(EspeakSynthesiser, GivesUpOnceItIsStopped) {
+    const test::Folder folder;
+    ASSERT_EQ(::mkfifo((folder.path() / "voice.started").c_str(), 0600), 0);
+    EspeakSynthesiser hung(voice(folder, "echo started > $0.started; exec sleep 1000"), 1h);
+    auto speech = std::async(std::launch::async, [&] { return hung.speak("hola", "", "es"); });
+    EXPECT_EQ(folder.read("voice.started"), "started\n");
+    hung.stop();
+    EXPECT_EQ(speech.get().error().kind, ErrorKind::cancelled);
+    EXPECT_EQ(hung.speak("hola", "", "es").error().kind, ErrorKind::cancelled);
+}
+
 TEST(EspeakSynthesiser, FailsWithinItsLimitWhenTheProgramDoes) {
     struct Case {
         const char* script;
@@ -94,18 +127,16 @@ TEST(EspeakSynthesiser, FailsWithinItsLimitWhenTheProgramDoes) {
     for (const auto& [script, kind, text] :
          {Case{"exec sleep 1000", ErrorKind::timeout, "did not finish"},
           Case{"echo nonsense", ErrorKind::protocol, "not a WAV"},
-          Case{"exit 1", ErrorKind::protocol, "not a WAV"},
+          Case{"exit 3", ErrorKind::closed, "ended with status 3"},
+          Case{"cat $0.wav; kill -KILL $$", ErrorKind::closed, "ended by signal 9"},
+          Case{"cat $0.wav; exec >&-; exec sleep 1000", ErrorKind::timeout, "did not end"},
           Case{"printf 'RIFF....WAVEfmt '", ErrorKind::protocol, "without sound"},
           Case{"printf 'RIFF....WAVEdata\\377\\377\\377\\377xxxx'", ErrorKind::protocol, "without sound"},
           Case{
               "printf 'RIFF....WAVEfmt \\020\\0\\0\\0\\1\\0\\2\\0\\104\\254\\0\\0\\0\\0\\0\\0\\4\\0\\020\\0'",
               ErrorKind::protocol, "16-bit mono"}}) {
         const test::Folder folder;
-        const auto program = folder.program(
-            "voice",
-            "#!/bin/sh\n[ $1 = --voices ] && echo ' 5 es --/M Spanish roa/es' && exit\ncat > /dev/null\n" +
-                std::string(script) + "\n");
-        EspeakSynthesiser broken(program, 1s);
+        EspeakSynthesiser broken(voice(folder, script), 1s);
         ASSERT_TRUE(broken.speaks("es"));
         const auto speech = broken.speak("secret words", "", "es");
         ASSERT_FALSE(speech) << script;

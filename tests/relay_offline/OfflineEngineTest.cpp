@@ -11,11 +11,14 @@
 #include "SpokenText.h"
 #include "TarnRelay/offline/ApertiumTranslator.h"
 #include "TarnRelay/offline/ChainTranslator.h"
+#include "TarnRelay/offline/CommandRecogniser.h"
 #include "TarnRelay/offline/EspeakSynthesiser.h"
 #include "TarnRelay/offline/PocketSphinxRecogniser.h"
 
 namespace tarn::relay {
 namespace {
+
+namespace json = boost::json;
 
 using testing::AllOf;
 using testing::ElementsAre;
@@ -157,19 +160,49 @@ TEST(OfflineEngine, NamesWhatIsPossibleWhereAPairIsNot) {
     EXPECT_TRUE(engine.open({.target = "es-MX", .source = "EN", .voice = {}, .silenceMs = {}}, log));
 }
 
-TEST(OfflineEngine, IsBusyUntilAStreamEnds) {
-    OfflineEngine engine(installed(), patient());
-    const auto log = std::make_shared<EventLog>();
-    const StreamSettings settings{.target = "en", .source = {}, .voice = {}, .silenceMs = {}};
-    auto first = engine.open(settings, log);
-    const auto second = engine.open(settings, log);
-    const auto third = engine.open(settings, log);
-    ASSERT_TRUE(first && second);
-    ASSERT_FALSE(third);
-    EXPECT_THAT(third.error().message, HasSubstr("the server is busy: it can translate 2 streams at once"));
-    EXPECT_EQ(third.error().closeCode, 1013);
-    first->reset();
-    EXPECT_TRUE(engine.open(settings, log));
+/// A field of the session that a stream was told of.
+const json::value& session(const EventLog& log, std::string_view pointer) {
+    static json::value created;
+    created = log.events().at(0);
+    return created.at_pointer("/session/" + std::string(pointer));
+}
+
+TEST(OfflineEngine, KeepsTheSilenceWithinWhatTheRecogniserCanDoAndTellsIt) {
+    struct Case {
+        int asked;
+        int builtIn;
+        int command;
+    };
+    auto parts = installed();
+    OfflineEngine builtIn(parts, patient());
+    parts.recognisers = std::make_shared<CommandRecogniserFactory>("cat > /dev/null");
+    OfflineEngine command(parts, patient());
+    for (const auto& [asked, ofBuiltIn, ofCommand] :
+         {Case{-5, 200, 0}, Case{0, 200, 0}, Case{900, 900, 900}, Case{999999, 10000, 10000}}) {
+        for (auto* engine : {&builtIn, &command}) {
+            const auto log = std::make_shared<EventLog>();
+            const auto stream =
+                openStream(*engine, {.target = "en", .source = "en", .voice = {}, .silenceMs = asked}, log);
+            EXPECT_EQ(session(*log, "turn_detection/silence_duration_ms"),
+                      engine == &builtIn ? ofBuiltIn : ofCommand)
+                << asked;
+        }
+    }
+}
+
+TEST(OfflineEngine, KnowsALanguageByTheTranslatorsNameForItWhereTheRecogniserTriesAny) {
+    auto parts = installed();
+    parts.recognisers = std::make_shared<CommandRecogniserFactory>("cat > /dev/null");
+    OfflineEngine engine(parts, patient());
+    const std::vector<std::pair<std::optional<std::string>, std::string>> cases{
+        {"en-US", "en"}, {"EN", "en"}, {"eo_XX", "eo"}, {std::nullopt, "en"}, {"tlh", "tlh"}};
+    for (const auto& [asked, source] : cases) {
+        const auto log = std::make_shared<EventLog>();
+        const auto target = source == "en" ? "es" : source == "eo" ? "en" : source;
+        const auto stream =
+            openStream(engine, {.target = target, .source = asked, .voice = {}, .silenceMs = {}}, log);
+        EXPECT_EQ(session(*log, "input_audio_transcription/language"), json::value(source));
+    }
 }
 
 TEST(OfflineEngine, ComplainsOnceAboutNonsenseAndGoesOn) {

@@ -2,8 +2,13 @@
 
 #include <gmock/gmock.h>
 
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/use_future.hpp>
 #include <functional>
 #include <future>
+#include <mutex>
+#include <thread>
 
 #include "EventLog.h"
 #include "SpokenText.h"
@@ -55,7 +60,7 @@ private:
     const Process process_;
 };
 
-/// "es" is the text in brackets. "bad" cannot be translated.
+/// "es" is the text in brackets. "bad" cannot be translated, "hang" waits for the end.
 class BracketTranslator : public Translator {
 public:
     std::vector<std::pair<std::string, std::string>> pairs() const override {
@@ -65,8 +70,20 @@ public:
         if (text == "bad") {
             return failure(ErrorKind::closed, "the translator died");
         }
+        if (text == "hang") {
+            hanging_.set_value();
+            stopped_.get_future().wait();
+            return failure(ErrorKind::cancelled, "the translator was stopped");
+        }
         return "<" + text + ">";
     }
+    void stop() override { stopped_.set_value(); }
+
+    void waitUntilItHangs() { hanging_.get_future().wait(); }
+
+private:
+    std::promise<void> hanging_;
+    std::promise<void> stopped_;
 };
 
 /// 100 ms of sound for each text. "<mute>" cannot be spoken.
@@ -87,7 +104,7 @@ protected:
     void open(Process process, const std::string& target = "es", Listener::Limits limits = {}) {
         engine_ = std::make_unique<OfflineEngine>(
             OfflineEngine::Parts{.recognisers = std::make_shared<ToldRecognisers>(std::move(process)),
-                                 .translator = std::make_shared<BracketTranslator>(),
+                                 .translator = translator_,
                                  .synthesiser = std::make_shared<BeepSynthesiser>()},
             OfflineEngine::Limits{.maxStreams = 1, .listener = limits});
         auto opened = engine_->open({.target = target, .source = {}, .voice = {}, .silenceMs = {}}, log_);
@@ -113,6 +130,7 @@ protected:
     std::vector<std::string> complaints() const { return log_->all(events::tarnError, "error"); }
     std::vector<std::string> translations() const { return log_->all(events::translationDone, "transcript"); }
 
+    const std::shared_ptr<BracketTranslator> translator_ = std::make_shared<BracketTranslator>();
     const std::shared_ptr<EventLog> log_ = std::make_shared<EventLog>();
     std::unique_ptr<OfflineEngine> engine_;
     std::unique_ptr<EngineStream> stream_;
@@ -212,6 +230,80 @@ TEST_F(OfflineFailures, ToKeepUpAreSaidOnceAndCostOnlyTheSoundBeyondTheLimit) {
 
     sayPieces(1);  // there is room again
     ASSERT_TRUE(log_->waitFor(events::responseDone, kept + 1));
+}
+
+/// Sends sound as the relay does: at once, but for when the stream holds it back.
+Task<void> sendHeld(EngineStream& stream, std::span<const std::int16_t> samples) {
+    constexpr std::size_t chunk = 800;
+    for (; !samples.empty(); samples = samples.subspan(chunk)) {
+        co_await stream.readyForMore();
+        say(stream, samples.first(chunk));
+    }
+}
+
+TEST_F(OfflineFailures, DoNotIncludeALongRecordingThatIsSentAtOnce) {
+    auto total = std::make_shared<std::size_t>(0);
+    open([total](auto samples, std::vector<Hypothesis>& heard) -> Result<void> {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        *total += samples.size();
+        if (*total % 80000 == 0) {
+            heard.push_back({.text = std::to_string(*total / 80000), .final = true});
+        }
+        return {};
+    });
+    asio::io_context context;
+    const auto recording = silence(100);
+    auto sent = asio::co_spawn(context, sendHeld(*stream_, recording), asio::use_future);
+    context.run();
+    sent.get();
+    ASSERT_TRUE(log_->waitFor(events::responseDone, 20));
+    EXPECT_EQ(log_->all(events::sourceCompleted, "transcript").back(), "20");
+    EXPECT_THAT(complaints(), IsEmpty());
+}
+
+TEST_F(OfflineFailures, OfOthersToTakeTheirTimeDoNotKeepAClientWaiting) {
+    constexpr int steps = 100;
+    constexpr std::int16_t quick = 1;  // the first sample tells the clients apart
+    std::promise<void> gate;
+    auto opened = std::make_shared<std::shared_future<void>>(gate.get_future());
+    std::mutex mutex;
+    std::vector<std::int16_t> order;
+    open([&, opened](auto samples, std::vector<Hypothesis>& heard) -> Result<void> {
+        opened->wait();
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        if (samples.front() == quick) {
+            heard.push_back({.text = "quick", .final = true});
+        }
+        const std::lock_guard lock(mutex);
+        order.push_back(samples.front());
+        return {};
+    });
+    const auto others = std::max(2U, std::thread::hardware_concurrency());  // enough for every worker
+    std::vector<std::unique_ptr<EngineStream>> streams;
+    for (unsigned other = 0; other < others; ++other) {
+        auto stream = engine_->open({.target = "es", .source = {}, .voice = {}, .silenceMs = {}},
+                                    std::make_shared<EventLog>());
+        ASSERT_TRUE(stream);
+        say(**stream, silence(0.05 * steps));
+        streams.push_back(std::move(*stream));
+    }
+    say(*stream_, Samples(800, quick));
+    gate.set_value();
+    ASSERT_TRUE(log_->waitFor(events::responseDone, 1));
+    streams.clear();
+    stream_.reset();
+    engine_.reset();  // waits for what is under way
+    const auto turn = std::ranges::find(order, quick) - order.begin();
+    EXPECT_LT(turn, steps / 2);
+}
+
+TEST_F(OfflineFailures, OfTheTranslatorToAnswerDoNotHoldUpTheEndOfTheEngine) {
+    openHearing({"hang"});
+    sayPieces(1);
+    translator_->waitUntilItHangs();
+    stream_.reset();
+    engine_.reset();  // would wait for ever, did it wait for the translator
+    EXPECT_THAT(translations(), IsEmpty());
 }
 
 TEST_F(OfflineFailures, NeverHoldUpTheEndOfAStream) {

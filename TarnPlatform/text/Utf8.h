@@ -5,6 +5,6 @@
 namespace tarn {
 
 /// True for well-formed UTF-8: no stray, overlong or cut sequence, no surrogate, nothing above U+10FFFF.
-bool isValidUtf8(std::string_view bytes);
+bool isUtf8(std::string_view text);
 
 }  // namespace tarn

@@ -2,7 +2,7 @@
 
 #include <boost/locale/utf.hpp>
 
-namespace tarn::relay {
+namespace tarn {
 
 bool isUtf8(std::string_view text) {
     const auto* at = text.data();
@@ -15,4 +15,4 @@ bool isUtf8(std::string_view text) {
     return true;
 }
 
-}  // namespace tarn::relay
+}  // namespace tarn
