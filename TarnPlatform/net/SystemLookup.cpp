@@ -40,13 +40,12 @@ address toAddress(const sockaddr& socketAddress) {
     return asio::ip::address_v4(bytes);
 }
 
-SystemLookup::Answer answerOf(const Question& question) {
-    const int error = ::gai_error(const_cast<gaicb*>(&question.request));
+SystemLookup::Answer answerOf(int error, const addrinfo* entries) {
     if (error != 0) {
         return failure(ErrorKind::resolution, ::gai_strerror(error));
     }
     std::vector<address> addresses;
-    for (const auto* entry = question.request.ar_result; entry != nullptr; entry = entry->ai_next) {
+    for (const auto* entry = entries; entry != nullptr; entry = entry->ai_next) {
         const auto found = toAddress(*entry->ai_addr);
         if (std::ranges::find(addresses, found) == addresses.end()) {
             addresses.push_back(found);
@@ -55,15 +54,45 @@ SystemLookup::Answer answerOf(const Question& question) {
     return addresses;
 }
 
+#ifdef TARN_THREAD_SANITIZER
+
+/// The thread sanitizer crashes in a thread that the C library starts on its own, so here the caller waits.
+void ask(const std::shared_ptr<Question>& question) {
+    addrinfo* found = nullptr;
+    const int error = ::getaddrinfo(question->request.ar_name, nullptr, &question->hints, &found);
+    question->request.ar_result = found;
+    question->answers->push(answerOf(error, found));
+}
+
+#else
+
 void answered(sigval value) {
     const std::unique_ptr<std::shared_ptr<Question>> held(
         static_cast<std::shared_ptr<Question>*>(value.sival_ptr));
     Question& question = **held;
     const std::lock_guard lock(question.mutex);
     if (question.answers) {
-        question.answers->push(answerOf(question));
+        question.answers->push(answerOf(::gai_error(&question.request), question.request.ar_result));
     }
 }
+
+/// Asks on the resolver's own thread.
+void ask(const std::shared_ptr<Question>& question) {
+    auto held = std::make_unique<std::shared_ptr<Question>>(question);
+    sigevent whenDone{};
+    whenDone.sigev_notify = SIGEV_THREAD;
+    whenDone.sigev_value.sival_ptr = held.get();
+    whenDone.sigev_notify_function = answered;
+    gaicb* requests[] = {&question->request};
+    const int error = ::getaddrinfo_a(GAI_NOWAIT, requests, 1, &whenDone);
+    if (error != 0) {
+        question->answers->push(failure(ErrorKind::resolution, ::gai_strerror(error)));
+    } else {
+        [[maybe_unused]] const auto* const given = held.release();  // the resolver's thread takes it back
+    }
+}
+
+#endif
 
 }  // namespace
 
@@ -80,18 +109,7 @@ SystemLookup SystemLookup::start(std::string host) {
         question->answers.reset();
     });
 
-    auto held = std::make_unique<std::shared_ptr<Question>>(question);
-    sigevent whenDone{};
-    whenDone.sigev_notify = SIGEV_THREAD;
-    whenDone.sigev_value.sival_ptr = held.get();
-    whenDone.sigev_notify_function = answered;
-    gaicb* requests[] = {&question->request};
-    const int error = ::getaddrinfo_a(GAI_NOWAIT, requests, 1, &whenDone);
-    if (error != 0) {
-        lookup.answers.push(failure(ErrorKind::resolution, ::gai_strerror(error)));
-    } else {
-        [[maybe_unused]] const auto* const given = held.release();  // the resolver's thread takes it back
-    }
+    ask(question);
     return lookup;
 }
 
