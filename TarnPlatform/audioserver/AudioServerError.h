@@ -1,0 +1,12 @@
+#pragma once
+
+#include "TarnPlatform/concurrency/Result.h"
+
+namespace tarn {
+
+/// Nobody listens at the server's address.
+std::unexpected<Error> audioServerAbsent();
+/// It listens and says nothing within `AudioServer::answerLimit`.
+std::unexpected<Error> audioServerSilent();
+
+}  // namespace tarn

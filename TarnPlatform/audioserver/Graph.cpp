@@ -1,0 +1,80 @@
+#include "Graph.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <utility>
+
+namespace tarn {
+
+namespace {
+
+const std::string nothing;
+
+}  // namespace
+
+const std::string& property(const Properties& properties, std::string_view key) {
+    const auto found = properties.find(key);
+    return found == properties.end() ? nothing : found->second;
+}
+
+const std::string& property(const Graph& graph, const GraphNode& node, std::string_view key) {
+    const std::string& own = property(node.properties, key);
+    if (!own.empty()) {
+        return own;
+    }
+    const GraphClient* client = graph.clientOf(node);
+    return client == nullptr ? nothing : property(client->properties, key);
+}
+
+const std::string& GraphNode::mediaClass() const {
+    return property(properties, "media.class");
+}
+
+bool GraphNode::isOutputStream() const {
+    return mediaClass() == "Stream/Output/Audio";
+}
+
+bool GraphNode::isSink() const {
+    return mediaClass().starts_with("Audio/Sink") || mediaClass() == "Audio/Duplex";
+}
+
+bool GraphNode::isSource() const {
+    return mediaClass().starts_with("Audio/Source");
+}
+
+const GraphNode* Graph::nodeNamed(std::string_view name) const {
+    const auto found = std::ranges::find_if(
+        nodes, [&](const auto& entry) { return property(entry.second.properties, "node.name") == name; });
+    return found == nodes.end() ? nullptr : &found->second;
+}
+
+const GraphClient* Graph::clientOf(const GraphNode& node) const {
+    const std::string& text = property(node.properties, "client.id");
+    GraphId id = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), id);
+    if (error != std::errc() || end != text.data() + text.size()) {
+        return nullptr;
+    }
+    const auto found = clients.find(id);
+    return found == clients.end() ? nullptr : &found->second;
+}
+
+ChannelPosition channelPosition(std::string_view channel) {
+    static constexpr std::array<std::pair<std::string_view, ChannelPosition>, 9> names{{
+        {"FL", ChannelPosition::frontLeft},
+        {"FR", ChannelPosition::frontRight},
+        {"FC", ChannelPosition::frontCentre},
+        {"LFE", ChannelPosition::lowFrequency},
+        {"RL", ChannelPosition::rearLeft},
+        {"RR", ChannelPosition::rearRight},
+        {"RC", ChannelPosition::rearCentre},
+        {"SL", ChannelPosition::sideLeft},
+        {"SR", ChannelPosition::sideRight},
+    }};
+    const auto* found =
+        std::ranges::find(names, channel, &std::pair<std::string_view, ChannelPosition>::first);
+    return found == names.end() ? ChannelPosition::unknown : found->second;
+}
+
+}  // namespace tarn

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "TarnPlatform/audio/AudioFormat.h"
+
+namespace tarn {
+
+using Properties = std::map<std::string, std::string, std::less<>>;
+
+/// Ids are the server's: valid while the object is there and given again afterwards. What tells two objects
+/// apart for good is the property "object.serial".
+using GraphId = std::uint32_t;
+
+struct GraphClient {
+    GraphId id = 0;
+    Properties properties;
+    bool described = false;  ///< the properties are complete, not only those of the first announcement
+};
+
+struct GraphPort {
+    GraphId id = 0;
+    GraphId node = 0;
+    bool output = false;
+    bool monitor = false;  ///< repeats what a sink or an input plays
+    std::string channel;   ///< "FL", "MONO", "AUX0", …
+};
+
+struct GraphNode {
+    GraphId id = 0;
+    Properties properties;
+    bool described = false;  ///< as for clients
+
+    // What the node's own adapter does, between the program and its ports. Empty until told.
+    std::vector<std::string> channels;  ///< of the program's sound, which its ports need not have
+    std::vector<float> volumes;         ///< linear, one for each of these channels
+
+    const std::string& mediaClass() const;
+    bool isOutputStream() const;  ///< a program that plays
+    bool isSink() const;
+    bool isSource() const;  ///< a microphone, real or virtual
+};
+
+/// What the audio server says is there. Value type.
+struct Graph {
+    std::map<GraphId, GraphClient> clients;
+    std::map<GraphId, GraphNode> nodes;
+    std::map<GraphId, GraphPort> ports;
+    std::optional<std::string> defaultSink;    ///< node name
+    std::optional<std::string> defaultSource;  ///< node name; may be a sink's where there is no microphone
+    std::optional<GraphId> ownClient;          ///< of the connection that this was read through
+
+    const GraphNode* nodeNamed(std::string_view name) const;
+    const GraphClient* clientOf(const GraphNode& node) const;
+};
+
+/// The property's text, or an empty one.
+const std::string& property(const Properties& properties, std::string_view key);
+
+/// The first that is not empty, of the node's own properties and then of its client's.
+const std::string& property(const Graph& graph, const GraphNode& node, std::string_view key);
+
+/// "FL" → frontLeft, …; unknown where we have no such position.
+ChannelPosition channelPosition(std::string_view channel);
+
+}  // namespace tarn
