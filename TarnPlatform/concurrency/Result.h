@@ -27,6 +27,9 @@ struct Error {
     std::string
         description;     ///< one line for people, without a full stop; never holds tokens or spoken words
     int httpStatus = 0;  ///< status of a refused upgrade or proxy request; 0 where there was none
+    // Where callers tell failures apart by a number of the part that failed.
+    std::string domain{};  ///< whose number it is; empty where there is none
+    int code = 0;
 };
 
 template <typename T>

@@ -6,6 +6,8 @@
 #include <mutex>
 #include <string>
 
+#include "TarnPlatform/text/Printable.h"
+
 namespace tarn {
 namespace {
 
@@ -38,18 +40,7 @@ void writeToStandardError(std::string_view text) {
 }  // namespace
 
 void logLine(std::string_view line) {
-    std::string text(line.substr(0, longestLine));
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        const bool isC1 =
-            byte == 0xC2U && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0U;
-        if (isC1) {
-            text[i++] = ' ';
-        }
-        if (isC1 || byte < 0x20U || byte == 0x7FU) {
-            text[i] = ' ';
-        }
-    }
+    std::string text = printable(line.substr(0, longestLine));
     auto& sink = currentSink();
     const std::lock_guard lock(sink.mutex);
     if (sink.write) {

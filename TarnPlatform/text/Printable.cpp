@@ -1,0 +1,20 @@
+#include "Printable.h"
+
+namespace tarn {
+
+std::string printable(std::string_view text) {
+    std::string clean;
+    clean.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(text[i]);
+        const bool isC1 =
+            byte == 0xC2U && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0U;
+        if (isC1) {
+            ++i;
+        }
+        clean.push_back(isC1 || byte < 0x20U || byte == 0x7FU ? ' ' : text[i]);
+    }
+    return clean;
+}
+
+}  // namespace tarn

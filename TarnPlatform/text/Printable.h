@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace tarn {
+
+/// The text with a space in the place of every control character (C0, DEL and C1), which a terminal would
+/// obey. UTF-8. Thread: any.
+std::string printable(std::string_view text);
+
+}  // namespace tarn

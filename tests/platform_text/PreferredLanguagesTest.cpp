@@ -1,0 +1,61 @@
+#include "TarnPlatform/text/PreferredLanguages.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+namespace tarn {
+namespace {
+
+struct Case {
+    const char* language;  // null: not set, here and below
+    const char* all;
+    const char* messages;
+    const char* lang;
+    std::vector<std::string> expected;
+    bool isChinese;
+};
+
+TEST(PreferredLanguages, FollowTheEnvironmentAsGettextDoes) {
+    const Case cases[] = {
+        {nullptr, nullptr, nullptr, nullptr, {}, false},
+        {nullptr, nullptr, nullptr, "zh_CN.UTF-8", {"zh_CN"}, true},
+        {nullptr, nullptr, "de_DE@euro", "zh_CN.UTF-8", {"de_DE"}, false},
+        {nullptr, "ZH_TW.Big5", "de_DE", "en_GB", {"ZH_TW"}, true},
+        {nullptr, "", "", "en_GB.UTF-8", {"en_GB"}, false},
+        {nullptr, "C", nullptr, "zh_CN.UTF-8", {}, false},
+        {nullptr, nullptr, nullptr, "C.UTF-8", {}, false},
+        {nullptr, nullptr, nullptr, "POSIX", {}, false},
+        {"zh_HK:de.UTF-8@x:en", nullptr, nullptr, "en_US.UTF-8", {"zh_HK", "de", "en"}, true},
+        {"fr", nullptr, nullptr, "zh_CN.UTF-8", {"fr"}, false},
+        {"zh_CN:en", "C", nullptr, nullptr, {}, false},
+        {"zh_CN:en", nullptr, nullptr, nullptr, {}, false},
+        {"zh_CN:en", nullptr, nullptr, "C.UTF-8", {}, false},
+        {"", nullptr, nullptr, "zh", {"zh"}, true},
+        {"::", nullptr, nullptr, "it_IT", {"it_IT"}, false},
+        {":pt_BR:", nullptr, nullptr, "it_IT", {"pt_BR"}, false},
+        {"C:zh", nullptr, nullptr, "it_IT", {}, false},
+        {"pt:C:zh", nullptr, nullptr, "it_IT", {"pt"}, false},
+    };
+    for (const auto& row : cases) {
+        const std::pair<const char*, const char*> variables[] = {{"LANGUAGE", row.language},
+                                                                 {"LC_ALL", row.all},
+                                                                 {"LC_MESSAGES", row.messages},
+                                                                 {"LANG", row.lang}};
+        std::string shown;
+        for (const auto& [name, value] : variables) {
+            if (value == nullptr) {
+                ::unsetenv(name);
+            } else {
+                ::setenv(name, value, 1);
+                shown += std::string(name) + "=" + value + " ";
+            }
+        }
+        EXPECT_EQ(preferredLanguages(), row.expected) << shown;
+        EXPECT_EQ(prefersChinese(), row.isChinese) << shown;
+    }
+}
+
+}  // namespace
+}  // namespace tarn
