@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "RequestCheck.h"
+#include "SignInRoutes.h"
 #include "StreamQuery.h"
 #include "TarnPlatform/logging/Log.h"
 #include "engines/RelayErrors.h"
@@ -64,6 +65,8 @@ public:
           engine_(engine),
           options_(std::move(options)),
           check_(options_.address),
+          signIn_(network_.clock, options_.suggestedEmail,
+                  [this](std::string email) { return issueToken(fileExecutor_, tokens_, std::move(email)); }),
           started_(network_.clock->now()) {}
 
     Result<void> readTokens() {
@@ -148,6 +151,10 @@ private:
             reply = errorResponse(403, *objection);
         } else if (path == "/healthz") {
             reply = self->forMethod(request, "GET", [&](const ServerRequest&) { return self->health(); });
+        } else if (path == "/auth") {
+            const bool fromHere = isFromThisMachine(request);
+            auto response = co_await self->signIn_.answer(std::move(request), query, fromHere);
+            reply = std::move(response);
         } else if (path == "/tarn/api/me") {
             reply = self->forMethod(request, "GET", [&](const ServerRequest& r) { return self->me(r); });
         } else if (path == "/tarn/ws/translate-stream") {
@@ -212,6 +219,16 @@ private:
         const auto account = accountOf(request);
         return account ? jsonResponse(200, {{"user_id", account->userId}, {"email", account->email}})
                        : unauthorized();
+    }
+
+    static Task<Result<std::string>> issue(TokenRegistry tokens, std::string email) {
+        co_return tokens.issue(email);
+    }
+
+    static Task<Result<std::string>> issueToken(SerialExecutor fileExecutor, TokenRegistry tokens,
+                                                std::string email) {
+        auto work = issue(std::move(tokens), std::move(email));
+        co_return co_await asio::co_spawn(fileExecutor, std::move(work), asio::use_awaitable);
     }
 
     static Task<Result<void>> revoke(TokenRegistry tokens, TokenHash token) {
@@ -314,6 +331,7 @@ private:
     TranslationEngine& engine_;
     const RelayServer::Options options_;
     const RequestCheck check_;
+    SignInRoutes signIn_;
     const Clock::TimePoint started_;
     asio::cancellation_signal stopWatching_;
     LiveStreams streams_;

@@ -13,7 +13,7 @@
 
 namespace tarn::relay {
 
-/// The relay itself: account API, translate streams and health report on one port.
+/// The relay itself: account API, sign-in page, translate streams and health report on one port.
 class RelayServer {
 public:
     struct Options {
@@ -21,6 +21,7 @@ public:
         std::uint16_t port = 8787;          ///< 0: the system picks one
         std::size_t maxStreams = 8;         ///< open at once; a further client is told that the relay is busy
         std::string engineName;             ///< for the health report
+        std::string suggestedEmail;         ///< stands in the sign-in page's field at first; may be empty
         HttpServer::Limits limits{};
     };
 

@@ -1,6 +1,8 @@
 #include "RequestCheck.h"
 
 #include <algorithm>
+#include <boost/asio/ip/address.hpp>
+#include <initializer_list>
 
 #include "TarnPlatform/net/Url.h"
 
@@ -51,6 +53,39 @@ std::optional<std::string_view> RequestCheck::objection(const std::vector<HttpHe
     }
     for (const auto origin : valuesOf(headers, "Origin")) {
         if (!sameIgnoringCase(origin, "http://" + std::string(hosts.front()))) {
+            return "requests from other web sites are refused";
+        }
+    }
+    return std::nullopt;
+}
+
+bool isFromThisMachine(const ServerRequest& request) {
+    boost::system::error_code error;
+    auto peer = asio::ip::make_address(request.remoteAddress, error);
+    if (!error && peer.is_v6() && peer.to_v6().is_v4_mapped()) {
+        peer = asio::ip::make_address_v4(asio::ip::v4_mapped, peer.to_v6());
+    }
+    if (error || !peer.is_loopback()) {
+        return false;
+    }
+    for (const auto* name : {"Forwarded", "X-Forwarded-For", "X-Forwarded-Host", "X-Real-IP", "Via"}) {
+        if (!valuesOf(request.headers, name).empty()) {
+            return false;
+        }
+    }
+    const auto host = Url::parse("http://" + std::string(headerValue(request.headers, "Host")));
+    return host && host->isLoopback();
+}
+
+std::optional<std::string_view> pageObjection(const ServerRequest& request) {
+    for (const auto destination : valuesOf(request.headers, "Sec-Fetch-Dest")) {
+        if (destination != "document") {
+            return "this page stands in a window of its own only";
+        }
+    }
+    for (const auto site : valuesOf(request.headers, "Sec-Fetch-Site")) {
+        // Another port of this machine is another page: "same-site" is not enough.
+        if (request.method != "GET" && site != "same-origin") {
             return "requests from other web sites are refused";
         }
     }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "TarnPlatform/net/Http.h"
+#include "TarnPlatform/net/HttpServer.h"
 
 namespace tarn::relay {
 
@@ -26,6 +27,16 @@ public:
 private:
     const bool onLoopback_;
 };
+
+/// Whether a request was made on the machine that answers it: the peer's address is a loopback one, the
+/// "Host" is a name of this machine (that of a page which was pointed here is not), and no proxy says that it
+/// passes the request on for somebody else.
+bool isFromThisMachine(const ServerRequest& request);
+
+/// Why a browser's request is none that a page of this relay may answer, or nothing: a frame, image or script
+/// of any page ("Sec-Fetch-Dest"), or a form that another page sends ("Sec-Fetch-Site"). Where a browser says
+/// neither, the other checks must do.
+std::optional<std::string_view> pageObjection(const ServerRequest& request);
 
 /// The token of an "Authorization: Bearer …" header; nothing when there is none, or more than one.
 std::optional<std::string> bearerToken(const std::vector<HttpHeader>& headers);

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <openssl/crypto.h>
-#include <openssl/rand.h>
 #include <openssl/sha.h>
 #include <sys/inotify.h>
 #include <sys/stat.h>
@@ -20,10 +19,11 @@
 #include <system_error>
 #include <utility>
 
-#include "FileLock.h"
+#include "RandomSecret.h"
+#include "TarnPlatform/files/AtomicFile.h"
+#include "TarnPlatform/files/FileLock.h"
+#include "TarnPlatform/files/UniqueDescriptor.h"
 #include "TarnPlatform/logging/Log.h"
-#include "TarnPlatform/net/Base64.h"
-#include "TarnPlatform/process/UniqueDescriptor.h"
 #include "TarnPlatform/text/Utf8.h"
 
 namespace tarn::relay {
@@ -95,20 +95,6 @@ std::string nowText() {
     return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts)};
 }
 
-bool writeAll(int descriptor, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const auto written = ::write(descriptor, bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR) {
-            continue;
-        }
-        if (written <= 0) {
-            return false;
-        }
-        bytes.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return true;
-}
-
 /// The text field of an object, or nothing.
 const json::string* textField(const json::object& object, std::string_view name) {
     const auto* value = object.if_contains(name);
@@ -138,16 +124,12 @@ Result<std::string> TokenRegistry::issue(const std::string& email) const {
         return failure(ErrorKind::invalidInput,
                        "an e-mail address is 1 to 254 bytes of UTF-8 text without control characters");
     }
-    std::array<unsigned char, 32> secret{};
-    if (::RAND_bytes(secret.data(), static_cast<int>(secret.size())) != 1) {
-        return failure(ErrorKind::system, "the system gives no random numbers");
+    auto token = randomSecret();
+    if (!token) {
+        return token;
     }
-    auto token = base64Encode(std::as_bytes(std::span(secret)));
-    std::ranges::replace(token, '+', '-');
-    std::ranges::replace(token, '/', '_');
-    token.erase(token.find('='));
     const auto changed =
-        change([&](std::vector<Entry>& entries) { entries.push_back({hashOf(token), email, nowText()}); });
+        change([&](std::vector<Entry>& entries) { entries.push_back({hashOf(*token), email, nowText()}); });
     if (!changed) {
         return std::unexpected(changed.error());
     }
@@ -217,7 +199,7 @@ Task<void> TokenRegistry::watch(std::function<void()> changed) const {
     std::array<char, 4096> buffer{};
     for (;;) {
         // Asked for anew each time, since a folder that was moved or deleted takes its watch along.
-        if (!makeFolder() || ::inotify_add_watch(inotify, folder_.c_str(), events) < 0) {
+        if (!makePrivateFolder(folder_) || ::inotify_add_watch(inotify, folder_.c_str(), events) < 0) {
             logLine("[relay] " + folder_.string() +
                     " cannot be watched: revoked tokens keep their open streams");
             co_return;
@@ -300,26 +282,11 @@ Result<void> TokenRegistry::write(const std::vector<Entry>& entries) const {
         list.push_back({{"sha256", hexOf(entry.hash)}, {"email", entry.email}, {"issued", entry.issued}});
     }
     const json::object root{{"tokens", std::move(list)}};
-    std::string path = (folder_ / "tokens.json.XXXXXX").string();
-    UniqueDescriptor output(::mkostemp(path.data(), O_CLOEXEC));  // mode 0600
-    if (!output) {
-        return systemFailure("cannot write", path);
-    }
-    const bool written = writeAll(output.get(), json::serialize(root) + "\n") && ::fsync(output.get()) == 0;
-    if (!written || ::rename(path.c_str(), file().c_str()) != 0) {
-        const auto failed = systemFailure("cannot write", file());
-        ::unlink(path.c_str());
-        return failed;
-    }
-    const UniqueDescriptor folder(::open(folder_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!folder || ::fsync(folder.get()) != 0) {
-        return systemFailure("cannot write", folder_);
-    }
-    return {};
+    return replaceFile(file(), json::serialize(root) + "\n");
 }
 
 Result<void> TokenRegistry::change(const std::function<void(std::vector<Entry>&)>& edit) const {
-    const auto made = makeFolder();
+    const auto made = makePrivateFolder(folder_);
     const auto ours = made ? checkFolder() : made;
     if (!ours) {
         return ours;
@@ -339,19 +306,6 @@ Result<void> TokenRegistry::change(const std::function<void(std::vector<Entry>&)
         return {};
     }
     return write(*entries);
-}
-
-Result<void> TokenRegistry::makeFolder() const {
-    std::filesystem::path made;
-    for (const auto& part : folder_) {
-        made /= part;
-        std::error_code error;
-        if (!std::filesystem::is_directory(made, error) && ::mkdir(made.c_str(), 0700) != 0 &&
-            errno != EEXIST) {
-            return systemFailure("cannot make", made);
-        }
-    }
-    return {};
 }
 
 Result<void> TokenRegistry::checkFolder() const {

@@ -78,7 +78,6 @@ private:
     Result<std::vector<Entry>> read(Version& version) const;
     Result<void> write(const std::vector<Entry>& entries) const;
     Result<void> change(const std::function<void(std::vector<Entry>&)>& edit) const;
-    Result<void> makeFolder() const;
     Result<void> checkFolder() const;
     static Account accountOf(const Entry& entry);
 

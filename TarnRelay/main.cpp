@@ -1,3 +1,6 @@
+#include <pwd.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <array>
 #include <boost/asio/io_context.hpp>
@@ -11,6 +14,7 @@
 #include <string>
 #include <string_view>
 
+#include "EmailAddress.h"
 #include "EngineChoice.h"
 #include "RelayServer.h"
 #include "RequestCheck.h"
@@ -87,6 +91,13 @@ int revokeToken(const TokenRegistry& tokens, const std::string& email) {
     return exitOk;
 }
 
+/// What the sign-in page offers whoever runs this: "USER@localhost"; empty where the user has no such name.
+std::string ownAddress() {
+    const auto* const user = ::getpwuid(::geteuid());
+    const auto address = user == nullptr ? std::string() : std::string(user->pw_name) + "@localhost";
+    return isEmailAddress(address) ? address : std::string();
+}
+
 int serve(const TokenRegistry& tokens, const std::string& listen, const EngineChoice& choice) {
     const auto endpoint = parseEndpoint(listen);
     if (!endpoint) {
@@ -107,6 +118,7 @@ int serve(const TokenRegistry& tokens, const std::string& listen, const EngineCh
     options.port = endpoint->port;
     options.maxStreams = chosen->maxStreams;
     options.engineName = choice.name;
+    options.suggestedEmail = ownAddress();
     asio::thread_pool files(1);
     auto server = RelayServer::start(network, files.get_executor(), tokens, *chosen->engine, options);
     if (!server) {

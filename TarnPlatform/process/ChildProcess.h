@@ -14,7 +14,7 @@
 
 #include "StopSignal.h"
 #include "TarnPlatform/concurrency/Result.h"
-#include "UniqueDescriptor.h"
+#include "TarnPlatform/files/UniqueDescriptor.h"
 
 namespace tarn {
 

@@ -51,9 +51,11 @@ constexpr int kFirstSafeDescriptor = 10;
         ::_exit(127);
     };
     ::setpgid(0, 0);
-    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (::getppid() != parent) {
-        ::_exit(127);  // it died before the line above
+    if (!plan.outlives) {
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (::getppid() != parent) {
+            ::_exit(127);  // it died before the line above
+        }
     }
     for (int number = 1; number < NSIG; ++number) {
         if (number != SIGKILL && number != SIGSTOP) {

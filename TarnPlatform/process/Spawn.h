@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "TarnPlatform/concurrency/Result.h"
-#include "UniqueDescriptor.h"
+#include "TarnPlatform/files/UniqueDescriptor.h"
 
 namespace tarn {
 
@@ -18,10 +18,11 @@ struct SpawnPlan {
     int input = -1;                        ///< becomes standard input
     int output = -1;                       ///< becomes standard output
     int errors = -1;                       ///< becomes standard error; -1: ours
+    bool outlives = false;                 ///< it goes on when this process dies
 };
 
 /// Starts a process in a group of its own, with no signal blocked or ignored and no descriptor but its
-/// standard ones. It is killed when this process dies. Fails with `unavailable` where the program cannot be
+/// standard ones. It is killed when this process dies, unless it outlives it. Fails with `unavailable` where the program cannot be
 /// executed, and with `system` where there can be no more processes. Thread: any.
 Result<pid_t> spawn(const SpawnPlan& plan);
 

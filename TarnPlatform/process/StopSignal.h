@@ -2,7 +2,7 @@
 
 #include <atomic>
 
-#include "UniqueDescriptor.h"
+#include "TarnPlatform/files/UniqueDescriptor.h"
 
 namespace tarn {
 

@@ -4,36 +4,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <system_error>
 #include <utility>
 
+#include "TarnPlatform/files/AtomicFile.h"
+#include "TarnPlatform/files/UniqueDescriptor.h"
+
 namespace tarn {
 namespace {
-
-class FileDescriptor {
-public:
-    explicit FileDescriptor(int descriptor = -1) : descriptor_(descriptor) {}
-    FileDescriptor(FileDescriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
-    FileDescriptor& operator=(FileDescriptor&& other) noexcept {
-        std::swap(descriptor_, other.descriptor_);
-        return *this;
-    }
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-    ~FileDescriptor() {
-        if (descriptor_ >= 0) {
-            ::close(descriptor_);
-        }
-    }
-    int get() const { return descriptor_; }
-    explicit operator bool() const { return descriptor_ >= 0; }
-
-private:
-    int descriptor_;
-};
 
 std::unexpected<SecretError> refused(std::string description) {
     return std::unexpected(SecretError{SecretFault::refused, std::move(description)});
@@ -61,29 +41,12 @@ std::string fileName(const SecretKey& key) {
     return name;
 }
 
-/// Makes the folder and its missing parents, each for its owner alone.
-SecretResult<void> makeFolder(const std::filesystem::path& folder) {
-    std::filesystem::path made;
-    for (const auto& part : folder) {
-        made /= part;
-        if (::mkdir(made.c_str(), 0700) != 0 && errno != EEXIST) {
-            const int reason = errno;
-            struct stat status{};
-            if (::stat(made.c_str(), &status) != 0) {
-                errno = reason;
-                return systemFailure("make the folder", made);
-            }
-        }
-    }
-    return {};
-}
-
 /// The folder itself, closed to others. Nothing (an invalid descriptor) where there is none.
-SecretResult<FileDescriptor> openFolder(const std::filesystem::path& folder) {
-    FileDescriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+SecretResult<UniqueDescriptor> openFolder(const std::filesystem::path& folder) {
+    UniqueDescriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!opened) {
         if (errno == ENOENT) {
-            return FileDescriptor();
+            return UniqueDescriptor();
         }
         if (errno == ELOOP || errno == ENOTDIR) {
             return refused(folder.string() + " is not a folder of its own (a symbolic link is not followed)");
@@ -101,20 +64,6 @@ SecretResult<FileDescriptor> openFolder(const std::filesystem::path& folder) {
         return systemFailure("close to others the folder", folder);
     }
     return opened;
-}
-
-SecretResult<void> writeAll(int descriptor, std::string_view bytes, const std::filesystem::path& path) {
-    while (!bytes.empty()) {
-        const auto written = ::write(descriptor, bytes.data(), bytes.size());
-        if (written < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
-            return systemFailure("write", path);
-        }
-        bytes.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return {};
 }
 
 SecretResult<std::string> readAll(int descriptor, const std::filesystem::path& path) {
@@ -160,7 +109,7 @@ SecretResult<std::optional<std::string>> FileSecretStore::get(const SecretKey& k
     }
     const auto path = pathOf(key);
     // O_NONBLOCK: a pipe planted under the name must not hold the caller.
-    const FileDescriptor file(
+    const UniqueDescriptor file(
         ::openat(folder->get(), fileName(key).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     if (!file) {
         if (errno == ENOENT) {
@@ -193,8 +142,8 @@ SecretResult<void> FileSecretStore::replace(const SecretKey& key, std::string_vi
     if (value.size() > maxSecretBytes) {
         return refused("the secret is too long to be stored");
     }
-    if (const auto made = makeFolder(folder_); !made) {
-        return made;
+    if (auto made = makePrivateFolder(folder_); !made) {
+        return refused(std::move(made.error().description));
     }
     const auto folder = openFolder(folder_);
     if (!folder) {
@@ -205,35 +154,8 @@ SecretResult<void> FileSecretStore::replace(const SecretKey& key, std::string_vi
         errno = ENOENT;
         return systemFailure("open the folder of", path);
     }
-    static std::atomic<unsigned> counter{0};
-    const auto name = fileName(key);
-    const auto beside =
-        "." + name + "." + std::to_string(::getpid()) + "." + std::to_string(counter.fetch_add(1)) + ".new";
-    // A file of that name can only be what a crashed process with this identifier left.
-    ::unlinkat(folder->get(), beside.c_str(), 0);
-    const auto written = [&]() -> SecretResult<void> {
-        const FileDescriptor file(::openat(folder->get(), beside.c_str(),
-                                           O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-        if (!file) {
-            return systemFailure("create a file beside", path);
-        }
-        if (auto result = writeAll(file.get(), value, path); !result) {
-            return result;
-        }
-        if (::fsync(file.get()) != 0) {
-            return systemFailure("write", path);
-        }
-        if (::renameat(folder->get(), beside.c_str(), folder->get(), name.c_str()) != 0) {
-            return systemFailure("replace", path);
-        }
-        return {};
-    }();
-    if (!written) {
-        ::unlinkat(folder->get(), beside.c_str(), 0);
-        return written;
-    }
-    if (::fsync(folder->get()) != 0) {
-        return systemFailure("write the folder of", path);
+    if (auto written = replaceFileIn(folder->get(), path, value); !written) {
+        return refused(std::move(written.error().description));
     }
     return {};
 }

@@ -129,7 +129,7 @@ TEST_F(RelayServerTest, AnswersTheAccountApi) {
         {"GET /tarn/api/logout", host + authorization(), "405", "Allow: POST"},
         {"POST /tarn/api/logout", host, "401", R"({"error":)"},
         {"GET /tarn/api/me/", host + authorization(), "404", R"({"error":)"},
-        {"GET /auth?return_to=macos", host, "404", R"({"error":)"},
+        {"GET /auth/?return_to=macos", host, "404", R"({"error":)"},
         {"GET /tarn/ws/translate-stream?target=es", host + authorization(), "426", R"({"error":)"},
         {"GET /healthz", "", "403", "Host"},
         {"GET /healthz", host + host, "403", "Host"},

@@ -11,7 +11,6 @@
 #include <iterator>
 
 #include "RelayProgram.h"
-#include "TarnRelay/FileLock.h"
 #include "TarnRelay/TokenRegistry.h"
 #include "TemporaryFolder.h"
 
@@ -164,20 +163,6 @@ TEST_F(TokenRegistryTest, TrustsNothingThatOtherUsersCouldHaveWritten) {
     }
     EXPECT_TRUE(tokens_.refresh());
     EXPECT_TRUE(tokens_.find(token));
-}
-
-TEST_F(TokenRegistryTest, WaitsForTheLockNoLongerThanItsLimit) {
-    const auto path = state_.path() / "lock";
-    auto held = lockFile(path, std::chrono::seconds(1));
-    ASSERT_TRUE(held);
-    const auto late = lockFile(path, std::chrono::milliseconds(50));
-    ASSERT_FALSE(late);
-    EXPECT_EQ(late.error().kind, ErrorKind::timeout);
-
-    auto waiting =
-        std::async(std::launch::async, [&path] { return lockFile(path, std::chrono::seconds(20)); });
-    held->reset();
-    EXPECT_TRUE(waiting.get());
 }
 
 }  // namespace

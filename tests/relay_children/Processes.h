@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "TarnPlatform/process/UniqueDescriptor.h"
+#include "TarnPlatform/files/UniqueDescriptor.h"
 
 namespace tarn::test {
 

@@ -11,7 +11,7 @@
 #include <string>
 #include <system_error>
 
-namespace tarn::relay {
+namespace tarn {
 namespace {
 
 std::unexpected<Error> systemFailure(const std::filesystem::path& path) {
@@ -26,8 +26,11 @@ Result<UniqueDescriptor> lockFile(const std::filesystem::path& path, std::chrono
     if (!lock) {
         return systemFailure(path);
     }
+    if (::flock(lock.get(), LOCK_EX | LOCK_NB) == 0) {
+        return lock;
+    }
     // flock itself knows no time limit. Its holder closes the file in the end, and that can be watched: the
-    // watch begins before the first attempt, so that no close is missed.
+    // watch begins before the next attempt, so that no close is missed.
     const UniqueDescriptor closes(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
     if (!closes || ::inotify_add_watch(closes.get(), path.c_str(), IN_CLOSE) < 0) {
         return systemFailure(path);
@@ -51,4 +54,4 @@ Result<UniqueDescriptor> lockFile(const std::filesystem::path& path, std::chrono
     return lock;
 }
 
-}  // namespace tarn::relay
+}  // namespace tarn
