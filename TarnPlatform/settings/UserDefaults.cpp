@@ -1,0 +1,136 @@
+#include "UserDefaults.h"
+
+#include <boost/json/string.hpp>
+#include <boost/json/value.hpp>
+#include <cmath>
+#include <cstdlib>
+#include <mutex>
+#include <utility>
+
+#include "SettingsStore.h"
+#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/text/Utf8.h"
+
+namespace tarn {
+namespace {
+
+namespace json = boost::json;
+
+std::filesystem::path standardPath() {
+    const auto variable = [](const char* name) -> std::string_view {
+        const char* const value = std::getenv(name);
+        return value != nullptr ? value : "";
+    };
+    // A relative path counts as unset, by the rules of these folders.
+    const std::filesystem::path configured = variable("XDG_CONFIG_HOME");
+    const auto folder = configured.is_absolute()
+                            ? configured
+                            : std::filesystem::path("/") / std::string(variable("HOME")) / ".config";
+    return folder / "tarn" / "settings.json";
+}
+
+struct Standard {
+    std::mutex mutex;
+    std::shared_ptr<UserDefaults> defaults;
+};
+
+Standard& currentStandard() {
+    static Standard standard;
+    return standard;
+}
+
+}  // namespace
+
+std::shared_ptr<UserDefaults> UserDefaults::standard() {
+    auto& standard = currentStandard();
+    const std::lock_guard lock(standard.mutex);
+    if (!standard.defaults) {
+        standard.defaults = open(standardPath());
+    }
+    return standard.defaults;
+}
+
+void UserDefaults::setStandard(std::shared_ptr<UserDefaults> defaults) {
+    auto& standard = currentStandard();
+    const std::lock_guard lock(standard.mutex);
+    standard.defaults.swap(defaults);
+}
+
+std::shared_ptr<UserDefaults> UserDefaults::open(const std::filesystem::path& path,
+                                                 std::chrono::milliseconds delay) {
+    return std::shared_ptr<UserDefaults>(
+        new UserDefaults(std::make_unique<SettingsStore>(std::filesystem::absolute(path), delay)));
+}
+
+std::shared_ptr<UserDefaults> UserDefaults::inMemory() {
+    return std::shared_ptr<UserDefaults>(new UserDefaults(std::make_unique<SettingsStore>()));
+}
+
+UserDefaults::UserDefaults(std::unique_ptr<SettingsStore> store) : store_(std::move(store)) {}
+
+UserDefaults::~UserDefaults() = default;
+
+bool UserDefaults::contains(std::string_view key) const {
+    return store_->valueOf(key, [](const json::value&) { return true; });
+}
+
+std::optional<std::string> UserDefaults::string(std::string_view key) const {
+    return store_->valueOf(key, [](const json::value& value) -> std::optional<std::string> {
+        return value.is_string() ? std::optional(std::string(value.get_string())) : std::nullopt;
+    });
+}
+
+std::optional<std::int64_t> UserDefaults::integer(std::string_view key) const {
+    return store_->valueOf(key, [](const json::value& value) -> std::optional<std::int64_t> {
+        // Fails for fractions and for what does not fit.
+        json::error_code error;
+        const auto number = value.is_number() ? value.to_number<std::int64_t>(error) : 0;
+        return value.is_number() && !error ? std::optional(number) : std::nullopt;
+    });
+}
+
+std::optional<double> UserDefaults::number(std::string_view key) const {
+    return store_->valueOf(key, [](const json::value& value) -> std::optional<double> {
+        return value.is_number() ? std::optional(value.to_number<double>()) : std::nullopt;
+    });
+}
+
+std::optional<bool> UserDefaults::boolean(std::string_view key) const {
+    return store_->valueOf(key, [](const json::value& value) -> std::optional<bool> {
+        return value.is_bool() ? std::optional(value.get_bool()) : std::nullopt;
+    });
+}
+
+void UserDefaults::set(std::string_view key, std::string_view value) {
+    if (!isUtf8(value)) {
+        logLine("[settings] the new text of \"" + std::string(key) + "\" is not UTF-8 and is not stored");
+        return;
+    }
+    store_->set(key, json::value(json::string(value)));
+}
+
+void UserDefaults::setBoolean(std::string_view key, bool value) {
+    store_->set(key, json::value(value));
+}
+
+void UserDefaults::setInteger(std::string_view key, std::int64_t value) {
+    store_->set(key, json::value(value));
+}
+
+void UserDefaults::setNumber(std::string_view key, double value) {
+    if (!std::isfinite(value)) {
+        logLine("[settings] the new value of \"" + std::string(key) + "\" is not finite and is not stored");
+        return;
+    }
+    store_->set(key, json::value(value));
+}
+
+void UserDefaults::remove(std::string_view key) {
+    store_->remove(key);
+}
+
+bool UserDefaults::synchronize() {
+    return store_->synchronize();
+}
+
+}  // namespace tarn

@@ -1,0 +1,144 @@
+// The language of the interface over real settings in a folder of the test's own.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QMetaEnum>
+#include <QMetaProperty>
+#include <cstdlib>
+
+#include "TarnApp/localization/LocalizationManager.h"
+#include "support/Program.h"
+
+namespace tarn {
+namespace {
+
+using testing::ElementsAre;
+
+class LocalizationTest : public testing::Test {
+protected:
+    LocalizationTest() {
+        for (const char* const name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES"}) {
+            ::unsetenv(name);
+        }
+        ::setenv("LANG", "de_DE.UTF-8", 1);
+        UserDefaults::setStandard(defaults_);
+    }
+    ~LocalizationTest() override { UserDefaults::setStandard(nullptr); }
+
+    const test::TemporaryFolder folder_;
+    const std::shared_ptr<UserDefaults> defaults_ = UserDefaults::open(folder_.file("settings.json"));
+};
+
+TEST_F(LocalizationTest, ReadsTheStoredPreferenceAfreshAndExactly) {
+    EXPECT_EQ(LanguagePreference::stored(), LanguagePreference::system);
+    for (const LanguagePreference preference : LanguagePreference::all) {
+        defaults_->set("app.language", preference.rawValue());
+        EXPECT_EQ(LanguagePreference::stored(), preference) << preference.rawValue();
+    }
+    for (const char* const other : {"fr", "EN", "zh", "zhhans", "zhHans ", ""}) {
+        defaults_->set("app.language", other);
+        EXPECT_EQ(LanguagePreference::stored(), LanguagePreference::system) << other;
+    }
+    defaults_->set("app.language", 1);
+    EXPECT_EQ(LanguagePreference::stored(), LanguagePreference::system);
+}
+
+TEST_F(LocalizationTest, ChoosesTheTextsByThePreferenceAndThenByTheFirstLanguageOfTheSystem) {
+    struct Row {
+        const char* stored;  // null: nothing
+        const char* system;
+        const char* text;
+    };
+    const Row rows[] = {
+        {nullptr, "zh_CN.UTF-8", "麦克风"},
+        {nullptr, "ZH_tw", "麦克风"},
+        {nullptr, "en_GB.UTF-8", "Microphone"},
+        {nullptr, "ja_JP", "Microphone"},
+        {nullptr, "", "Microphone"},
+        {"system", "zh_HK", "麦克风"},
+        {"en", "zh_CN", "Microphone"},
+        {"zhHans", "en_GB", "麦克风"},
+        {"fr", "zh", "麦克风"},
+    };
+    for (const auto& row : rows) {
+        defaults_->remove("app.language");
+        if (row.stored != nullptr) {
+            defaults_->set("app.language", row.stored);
+        }
+        ::setenv("LANG", row.system, 1);
+        EXPECT_EQ(text(LocKey::sourceMic), row.text) << row.system;
+    }
+    ::setenv("LANG", "fr_FR", 1);
+    ::setenv("LANGUAGE", "fr_FR:zh_Hans", 1);
+    defaults_->remove("app.language");
+    EXPECT_EQ(AppLanguage::systemDefault(), AppLanguage::en) << "only the first entry counts";
+}
+
+TEST_F(LocalizationTest, HasATextForEveryKeyInBothLanguages) {
+    EXPECT_EQ(allLocKeys.size(), 100U);
+    for (const auto key : allLocKeys) {
+        for (const auto language : {AppLanguage::en, AppLanguage::zh}) {
+            EXPECT_FALSE(text(key, language).empty()) << static_cast<int>(key);
+        }
+    }
+    // One of each end and what is easily mangled.
+    EXPECT_EQ(text(LocKey::modeSolo, AppLanguage::zh), "Solo");
+    EXPECT_EQ(text(LocKey::resetToDefault, AppLanguage::zh), "重置为 1.0×");
+    EXPECT_EQ(text(LocKey::langChinese, AppLanguage::en), "简体中文");
+    EXPECT_EQ(text(LocKey::errMicDenied, AppLanguage::zh),
+              "麦克风访问已关闭。请在「系统设置 → 隐私与安全性 → 麦克风」中开启 Tarn。");
+}
+
+TEST_F(LocalizationTest, PutsTheArgumentInThePlaceOfThePlaceholderAsItStands) {
+    const std::string email = "a$&%@b@example.org";
+    EXPECT_EQ(filled(text(LocKey::loginSignedInAs, AppLanguage::en), email), "Signed in as " + email);
+    EXPECT_EQ(filled(text(LocKey::loginSignedInAs, AppLanguage::zh), email), "已登录：" + email);
+    EXPECT_EQ(filled("no place", email), "no place");
+}
+
+TEST_F(LocalizationTest, StoresAChangeBeforeItAnnouncesItAndAChoiceOfTheSameNotAtAll) {
+    LocalizationManager manager;
+    std::vector<std::string> heard;
+    QObject::connect(&manager, &LocalizationManager::languageChanged, [&] {
+        heard.push_back(defaults_->string("app.language").value_or("none") + " " +
+                        manager.property("start").toString().toStdString() + " " +
+                        std::string(manager.language().rawValue()));
+    });
+    manager.setLanguage(LanguagePreference::system);
+    EXPECT_FALSE(defaults_->contains("app.language"));
+    manager.setLanguage(LanguagePreference::zhHans);
+    manager.setLanguage(LanguagePreference::zhHans);
+    EXPECT_THAT(heard, ElementsAre("zhHans 启动 zhHans"));
+    EXPECT_EQ(LocalizationManager().language(), LanguagePreference::zhHans) << "at the next start";
+    manager.setLanguage(LanguagePreference::system);
+    EXPECT_EQ(heard.back(), "system Start system");
+}
+
+TEST_F(LocalizationTest, GivesViewsAPropertyForEveryKeyThatChangesWithTheLanguage) {
+    LocalizationManager manager;
+    const auto& meta = LocalizationManager::staticMetaObject;
+    std::size_t texts = 0;
+    for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
+        const auto property = meta.property(i);
+        EXPECT_TRUE(property.hasNotifySignal()) << property.name();
+        if (property.metaType() == QMetaType::fromType<QString>()) {
+            EXPECT_EQ(property.read(&manager).toString().toStdString(), text(allLocKeys.at(texts++)))
+                << property.name();
+        }
+    }
+    EXPECT_EQ(texts, allLocKeys.size());
+
+    // As a view writes it: a plain number.
+    EXPECT_TRUE(manager.setProperty("language", 2));
+    EXPECT_EQ(manager.language(), LanguagePreference::zhHans);
+    std::vector<std::string> labels;
+    for (const auto& choice : manager.choices()) {
+        labels.push_back(std::to_string(choice.toMap()["preference"].toInt()) + " " +
+                         choice.toMap()["label"].toString().toStdString());
+    }
+    EXPECT_THAT(labels, ElementsAre("0 跟随系统", "1 English", "2 简体中文"));
+}
+
+}  // namespace
+}  // namespace tarn
