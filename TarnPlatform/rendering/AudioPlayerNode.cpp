@@ -1,0 +1,149 @@
+#include "AudioPlayerNode.h"
+
+#include <algorithm>
+#include <new>
+#include <optional>
+#include <utility>
+
+#include "TarnPlatform/logging/Log.h"
+
+namespace tarn {
+namespace {
+
+struct Item {
+    std::optional<PcmBuffer> buffer;  // none: the list's beginning
+    const float* samples = nullptr;
+    std::size_t length = 0;
+    std::atomic<Item*> next{nullptr};
+};
+
+}  // namespace
+
+/// The list. Its items belong to the callers, but none from `playing` on is freed while the list lives.
+struct AudioPlayerNode::Queue {
+    Queue() : oldest(new Item), newest(oldest), playing(oldest) {}
+    ~Queue() { freeUpTo(nullptr); }
+    Queue(const Queue&) = delete;
+    Queue& operator=(const Queue&) = delete;
+
+    void append(Item* item) {
+        scheduled.fetch_add(item->length, std::memory_order_relaxed);
+        newest->next.store(item, std::memory_order_release);
+        newest = item;
+    }
+
+    void freeUpTo(const Item* end) {
+        while (oldest != end) {
+            delete std::exchange(oldest, oldest->next.load(std::memory_order_relaxed));
+        }
+    }
+
+    std::size_t pullRt(std::span<float> out) noexcept {
+        auto* item = playing.load(std::memory_order_relaxed);
+        std::size_t count = 0;
+        while (count < out.size()) {
+            if (offset == item->length) {
+                auto* const next = item->next.load(std::memory_order_acquire);
+                if (next == nullptr) {
+                    break;
+                }
+                item = next;
+                offset = 0;
+            }
+            const auto part = std::min(out.size() - count, item->length - offset);
+            std::copy_n(item->samples + offset, part, out.data() + count);
+            offset += part;
+            count += part;
+        }
+        playing.store(item, std::memory_order_release);
+        played.fetch_add(count, std::memory_order_relaxed);
+        return count;
+    }
+
+    // The callers', under the lock.
+    Item* oldest;
+    Item* newest;
+    // The audio thread's.
+    std::atomic<Item*> playing;
+    std::size_t offset = 0;  // of `playing`, what has been played
+    bool fed = false;        // it has played and not run dry since
+
+    std::atomic<std::uint64_t> scheduled{0};
+    std::atomic<std::uint64_t> played{0};
+};
+
+AudioPlayerNode::AudioPlayerNode() : queue_(std::make_unique<Queue>()), current_(queue_.get()) {}
+AudioPlayerNode::~AudioPlayerNode() = default;
+
+void AudioPlayerNode::scheduleBuffer(PcmBuffer buffer) {
+    const bool fits =
+        std::as_const(buffer).floatChannelData() != nullptr && buffer.format().channelCount == 1;
+    auto* const item = fits ? new (std::nothrow) Item : nullptr;
+    if (item == nullptr) {
+        buffersRefused_.fetch_add(1, std::memory_order_relaxed);
+        logLine(fits ? "[player] no memory to queue a buffer"
+                     : "[player] cannot play a buffer of " + buffer.format().description());
+        return;
+    }
+    item->buffer = std::move(buffer);
+    item->samples = std::as_const(*item->buffer).floatChannelData();
+    item->length = item->buffer->frameLength();
+    const std::lock_guard lock(mutex_);
+    queue_->append(item);
+    freeLeftBehind();
+}
+
+void AudioPlayerNode::play() {
+    playing_.store(true);
+}
+
+void AudioPlayerNode::stop() {
+    auto empty = std::make_unique<Queue>();
+    const std::lock_guard lock(mutex_);
+    playing_.store(false);
+    current_.store(empty.get());
+    retired_.push_back(std::exchange(queue_, std::move(empty)));
+    freeLeftBehind();
+}
+
+void AudioPlayerNode::freeLeftBehind() {
+    queue_->freeUpTo(queue_->playing.load(std::memory_order_acquire));
+    // The audio thread names the list it is about to enter and then looks whether it is still the current
+    // one.
+    const auto* const inUse = inUse_.load();
+    std::erase_if(retired_, [inUse](const auto& queue) { return queue.get() != inUse; });
+}
+
+std::uint64_t AudioPlayerNode::queuedFrames() const {
+    const std::lock_guard lock(mutex_);
+    const auto played = queue_->played.load(std::memory_order_relaxed);
+    return queue_->scheduled.load(std::memory_order_relaxed) - played;
+}
+
+AudioPlayerNode::Counters AudioPlayerNode::counters() const {
+    return {.framesPlayed = framesPlayed_.load(std::memory_order_relaxed),
+            .ranDry = ranDry_.load(std::memory_order_relaxed),
+            .buffersRefused = buffersRefused_.load(std::memory_order_relaxed)};
+}
+
+std::size_t AudioPlayerNode::pullRt(std::span<float> out) noexcept {
+    if (!playing_.load()) {
+        return 0;
+    }
+    auto* const queue = current_.load();
+    inUse_.store(queue);
+    std::size_t count = 0;
+    // Otherwise it was stopped this moment, and there is nothing to play.
+    if (current_.load() == queue) {
+        count = queue->pullRt(out);
+        if (count < out.size() && (count > 0 || queue->fed)) {
+            ranDry_.fetch_add(1, std::memory_order_relaxed);
+        }
+        queue->fed = count == out.size() && (count > 0 || queue->fed);
+        framesPlayed_.fetch_add(count, std::memory_order_relaxed);
+    }
+    inUse_.store(nullptr);
+    return count;
+}
+
+}  // namespace tarn

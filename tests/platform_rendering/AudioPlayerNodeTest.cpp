@@ -1,0 +1,95 @@
+// The player node on samples that count, so that every lost, doubled or mixed one shows.
+
+#include "TarnPlatform/rendering/AudioPlayerNode.h"
+
+#include <gmock/gmock.h>
+
+#include "Playback.h"
+#include "TarnPlatform/logging/Log.h"
+
+namespace tarn {
+namespace {
+
+using test::counting;
+using test::playbackBuffer;
+using test::render;
+using testing::Each;
+
+std::vector<float> operator+(std::vector<float> first, const std::vector<float>& second) {
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
+}
+
+class AudioPlayerNodeInBlocks : public testing::TestWithParam<std::size_t> {};
+
+INSTANTIATE_TEST_SUITE_P(Of, AudioPlayerNodeInBlocks, testing::Values(1, 7, 240, 2400, 8192));
+
+TEST_P(AudioPlayerNodeInBlocks, PlaysBuffersBackToBackInOrderAndThenSilence) {
+    AudioPlayerNode player;
+    std::size_t total = 0;
+    for (const std::size_t length : {2400U, 1U, 0U, 777U, 4096U}) {
+        player.scheduleBuffer(playbackBuffer(counting(total + 1, length)));
+        total += length;
+    }
+    EXPECT_EQ(player.queuedFrames(), total);
+    player.play();
+    EXPECT_EQ(render(player, total + 500, GetParam()), counting(1, total) + std::vector<float>(500));
+    EXPECT_EQ(player.queuedFrames(), 0U);
+    EXPECT_EQ(player.counters().framesPlayed, total);
+    EXPECT_EQ(player.counters().ranDry, 1U);
+}
+
+TEST(AudioPlayerNode, WaitsForPlay) {
+    AudioPlayerNode player;
+    player.scheduleBuffer(playbackBuffer(counting(1, 100)));
+    EXPECT_THAT(render(player, 50), Each(0.0F));
+    player.play();
+    EXPECT_EQ(render(player, 100), counting(1, 100));
+    EXPECT_EQ(player.counters().ranDry, 0U);  // the next buffer may still be in time
+}
+
+TEST(AudioPlayerNode, DropsWhatIsQueuedAndBeingPlayedOnStop) {
+    AudioPlayerNode player;
+    player.play();
+    player.scheduleBuffer(playbackBuffer(counting(1, 1000)));
+    player.scheduleBuffer(playbackBuffer(counting(1001, 1000)));
+    EXPECT_EQ(render(player, 300), counting(1, 300));
+    player.stop();
+    EXPECT_EQ(player.queuedFrames(), 0U);
+    player.scheduleBuffer(playbackBuffer(counting(5001, 100)));
+    EXPECT_THAT(render(player, 300), Each(0.0F));
+    player.play();
+    EXPECT_EQ(render(player, 100), counting(5001, 100));
+}
+
+TEST(AudioPlayerNode, CountsEachTimeTheQueueEndsOnce) {
+    AudioPlayerNode player;
+    player.play();
+    render(player, 480);  // nothing has begun, so nothing ends
+    for (int utterance = 0; utterance < 3; ++utterance) {
+        player.scheduleBuffer(playbackBuffer(counting(1, 240)));
+        render(player, 960);
+    }
+    EXPECT_EQ(player.counters().ranDry, 3U);
+}
+
+TEST(AudioPlayerNode, RefusesWhatItCannotPlayWithALineAndPlaysTheRest) {
+    std::vector<std::string> lines;
+    setLogSink([&](std::string_view line) { lines.emplace_back(line); });
+    AudioPlayerNode player;
+    player.play();
+    AudioFormat stereo = playbackBuffer({0}).format();
+    stereo.channelCount = 2;
+    AudioFormat integers = playbackBuffer({0}).format();
+    integers.commonFormat = CommonFormat::int16;
+    player.scheduleBuffer(test::bufferOf(stereo, {counting(1, 10), counting(1, 10)}));
+    player.scheduleBuffer(test::bufferOf(integers, {counting(1, 10)}));
+    player.scheduleBuffer(playbackBuffer(counting(1, 10)));
+    setLogSink({});
+    EXPECT_EQ(render(player, 20), counting(1, 10) + std::vector<float>(10));
+    EXPECT_EQ(player.counters().buffersRefused, 2U);
+    EXPECT_THAT(lines, testing::ElementsAre(testing::HasSubstr("2 ch"), testing::HasSubstr("Int16")));
+}
+
+}  // namespace
+}  // namespace tarn
