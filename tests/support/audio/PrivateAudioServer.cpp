@@ -284,7 +284,13 @@ SessionProgram PrivateAudioServer::run(const std::vector<std::string>& command) 
 std::optional<std::string> PrivateAudioServer::answer(const std::vector<std::string>& command) {
     const auto log = newFile(".log");
     SessionProgram program(command, environmentWith({{"LC_ALL", "C"}}), log);
-    const bool isWell = program.wait(std::chrono::seconds(5)) == 0;
+    bool isWell = false;
+    try {
+        isWell = program.wait(std::chrono::seconds(5)) == 0;
+    } catch (const std::runtime_error&) {
+        // A client that meets a server in its first moment may wait for ever: who asks again gets an answer.
+        program.kill();
+    }
     auto text = program.output();
     std::filesystem::remove(log);
     return isWell ? std::optional(std::move(text)) : std::nullopt;

@@ -67,7 +67,7 @@ public:
 
     /// Starts a client (pw-cat, pw-link, pactl, ...) in this session.
     SessionProgram run(const std::vector<std::string>& command);
-    /// What a client printed; nothing where it failed. Throws when it takes more than 5 s.
+    /// What a client printed; nothing where it failed or took more than 5 s.
     std::optional<std::string> answer(const std::vector<std::string>& command);
     /// Whether the graph has a node of this name.
     bool hasNode(const std::string& name);
