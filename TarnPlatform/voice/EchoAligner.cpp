@@ -1,0 +1,144 @@
+#include "EchoAligner.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tarn {
+namespace {
+
+constexpr double rate = 16000;
+constexpr std::size_t lookEvery = 4000;  // samples: four times a second
+constexpr std::size_t lookBehind =
+    4800;                        // samples that a look ends before now: the reference has come by then
+constexpr double earliest = 32;  // samples: the echo's peak must not lie nearer to the filter's begin,
+constexpr double latest = 400;   // nor further behind: what is not rendered yet must not be read
+constexpr double wanted = 160;   // where the peak is put
+constexpr double moved = 48;     // samples: nearer peaks are the same echo
+constexpr int looksForMove = 2;
+constexpr float fainter = 0.6F;       // of the new peak: the old one has gone
+constexpr double driftGain = 0.8;     // of the slope, at each correction
+constexpr double leastSpan = 2.5;     // seconds of measurements for a slope
+constexpr double leastCertainty = 8;  // standard deviations; looks that follow one another are much alike
+constexpr double outlier = 1;         // samples from one look to the next
+constexpr double mostDrift = 500e-6;
+
+}  // namespace
+
+EchoAligner::EchoAligner(const ReferenceTrack& track, std::size_t hop)
+    : track_(track),
+      hop_(hop),
+      microphone_(DelayEstimator::microphoneLength + lookBehind),
+      reference_(DelayEstimator::referenceLength) {}
+
+void EchoAligner::pair(double position) {
+    position_ = position;
+    sinceMove_ = 0;
+    estimator_.reset();
+    forgetDrift();
+}
+
+void EchoAligner::shift(double samples) {
+    pair(position_ + samples);
+}
+
+bool EchoAligner::run(std::span<const float> microphone, std::span<float> reference) {
+    std::copy(microphone_.begin() + static_cast<std::ptrdiff_t>(hop_), microphone_.end(),
+              microphone_.begin());
+    std::ranges::copy(microphone, microphone_.end() - static_cast<std::ptrdiff_t>(hop_));
+    track_.read(position_ - offset_, step_, reference);
+    position_ += step_ * static_cast<double>(hop_);
+    sinceMove_ += hop_;
+    sinceLook_ += hop_;
+    now_ += static_cast<double>(hop_) / rate;
+    // A look must see one pairing only.
+    if (sinceLook_ < lookEvery || sinceMove_ < DelayEstimator::microphoneLength + lookBehind) {
+        return false;
+    }
+    sinceLook_ = 0;
+    return look();
+}
+
+bool EchoAligner::look() {
+    const double end = position_ - step_ * static_cast<double>(lookBehind);
+    track_.read(end - static_cast<double>(DelayEstimator::referenceLength), 1, reference_);
+    const auto found =
+        estimator_.look(reference_, std::span(microphone_).first(DelayEstimator::microphoneLength));
+    return found && follow(*found);
+}
+
+bool EchoAligner::follow(const DelayEstimator::Found& found) {
+    const bool first = anchor_ < 0;
+    if (!first && std::abs(found.delay - delay()) < moved) {
+        candidate_ = -1;
+        const double exact = estimator_.refined(delay());
+        if (std::abs(exact - delay()) < outlier) {
+            measureDrift(exact);
+        }
+        anchor_ = exact - offset_;
+        return false;
+    }
+    if (!first && estimator_.strengthAt(delay()) > fainter * found.strength) {
+        return false;  // another reflection of the same echo
+    }
+    seen_ = candidate_ >= 0 && std::abs(candidate_ - found.delay) < moved ? seen_ + 1 : 1;
+    candidate_ = found.delay;
+    if (seen_ < looksForMove) {
+        return false;
+    }
+    candidate_ = -1;
+    forgetDrift();
+    if (!first) {
+        // The echo moved as a whole: what was learnt of the room is still right.
+        offset_ = found.delay - anchor_;
+        return true;
+    }
+    const double behind = found.delay - offset_;
+    const bool outside = behind < earliest || behind > latest;
+    if (outside) {
+        offset_ = found.delay - wanted;
+    }
+    anchor_ = found.delay - offset_;
+    return outside;
+}
+
+// Least squares of the delay over time.
+void EchoAligner::measureDrift(double delay) {
+    if (measuredCount_ == measured_.size()) {
+        std::copy(measured_.begin() + 1, measured_.end(), measured_.begin());
+        --measuredCount_;
+    }
+    measured_[measuredCount_++] = {.when = now_, .delay = delay};
+    const double span = now_ - measured_.front().when;
+    if (span < leastSpan || measuredCount_ < 8) {
+        return;
+    }
+    double meanWhen = 0;
+    double meanDelay = 0;
+    const auto count = static_cast<double>(measuredCount_);
+    for (std::size_t i = 0; i < measuredCount_; ++i) {
+        meanWhen += measured_[i].when / count;
+        meanDelay += measured_[i].delay / count;
+    }
+    double xy = 0;
+    double xx = 0;
+    for (std::size_t i = 0; i < measuredCount_; ++i) {
+        const double x = measured_[i].when - meanWhen;
+        xy += x * (measured_[i].delay - meanDelay);
+        xx += x * x;
+    }
+    const double slope = xy / xx / rate;
+    double residual = 0;
+    for (std::size_t i = 0; i < measuredCount_; ++i) {
+        const double x = measured_[i].when - meanWhen;
+        const double error = measured_[i].delay - meanDelay - slope * rate * x;
+        residual += error * error / count;
+    }
+    // A slope that the scatter alone would explain is none.
+    if (std::abs(slope) * rate < leastCertainty * std::sqrt(residual / xx)) {
+        return;
+    }
+    step_ = std::clamp(step_ - driftGain * slope, 1 - mostDrift, 1 + mostDrift);
+    forgetDrift();
+}
+
+}  // namespace tarn

@@ -1,0 +1,86 @@
+#include "LevelControl.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cmath>
+
+namespace tarn {
+namespace {
+
+constexpr float targetPower = 0.005F;  // of speech: -23 dB of full scale, while somebody speaks
+constexpr float firstSpeechPower = 0.005F;
+constexpr float mostGain = 16.0F;   // 24 dB
+constexpr float leastGain = 0.25F;  // -12 dB
+constexpr float riseDbPerSecond = 6.0F;
+constexpr float fallDbPerSecond = 12.0F;
+constexpr float speechSeconds = 1.5F;      // over which the level of speech is averaged
+constexpr float leastNearness = 0.4F;      // a block that counts as speech
+constexpr float aboveNoise = 8.0F;         // and is louder than the noise by 9 dB
+constexpr float leastSpeechPower = 1e-7F;  // -70 dB: quieter is nobody
+constexpr float noiseRiseDbPerSecond = 6.0F;
+constexpr int settlingBlocks = 10;  // at first the filters before this are still filling
+constexpr float ceiling = 0.97F;
+constexpr float limitReleaseSeconds = 0.15F;
+
+float decibelsToFactor(float decibels) {
+    return std::pow(10.0F, decibels / 20);
+}
+
+}  // namespace
+
+LevelControl::LevelControl(std::size_t block, double rate)
+    : block_(block),
+      seconds_(static_cast<float>(static_cast<double>(block) / rate)),
+      waiting_(block),
+      speechPower_(firstSpeechPower),
+      noisePower_(1.0F) {}
+
+void LevelControl::follow(float power, float nearness) {
+    if (settled_ < settlingBlocks) {
+        ++settled_;
+        return;
+    }
+    // The noise is the quietest of late: it falls at once and rises slowly.
+    noisePower_ =
+        std::min(power, noisePower_ * decibelsToFactor(2 * noiseRiseDbPerSecond * seconds_)) + 1e-10F;
+    const bool speech =
+        nearness > leastNearness && power > aboveNoise * noisePower_ && power > leastSpeechPower;
+    if (speech) {
+        // The first words count more: who begins quietly is not quiet for long.
+        heard_ = std::min(heard_ + seconds_, speechSeconds);
+        speechPower_ += (power - speechPower_) * std::max(seconds_ / std::max(heard_, 0.2F), 0.0F);
+        const float wanted = std::clamp(std::sqrt(targetPower / speechPower_), leastGain, mostGain);
+        gain_ = std::clamp(wanted, gain_ * decibelsToFactor(-fallDbPerSecond * seconds_),
+                           gain_ * decibelsToFactor(riseDbPerSecond * seconds_));
+    }
+}
+
+void LevelControl::run(std::span<float> samples, float nearness) {
+    assert(samples.size() == block_);
+    float power = 0;
+    for (const float sample : samples) {
+        power += sample * sample;
+    }
+    const float before = gain_;
+    follow(power / static_cast<float>(block_), nearness);
+    const float slope = (gain_ - before) / static_cast<float>(block_);
+    float peak = 0;
+    for (std::size_t i = 0; i < block_; ++i) {
+        samples[i] *= before + slope * static_cast<float>(i + 1);
+        peak = std::max(peak, std::abs(samples[i]));
+    }
+    // The factor runs straight from block to block, and at every joint it is low enough for both neighbours.
+    const float needed = peak > ceiling ? ceiling / peak : 1.0F;
+    const float released = std::min(1.0F, limit_ + seconds_ / limitReleaseSeconds);
+    const float next = std::min({waitingLimit_, needed, released});
+    const float limitSlope = (next - limit_) / static_cast<float>(block_);
+    for (std::size_t i = 0; i < block_; ++i) {
+        const float out = waiting_[i] * (limit_ + limitSlope * static_cast<float>(i));
+        waiting_[i] = samples[i];
+        samples[i] = std::clamp(out, -1.0F, 1.0F);
+    }
+    limit_ = next;
+    waitingLimit_ = needed;
+}
+
+}  // namespace tarn

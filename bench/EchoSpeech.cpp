@@ -1,0 +1,164 @@
+#include "EchoSpeech.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include "TarnPlatform/audio/RateConverter.h"
+#include "TarnPlatform/audio/SoundFile.h"
+#include "support/EchoRoom.h"
+
+namespace tarn::bench {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr double pause = 0.8;  // seconds
+
+constexpr const char* recordings = "/usr/share/pocketsphinx/test/data/librivox/";
+
+struct Sentence {
+    const char* voice;
+    const char* text;
+};
+
+constexpr Sentence sentences[] = {
+    {"awb", "the meeting will begin in ten minutes"},
+    {"slt", "please send me the report before the end of the week"},
+    {"rms", "we need to talk about the money for next year"},
+    {"awb", "she left the keys on the table in the kitchen"},
+    {"slt", "the train to the city leaves at seven in the morning"},
+    {"rms", "can you tell me where the nearest hospital is"},
+    {"awb", "they have been working on this problem for a long time"},
+    {"slt", "it was raining when we came home last night"},
+    {"rms", "the children are playing in the garden behind the house"},
+    {"awb", "i would like to have a cup of coffee and some bread"},
+    {"slt", "nobody knows what will happen after the election"},
+    {"rms", "my brother is going to buy a new car in the summer"},
+};
+
+constexpr const char* dub =
+    "La reunión comenzará dentro de diez minutos. Por favor, envíeme el informe antes del fin de semana. "
+    "Tenemos que hablar del dinero para el próximo año. Ella dejó las llaves sobre la mesa de la cocina. "
+    "El tren para la ciudad sale a las siete de la mañana. ¿Puede decirme dónde está el hospital más "
+    "cercano? "
+    "Han trabajado en este problema durante mucho tiempo. Estaba lloviendo cuando llegamos a casa anoche. "
+    "Los niños juegan en el jardín detrás de la casa. Quisiera tomar una taza de café con un poco de pan. "
+    "Nadie sabe qué pasará después de las elecciones. Mi hermano va a comprar un coche nuevo en el verano.";
+
+/// A folder that goes with this object.
+class Folder {
+public:
+    Folder() {
+        std::string pattern = fs::temp_directory_path() / "echo-speech-XXXXXX";
+        if (mkdtemp(pattern.data()) == nullptr) {
+            throw std::runtime_error("cannot make a temporary folder");
+        }
+        path_ = pattern;
+    }
+    ~Folder() {
+        std::error_code ignored;
+        fs::remove_all(path_, ignored);
+    }
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+    std::string file(const char* name) const { return path_ / name; }
+
+private:
+    fs::path path_;
+};
+
+std::vector<float> soundOf(const std::string& path) {
+    auto reader = SoundFileReader::open(path);
+    if (!reader) {
+        throw std::runtime_error(reader.error().description);
+    }
+    auto converter = RateConverter::make(reader->format().sampleRate, test::roomRate).value();
+    std::vector<float> samples;
+    std::vector<float> part(1 << 16);
+    while (true) {
+        const auto buffer = reader->read(16384).value();
+        if (buffer.frameLength() == 0) {
+            return samples;
+        }
+        converter.write({buffer.floatChannelData(), buffer.frameLength()});
+        while (const auto count = converter.read(part)) {
+            samples.insert(samples.end(), part.begin(), part.begin() + static_cast<std::ptrdiff_t>(count));
+        }
+    }
+}
+
+std::vector<float> spokenBy(const std::string& command, const Folder& folder) {
+    // The commands are made of this file's own constants.
+    if (std::system(command.c_str()) != 0) {  // NOLINT(bugprone-command-processor,cert-env33-c)
+        throw std::runtime_error("failed: " + command);
+    }
+    return soundOf(folder.file("voice.wav"));
+}
+
+void scaleTo(std::vector<float>& samples, double rms) {
+    const double scale = rms / test::rmsOf(samples);
+    for (float& sample : samples) {
+        sample = static_cast<float>(static_cast<double>(sample) * scale);
+    }
+}
+
+void add(Talk& talk, std::vector<float> samples, const std::string& words, double rms) {
+    scaleTo(samples, rms);
+    talk.samples.insert(talk.samples.end(), samples.begin(), samples.end());
+    talk.samples.resize(talk.samples.size() + static_cast<std::size_t>(pause * test::roomRate));
+    talk.spoken.insert(talk.spoken.end(), samples.begin(), samples.end());
+    talk.words += words + ' ';
+}
+
+// Lines such as: <s> he was not an ill disposed young man </s> (name)
+void addRecordings(Talk& talk, double rms) {
+    std::ifstream transcription(std::string(recordings) + "transcription");
+    std::string line;
+    while (std::getline(transcription, line)) {
+        const auto begin = line.find("<s> ");
+        const auto end = line.find(" </s> (");
+        if (begin == std::string::npos || end == std::string::npos) {
+            continue;
+        }
+        const auto name = line.substr(end + 7, line.rfind(')') - end - 7);
+        add(talk, soundOf(recordings + name + ".wav"), line.substr(begin + 4, end - begin - 4), rms);
+    }
+    if (talk.words.empty()) {
+        throw std::runtime_error("pocketsphinx-testdata is not installed");
+    }
+}
+
+}  // namespace
+
+Talk nearTalk(double rms) {
+    Talk talk;
+    addRecordings(talk, rms);
+    const Folder folder;
+    for (const auto& [voice, text] : sentences) {
+        std::ostringstream command;
+        command << "flite -voice " << voice << " -t '" << text << "' -o " << folder.file("voice.wav");
+        add(talk, spokenBy(command.str(), folder), text, rms);
+    }
+    return talk;
+}
+
+std::vector<float> farTalk(double seconds, double rms) {
+    const Folder folder;
+    std::vector<float> all;
+    const auto length = static_cast<std::size_t>(seconds * test::roomRate);
+    const auto part =
+        spokenBy("espeak-ng -v es -s 170 -w " + folder.file("voice.wav") + " '" + dub + "'", folder);
+    while (all.size() < length) {
+        all.insert(all.end(), part.begin(), part.end());
+    }
+    all.resize(length);
+    scaleTo(all, rms);
+    return all;
+}
+
+}  // namespace tarn::bench
