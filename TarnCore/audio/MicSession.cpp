@@ -1,48 +1,189 @@
 #include "MicSession.h"
 
-#include <cstddef>
-#include <cstdint>
+#include <unistd.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "AudioDevices.h"
+#include "MicPermission.h"
+#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/text/DecimalText.h"
 
 namespace tarn {
 namespace {
 
-template <typename Sample>
-void copyFirstChannel(const Sample* from, std::size_t stride, std::size_t frames, Sample* to) {
-    for (std::size_t i = 0; i < frames; ++i) {
-        to[i] = from[i * stride];
-    }
+constexpr std::uint32_t tapFrames = 1024;
+
+const char* text(bool value) {
+    return value ? "true" : "false";
+}
+
+bool isMainThread() {
+    return ::gettid() == ::getpid();
+}
+
+std::string text(const AudioFormat& format) {
+    return decimalText(format.sampleRate) + "Hz " + std::to_string(format.channelCount) + "ch";
+}
+
+std::unexpected<MicError> invalid(const AudioFormat& format) {
+    return std::unexpected(MicError{MicError::InvalidInputFormat{format.sampleRate, format.channelCount}});
+}
+
+std::unexpected<MicError> engineFailed(std::string message) {
+    return std::unexpected(MicError{MicError::EngineFailed{std::move(message)}});
+}
+
+bool isUsable(const AudioFormat& format) {
+    return format.sampleRate > 0 && format.channelCount != 0;
 }
 
 }  // namespace
 
-std::optional<PcmBuffer> MicSession::extractChannel0(const PcmBuffer& buffer) {
-    const auto& format = buffer.format();
-    auto mono = PcmBuffer::make({format.commonFormat, format.sampleRate, 1, false, std::nullopt},
-                                buffer.frameCapacity());
-    if (!mono) {
-        return std::nullopt;
+MicSession::MicSession() : MicSession(Parts()) {}
+
+MicSession::MicSession(Parts parts)
+    : engine_(std::move(parts.engine)), hardware_(*parts.hardware), access_(*parts.access) {}
+
+std::expected<void, MicError> MicSession::start(float rate, bool voiceProcessing,
+                                                const std::optional<std::string>& preferredDeviceUID) {
+    logLine(std::string("[mic] start() entered. mainThread=") + text(isMainThread()) +
+            " vp=" + text(voiceProcessing) + " preferredUID=" + preferredDeviceUID.value_or("<nil>"));
+
+    const AuthorizationStatus status = MicPermission::status(access_);
+    const bool authorized = status == AuthorizationStatus::authorized;
+    logLine("[mic] permission status raw=" + std::to_string(static_cast<int>(status)) +
+            " (authorized=" + text(authorized) + ")");
+    if (!authorized) {
+        return std::unexpected(MicError{MicError::PermissionDenied()});
     }
-    const auto frames = buffer.frameLength();
-    mono->setFrameLength(frames);
-    if (frames == 0) {
-        return mono;
+
+    probe("EARLY input format: ");
+    if (preferredDeviceUID) {
+        if (auto routed = route(*preferredDeviceUID); !routed) {
+            return routed;
+        }
     }
-    const std::size_t stride = format.interleaved ? format.channelCount : 1;
-    switch (format.commonFormat) {
-        case CommonFormat::float32:
-            copyFirstChannel(buffer.floatChannelData(), stride, frames, mono->floatChannelData());
-            return mono;
-        case CommonFormat::int16:
-            copyFirstChannel(buffer.int16ChannelData(), stride, frames, mono->int16ChannelData());
-            return mono;
-        case CommonFormat::int32:
-            copyFirstChannel(buffer.int32ChannelData(), stride, frames, mono->int32ChannelData());
-            return mono;
-        case CommonFormat::float64:
-        case CommonFormat::other:
-            break;
+    if (const AudioFormat format = probe("FINAL probe format: "); !isUsable(format)) {
+        return invalid(format);
     }
-    return std::nullopt;
+    chain_.connect(*engine_, rate);
+    if (voiceProcessing) {
+        enableVoiceProcessing();
+    }
+    if (auto tapped = installTap(); !tapped) {
+        return tapped;
+    }
+    return startEngine();
+}
+
+AudioFormat MicSession::probe(const char* label) {
+    AudioFormat format = engine_->inputNode().inputFormat(0);
+    logLine("[mic] " + std::string(label) + text(format));
+    return format;
+}
+
+MicSession::Step MicSession::route(const std::string& uid) {
+    const auto inputs = AudioDevices::inputs(hardware_);
+    const auto device = std::ranges::find(inputs, uid, &AudioInputDevice::id);
+    if (device == inputs.end()) {
+        return {};
+    }
+    const auto standard = AudioDevices::defaultInput(hardware_);
+    if (standard && standard->id == uid) {
+        logLine("[mic] preferred UID == system default; skipping setProperty");
+        return {};
+    }
+    logLine("[mic] routing input to device: " + device->name + " (uid=" + uid + ")");
+    auto set = setInputDevice(*engine_, device->deviceID);
+    if (set) {
+        probe("after setDevice format: ");
+    }
+    return set;
+}
+
+MicSession::Step MicSession::setInputDevice(AudioEngine& engine, std::uint32_t deviceID) {
+    AudioUnit* const unit = engine.inputNode().audioUnit();
+    if (unit == nullptr) {
+        return engineFailed("inputNode.audioUnit is nil");
+    }
+    if (const int status = unit->setCurrentDevice(deviceID); status != 0) {
+        return engineFailed("setProperty(CurrentDevice) failed status=" + std::to_string(status));
+    }
+    return {};
+}
+
+void MicSession::enableVoiceProcessing() {
+    AudioInputNode& input = engine_->inputNode();
+    if (const auto enabled = input.setVoiceProcessingEnabled(true); !enabled) {
+        logLine("[mic] voice processing unavailable: " + enabled.error().description +
+                "; proceeding without AEC");
+        return;
+    }
+    voiceProcessingOn_ = true;
+    const AudioFormat format = probe("after VP enable: ");
+    if (format.sampleRate == 0 || format.channelCount == 0) {
+        logLine("[mic] VP corrupted input format — rolling back");
+        disableVoiceProcessing();
+    }
+}
+
+void MicSession::disableVoiceProcessing() {
+    // What cannot be disabled has done its harm already.
+    [[maybe_unused]] const auto disabled = engine_->inputNode().setVoiceProcessingEnabled(false);
+    voiceProcessingOn_ = false;
+}
+
+MicSession::Step MicSession::installTap() {
+    AudioInputNode& input = engine_->inputNode();
+    const AudioFormat format = input.inputFormat(0);
+    logLine("[mic] tap format: " + text(format) + " vp=" + text(voiceProcessingOn_));
+    if (!isUsable(format)) {
+        return invalid(format);
+    }
+    input.installTap(0, tapFrames, format, [weak = weak_from_this()](const PcmBuffer& buffer) {
+        if (const auto self = weak.lock()) {
+            self->captured(buffer);
+        }
+    });
+    tapInstalled_ = true;
+    return {};
+}
+
+MicSession::Step MicSession::startEngine() {
+    engine_->prepare();
+    if (const auto started = engine_->start(); !started) {
+        stop();
+        return engineFailed(started.error().description);
+    }
+    chain_.play();
+    return {};
+}
+
+void MicSession::captured(const PcmBuffer& buffer) {
+    const auto first = buffer.format().channelCount >= 2 ? extractChannel0(buffer) : std::nullopt;
+    const PcmBuffer& taken = first ? *first : buffer;
+    if (onPCM) {
+        onPCM(taken);
+    }
+    if (onLevel) {
+        onLevel(rms(taken));
+    }
+}
+
+void MicSession::stop() {
+    chain_.stop();
+    AudioInputNode& input = engine_->inputNode();
+    if (std::exchange(tapInstalled_, false)) {
+        input.removeTap(0);
+    }
+    if (engine_->isRunning()) {
+        engine_->stop();
+    }
+    if (voiceProcessingOn_) {
+        disableVoiceProcessing();
+    }
 }
 
 }  // namespace tarn

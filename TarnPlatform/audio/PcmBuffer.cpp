@@ -37,6 +37,15 @@ std::byte* PcmBuffer::plane(CommonFormat type, std::uint32_t index) const {
                                                                 : nullptr;
 }
 
+std::span<std::byte> PcmBuffer::bytes(std::uint32_t index) {
+    std::byte* const first = plane(format_.commonFormat, index);
+    if (first == nullptr) {
+        return {};
+    }
+    const std::size_t perFrame = format_.bytesPerSample() * (format_.channelCount / planeCount());
+    return {first, frameLength_ * perFrame};
+}
+
 const float* PcmBuffer::floatChannelData(std::uint32_t index) const {
     return reinterpret_cast<const float*>(plane(CommonFormat::float32, index));
 }

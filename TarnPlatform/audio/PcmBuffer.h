@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <memory>
 #include <optional>
+#include <span>
 
 #include "AudioFormat.h"
 
@@ -42,6 +43,10 @@ public:
     std::int16_t* int16ChannelData(std::uint32_t plane = 0);
     const std::int32_t* int32ChannelData(std::uint32_t plane = 0) const;
     std::int32_t* int32ChannelData(std::uint32_t plane = 0);
+
+    /// The samples of a plane up to the frame length, whatever their type. No such plane: empty. Valid until
+    /// the frame length changes.
+    std::span<std::byte> bytes(std::uint32_t plane = 0);
 
 private:
     struct Free {

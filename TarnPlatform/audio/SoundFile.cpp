@@ -8,55 +8,26 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <string_view>
 #include <utility>
 
 #include "RateConverter.h"
+#include "SoundFileHandle.h"
 
 namespace tarn {
 namespace {
 
-constexpr std::uint64_t mostWavBytes = 0xFFFF'0000;  // of samples: the header's fields have 32 bits
-
-/// An open descriptor and libsndfile's state over it.
-struct OpenFile {
-    OpenFile(int fd) : descriptor(fd) {}
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
-    ~OpenFile() {
-        if (sound != nullptr) {
-            sf_close(sound);
-        }
-        if (descriptor >= 0) {
-            ::close(descriptor);
-        }
-    }
-
-    int descriptor;
-    SNDFILE* sound = nullptr;
-};
-
 std::unexpected<Error> failed(ErrorKind kind, const std::string& path, const std::string& reason) {
-    return failure(kind, path + ": " + reason);
+    return soundFileFailure(kind, path, reason);
 }
 
 std::string systemReason() {
     return std::strerror(errno);
 }
 
-// libsndfile's words without its full stop.
-std::string soundReason(SNDFILE* sound) {
-    std::string text = sf_strerror(sound);
-    while (!text.empty() && std::string_view(".\n ").find(text.back()) != std::string_view::npos) {
-        text.pop_back();
-    }
-    return text;
-}
-
 }  // namespace
 
-struct SoundFileReader::File : OpenFile {
-    using OpenFile::OpenFile;
+struct SoundFileReader::File : SoundFileHandle {
+    using SoundFileHandle::SoundFileHandle;
 };
 
 SoundFileReader::SoundFileReader(std::unique_ptr<File> file, AudioFormat format, std::string path)
@@ -118,41 +89,22 @@ Result<PcmBuffer> SoundFileReader::read(std::uint32_t frames) {
     return std::move(*buffer);
 }
 
-struct SoundFileWriter::File : OpenFile {
-    using OpenFile::OpenFile;
-};
-
-SoundFileWriter::SoundFileWriter(std::unique_ptr<File> file, std::string path)
+SoundFileWriter::SoundFileWriter(std::unique_ptr<SoundFileHandle> file, std::string path)
     : file_(std::move(file)), path_(std::move(path)) {}
 SoundFileWriter::SoundFileWriter(SoundFileWriter&&) noexcept = default;
 SoundFileWriter& SoundFileWriter::operator=(SoundFileWriter&&) noexcept = default;
 SoundFileWriter::~SoundFileWriter() = default;
 
 Result<SoundFileWriter> SoundFileWriter::create(const std::string& path, std::uint32_t sampleRate) {
-    // Emptied only once it is known to be a file.
-    auto file =
-        std::make_unique<File>(::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0600));
-    struct stat status{};
-    if (file->descriptor < 0 || ::fstat(file->descriptor, &status) != 0) {
-        return failed(ErrorKind::system, path, systemReason());
-    }
-    if (!S_ISREG(status.st_mode)) {
-        return failed(ErrorKind::invalidInput, path, "is not a regular file");
-    }
-    if (::fchmod(file->descriptor, 0600) != 0 || ::ftruncate(file->descriptor, 0) != 0) {
-        return failed(ErrorKind::system, path, systemReason());
-    }
     SF_INFO info{};
     info.samplerate = static_cast<int>(sampleRate);
     info.channels = 1;
     info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
-    file->sound = sf_open_fd(file->descriptor, SFM_WRITE, &info, SF_FALSE);
-    if (file->sound == nullptr) {
-        return failed(ErrorKind::system, path, "cannot be written (" + soundReason(nullptr) + ")");
+    auto file = SoundFileHandle::create(path, info);
+    if (!file) {
+        return std::unexpected(file.error());
     }
-    sf_command(file->sound, SFC_SET_UPDATE_HEADER_AUTO, nullptr, SF_TRUE);
-    sf_command(file->sound, SFC_UPDATE_HEADER_NOW, nullptr, 0);
-    return SoundFileWriter(std::move(file), path);
+    return SoundFileWriter(std::move(*file), path);
 }
 
 Result<void> SoundFileWriter::write(std::span<const std::byte> pcm) {

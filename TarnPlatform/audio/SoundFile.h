@@ -12,6 +12,8 @@
 
 namespace tarn {
 
+struct SoundFileHandle;
+
 /// Reads a sound file of any kind and sample type that libsndfile knows (WAV, FLAC, Ogg, AIFF, …) as Float32.
 ///
 /// A file that was cut short, or whose header claims more than there is, is read as far as it goes. Only
@@ -61,11 +63,9 @@ public:
     Result<void> write(std::span<const std::byte> pcm);
 
 private:
-    struct File;
+    SoundFileWriter(std::unique_ptr<SoundFileHandle> file, std::string path);
 
-    SoundFileWriter(std::unique_ptr<File> file, std::string path);
-
-    std::unique_ptr<File> file_;
+    std::unique_ptr<SoundFileHandle> file_;
     std::string path_;
     std::uint64_t bytes_ = 0;
 };

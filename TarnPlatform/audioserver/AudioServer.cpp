@@ -251,6 +251,11 @@ Result<void> AudioServer::roundTrip() {
     return {};
 }
 
+Result<void> AudioServer::reach() {
+    const Lock lock(*this);
+    return connect();
+}
+
 Result<Graph> AudioServer::snapshot() {
     const Lock lock(*this);
     Result<void> fresh = connect();
@@ -286,6 +291,12 @@ std::unique_ptr<AudioServer::Timer> AudioServer::startTimer(std::chrono::millise
 
 const Graph& AudioServer::graph() const {
     return connection_ == nullptr ? none_ : connection_->mirror->graph();
+}
+
+void AudioServer::setSoftVolumes(GraphId node, std::span<const float> factors) {
+    if (core() != nullptr) {
+        connection_->mirror->setSoftVolumes(node, factors);
+    }
 }
 
 pw_core* AudioServer::core() const {

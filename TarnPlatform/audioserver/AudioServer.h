@@ -3,6 +3,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "Graph.h"
@@ -58,6 +59,10 @@ public:
     /// How long the server may take to answer before a caller is told so.
     static constexpr std::chrono::milliseconds answerLimit{2000};
 
+    /// Connects where there is no connection, which takes no time worth waiting for. Fails when there is no
+    /// server. Thread: any but the loop.
+    Result<void> reach();
+
     /// Reads the graph afresh, connecting first where there is no connection. Fails when there is no server
     /// or it does not answer. Blocks for `answerLimit` at most. Thread: any but the loop.
     Result<Graph> snapshot();
@@ -83,6 +88,10 @@ public:
     const Graph& graph() const;
     /// The connection, or null while there is none. Requires: a Lock; valid while it is held.
     pw_core* core() const;
+
+    /// Asks a node's adapter to apply these factors, one for each channel, in place of its volumes, which
+    /// stay as they are for everybody who reads them. A change of the volumes undoes it. Requires: a Lock.
+    void setSoftVolumes(GraphId node, std::span<const float> factors);
 
     /// Marks every stream of this process: the property `instanceKey` of all of them has this value, so that
     /// captures of any connection know them.

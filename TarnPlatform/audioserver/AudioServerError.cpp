@@ -10,4 +10,9 @@ std::unexpected<Error> audioServerSilent() {
     return failure(ErrorKind::timeout, "the audio server (PipeWire) does not answer");
 }
 
+std::unexpected<Error> sessionManagerAbsent() {
+    return failure(ErrorKind::unavailable,
+                   "the audio server's session manager (WirePlumber) is not running or does not answer");
+}
+
 }  // namespace tarn

@@ -8,5 +8,7 @@ namespace tarn {
 std::unexpected<Error> audioServerAbsent();
 /// It listens and says nothing within `AudioServer::answerLimit`.
 std::unexpected<Error> audioServerSilent();
+/// The server answers, but nobody gives our streams the ports that sound goes through.
+std::unexpected<Error> sessionManagerAbsent();
 
 }  // namespace tarn

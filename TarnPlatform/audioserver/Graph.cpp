@@ -40,7 +40,7 @@ bool GraphNode::isSink() const {
 }
 
 bool GraphNode::isSource() const {
-    return mediaClass().starts_with("Audio/Source");
+    return mediaClass().starts_with("Audio/Source") || mediaClass() == "Audio/Duplex";
 }
 
 const GraphNode* Graph::nodeNamed(std::string_view name) const {
@@ -58,6 +58,22 @@ const GraphClient* Graph::clientOf(const GraphNode& node) const {
     }
     const auto found = clients.find(id);
     return found == clients.end() ? nullptr : &found->second;
+}
+
+std::vector<std::string> sourceChannels(const Graph& graph, const GraphNode& node) {
+    if (!node.deviceChannels.empty()) {
+        return node.deviceChannels;
+    }
+    if (!node.channels.empty()) {
+        return node.channels;
+    }
+    std::vector<std::string> names;
+    for (const auto& [id, port] : graph.ports) {
+        if (port.node == node.id && port.output && !port.monitor) {
+            names.push_back(port.channel);
+        }
+    }
+    return names;
 }
 
 ChannelPosition channelPosition(std::string_view channel) {

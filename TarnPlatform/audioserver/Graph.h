@@ -34,10 +34,16 @@ struct GraphNode {
     GraphId id = 0;
     Properties properties;
     bool described = false;  ///< as for clients
+    bool running = false;    ///< takes part in the graph's cycles just now
 
     // What the node's own adapter does, between the program and its ports. Empty until told.
     std::vector<std::string> channels;  ///< of the program's sound, which its ports need not have
     std::vector<float> volumes;         ///< linear, one for each of these channels
+    std::vector<float> softVolumes;     ///< the factors really applied; `volumes` unless somebody set others
+
+    // The format that the device runs in, or would. Empty until told.
+    std::uint32_t deviceRate = 0;  ///< Hz; 0: whatever the graph has
+    std::vector<std::string> deviceChannels;
 
     const std::string& mediaClass() const;
     bool isOutputStream() const;  ///< a program that plays
@@ -63,6 +69,9 @@ const std::string& property(const Properties& properties, std::string_view key);
 
 /// The first that is not empty, of the node's own properties and then of its client's.
 const std::string& property(const Graph& graph, const GraphNode& node, std::string_view key);
+
+/// The channels that a microphone gives, in order, in the server's names; empty where it does not say.
+std::vector<std::string> sourceChannels(const Graph& graph, const GraphNode& node);
 
 /// "FL" → frontLeft, …; unknown where we have no such position.
 ChannelPosition channelPosition(std::string_view channel);

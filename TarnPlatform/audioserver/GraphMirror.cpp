@@ -2,9 +2,11 @@
 
 #include <spa/param/param.h>
 
+#include <array>
 #include <boost/json/parse.hpp>
 #include <boost/json/value.hpp>
 #include <charconv>
+#include <iterator>
 #include <string_view>
 #include <utility>
 
@@ -83,8 +85,8 @@ const pw_node_events GraphMirror::nodeEvents = {
     .param =
         [](void* data, int, std::uint32_t kind, std::uint32_t, std::uint32_t, const spa_pod* parameter) {
             auto& bound = *static_cast<Bound*>(data);
-            if (kind == SPA_PARAM_Props && parameter != nullptr) {
-                bound.mirror->nodeParameter(bound.id, parameter);
+            if (parameter != nullptr) {
+                bound.mirror->nodeParameter(bound.id, kind, parameter);
             }
         },
 };
@@ -147,12 +149,14 @@ void GraphMirror::added(GraphId id, std::string_view type, const spa_dict* dicti
     Properties properties = propertiesOf(dictionary);
     if (type == PW_TYPE_INTERFACE_Node) {
         const std::string mediaClass = property(properties, "media.class");
-        graph_.nodes[id] = GraphNode{
-            .id = id, .properties = std::move(properties), .described = false, .channels = {}, .volumes = {}};
+        GraphNode& node = graph_.nodes[id] = GraphNode();
+        node.id = id;
+        node.properties = std::move(properties);
         if (mediaClass.find("Audio") != std::string::npos) {
             if (const Bound* bound = bind(id, PW_TYPE_INTERFACE_Node, PW_VERSION_NODE, &nodeEvents)) {
-                std::uint32_t parameters[] = {SPA_PARAM_Props};
-                pw_node_subscribe_params(reinterpret_cast<pw_node*>(bound->proxy), parameters, 1);
+                std::uint32_t parameters[] = {SPA_PARAM_Props, SPA_PARAM_EnumFormat, SPA_PARAM_Format};
+                pw_node_subscribe_params(reinterpret_cast<pw_node*>(bound->proxy), parameters,
+                                         std::size(parameters));
             }
         }
     } else if (type == PW_TYPE_INTERFACE_Client) {
@@ -181,21 +185,41 @@ void GraphMirror::removed(GraphId id) {
 }
 
 void GraphMirror::nodeDescribed(GraphId id, const pw_node_info* info) {
-    if ((info->change_mask & PW_NODE_CHANGE_MASK_PROPS) == 0) {
+    constexpr std::uint64_t told = PW_NODE_CHANGE_MASK_PROPS | PW_NODE_CHANGE_MASK_STATE;
+    if ((info->change_mask & told) == 0) {
         return;
     }
     GraphNode& node = graph_.nodes[id];
-    for (auto& [key, value] : propertiesOf(info->props)) {
-        node.properties.insert_or_assign(key, value);
+    if ((info->change_mask & PW_NODE_CHANGE_MASK_STATE) != 0) {
+        node.running = info->state == PW_NODE_STATE_RUNNING;
     }
-    node.described = true;
+    if ((info->change_mask & PW_NODE_CHANGE_MASK_PROPS) != 0) {
+        for (auto& [key, value] : propertiesOf(info->props)) {
+            node.properties.insert_or_assign(key, value);
+        }
+        node.described = true;
+    }
     changed();
 }
 
-void GraphMirror::nodeParameter(GraphId id, const spa_pod* parameter) {
+void GraphMirror::nodeParameter(GraphId id, std::uint32_t kind, const spa_pod* parameter) {
     GraphNode& node = graph_.nodes[id];
-    readNodeProps(*parameter, node.channels, node.volumes);
+    if (kind == SPA_PARAM_Props) {
+        readNodeProps(*parameter, node);
+    } else {
+        readNodeFormat(*parameter, node);
+    }
     changed();
+}
+
+void GraphMirror::setSoftVolumes(GraphId node, std::span<const float> volumes) {
+    const auto found = bound_.find(node);
+    if (found == bound_.end() || !graph_.nodes.contains(node)) {
+        return;
+    }
+    std::array<std::byte, 1024> memory{};
+    pw_node_set_param(reinterpret_cast<pw_node*>(found->second->proxy), SPA_PARAM_Props, 0,
+                      softVolumeProps(volumes, memory));
 }
 
 void GraphMirror::metadataSet(std::uint32_t subject, const char* key, const char* value) {

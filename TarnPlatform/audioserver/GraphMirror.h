@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <span>
 
 #include "Graph.h"
 
@@ -22,6 +23,9 @@ public:
 
     const Graph& graph() const { return graph_; }
 
+    /// Asks the node's adapter to apply these factors, one for each channel. Nothing where the node has gone.
+    void setSoftVolumes(GraphId node, std::span<const float> volumes);
+
 private:
     struct Bound;
 
@@ -35,7 +39,7 @@ private:
     void removed(GraphId id);
     Bound* bind(GraphId id, const char* type, std::uint32_t version, const void* events);
     void nodeDescribed(GraphId id, const pw_node_info* info);
-    void nodeParameter(GraphId id, const spa_pod* parameter);
+    void nodeParameter(GraphId id, std::uint32_t kind, const spa_pod* parameter);
     void metadataSet(std::uint32_t subject, const char* key, const char* value);
 
     pw_core* const core_;

@@ -7,6 +7,8 @@
 #include <array>
 #include <cstring>
 
+#include "NodeParameters.h"
+
 namespace tarn {
 
 namespace {
@@ -76,7 +78,7 @@ struct GraphStream::Events {
 GraphStream::GraphStream(const Description& description, GraphStreamHandler& handler)
     : handler_(handler),
       capture_(description.capture),
-      frameBytes_(description.channels.size() * sizeof(float)),
+      frameBytes_(description.channelCount() * sizeof(float)),
       events_(std::make_unique<Events>()) {}
 
 Result<std::unique_ptr<GraphStream>> GraphStream::make(AudioServer& server, const Description& description,
@@ -84,7 +86,7 @@ Result<std::unique_ptr<GraphStream>> GraphStream::make(AudioServer& server, cons
     if (server.core() == nullptr) {
         return failure(ErrorKind::unavailable, "the audio server is not running");
     }
-    if (description.channels.empty() || description.channels.size() > SPA_AUDIO_MAX_CHANNELS) {
+    if (description.channelCount() == 0 || description.channelCount() > SPA_AUDIO_MAX_CHANNELS) {
         return failure(ErrorKind::invalidInput, "a stream of that many channels is not possible");
     }
     std::unique_ptr<GraphStream> stream(new GraphStream(description, handler));
@@ -109,8 +111,9 @@ Result<std::unique_ptr<GraphStream>> GraphStream::make(AudioServer& server, cons
     spa_audio_info_raw format{};
     format.format = SPA_AUDIO_FORMAT_F32;
     format.rate = description.rate;
-    format.channels = static_cast<std::uint32_t>(description.channels.size());
+    format.channels = static_cast<std::uint32_t>(description.channelCount());
     std::ranges::transform(description.channels, std::begin(format.position), serverChannel);
+    std::ranges::transform(description.channelNames, std::begin(format.position), channelNumber);
     std::array<std::byte, 1024> memory{};
     spa_pod_builder builder{};
     spa_pod_builder_init(&builder, memory.data(), memory.size());

@@ -6,6 +6,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "AudioServer.h"
 
@@ -44,6 +45,12 @@ public:
         std::uint32_t rate = 0;  ///< Hz
         ChannelLayout channels;
         bool autoconnect = false;  ///< the session manager links it
+        /// In the server's names ("FL", "AUX0"), which are more than our positions; takes `channels`' place.
+        std::vector<std::string> channelNames;
+
+        std::size_t channelCount() const {
+            return channelNames.empty() ? channels.size() : channelNames.size();
+        }
     };
 
     /// Fails when there is no connection or the server refuses. `handler` must outlive the stream; its

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <variant>
+
+namespace tarn {
+
+/// Why a microphone session did not start.
+struct MicError {
+    /// The input has a rate of 0 or less, or no channel.
+    struct InvalidInputFormat {
+        double sampleRate = 0;  ///< Hz
+        std::uint32_t channels = 0;
+        bool operator==(const InvalidInputFormat&) const = default;
+    };
+    /// The chosen device cannot be captured, or the engine did not start.
+    struct EngineFailed {
+        std::string message;
+        bool operator==(const EngineFailed&) const = default;
+    };
+    struct PermissionDenied {
+        bool operator==(const PermissionDenied&) const = default;
+    };
+
+    std::variant<InvalidInputFormat, EngineFailed, PermissionDenied> reason;
+
+    bool operator==(const MicError&) const = default;
+
+    /// For the user, in Chinese or English as the environment wants it. Thread: any.
+    std::string errorDescription() const;
+};
+
+}  // namespace tarn

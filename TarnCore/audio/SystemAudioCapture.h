@@ -1,0 +1,26 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "AudioSink.h"
+#include "TarnPlatform/audioserver/CaptureService.h"
+
+namespace tarn {
+
+/// Errors of starting a capture that are ours have the domain "tarn" and one of these codes; those of the
+/// desktop pass through as they are.
+enum class CaptureErrorCode : int {
+    noDisplay = 1,    ///< there is no output to capture
+    appNotFound = 2,  ///< the chosen application does not play
+};
+
+/// Starts a capture into `into` and returns it running: of every application but this one, or of the one with
+/// this bundle ID alone (empty counts as none). The caller ends it with `stopCapture`.
+/// Thread: any executor, which is never blocked; `service` must outlive the capture.
+Task<Result<std::shared_ptr<CaptureStream>>> startSystemAudioCapture(
+    std::shared_ptr<AudioSink> into, std::optional<std::string> restrictedToBundleID,
+    CaptureService& service = CaptureService::shared());
+
+}  // namespace tarn

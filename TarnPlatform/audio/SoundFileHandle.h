@@ -1,0 +1,38 @@
+#pragma once
+
+#include <sndfile.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "TarnPlatform/concurrency/Result.h"
+
+// What the readers and writers of sound files share; for their sources only.
+
+namespace tarn {
+
+/// The header's fields of a WAV file have 32 bits: as many bytes of samples go in.
+inline constexpr std::uint64_t mostWavBytes = 0xFFFF'0000;
+
+/// An open descriptor and libsndfile's state over it.
+struct SoundFileHandle {
+    explicit SoundFileHandle(int fd) : descriptor(fd) {}
+    SoundFileHandle(const SoundFileHandle&) = delete;
+    SoundFileHandle& operator=(const SoundFileHandle&) = delete;
+    ~SoundFileHandle();
+
+    int descriptor;
+    SNDFILE* sound = nullptr;
+
+    /// Creates a sound file or empties the one that is there, readable for its owner only. A header that can
+    /// be brought up to date is, with every write.
+    static Result<std::unique_ptr<SoundFileHandle>> create(const std::string& path, SF_INFO info);
+};
+
+/// The text begins with the path.
+std::unexpected<Error> soundFileFailure(ErrorKind kind, const std::string& path, const std::string& reason);
+/// libsndfile's words without its full stop; null: of an opening that failed.
+std::string soundReason(SNDFILE* sound);
+
+}  // namespace tarn

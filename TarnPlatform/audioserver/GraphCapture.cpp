@@ -1,0 +1,146 @@
+#include "GraphCapture.h"
+
+#include <utility>
+
+#include "AudioServerError.h"
+#include "CaptureDelivery.h"
+#include "CaptureFold.h"
+
+namespace tarn {
+
+namespace {
+
+constexpr std::chrono::milliseconds watchEvery{50};
+
+GraphStream::Description description() {
+    GraphStream::Description stream;
+    stream.capture = true;
+    stream.name = "Tarn capture";
+    stream.rate = CaptureDelivery::rate;
+    stream.channels = CaptureFold::inputLayout();
+    stream.properties = {{"node.name", "tarn-capture"},
+                         {"media.class", "Stream/Input/Audio/Internal"},
+                         {"node.autoconnect", "false"},
+                         // Without it nothing is received while nothing plays.
+                         {"node.always-process", "true"}};
+    return stream;
+}
+
+}  // namespace
+
+GraphCapture::GraphCapture(AudioServer& server, CaptureLinks::Choose chosen, Receiver& receiver)
+    : server_(server), chosen_(std::move(chosen)), receiver_(receiver) {}
+
+GraphCapture::~GraphCapture() {
+    stop();
+}
+
+Result<void> GraphCapture::start() {
+    if (auto following = server_.addObserver(*this); !following) {
+        return following;
+    }
+    following_ = true;
+    Result<void> started;
+    {
+        const AudioServer::Lock lock(server_);
+        server_.waitUntil([this] { return failure_ || isReady(); });
+        if (failure_ || !isReady()) {
+            started = reasonForNotStarting();
+        } else {
+            timer_ = server_.startTimer(watchEvery, [this] { watch(); });
+        }
+    }
+    if (!started) {
+        stop();
+    }
+    return started;
+}
+
+void GraphCapture::stop() {
+    if (!std::exchange(following_, false)) {
+        return;
+    }
+    const AudioServer::Lock lock(server_);
+    server_.removeObserver(*this);
+    timer_.reset();
+    links_.reset();
+    stream_.reset();
+    failure_.reset();
+}
+
+bool GraphCapture::isReady() const {
+    return stream_ != nullptr && stream_->isStreaming() && links_->hasPorts();
+}
+
+std::unexpected<Error> GraphCapture::reasonForNotStarting() const {
+    if (failure_) {
+        return std::unexpected(*failure_);
+    }
+    if (server_.core() == nullptr) {
+        return audioServerAbsent();
+    }
+    if (stream_ == nullptr || !stream_->nodeId()) {
+        return audioServerSilent();
+    }
+    return sessionManagerAbsent();
+}
+
+void GraphCapture::connected() {
+    links_.reset();
+    stream_.reset();
+    auto stream = GraphStream::make(server_, description(), *this);
+    if (stream) {
+        stream_ = std::move(*stream);
+        links_ = std::make_unique<CaptureLinks>(server_, chosen_);
+    } else if (server_.core() != nullptr) {
+        failure_ = stream.error();
+        if (timer_ != nullptr) {
+            receiver_.ended(stream.error());
+        }
+    }
+}
+
+void GraphCapture::disconnected() {
+    links_.reset();
+    stream_.reset();
+}
+
+void GraphCapture::graphChanged(const Graph& graph) {
+    if (stream_ == nullptr) {
+        return;
+    }
+    if (const auto own = stream_->nodeId()) {
+        links_->update(graph, *own);
+    }
+}
+
+void GraphCapture::receiveRt(std::span<const float> interleaved, std::int64_t) noexcept {
+    receiver_.receiveRt(interleaved);
+}
+
+void GraphCapture::streaming() {
+    server_.wake();
+}
+
+void GraphCapture::ended(const std::string& error) {
+    // With the connection broken it comes back by itself.
+    if (server_.core() == nullptr) {
+        return;
+    }
+    failure_ =
+        Error{.kind = ErrorKind::closed,
+              .description = "the audio server ended the capture" + (error.empty() ? "" : ": " + error)};
+    if (timer_ != nullptr) {
+        receiver_.ended(*failure_);
+    }
+    server_.wake();
+}
+
+void GraphCapture::watch() {
+    receiver_.tick();
+    if (stream_ != nullptr) {
+        links_->watch(server_.graph(), stream_->isStreaming(), watchEvery);
+    }
+}
+
+}  // namespace tarn

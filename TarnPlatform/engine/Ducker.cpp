@@ -1,0 +1,128 @@
+#include "Ducker.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <utility>
+
+#include "SoftVolumes.h"
+
+namespace tarn {
+namespace {
+
+constexpr std::chrono::milliseconds tickEvery{20};
+constexpr float step = 0.794328F;           // 2 dB a tick: 120 ms down or up
+constexpr std::int64_t hold = 500'000'000;  // ns, through the pauses of speech
+constexpr std::chrono::milliseconds settleLimit{200};
+
+std::int64_t now() {
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+}  // namespace
+
+Ducker::Ducker(AudioServer& server, std::function<std::int64_t()> heardAt)
+    : server_(server), heardAt_(std::move(heardAt)) {}
+
+Result<void> Ducker::start(const std::string& program) {
+    auto keeper = DuckKeeper::make(program);
+    if (!keeper) {
+        return std::unexpected(keeper.error());
+    }
+    keeper_ = std::move(*keeper);
+    const AudioServer::Lock lock(server_);
+    auto following = server_.addObserver(*this);
+    if (following) {
+        timer_ = server_.startTimer(tickEvery, [this] { tick(); });
+    }
+    return following;
+}
+
+void Ducker::stop() {
+    {
+        const AudioServer::Lock lock(server_);
+        if (timer_ != nullptr) {
+            timer_.reset();
+            apply(1);
+            if (server_.waitUntil([this] { return allUp(); }, settleLimit)) {
+                keeper_->allUp();
+            }
+            server_.removeObserver(*this);
+            streams_.clear();
+            factor_ = 1;
+        }
+    }
+    keeper_.reset();
+}
+
+void Ducker::disconnected() {
+    streams_.clear();  // gone with the server, and their volumes with them
+    keeper_->allUp();
+}
+
+void Ducker::tick() {
+    move();
+    if (factor_ < 1 || !streams_.empty()) {
+        apply(factor_);
+    }
+    if (factor_ == 1 && !streams_.empty() && allUp()) {
+        streams_.clear();
+        keeper_->allUp();
+    }
+}
+
+void Ducker::move() {
+    const std::int64_t heard = heardAt_();
+    if (heard != 0 && now() - heard < hold) {
+        factor_ = std::max(factor_ * step, lowest);
+    } else if (factor_ < 1) {
+        factor_ = factor_ / step > 0.99F ? 1 : factor_ / step;
+    }
+}
+
+void Ducker::apply(float factor) {
+    const Graph& graph = server_.graph();
+    for (const auto& [id, node] : graph.nodes) {
+        if (node.isOutputStream() && !node.volumes.empty() && !AudioServer::isOwn(graph, node)) {
+            applyTo(property(node.properties, "object.serial"), node, factor);
+        }
+    }
+    std::erase_if(streams_, [&](const auto& entry) { return !graph.nodes.contains(entry.second.id); });
+}
+
+void Ducker::applyTo(const std::string& serial, const GraphNode& node, float factor) {
+    auto found = streams_.find(serial);
+    if (found == streams_.end()) {
+        // Somebody else's factors are somebody else's business.
+        if (factor == 1 || !softVolumesAreUp(node) || !keeper_->down(serial)) {
+            return;
+        }
+        found = streams_.emplace(serial, Stream{.id = node.id, .volumes = node.volumes}).first;
+    }
+    Stream& stream = found->second;
+    if (stream.volumes != node.volumes) {
+        stream.leftAlone = true;
+        stream.volumes = node.volumes;
+    }
+    if (stream.leftAlone) {
+        // The change undid ours, unless ours was then under way.
+        if (!softVolumesAreUp(node)) {
+            turnSoftVolumes(server_, node, 1);
+        }
+    } else if (stream.applied != factor || (factor == 1 && !softVolumesAreUp(node))) {
+        turnSoftVolumes(server_, node, factor);
+        stream.applied = factor;
+    }
+}
+
+bool Ducker::allUp() const {
+    const Graph& graph = server_.graph();
+    return std::ranges::all_of(streams_, [&](const auto& entry) {
+        const auto found = graph.nodes.find(entry.second.id);
+        return found == graph.nodes.end() || softVolumesAreUp(found->second);
+    });
+}
+
+}  // namespace tarn

@@ -1,0 +1,120 @@
+#include "GraphAudioEngine.h"
+
+#include <utility>
+
+#include "TarnPlatform/logging/Log.h"
+
+namespace tarn {
+namespace {
+
+constexpr std::size_t referenceSeconds = 2;
+
+// Of one engine's streams, among all programs.
+std::string freshGroup() {
+    static std::atomic<int> engines{0};
+    return "tarn-" + AudioServer::instanceTag() + "-" + std::to_string(++engines);
+}
+
+}  // namespace
+
+GraphAudioEngine::GraphAudioEngine(AudioServer& server, Options options)
+    : server_(server), options_(std::move(options)), input_(server) {}
+
+GraphAudioEngine::~GraphAudioEngine() {
+    stop();
+}
+
+void GraphAudioEngine::attach(std::shared_ptr<AudioNode> node) {
+    nodes_.push_back(std::move(node));
+}
+
+void GraphAudioEngine::connect(AudioNode& from, AudioNode& to, const AudioFormat& format) {
+    mixed_ = mixed_ && (format_.sampleRate == 0 || format_ == format) && format.channelCount == 1 &&
+             format.commonFormat == CommonFormat::float32;
+    format_ = format;
+    prepared_ = false;
+    if (&to == &mixer_) {
+        mixer_.addSource(&from);
+    } else {
+        to.setSource(&from);
+    }
+}
+
+void GraphAudioEngine::prepare() {
+    mixer_.prepare(PlaybackStream::mostFrames);
+    prepared_ = true;
+}
+
+Result<void> GraphAudioEngine::start() {
+    if (running_) {
+        return {};
+    }
+    if (!mixed_ || format_.sampleRate < 0) {
+        return failure(ErrorKind::invalidInput, "the nodes are connected in formats that do not go together");
+    }
+    if (!prepared_) {
+        prepare();
+    }
+    // With voice processing both streams run in the same cycles, so that what was played and what was heard
+    // of it stay together whatever the clocks of the devices do.
+    const bool processed = input_.hasTap() && input_.hasVoiceProcessing();
+    const std::string group = processed ? freshGroup() : std::string();
+    if (processed) {
+        reference_ =
+            std::make_shared<TimedRing>(static_cast<std::size_t>(format_.sampleRate) * referenceSeconds, 1);
+    }
+    auto started = startPlaying(group);
+    if (started) {
+        started = input_.start(group, reference_);
+    }
+    if (!started) {
+        stop();
+        return started;
+    }
+    if (processed && playback_ != nullptr) {
+        startDucking();
+    }
+    running_ = true;
+    return {};
+}
+
+Result<void> GraphAudioEngine::startPlaying(const std::string& group) {
+    if (format_.sampleRate == 0) {
+        return {};
+    }
+    playback_ = std::make_unique<PlaybackStream>(server_, mixer_,
+                                                 static_cast<std::uint32_t>(format_.sampleRate), reference_);
+    return playback_->start(group);
+}
+
+void GraphAudioEngine::startDucking() {
+    ducker_ = std::make_unique<Ducker>(server_, [playback = playback_.get()] { return playback->heardAt(); });
+    if (const auto started = ducker_->start(options_.volumeKeeper); !started) {
+        logLine("[dub] other programs are not turned down: " + started.error().description);
+        ducker_.reset();
+    }
+}
+
+void GraphAudioEngine::stop() {
+    if (ducker_ != nullptr) {
+        ducker_->stop();
+        ducker_.reset();
+    }
+    if (playback_ != nullptr) {
+        playback_->stop();
+        playback_.reset();
+    }
+    input_.stop();
+    reference_.reset();
+    running_ = false;
+}
+
+std::unique_ptr<AudioEngine> AudioEngine::make() {
+    return make(Options());
+}
+
+std::unique_ptr<AudioEngine> AudioEngine::make(Options options) {
+    return std::make_unique<GraphAudioEngine>(AudioServer::shared(), std::move(options));
+}
+
+}  // namespace tarn

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <vector>
+
+#include "AudioEngine.h"
+#include "Ducker.h"
+#include "GraphInputNode.h"
+#include "PlaybackStream.h"
+#include "TarnPlatform/audioserver/AudioServer.h"
+#include "TarnPlatform/rendering/MainMixerNode.h"
+
+namespace tarn {
+
+/// The engine on the desktop's audio server.
+class GraphAudioEngine final : public AudioEngine {
+public:
+    /// Requires: `server` outlives this.
+    GraphAudioEngine(AudioServer& server, Options options);
+    ~GraphAudioEngine() override;
+
+    void attach(std::shared_ptr<AudioNode> node) override;
+    void connect(AudioNode& from, AudioNode& to, const AudioFormat& format) override;
+    AudioNode& mainMixerNode() override { return mixer_; }
+    AudioInputNode& inputNode() override { return input_; }
+    void prepare() override;
+    Result<void> start() override;
+    bool isRunning() const override { return running_; }
+    void stop() override;
+
+private:
+    Result<void> startPlaying(const std::string& group);
+    void startDucking();
+
+    AudioServer& server_;
+    const Options options_;
+    std::vector<std::shared_ptr<AudioNode>> nodes_;
+    MainMixerNode mixer_;
+    GraphInputNode input_;
+    AudioFormat format_;  // of the connections; 0 Hz: there are none
+    bool mixed_ = true;   // all of the same format
+    bool prepared_ = false;
+    std::atomic<bool> running_{false};
+    // While it runs.
+    std::shared_ptr<TimedRing> reference_;
+    std::unique_ptr<PlaybackStream> playback_;
+    std::unique_ptr<Ducker> ducker_;
+};
+
+}  // namespace tarn

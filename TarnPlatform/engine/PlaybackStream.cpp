@@ -1,0 +1,124 @@
+#include "PlaybackStream.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "TarnPlatform/logging/Log.h"
+
+namespace tarn {
+namespace {
+
+constexpr std::chrono::milliseconds retryEvery{500};
+constexpr float whisper = 0.001F;  // -60 dB
+
+}  // namespace
+
+PlaybackStream::PlaybackStream(AudioServer& server, AudioNode& end, std::uint32_t rate,
+                               std::shared_ptr<TimedRing> reference)
+    : server_(server), end_(end), rate_(rate), reference_(std::move(reference)) {}
+
+Result<void> PlaybackStream::start(const std::string& group) {
+    group_ = group;
+    const AudioServer::Lock lock(server_);
+    Result<void> started = server_.addObserver(*this);
+    if (started) {
+        const bool done = server_.waitUntil([this] { return !made_ || lost_ || isTaken(); });
+        if (!made_) {
+            started = made_;
+        } else if (!done || lost_) {
+            const bool silent = stream_ != nullptr && !stream_->nodeId();
+            started = silent ? failure(ErrorKind::timeout, "the audio server (PipeWire) does not answer")
+                             : failure(ErrorKind::unavailable,
+                                       "the audio session manager (WirePlumber) gives the sound no output");
+        }
+    }
+    if (!started) {
+        stop();
+    }
+    return started;
+}
+
+void PlaybackStream::stop() {
+    const AudioServer::Lock lock(server_);
+    server_.removeObserver(*this);
+    retry_.reset();
+    stream_.reset();
+}
+
+void PlaybackStream::connected() {
+    makeStream();
+}
+
+void PlaybackStream::disconnected() {
+    retry_.reset();
+    stream_.reset();
+}
+
+void PlaybackStream::graphChanged(const Graph&) {}
+
+void PlaybackStream::makeStream() {
+    GraphStream::Description description;
+    description.name = "Tarn";
+    // No role: the desktop remembers one volume for all programs of a role.
+    description.properties = {{"node.name", "tarn.dub"}, {"application.name", "Tarn"}};
+    if (!group_.empty()) {
+        description.properties["node.group"] = group_;
+    }
+    description.rate = rate_;
+    description.channelNames = {"MONO"};
+    description.autoconnect = true;
+    auto made = GraphStream::make(server_, description, *this);
+    if (!made) {
+        made_ = std::unexpected(made.error());
+        logLine("[dub] no stream to play on: " + made.error().description);
+        return;
+    }
+    made_ = {};
+    lost_ = false;
+    stream_ = std::move(*made);
+}
+
+// Also where nothing plays yet: the session manager gives a stream its ports before it links them.
+bool PlaybackStream::isTaken() const {
+    if (stream_ == nullptr) {
+        return false;
+    }
+    const auto node = stream_->nodeId();
+    return node && (stream_->isStreaming() ||
+                    std::ranges::any_of(server_.graph().ports,
+                                        [&](const auto& port) { return port.second.node == *node; }));
+}
+
+// Called by the stream itself, which therefore goes a little later.
+void PlaybackStream::ended(const std::string&) {
+    if (server_.core() == nullptr || retry_ != nullptr) {
+        return;  // the connection broke; the next one gets a stream
+    }
+    lost_ = true;
+    logLine("[dub] the audio server let go of the stream; trying again");
+    retry_ = server_.startTimer(retryEvery, [this] {
+        stream_.reset();
+        makeStream();
+        if (stream_ != nullptr) {
+            retry_.reset();
+        }
+    });
+    server_.wake();
+}
+
+void PlaybackStream::renderRt(std::span<float> samples, std::int64_t time) noexcept {
+    for (std::size_t done = 0; done < samples.size();) {
+        const auto piece = samples.subspan(done, std::min<std::size_t>(samples.size() - done, mostFrames));
+        end_.renderRt(piece);
+        done += piece.size();
+    }
+    if (reference_ != nullptr) {
+        reference_->pushRt(time, samples);
+    }
+    if (std::ranges::any_of(samples, [](float sample) { return std::abs(sample) > whisper; })) {
+        heardAt_.store(time, std::memory_order_relaxed);
+    }
+}
+
+}  // namespace tarn

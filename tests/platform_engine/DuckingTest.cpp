@@ -1,0 +1,107 @@
+// Another program plays a tone, and the monitor of the output tells how loud it is while ours speaks.
+#include <signal.h>
+
+#include "EngineFixture.h"
+
+namespace tarn::test {
+namespace {
+
+struct Ducking : testing::Test, Session, EngineBench {
+    const Player other = play(500);
+
+    Player play(double frequency, PlayerOptions::Program program = PlayerOptions::Program::pwCat) {
+        return {server, server.toneFile(frequency, -12, 60), {.program = program}};
+    }
+
+    void startWithVoiceProcessing() {
+        const auto enabled = engine->inputNode().setVoiceProcessingEnabled(true);
+        ASSERT_TRUE(enabled) << enabled.error().description;
+        tap();
+        startPlaying();
+    }
+
+    double level(double frequency = 500) {
+        Recorder recorder(server, PrivateAudioServer::output, Recorder::From::monitor);
+        recorder.waitFor(0.2);
+        const Sound sound = recorder.stop();
+        const auto left = sound.channel(0);
+        return toneLevel(std::span(left).last(std::min<std::size_t>(left.size(), 4800)), frequency,
+                         sound.rate);
+    }
+
+    void untilLevel(double expected, double frequency = 500) {
+        double last = 0;
+        try {
+            until("a level", [&] { return std::abs((last = level(frequency)) - expected) < 0.2; });
+        } catch (const std::exception&) {
+            FAIL() << "level of " << frequency << " Hz is " << last << ", not " << expected;
+        }
+    }
+
+    std::string inputsOfMixer() { return server.answer({"pactl", "list", "sink-inputs"}).value_or(""); }
+};
+
+TEST_F(Ducking, TurnsOthersDownWhileTheDubSpeaksAndUpAfterwards) {
+    startWithVoiceProcessing();
+    untilLevel(-12);
+    scheduleTone(900, -12, 4);
+    untilLevel(-24);
+    untilLevel(-12, 900);  // our own is left alone
+    EXPECT_TRUE(inputsOfMixer().contains("100% / 0.00 dB")) << inputsOfMixer();
+    const Player late = play(700, PlayerOptions::Program::paplay);
+    scheduleTone(900, -12, 3);
+    untilLevel(-24, 700);
+    untilLevel(-12);
+    untilLevel(-12, 700);
+}
+
+TEST_F(Ducking, AVolumeThatTheUserMovesMeanwhileIsTheUsers) {
+    startWithVoiceProcessing();
+    scheduleTone(900, -12, 4);
+    untilLevel(-24);
+    const auto list = server.answer({"pactl", "list", "short", "sink-inputs"}).value_or("");
+    for (std::size_t at = 0; at < list.size(); at = list.find('\n', at) + 1) {
+        const std::string id = list.substr(at, list.find('\t', at) - at);
+        ASSERT_TRUE(server.answer({"pactl", "set-sink-input-volume", id, "-6dB"}));
+    }
+    untilLevel(-18);
+    until("the dub is over", [&] { return player->queuedFrames() == 0; });
+    engine->stop();
+    untilLevel(-18);
+}
+
+TEST_F(Ducking, EndsAtOnceWithTheEngine) {
+    startWithVoiceProcessing();
+    scheduleTone(900, -12, 60);
+    untilLevel(-24);
+    engine->stop();
+    untilLevel(-12);
+}
+
+TEST_F(Ducking, WithoutVoiceProcessingThereIsNone) {
+    tap();
+    startPlaying();
+    scheduleTone(900, -12, 60);
+    untilLevel(-12, 900);
+    untilLevel(-12);
+}
+
+TEST_F(Ducking, EndsWhenTheProgramIsKilled) {
+    SessionProgram program = server.run({TARN_BIN_DIR "/ducking_program"});
+    untilLevel(-24);
+    program.kill();
+    untilLevel(-12);
+}
+
+TEST_F(Ducking, DoesNotHappenWithoutAKeeper) {
+    engine = AudioEngine::make({.volumeKeeper = "/nowhere/tarn-unduck"});
+    startWithVoiceProcessing();
+    EXPECT_TRUE(engine->isRunning());
+    EXPECT_EQ(log.lines("[dub] other programs are not turned down: ").size(), 1U);
+    scheduleTone(900, -12, 60);
+    untilLevel(-12, 900);
+    untilLevel(-12);
+}
+
+}  // namespace
+}  // namespace tarn::test

@@ -1,0 +1,153 @@
+// Plays through an engine and listens to the monitor of the output.
+#include <array>
+#include <cmath>
+
+#include "EngineFixture.h"
+#include "TarnPlatform/engine/PlaybackStream.h"
+#include "support/AllocationGuard.h"
+
+namespace tarn::test {
+namespace {
+
+struct Playback : testing::Test, Session, EngineBench {
+    /// Level of the tone in what the output plays during the next half second; both channels are alike.
+    double levelOn(const std::string& output, double frequency) {
+        Recorder recorder(server, output, Recorder::From::monitor);
+        recorder.waitFor(0.5);
+        const Sound sound = recorder.stop();
+        const auto left = sound.channel(0);
+        EXPECT_NEAR(rms(left), rms(sound.channel(1)), 1e-4);
+        return toneLevel(std::span(left).subspan(left.size() / 5), frequency, sound.rate);
+    }
+};
+
+TEST_F(Playback, FullScaleOfOneChannelIsFullScaleInBothOfTheOutputWithoutAGap) {
+    startPlaying();
+    // A busy machine may miss a cycle; it does not always.
+    until("a second of it is played without a fault", [&] {
+        Recorder recorder(server, PrivateAudioServer::output, Recorder::From::monitor);
+        for (int chunk = 0; chunk < 10; ++chunk) {
+            scheduleTone(500, 0, 0.1);  // whole periods: chunk boundaries are inaudible
+        }
+        until("all is played", [&] { return player->queuedFrames() == 0; });
+        recorder.waitFor(1.5);
+        const Sound sound = recorder.stop();
+        return std::ranges::all_of(std::array{0U, 1U}, [&](unsigned channel) {
+            const auto samples = sound.channel(channel);
+            const auto played = withoutSilence(samples, sound.rate);
+            return std::abs(static_cast<double>(played.size()) / sound.rate - 0.9) < 0.005 &&
+                   std::abs(toneLevel(played, 500, sound.rate)) < 0.05 &&
+                   largestJump(played, 500, sound.rate) < 0.05;
+        });
+    });
+}
+
+TEST_F(Playback, FollowsTheDefaultOutputAndOutlivesIt) {
+    startPlaying();
+    scheduleTone(500, -6, 30);
+    EXPECT_NEAR(levelOn(PrivateAudioServer::output, 500), -6, 0.1);
+    server.addSink("second", "FL,FR");
+    server.setDefaultSink("second");
+    until("the new default is heard", [&] { return levelOn("second", 500) > -6.1; });
+    EXPECT_LT(levelOn(PrivateAudioServer::output, 500), -100);
+    server.removeSink("second");
+    until("the old default is heard", [&] { return levelOn(PrivateAudioServer::output, 500) > -6.1; });
+    EXPECT_TRUE(engine->isRunning());
+}
+
+TEST_F(Playback, PlaysTheRestOfTheQueueWhenTheServerIsBack) {
+    startPlaying();
+    scheduleTone(500, -6, 4);
+    until("some is played", [&] { return static_cast<double>(player->queuedFrames()) < 3.5 * dubRate; });
+    server.killPipeWire();
+    until("the stream stands still", [&, before = player->queuedFrames()]() mutable {
+        return std::exchange(before, player->queuedFrames()) == before && !log.lines("[audio]").empty();
+    });
+    const auto left = static_cast<double>(player->queuedFrames());
+    EXPECT_GT(left, 2 * dubRate);
+    server.startPipeWire();
+    until("the rest is heard", [&] { return levelOn(PrivateAudioServer::output, 500) > -6.1; });
+    until("all is played", [&] { return player->queuedFrames() == 0; });
+    EXPECT_EQ(player->counters().framesPlayed, 4 * dubRate);
+    EXPECT_EQ(log.lines().size(), 1U);
+}
+
+TEST_F(Playback, StopLeavesNothingInTheGraphAndMayComeAtAnyTime) {
+    engine->stop();
+    startPlaying();
+    scheduleTone(500, -6, 5);
+    EXPECT_TRUE(server.hasNode("tarn.dub"));
+    engine->stop();
+    engine->stop();
+    EXPECT_FALSE(engine->isRunning());
+    until("the node is gone", [&] { return !server.hasNode("tarn.dub"); });
+    EXPECT_TRUE(engine->start());
+    EXPECT_NEAR(levelOn(PrivateAudioServer::output, 500), -6, 0.1);
+}
+
+TEST_F(Playback, NodesOfDifferentFormatsDoNotStart) {
+    connectPlayer();
+    AudioFormat other = dubFormat();
+    other.sampleRate = 48000;
+    engine->connect(*player, engine->mainMixerNode(), other);
+    EXPECT_EQ(engine->start().error().kind, ErrorKind::invalidInput);
+}
+
+// Faults of the server at the start.
+struct Broken {
+    const char* name;
+    AudioServerOptions options;
+    void (*breakIt)(PrivateAudioServer&);
+    const char* description;
+};
+
+struct PlaybackFault : testing::TestWithParam<Broken>, Session, EngineBench {
+    PlaybackFault() : Session(GetParam().options) {}
+};
+
+TEST_P(PlaybackFault, EndsTheStartWithAClearError) {
+    GetParam().breakIt(server);
+    connectPlayer();
+    const auto started = engine->start();
+    ASSERT_FALSE(started);
+    EXPECT_EQ(started.error().description, GetParam().description);
+    EXPECT_FALSE(engine->isRunning());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, PlaybackFault,
+    testing::Values(Broken{"noServer",
+                           {},
+                           [](PrivateAudioServer& server) { server.killPipeWire(); },
+                           "the audio server (PipeWire) is not running"},
+                    Broken{"hungServer",
+                           {},
+                           [](PrivateAudioServer& server) { server.pausePipeWire(); },
+                           "the audio server (PipeWire) does not answer"},
+                    Broken{"noSessionManager",
+                           {.sessionManager = false, .pulse = false},
+                           [](PrivateAudioServer&) {},
+                           "the audio session manager (WirePlumber) gives the sound no output"}),
+    [](const auto& test) { return test.param.name; });
+
+TEST(PlaybackStreamTest, AsksTheHeapForNothingAndServesAnyLength) {
+    AudioServer server;
+    AudioPlayerNode player;
+    player.prepare(PlaybackStream::mostFrames);
+    PlaybackStream stream(server, player, 24000, std::make_shared<TimedRing>(48000, 1));
+    auto buffer = PcmBuffer::make(EngineBench::dubFormat(), 24000);
+    buffer->setFrameLength(24000);
+    std::fill_n(buffer->floatChannelData(), 24000, 0.5F);
+    player.scheduleBuffer(std::move(*buffer));
+    player.play();
+    std::vector<float> out(30000);
+    EXPECT_EQ(stream.heardAt(), 0);
+    const AllocationGuard guard;
+    stream.renderRt(out, 7);
+    EXPECT_EQ(guard.count(), 0U);
+    EXPECT_EQ(std::ranges::count(out, 0.5F), 24000);
+    EXPECT_EQ(stream.heardAt(), 7);
+}
+
+}  // namespace
+}  // namespace tarn::test
