@@ -1,0 +1,46 @@
+#pragma once
+
+#include <gio/gio.h>
+
+#include <memory>
+#include <string>
+
+namespace tarn {
+
+struct ObjectUnref {
+    void operator()(gpointer object) const { g_object_unref(object); }
+};
+/// A reference of one's own to an object of GLib.
+template <typename T>
+using Owned = std::unique_ptr<T, ObjectUnref>;
+
+struct VariantUnref {
+    void operator()(GVariant* variant) const { g_variant_unref(variant); }
+};
+using Variant = std::unique_ptr<GVariant, VariantUnref>;
+
+struct TextFree {
+    void operator()(char* text) const { g_free(text); }
+};
+using Text = std::unique_ptr<char, TextFree>;
+
+/// Where a call of GLib leaves why it failed.
+class GlibFailure {
+public:
+    GlibFailure() = default;
+    ~GlibFailure() { g_clear_error(&error_); }
+    GlibFailure(const GlibFailure&) = delete;
+    GlibFailure& operator=(const GlibFailure&) = delete;
+
+    GError** out() {
+        g_clear_error(&error_);
+        return &error_;
+    }
+    bool is(GQuark domain, int code) const { return g_error_matches(error_, domain, code) != FALSE; }
+    std::string text() const { return error_ == nullptr ? "no reason given" : error_->message; }
+
+private:
+    GError* error_ = nullptr;
+};
+
+}  // namespace tarn

@@ -1,0 +1,104 @@
+#include "SchemeRegistration.h"
+
+#include <gio/gdesktopappinfo.h>
+
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+
+#include "Glib.h"
+#include "TarnPlatform/files/AtomicFile.h"
+
+namespace tarn {
+namespace {
+
+/// An argument of an Exec line, which is quoted first and then escaped as every value of a desktop entry.
+std::string execArgument(const std::string& path) {
+    std::string text = "\"";
+    for (const char character : path) {
+        switch (character) {
+            case '%':
+                text += "%%";
+                break;
+            case '"':
+            case '`':
+            case '$':
+                text += "\\\\";
+                text += character;
+                break;
+            case '\\':
+                text += "\\\\\\\\";
+                break;
+            default:
+                text += character;
+        }
+    }
+    return text + "\"";
+}
+
+std::string desktopEntry(const SchemeRegistration& wanted) {
+    return "[Desktop Entry]\nType=Application\nVersion=1.4\nName=" + wanted.applicationName +
+           "\nExec=" + execArgument(wanted.program) + " %u\nMimeType=x-scheme-handler/" + wanted.scheme +
+           ";\nNoDisplay=true\nTerminal=false\nDBusActivatable=false\n";
+}
+
+bool holds(const std::filesystem::path& path, const std::string& text) {
+    std::ostringstream content;
+    content << std::ifstream(path, std::ios::binary).rdbuf();
+    return content.str() == text;
+}
+
+bool canBeNamed(const std::filesystem::path& program) {
+    return program.is_absolute() && std::ranges::none_of(program.native(), [](char character) {
+               return static_cast<unsigned char>(character) < 0x20U;
+           });
+}
+
+}  // namespace
+
+Result<SchemeRegistration::Outcome> SchemeRegistration::ensure() const {
+    const Owned<GAppInfo> current(g_app_info_get_default_for_uri_scheme(scheme.c_str()));
+    const char* const currentFile = current ? g_app_info_get_id(current.get()) : nullptr;
+    const bool isOurs = currentFile != nullptr && currentFile == desktopFile;
+    if (current && !isOurs) {
+        return Outcome::alreadyHandled;
+    }
+    if (!canBeNamed(program)) {
+        return failure(ErrorKind::invalidInput, "a desktop entry cannot name " + program.string());
+    }
+    std::error_code ignored;
+    const auto folder = std::filesystem::path(g_get_user_data_dir()) / "applications";
+    const auto entry = desktopEntry(*this);
+    if (isOurs && holds(folder / desktopFile, entry)) {
+        return Outcome::alreadyHandled;
+    }
+    if (auto made = makePrivateFolder(folder); !made) {
+        return std::unexpected(std::move(made.error()));
+    }
+    if (auto written = replaceFile(folder / desktopFile, entry); !written) {
+        return std::unexpected(std::move(written.error()));
+    }
+    const Owned<GDesktopAppInfo> ours(g_desktop_app_info_new_from_filename((folder / desktopFile).c_str()));
+    if (!ours) {
+        std::filesystem::remove(folder / desktopFile, ignored);
+        return failure(ErrorKind::system, "the desktop does not take " + program.string() + " as a program");
+    }
+    GlibFailure problem;
+    const auto type = "x-scheme-handler/" + scheme;
+    if (!isOurs &&
+        g_app_info_set_as_default_for_type(G_APP_INFO(ours.get()), type.c_str(), problem.out()) == FALSE) {
+        return failure(ErrorKind::system, "the desktop does not register " + type + ": " + problem.text());
+    }
+    return Outcome::registered;
+}
+
+Result<std::filesystem::path> SchemeRegistration::runningProgram() {
+    std::error_code problem;
+    auto path = std::filesystem::read_symlink("/proc/self/exe", problem);
+    if (problem || !std::filesystem::exists(path, problem)) {
+        return failure(ErrorKind::system, "the file of this program is not there any more");
+    }
+    return path;
+}
+
+}  // namespace tarn

@@ -1,0 +1,20 @@
+#include "ScreenCaptureAccess.h"
+
+#include "TarnPlatform/audioserver/AudioServer.h"
+
+namespace tarn {
+namespace {
+
+class AudioServerAccess final : public ScreenCaptureAccess {
+public:
+    bool preflight() override { return AudioServer::shared().reach().has_value(); }
+    bool request() override { return preflight(); }
+};
+
+}  // namespace
+
+std::shared_ptr<ScreenCaptureAccess> ScreenCaptureAccess::desktop() {
+    return std::make_shared<AudioServerAccess>();
+}
+
+}  // namespace tarn

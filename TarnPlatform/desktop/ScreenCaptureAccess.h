@@ -1,0 +1,21 @@
+#pragma once
+
+#include <memory>
+
+namespace tarn {
+
+/// Whether this program may capture what others play. This desktop asks nobody: it may where the audio server
+/// can be reached.
+class ScreenCaptureAccess {
+public:
+    virtual ~ScreenCaptureAccess() = default;
+
+    /// Without asking anybody; returns at once.
+    virtual bool preflight() = 0;
+    /// Asks the user where the desktop can, and returns at once: whether it is allowed now.
+    virtual bool request() = 0;
+
+    static std::shared_ptr<ScreenCaptureAccess> desktop();
+};
+
+}  // namespace tarn

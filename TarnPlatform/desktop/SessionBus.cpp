@@ -1,0 +1,45 @@
+#include "SessionBus.h"
+
+#include <cstdlib>
+#include <filesystem>
+
+namespace tarn {
+
+std::optional<std::string> sessionBusAddress() {
+    const char* const named = std::getenv("DBUS_SESSION_BUS_ADDRESS");
+    if (named != nullptr && *named != '\0') {
+        return named;
+    }
+    const char* const folder = std::getenv("XDG_RUNTIME_DIR");
+    if (folder == nullptr || *folder == '\0') {
+        return std::nullopt;
+    }
+    const auto socket = std::filesystem::path(folder) / "bus";
+    std::error_code unreadable;
+    if (!std::filesystem::is_socket(socket, unreadable)) {
+        return std::nullopt;
+    }
+    const Text escaped(g_dbus_address_escape_value(socket.c_str()));
+    return std::string("unix:path=") + escaped.get();
+}
+
+Owned<GDBusConnection> connectToSessionBus(GCancellable* limit, std::string& whyNot) {
+    const auto address = sessionBusAddress();
+    if (!address) {
+        whyNot = "there is none";
+        return nullptr;
+    }
+    GlibFailure failure;
+    Owned<GDBusConnection> bus(g_dbus_connection_new_for_address_sync(
+        address->c_str(),
+        // A C flag set. NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange)
+        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+        nullptr, limit, failure.out()));
+    if (!bus) {
+        whyNot = failure.text();
+    }
+    return bus;
+}
+
+}  // namespace tarn
