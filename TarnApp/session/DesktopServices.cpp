@@ -1,0 +1,57 @@
+// The desktop's own services behind the seams of sessions and view model.
+#include <boost/asio/thread_pool.hpp>
+
+#include "SessionServices.h"
+#include "TarnApp/server/TarnServerClientFactory.h"
+#include "TarnCore/audio/AudioApps.h"
+#include "TarnCore/audio/SystemAudioCapture.h"
+#include "TarnCore/deployment/Deployment.h"
+#include "TarnPlatform/concurrency/NetworkThread.h"
+#include "TranslateViewModel.h"
+
+namespace tarn {
+namespace {
+
+/// As many as there can be sessions, so that none waits for another's audio server call.
+asio::thread_pool& workerPool() {
+    static asio::thread_pool pool(TranslateViewModel::mostSessions);
+    return pool;
+}
+
+}  // namespace
+
+SessionServices SessionServices::real(SerialExecutor main) {
+    SessionServices services;
+    services.main = std::move(main);
+    services.workers = workerPool().get_executor();
+    services.network = NetworkThread::shared().executor();
+    services.clock = Clock::system();
+    services.microphoneStatus = [] { return MicPermission::status(); };
+    services.requestMicrophone = [] { return MicPermission::request(); };
+    services.screenCapture = ScreenCaptureAccess::desktop();
+    services.urlOpener = UrlOpener::desktop();
+    services.makePlayer = [] { return std::make_shared<AudioPlayer>(); };
+    services.makeMicSession = [] { return std::make_shared<MicSession>(); };
+    services.startCapture = [](std::shared_ptr<AudioSink> sink, std::optional<std::string> bundleID) {
+        return startSystemAudioCapture(std::move(sink), std::move(bundleID));
+    };
+    return services;
+}
+
+ViewModelServices ViewModelServices::real(SerialExecutor main) {
+    ViewModelServices services;
+    services.session = SessionServices::real(std::move(main));
+    services.defaults = UserDefaults::standard();
+    const auto& deployment = Deployment::current();
+    services.makeServerClient = [values = deployment.value_or(DeploymentValues())] {
+        return TarnServerClientFactory::make(values);
+    };
+    services.inputs = [] { return AudioDevices::inputs(); };
+    services.availableApps = [] { return availableAudioApps(); };
+    if (deployment) {
+        services.webBase = deployment->webBase;
+    }
+    return services;
+}
+
+}  // namespace tarn

@@ -1,0 +1,227 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <QUuid>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "CaptureSource.h"
+#include "ConnectionState.h"
+#include "SessionPipeline.h"
+#include "SessionServices.h"
+#include "TarnApp/server/TarnServerClient.h"
+#include "TarnPlatform/concurrency/TaskHandle.h"
+#include "TarnPlatform/settings/UserDefaults.h"
+
+namespace tarn {
+
+/// One translation of one source: its settings, its live state and, while it runs, its pipeline.
+///
+/// A start that comes while an earlier run is still taken apart shows `connecting` at once and begins when
+/// that is done, so a stop never tears down the run that was started after it, and no two runs are heard at
+/// once; a start also ends what a failed run has left. Of starts, stops and reconnects in any order,
+/// observers' included, the last decides where the session ends.
+///
+/// Thread: `SessionServices::main` for everything. Owned by `shared_ptr`; running work holds it weakly.
+class TranslateSession : public QObject, public std::enable_shared_from_this<TranslateSession> {
+    Q_OBJECT
+    Q_PROPERTY(QString sourceLang READ sourceLangText NOTIFY sourceLangChanged)
+    Q_PROPERTY(QString targetLang READ targetLangText NOTIFY targetLangChanged)
+    Q_PROPERTY(QString voice READ voiceText NOTIFY voiceChanged)
+    Q_PROPERTY(QString voiceClone READ voiceCloneText NOTIFY voiceCloneChanged)
+    Q_PROPERTY(int silenceMs READ silenceMs NOTIFY silenceMsChanged)
+    Q_PROPERTY(QString captureSource READ captureSourceText NOTIFY captureSourceChanged)
+    Q_PROPERTY(QString micDeviceUID READ micDeviceUIDText NOTIFY micDeviceUIDChanged)
+    Q_PROPERTY(QString applicationBundleID READ applicationBundleIDText NOTIFY applicationBundleIDChanged)
+    Q_PROPERTY(QString applicationName READ applicationNameText NOTIFY applicationNameChanged)
+    Q_PROPERTY(bool voiceProcessing READ voiceProcessing NOTIFY voiceProcessingChanged)
+    Q_PROPERTY(QString sourceText READ sourceTextText NOTIFY sourceTextChanged)
+    Q_PROPERTY(QString translationText READ translationTextText NOTIFY translationTextChanged)
+    Q_PROPERTY(QString errorMessage READ errorMessageText NOTIFY errorMessageChanged)
+    Q_PROPERTY(float inputLevel READ inputLevel NOTIFY inputLevelChanged)
+
+public:
+    /// Where a run's translation comes from.
+    struct Backend {
+        std::shared_ptr<TarnServerClient> client;
+        static Backend server(std::shared_ptr<TarnServerClient> client) { return {std::move(client)}; }
+    };
+
+    /// Loads the settings that are stored under `storageNamespace`. Requires: made with `std::make_shared`.
+    TranslateSession(std::string storageNamespace, std::shared_ptr<UserDefaults> defaults,
+                     SessionServices services);
+    ~TranslateSession() override;
+
+    /// `rate`: speaking rate of the dub; `gain`: its linear loudness. Returns at once; ignored while a run is
+    /// under way or on its way.
+    void start(float rate, float gain, Backend backend);
+    /// Returns at once.
+    void stop();
+    /// Stops and, 0.3 s later, starts with the settings as they are then. Ignored unless a run is under way
+    /// or on its way.
+    void reconnect(float rate, float gain, Backend backend);
+
+    const QUuid& id() const { return id_; }
+    const std::string& storageNamespace() const { return storageNamespace_; }
+
+    // Settings. Each assignment notifies and is stored, also of the same value; a run takes them up when it
+    // is started next.
+    const std::string& sourceLang() const { return sourceLang_; }  ///< "": detect
+    const std::string& targetLang() const { return targetLang_; }
+    const std::string& voice() const { return voice_; }            ///< "": the service's own
+    const std::string& voiceClone() const { return voiceClone_; }  ///< passed on unchanged
+    int silenceMs() const { return silenceMs_; }                   ///< below 1: not sent
+    CaptureSource captureSource() const { return captureSource_; }
+    const std::string& micDeviceUID() const { return micDeviceUID_; }  ///< "": the default input
+    const std::string& applicationBundleID() const { return applicationBundleID_; }
+    const std::string& applicationName() const { return applicationName_; }
+    bool voiceProcessing() const { return voiceProcessing_; }
+    void setSourceLang(std::string value);
+    void setTargetLang(std::string value);
+    void setVoice(std::string value);
+    void setVoiceClone(std::string value);
+    void setSilenceMs(int value);
+    void setCaptureSource(CaptureSource value);
+    void setMicDeviceUID(std::string value);
+    void setApplicationBundleID(std::string value);
+    void setApplicationName(std::string value);
+    void setVoiceProcessing(bool value);
+
+    // Live.
+    const ConnectionState& state() const { return state_; }
+    const std::string& sourceText() const { return sourceText_; }            ///< of the latest utterance
+    const std::string& translationText() const { return translationText_; }  ///< of the latest utterance
+    const std::optional<std::string>& errorMessage() const { return errorMessage_; }
+    float inputLevel() const { return inputLevel_; }  ///< linear
+    void setState(ConnectionState value);
+    void setErrorMessage(std::optional<std::string> value);
+
+    // The run's objects, absent when there is none.
+    const std::shared_ptr<AudioPlayer>& player() const { return pipeline_.player; }
+    const std::shared_ptr<AudioSink>& sink() const { return pipeline_.sink; }
+    const std::shared_ptr<CaptureStream>& stream() const { return pipeline_.stream; }
+    const std::shared_ptr<MicSession>& micSession() const { return pipeline_.micSession; }
+    const std::shared_ptr<AudioResampler>& resampler() const { return pipeline_.resampler; }
+    /// From the moment that it is open; the others once the run has come up.
+    const std::shared_ptr<TarnTranslateStream>& serverStream() const {
+        return (attempt_ ? attempt_->parts : pipeline_).serverStream;
+    }
+
+    std::function<void()> onAuthFailure;      ///< the service does not accept the user's credentials
+    std::function<void()> onScreenRecNeeded;  ///< a start needs the permission to record the screen
+
+Q_SIGNALS:
+    void sourceLangChanged();
+    void targetLangChanged();
+    void voiceChanged();
+    void voiceCloneChanged();
+    void silenceMsChanged();
+    void captureSourceChanged();
+    void micDeviceUIDChanged();
+    void applicationBundleIDChanged();
+    void applicationNameChanged();
+    void voiceProcessingChanged();
+    void stateChanged();
+    void sourceTextChanged();
+    void translationTextChanged();
+    void errorMessageChanged();
+    void inputLevelChanged();
+
+private:
+    using Call = std::uint64_t;  ///< numbers the calls of start, stop and reconnect
+
+    struct Start {
+        Call call;
+        float rate;
+        float gain;
+        Backend backend;
+    };
+
+    /// What a run keeps of the session that started it.
+    struct Run {
+        std::weak_ptr<TranslateSession> session;
+        Start start;
+        SessionPipeline::Settings settings;
+        SessionServices services;
+        std::shared_ptr<SessionAttempt> attempt;
+        std::shared_ptr<SessionTeardowns> teardowns;
+    };
+
+    /// A stop, with what it takes apart.
+    struct Stop {
+        Call call;
+        SessionPipeline parts;
+        bool ownsPipeline;  ///< the parts are the session's own, which empties with them
+        SessionTeardowns::Turn turn;
+    };
+
+    static Task<void> askForMicrophone(std::weak_ptr<TranslateSession> weak, Start start);
+    static Task<void> run(Run run);
+    static Task<PipelineResult<void>> build(const Run& run);
+    // Each step adds what it makes to the attempt's parts at once. An abandoned attempt fails.
+    static Task<PipelineResult<void>> startMicPipeline(const Run& run);
+    static Task<PipelineResult<void>> startSystemPipeline(const Run& run,
+                                                          std::optional<std::string> bundleID);
+    static Task<PipelineResult<SendAudio>> openTransport(const Run& run, ReceiveAudio audioSink);
+    static Task<void> readEvents(std::weak_ptr<TranslateSession> weak, Call start,
+                                 std::shared_ptr<TarnTranslateStream> stream, ReceiveAudio audioSink);
+    static Task<void> tearDown(std::weak_ptr<TranslateSession> weak, Stop stop);
+    static Task<void> startAgain(std::weak_ptr<TranslateSession> weak, std::shared_ptr<Clock> clock,
+                                 Start next);
+    static std::function<void(float)> levelReceiver(const Run& run);
+
+    void continueStart(Start start);
+    void startStopping(Call call);
+    void leaveOldRun();
+    void showError(Call call, const std::string& reason, const std::string& message);
+    void apply(const TarnTranslateEvent& event, Call start);
+    bool isLatest(Call call) const { return call == lastCall_; }
+    std::string key(const char* field) const { return storageNamespace_ + "." + field; }
+    std::string loadText(const char* field, const char* absent) const;
+
+    QString sourceLangText() const { return QString::fromStdString(sourceLang_); }
+    QString targetLangText() const { return QString::fromStdString(targetLang_); }
+    QString voiceText() const { return QString::fromStdString(voice_); }
+    QString voiceCloneText() const { return QString::fromStdString(voiceClone_); }
+    QString captureSourceText() const;
+    QString micDeviceUIDText() const { return QString::fromStdString(micDeviceUID_); }
+    QString applicationBundleIDText() const { return QString::fromStdString(applicationBundleID_); }
+    QString applicationNameText() const { return QString::fromStdString(applicationName_); }
+    QString sourceTextText() const { return QString::fromStdString(sourceText_); }
+    QString translationTextText() const { return QString::fromStdString(translationText_); }
+    QString errorMessageText() const { return QString::fromStdString(errorMessage_.value_or("")); }
+
+    const QUuid id_ = QUuid::createUuid();
+    std::string sourceLang_;
+    std::string targetLang_;
+    std::string voice_;
+    std::string voiceClone_;
+    int silenceMs_ = 0;
+    CaptureSource captureSource_ = CaptureSource::system;
+    std::string micDeviceUID_;
+    std::string applicationBundleID_;
+    std::string applicationName_;
+    bool voiceProcessing_ = true;
+    ConnectionState state_;
+    std::string sourceText_;
+    std::string translationText_;
+    std::optional<std::string> errorMessage_;
+    float inputLevel_ = 0;
+
+    SessionPipeline pipeline_;                 ///< of a run that has come up
+    bool isPipelineLeaving_ = false;           ///< a stop is taking it apart
+    std::shared_ptr<SessionAttempt> attempt_;  ///< of a run that has not
+    Call lastCall_ = 0;
+    Call lastStart_ = 0;
+    bool stopAsked_ = false;  ///< by the last call; the state may not show it yet
+
+    const std::shared_ptr<UserDefaults> defaults_;
+    const std::string storageNamespace_;
+    const SessionServices services_;
+    const std::shared_ptr<SessionTeardowns> teardowns_ = std::make_shared<SessionTeardowns>(services_.main);
+};
+
+}  // namespace tarn

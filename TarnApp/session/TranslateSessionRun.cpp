@@ -1,0 +1,371 @@
+// How a session starts, runs and stops.
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/detached.hpp>
+#include <boost/asio/post.hpp>
+#include <boost/asio/strand.hpp>
+#include <chrono>
+#include <utility>
+
+#include "MicDenialHelp.h"
+#include "TarnApp/localization/LocKey.h"
+#include "TarnPlatform/concurrency/CarryOut.h"
+#include "TranslateSession.h"
+
+namespace tarn {
+namespace {
+
+constexpr std::chrono::milliseconds reconnectDelay{300};
+
+std::optional<std::string> nonEmpty(const std::string& text) {
+    return text.empty() ? std::nullopt : std::optional(text);
+}
+
+PipelineFailure failureOf(const Error& error) {
+    return {error.description, false};
+}
+
+Task<Result<void>> startPlayer(std::shared_ptr<AudioPlayer> player, float rate) {
+    co_return player->start(rate);
+}
+
+Task<std::expected<void, MicSession::MicError>> startMicrophone(
+    std::shared_ptr<MicSession> micSession, float rate, bool voiceProcessing,
+    std::optional<std::string> preferredDeviceUID) {
+    co_return micSession->start(rate, voiceProcessing, preferredDeviceUID);
+}
+
+/// Hands captured buffers to the service. Thread: the capture's own.
+std::function<void(const PcmBuffer&)> makeSender(std::shared_ptr<AudioResampler> resampler, SendAudio send) {
+    return [resampler = std::move(resampler), send = std::move(send)](const PcmBuffer& buffer) {
+        if (auto chunk = resampler->process(buffer)) {
+            send(std::move(*chunk));
+        }
+    };
+}
+
+std::unexpected<PipelineFailure> abandoned() {
+    return std::unexpected(PipelineFailure());
+}
+
+}  // namespace
+
+TranslateSession::~TranslateSession() {
+    leaveOldRun();
+}
+
+void TranslateSession::leaveOldRun() {
+    if (const auto attempt = std::exchange(attempt_, nullptr)) {
+        teardowns_->begin(attempt->abandon());
+    }
+    if (!isPipelineLeaving_) {
+        teardowns_->begin(std::exchange(pipeline_, SessionPipeline()));
+    }
+}
+
+void TranslateSession::start(float rate, float gain, Backend backend) {
+    if (state_.isActive() && !stopAsked_) {
+        return;
+    }
+    stopAsked_ = false;
+    lastStart_ = ++lastCall_;
+    const Start call{lastCall_, rate, gain, std::move(backend)};
+    leaveOldRun();
+    errorMessage_.reset();
+    sourceText_.clear();
+    translationText_.clear();
+    inputLevel_ = 0;
+    state_ = ConnectionState::connecting();
+    // Told when all is set, since an observer may call the session.
+    Q_EMIT errorMessageChanged();
+    Q_EMIT sourceTextChanged();
+    Q_EMIT translationTextChanged();
+    Q_EMIT inputLevelChanged();
+    Q_EMIT stateChanged();
+    if (!isLatest(call.call)) {
+        return;
+    }
+    if (captureSource_ == CaptureSource::mic) {
+        TaskHandle::start(services_.main, askForMicrophone(weak_from_this(), call));
+    } else if (services_.screenCapture->preflight()) {
+        continueStart(call);
+    } else {
+        services_.screenCapture->request();
+        setState(ConnectionState::idle());
+        if (onScreenRecNeeded) {
+            onScreenRecNeeded();
+        }
+    }
+}
+
+Task<void> TranslateSession::askForMicrophone(std::weak_ptr<TranslateSession> weak, Start start) {
+    auto self = weak.lock();
+    if (!self) {
+        co_return;
+    }
+    auto answer = self->services_.requestMicrophone();
+    self.reset();
+    const bool granted = co_await std::move(answer);
+    self = weak.lock();
+    if (!self || !self->isLatest(start.call)) {
+        co_return;
+    }
+    if (granted) {
+        self->continueStart(std::move(start));
+        co_return;
+    }
+    self->showError(start.call, "permission denied", text(LocKey::errMicDenied));
+    MicDenialHelp::openSettingsIfNeeded(self->services_.microphoneStatus(), *self->services_.urlOpener);
+}
+
+void TranslateSession::continueStart(Start start) {
+    const SessionPipeline::Settings settings{
+        QwenConfig(nonEmpty(sourceLang_), targetLang_, nonEmpty(voice_), voiceClone_,
+                   silenceMs_ >= 1 ? std::optional(silenceMs_) : std::nullopt),
+        captureSource_, applicationBundleID_, micDeviceUID_, voiceProcessing_};
+    attempt_ = std::make_shared<SessionAttempt>();
+    Run wanted{weak_from_this(), std::move(start), settings, services_, attempt_, teardowns_};
+    attempt_->task = TaskHandle::start(services_.main, run(std::move(wanted)));
+}
+
+Task<void> TranslateSession::run(Run run) {
+    // What earlier runs have left, by a stop that is still under way or by failing, goes first.
+    co_await SessionTeardowns::settled(run.teardowns);
+    const auto& attempt = run.attempt;
+    if (attempt->isAbandoned) {
+        co_return;
+    }
+    attempt->parts.sound = asio::make_strand(run.services.workers);
+    PipelineResult<void> built;
+    try {
+        built = co_await build(run);
+    } catch (const std::exception& bug) {
+        built = std::unexpected(PipelineFailure{bug.what(), false});
+    }
+    const auto self = run.session.lock();
+    if (!self || attempt->isAbandoned) {
+        co_return;
+    }
+    self->attempt_.reset();
+    SessionPipeline parts = std::exchange(attempt->parts, SessionPipeline());
+    if (built) {
+        self->pipeline_ = std::move(parts);
+        self->setState(ConnectionState::running());
+        co_return;
+    }
+    run.teardowns->begin(std::move(parts));
+    const PipelineFailure& failure = built.error();
+    self->showError(run.start.call, failure.description, failure.description);
+    if (failure.meansSignedOut && self->onAuthFailure) {
+        self->onAuthFailure();
+    }
+}
+
+Task<PipelineResult<void>> TranslateSession::build(const Run& run) {
+    switch (run.settings.captureSource) {
+        case CaptureSource::mic:
+            return startMicPipeline(run);
+        case CaptureSource::system:
+            return startSystemPipeline(run, std::nullopt);
+        case CaptureSource::application:
+            break;
+    }
+    return startSystemPipeline(run, run.settings.applicationBundleID);
+}
+
+Task<PipelineResult<void>> TranslateSession::startSystemPipeline(const Run& run,
+                                                                 std::optional<std::string> bundleID) {
+    SessionAttempt& attempt = *run.attempt;
+    SessionPipeline& parts = attempt.parts;
+    const auto player = run.services.makePlayer();
+    parts.player = player;
+    player->setGain(run.start.gain);
+    const auto started = co_await carryOut(*parts.sound, startPlayer(player, run.start.rate));
+    if (attempt.isAbandoned) {
+        co_return abandoned();
+    }
+    if (!started) {
+        co_return std::unexpected(failureOf(started.error()));
+    }
+    ReceiveAudio play = [player](std::vector<std::byte> bytes) { player->enqueue(bytes); };
+    auto send = co_await openTransport(run, std::move(play));
+    if (!send) {
+        co_return std::unexpected(send.error());
+    }
+    parts.resampler = std::make_shared<AudioResampler>();
+    parts.sink = std::make_shared<AudioSink>();
+    parts.sink->onPCM = makeSender(parts.resampler, std::move(*send));
+    parts.sink->onLevel = levelReceiver(run);
+    auto capture = co_await run.services.startCapture(parts.sink, std::move(bundleID));
+    if (attempt.isAbandoned) {
+        SessionPipeline late;
+        late.stream = capture ? std::move(*capture) : nullptr;
+        run.teardowns->begin(std::move(late));
+        co_return abandoned();
+    }
+    if (!capture) {
+        co_return std::unexpected(failureOf(capture.error()));
+    }
+    parts.stream = std::move(*capture);
+    co_return PipelineResult<void>();
+}
+
+Task<PipelineResult<void>> TranslateSession::startMicPipeline(const Run& run) {
+    SessionPipeline& parts = run.attempt->parts;
+    const auto micSession = run.services.makeMicSession();
+    parts.micSession = micSession;
+    micSession->setGain(run.start.gain);
+    parts.resampler = std::make_shared<AudioResampler>();
+    ReceiveAudio play = [micSession](std::vector<std::byte> bytes) { micSession->enqueueAudio(bytes); };
+    auto send = co_await openTransport(run, std::move(play));
+    if (!send) {
+        co_return std::unexpected(send.error());
+    }
+    micSession->onPCM = [forward = makeSender(parts.resampler, std::move(*send))](const PcmBuffer& buffer) {
+        auto first = buffer.format().channelCount >= 2 ? MicSession::extractChannel0(buffer) : std::nullopt;
+        forward(first ? *first : buffer);
+    };
+    micSession->onLevel = levelReceiver(run);
+    const SerialExecutor sound = *parts.sound;
+    const auto started =
+        co_await carryOut(sound, startMicrophone(micSession, run.start.rate, run.settings.voiceProcessing,
+                                                 nonEmpty(run.settings.micDeviceUID)));
+    if (!started) {
+        co_return std::unexpected(PipelineFailure{started.error().errorDescription(), false});
+    }
+    co_return PipelineResult<void>();
+}
+
+Task<PipelineResult<SendAudio>> TranslateSession::openTransport(const Run& run, ReceiveAudio audioSink) {
+    const QwenConfig& config = run.settings.config;
+    auto opened = co_await run.start.backend.client->openTranslateStream(
+        config.sourceLang, config.targetLang, config.voice, config.voiceClone, config.silenceMs);
+    SessionAttempt& attempt = *run.attempt;
+    if (attempt.isAbandoned) {
+        SessionPipeline late;
+        late.serverStream = opened ? std::move(*opened) : nullptr;
+        run.teardowns->begin(std::move(late));
+        co_return abandoned();
+    }
+    if (!opened) {
+        co_return std::unexpected(PipelineFailure{describe(opened.error()), opened.error().meansSignedOut()});
+    }
+    const std::shared_ptr<TarnTranslateStream> stream = std::move(*opened);
+    attempt.parts.serverStream = stream;
+    attempt.parts.serverStreamTask = TaskHandle::start(
+        run.services.main, readEvents(run.session, run.start.call, stream, std::move(audioSink)));
+    SendAudio send = [stream, network = run.services.network](std::vector<std::byte> bytes) {
+        asio::co_spawn(network, stream->sendAudio(std::move(bytes)), asio::detached);
+    };
+    co_return send;
+}
+
+Task<void> TranslateSession::readEvents(std::weak_ptr<TranslateSession> weak, Call start,
+                                        std::shared_ptr<TarnTranslateStream> stream, ReceiveAudio audioSink) {
+    for (;;) {
+        auto event = co_await stream->events().next();
+        if (!event || std::holds_alternative<translate::Closed>(*event)) {
+            co_return;
+        }
+        if (auto* const audio = std::get_if<translate::TranslatedAudio>(&*event)) {
+            audioSink(std::move(audio->bytes));
+        } else if (const auto self = weak.lock()) {
+            self->apply(*event, start);
+        }
+    }
+}
+
+void TranslateSession::apply(const TarnTranslateEvent& event, Call start) {
+    if (start != lastStart_) {
+        return;  // the next run's fields are not this one's any more
+    }
+    if (const auto* const source = std::get_if<translate::SourceText>(&event)) {
+        sourceText_ = source->text;
+        Q_EMIT sourceTextChanged();
+    } else if (const auto* const translation = std::get_if<translate::TranslatedText>(&event)) {
+        translationText_ = translation->text;
+        Q_EMIT translationTextChanged();
+    } else if (!isLatest(start)) {
+        return;  // the run is being taken apart: the stop tells where the session stands
+    } else if (const auto* const error = std::get_if<translate::Error>(&event)) {
+        showError(start, error->message, error->message);
+    } else if (std::holds_alternative<translate::Unauthorized>(event)) {
+        showError(start, "session expired", text(LocKey::errSessionExpired));
+        if (onAuthFailure) {
+            onAuthFailure();
+        }
+    }
+}
+
+void TranslateSession::showError(Call call, const std::string& reason, const std::string& message) {
+    setState(ConnectionState::error(reason));
+    if (isLatest(call)) {  // an observer of the state may have called
+        setErrorMessage(message);
+    }
+}
+
+std::function<void(float)> TranslateSession::levelReceiver(const Run& run) {
+    return [main = run.services.main, weak = run.session, call = run.start.call](float level) {
+        asio::post(main, [weak, call, level] {
+            const auto self = weak.lock();
+            if (self && self->lastStart_ == call) {
+                self->inputLevel_ = level;
+                Q_EMIT self->inputLevelChanged();
+            }
+        });
+    };
+}
+
+void TranslateSession::stop() {
+    startStopping(++lastCall_);
+}
+
+void TranslateSession::startStopping(Call call) {
+    stopAsked_ = true;
+    Stop order{call, SessionPipeline(), false, teardowns_->enter()};
+    if (const auto attempt = std::exchange(attempt_, nullptr)) {
+        order.parts = attempt->abandon();
+    } else if (!isPipelineLeaving_ && !pipeline_.isEmpty()) {
+        order.parts = pipeline_;
+        order.ownsPipeline = isPipelineLeaving_ = true;
+    }
+    TaskHandle::start(services_.main, tearDown(weak_from_this(), std::move(order)));
+}
+
+Task<void> TranslateSession::tearDown(std::weak_ptr<TranslateSession> weak, Stop stop) {
+    if (const auto self = weak.lock(); self && self->isLatest(stop.call)) {
+        self->setState(ConnectionState::stopping());
+    }
+    co_await SessionPipeline::takeApart(std::move(stop.parts));
+    if (stop.turn.before) {
+        co_await stop.turn.before->passed();
+    }
+    const auto self = weak.lock();
+    if (self && stop.ownsPipeline) {
+        self->pipeline_ = SessionPipeline();
+        self->isPipelineLeaving_ = false;
+    }
+    stop.turn.done.open();
+    if (self && self->isLatest(stop.call)) {
+        self->setState(ConnectionState::idle());
+    }
+}
+
+void TranslateSession::reconnect(float rate, float gain, Backend backend) {
+    if (!state_.isActive() || stopAsked_) {
+        return;
+    }
+    const Start next{++lastCall_, rate, gain, std::move(backend)};
+    startStopping(next.call);
+    TaskHandle::start(services_.main, startAgain(weak_from_this(), services_.clock, next));
+}
+
+Task<void> TranslateSession::startAgain(std::weak_ptr<TranslateSession> weak, std::shared_ptr<Clock> clock,
+                                        Start next) {
+    co_await sleepFor(std::move(clock), reconnectDelay);
+    const auto self = weak.lock();
+    if (self && self->isLatest(next.call)) {
+        self->start(next.rate, next.gain, std::move(next.backend));
+    }
+}
+
+}  // namespace tarn

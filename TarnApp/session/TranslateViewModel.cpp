@@ -1,0 +1,408 @@
+#include "TranslateViewModel.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+#include "TarnApp/server/Keychain.h"
+#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/logging/SystemLog.h"
+
+namespace tarn {
+namespace {
+
+constexpr std::chrono::seconds toastTime{4};
+
+}  // namespace
+
+std::shared_ptr<TranslateViewModel> TranslateViewModel::make(ViewModelServices services) {
+    // Not make_shared: the constructor is private, and what it starts needs the shared pointer.
+    std::shared_ptr<TranslateViewModel> model(new TranslateViewModel(std::move(services)));
+    model->begin();
+    return model;
+}
+
+TranslateViewModel::TranslateViewModel(ViewModelServices services)
+    : services_(std::move(services)), serverClient_(services_.makeServerClient()) {
+    load();
+}
+
+TranslateViewModel::~TranslateViewModel() {
+    toastTask_.cancel();
+    for (const auto& connection : subs_) {
+        disconnect(connection);
+    }
+}
+
+void TranslateViewModel::load() {
+    const UserDefaults& defaults = *services_.defaults;
+    rate_ = defaults.number("rate").value_or(1.0);
+    outputGain_ = defaults.number("outputGain").value_or(1.0);
+    tier2Expanded_ = defaults.boolean("tier2Expanded").value_or(false);
+    miniMode_ = defaults.boolean("miniMode").value_or(false);
+    subtitleScale_ = defaults.number("subtitleScale").value_or(1.0);
+    mode_ = appMode(defaults.string("mode").value_or("solo")).value_or(AppMode::solo);
+}
+
+void TranslateViewModel::begin() {
+    availableMics_ = services_.inputs();
+    if (services_.session.screenCapture->preflight()) {
+        TaskHandle::start(services_.session.main,
+                          loadApps(weak_from_this(), "[vm] initial refreshApps failed: "));
+    }
+    sessions_.push_back(
+        std::make_shared<TranslateSession>("session.0", services_.defaults, services_.session));
+    wireSession(sessions_.front());
+    applyMode();
+    observeSessions();
+    isLoggedIn_ = Keychain::get(Keychain::Account::pat).has_value();
+    if (isLoggedIn_) {
+        TaskHandle::start(services_.session.main, checkAccount(weak_from_this()));
+    }
+}
+
+void TranslateViewModel::setRate(double value) {
+    rate_ = value;
+    Q_EMIT rateChanged();
+    services_.defaults->set("rate", value);
+    propagateLiveParams();
+}
+
+void TranslateViewModel::setOutputGain(double value) {
+    outputGain_ = value;
+    Q_EMIT outputGainChanged();
+    services_.defaults->set("outputGain", value);
+    propagateLiveParams();
+}
+
+void TranslateViewModel::setTier2Expanded(bool value) {
+    tier2Expanded_ = value;
+    Q_EMIT tier2ExpandedChanged();
+    services_.defaults->set("tier2Expanded", value);
+}
+
+void TranslateViewModel::setMiniMode(bool value) {
+    miniMode_ = value;
+    Q_EMIT miniModeChanged();
+    services_.defaults->set("miniMode", value);
+}
+
+void TranslateViewModel::setSubtitleScale(double value) {
+    subtitleScale_ = value;
+    Q_EMIT subtitleScaleChanged();
+    services_.defaults->set("subtitleScale", value);
+}
+
+void TranslateViewModel::setMode(AppMode value) {
+    mode_ = value;
+    Q_EMIT modeChanged();
+    services_.defaults->set("mode", rawValue(value));
+    applyMode();
+}
+
+void TranslateViewModel::setAvailableMics(std::vector<AudioInputDevice> value) {
+    availableMics_ = std::move(value);
+    Q_EMIT availableMicsChanged();
+}
+
+void TranslateViewModel::setScreenRecNeededEvent(bool value) {
+    screenRecNeededEvent_ = value;
+    Q_EMIT screenRecNeededEventChanged();
+}
+
+void TranslateViewModel::setIsLoggedIn(bool value) {
+    isLoggedIn_ = value;
+    Q_EMIT isLoggedInChanged();
+}
+
+void TranslateViewModel::setAccount(std::optional<UserAccount> value) {
+    account_ = std::move(value);
+    Q_EMIT accountChanged();
+}
+
+// Sessions.
+
+void TranslateViewModel::applyMode() {
+    const std::size_t target = mode_ == AppMode::solo ? 1 : std::max<std::size_t>(sessions_.size(), 2);
+    if (sessions_.size() == target) {
+        return;
+    }
+    while (sessions_.size() > target) {
+        const auto last = sessions_.back();
+        sessions_.pop_back();
+        last->stop();
+    }
+    while (sessions_.size() < target) {
+        appendSession();
+    }
+    Q_EMIT sessionsChanged();
+    observeSessions();
+}
+
+void TranslateViewModel::appendSession() {
+    const std::string storageNamespace = "session." + std::to_string(sessions_.size());
+    auto session =
+        std::make_shared<TranslateSession>(storageNamespace, services_.defaults, services_.session);
+    if (!services_.defaults->contains(storageNamespace + ".sourceLang")) {
+        // A new partner speaks what the first session translates into, and hears what that one hears.
+        session->setSourceLang(sessions_.front()->targetLang());
+        session->setTargetLang(sessions_.front()->sourceLang());
+    }
+    wireSession(session);
+    sessions_.push_back(std::move(session));
+}
+
+void TranslateViewModel::addSession() {
+    if (mode_ == AppMode::conversation && sessions_.size() < mostSessions) {
+        appendSession();
+        Q_EMIT sessionsChanged();
+        observeSessions();
+    }
+}
+
+void TranslateViewModel::removeSession(const std::shared_ptr<TranslateSession>& session) {
+    const auto found = std::ranges::find_if(
+        sessions_, [&](const auto& candidate) { return candidate->id() == session->id(); });
+    if (found == sessions_.end() || found == sessions_.begin()) {
+        return;
+    }
+    const auto removed = *found;
+    sessions_.erase(found);
+    removed->stop();
+    Q_EMIT sessionsChanged();
+    observeSessions();
+    if (sessions_.size() < 2 && mode_ == AppMode::conversation) {
+        setMode(AppMode::solo);
+    }
+}
+
+void TranslateViewModel::wireSession(const std::shared_ptr<TranslateSession>& session) {
+    session->onAuthFailure = [weak = weak_from_this()] {
+        if (const auto self = weak.lock()) {
+            forgetCredentials();
+            self->handleLoggedOut();
+        }
+    };
+    session->onScreenRecNeeded = [weak = weak_from_this()] {
+        if (const auto self = weak.lock()) {
+            self->setScreenRecNeededEvent(true);
+        }
+    };
+}
+
+void TranslateViewModel::observeSessions() {
+    for (const auto& connection : subs_) {
+        disconnect(connection);
+    }
+    subs_.clear();
+    for (const auto& session : sessions_) {
+        subs_.push_back(connect(session.get(), &TranslateSession::stateChanged, this,
+                                &TranslateViewModel::recomputeAnyRunning));
+    }
+    recomputeAnyRunning();
+}
+
+void TranslateViewModel::recomputeAnyRunning() {
+    const bool any =
+        std::ranges::any_of(sessions_, [](const auto& session) { return session->state().isActive(); });
+    if (any != anyRunning_) {
+        anyRunning_ = any;
+        Q_EMIT anyRunningChanged();
+    }
+}
+
+void TranslateViewModel::propagateLiveParams() {
+    const auto rate = static_cast<float>(rate_);
+    const auto gain = static_cast<float>(outputGain_);
+    for (const auto& session : sessions_) {
+        if (const auto& player = session->player()) {
+            player->setRate(rate);
+            player->setGain(gain);
+        }
+        if (const auto& micSession = session->micSession()) {
+            micSession->setRate(rate);
+            micSession->setGain(gain);
+        }
+    }
+}
+
+void TranslateViewModel::startAll() {
+    if (!isLoggedIn_) {
+        sessions_.front()->setState(ConnectionState::error("not signed in"));
+        sessions_.front()->setErrorMessage("Sign in to start translating");
+        return;
+    }
+    launchSessions(backend());
+}
+
+void TranslateViewModel::launchSessions(const TranslateSession::Backend& backend) {
+    for (const auto& session : sessions_) {
+        session->start(static_cast<float>(rate_), static_cast<float>(outputGain_), backend);
+    }
+}
+
+void TranslateViewModel::stopAll() {
+    for (const auto& session : sessions_) {
+        session->stop();
+    }
+}
+
+void TranslateViewModel::reconnect(const std::shared_ptr<TranslateSession>& session) {
+    if (isLoggedIn_) {
+        session->reconnect(static_cast<float>(rate_), static_cast<float>(outputGain_), backend());
+    }
+}
+
+void TranslateViewModel::refreshApps() {
+    TaskHandle::start(services_.session.main, loadApps(weak_from_this(), "[vm] refreshApps failed: "));
+}
+
+Task<void> TranslateViewModel::loadApps(std::weak_ptr<TranslateViewModel> weak, std::string failurePrefix) {
+    auto self = weak.lock();
+    if (!self) {
+        co_return;
+    }
+    auto listing = self->services_.availableApps();
+    self.reset();
+    auto apps = co_await std::move(listing);
+    self = weak.lock();
+    if (!self) {
+        co_return;
+    }
+    if (!apps) {
+        logLine(failurePrefix + apps.error().description);
+        co_return;
+    }
+    self->availableApps_ = std::move(*apps);
+    Q_EMIT self->availableAppsChanged();
+}
+
+// Signing in and out.
+
+std::optional<Url> TranslateViewModel::signInPage() const {
+    if (!services_.webBase) {
+        return std::nullopt;
+    }
+    return services_.webBase->appendingPathComponent("auth").withQueryItems({{"return_to", "macos"}});
+}
+
+void TranslateViewModel::startSignIn() {
+    const auto page = signInPage();
+    if (!page) {
+        systemLog("[tarn] could not build sign-in URL");
+        return;
+    }
+    services_.session.urlOpener->open(page->text());
+}
+
+void TranslateViewModel::handleLoginSucceeded() {
+    setIsLoggedIn(true);
+    rebuildServerClient();
+    TaskHandle::start(services_.session.main, checkAccount(weak_from_this()));
+}
+
+void TranslateViewModel::handleLoggedOut() {
+    setIsLoggedIn(false);
+    setAccount(std::nullopt);
+    rebuildServerClient();
+    if (onAuthLost) {
+        onAuthLost();
+    }
+}
+
+void TranslateViewModel::signOut() {
+    TaskHandle::start(services_.session.main, signOutOnServer(weak_from_this()));
+}
+
+Task<void> TranslateViewModel::signOutOnServer(std::weak_ptr<TranslateViewModel> weak) {
+    auto self = weak.lock();
+    if (!self) {
+        co_return;
+    }
+    const auto client = self->serverClient_;
+    self.reset();
+    static_cast<void>(co_await client->logout());  // signed out here, whatever the server says
+    self = weak.lock();
+    if (self && self->serverClient_ == client) {  // else signed in anew, or out, in the meantime
+        forgetCredentials();
+        self->handleLoggedOut();
+    }
+}
+
+Task<void> TranslateViewModel::checkAccount(std::weak_ptr<TranslateViewModel> weak) {
+    auto self = weak.lock();
+    if (!self) {
+        co_return;
+    }
+    const auto client = self->serverClient_;
+    self.reset();
+    auto account = co_await client->fetchMe();
+    self = weak.lock();
+    if (!self) {
+        co_return;
+    }
+    // Otherwise an answer about a user who has signed in anew, or out, in the meantime.
+    if (self->serverClient_ == client) {
+        self->takeAccount(std::move(account));
+    }
+    Q_EMIT self->accountChecked();
+}
+
+void TranslateViewModel::takeAccount(ServerResult<UserAccount> account) {
+    if (account) {
+        setAccount(std::move(*account));
+        return;
+    }
+    const auto* const http = account.error().as<TarnServerError::Http>();
+    const bool noToken = account.error().as<TarnServerError::NotAuthenticated>() != nullptr;
+    if ((noToken && isLoggedIn_) || (http != nullptr && http->status == 401)) {
+        sessionExpired();
+    } else if (noToken) {
+        setAccount(std::nullopt);
+    } else {
+        logLine("[vm] account check failed: " + diagnosis(account.error()));
+    }
+}
+
+void TranslateViewModel::sessionExpired() {
+    forgetCredentials();
+    handleLoggedOut();
+    showTransientStatus("Session expired — please sign in again");
+}
+
+void TranslateViewModel::forgetCredentials() {
+    Keychain::remove(Keychain::Account::pat);
+    Keychain::remove(Keychain::Account::userEmail);
+}
+
+void TranslateViewModel::rebuildServerClient() {
+    serverClient_ = services_.makeServerClient();
+}
+
+// Notices.
+
+void TranslateViewModel::showToast(std::string message) {
+    toastTask_.cancel();
+    toastMessage_ = std::move(message);
+    Q_EMIT toastMessageChanged();
+    toastTask_ = TaskHandle::start(services_.session.main,
+                                   hideToast(weak_from_this(), services_.session.clock, ++toastNumber_));
+}
+
+Task<void> TranslateViewModel::hideToast(std::weak_ptr<TranslateViewModel> weak, std::shared_ptr<Clock> clock,
+                                         std::uint64_t number) {
+    co_await sleepFor(std::move(clock), toastTime);
+    // A sleep that was over is not cancelled any more.
+    if (const auto self = weak.lock(); self && self->toastNumber_ == number) {
+        self->toastMessage_.reset();
+        Q_EMIT self->toastMessageChanged();
+    }
+}
+
+void TranslateViewModel::showTransientStatus(std::string message) {
+    if (!sessions_.empty()) {
+        sessions_.front()->setErrorMessage(std::move(message));
+    }
+}
+
+}  // namespace tarn

@@ -1,0 +1,177 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "AppMode.h"
+#include "TarnApp/server/TarnServerClient.h"
+#include "TarnCore/audio/AudioCapableApp.h"
+#include "TarnCore/audio/AudioDevices.h"
+#include "TarnPlatform/concurrency/TaskHandle.h"
+#include "TarnPlatform/net/Url.h"
+#include "TarnPlatform/settings/UserDefaults.h"
+#include "TranslateSession.h"
+
+namespace tarn {
+
+/// What the application state needs of its surroundings. A test puts its own in place.
+struct ViewModelServices {
+    SessionServices session;
+    std::shared_ptr<UserDefaults> defaults;
+    std::function<std::shared_ptr<TarnServerClient>()> makeServerClient;
+    std::function<std::vector<AudioInputDevice>()> inputs;
+    std::function<Task<Result<std::vector<AudioCapableApp>>>()> availableApps;
+    std::optional<Url> webBase;  ///< root of the web site with the sign-in page; nothing: not known
+
+    /// The desktop's own and the process's deployment values, with `main` as the main thread.
+    static ViewModelServices real(SerialExecutor main);
+};
+
+/// The application's state: one object, shared by every window.
+///
+/// Keeps the list of sessions in step with the mode, holds and stores the settings that concern all of them,
+/// starts and stops them together, and knows whether the user is signed in.
+///
+/// Thread: `SessionServices::main` for everything. Owned by `shared_ptr`; its tasks hold it weakly.
+class TranslateViewModel : public QObject, public std::enable_shared_from_this<TranslateViewModel> {
+    Q_OBJECT
+    Q_PROPERTY(double rate READ rate WRITE setRate NOTIFY rateChanged)
+    Q_PROPERTY(double outputGain READ outputGain WRITE setOutputGain NOTIFY outputGainChanged)
+    Q_PROPERTY(bool tier2Expanded READ tier2Expanded WRITE setTier2Expanded NOTIFY tier2ExpandedChanged)
+    Q_PROPERTY(bool miniMode READ miniMode WRITE setMiniMode NOTIFY miniModeChanged)
+    Q_PROPERTY(double subtitleScale READ subtitleScale WRITE setSubtitleScale NOTIFY subtitleScaleChanged)
+    Q_PROPERTY(bool anyRunning READ anyRunning NOTIFY anyRunningChanged)
+    Q_PROPERTY(bool screenRecNeededEvent READ screenRecNeededEvent WRITE setScreenRecNeededEvent NOTIFY
+                   screenRecNeededEventChanged)
+    Q_PROPERTY(bool isLoggedIn READ isLoggedIn NOTIFY isLoggedInChanged)
+    Q_PROPERTY(QString toastMessage READ toastMessageText NOTIFY toastMessageChanged)
+
+public:
+    static constexpr std::size_t mostSessions = 4;
+
+    static std::shared_ptr<TranslateViewModel> make(ViewModelServices services);
+    ~TranslateViewModel() override;
+
+    // Kept, and stored under the fields' own names. The interface keeps to the ranges.
+    double rate() const { return rate_; }              ///< speaking rate of the dub, 0.5 to 2
+    double outputGain() const { return outputGain_; }  ///< of the dub, linear, 0 to 10
+    bool tier2Expanded() const { return tier2Expanded_; }
+    bool miniMode() const { return miniMode_; }
+    double subtitleScale() const { return subtitleScale_; }  ///< 0.6 to 3
+    AppMode mode() const { return mode_; }
+    void setRate(double value);        ///< heard at once, in every running session
+    void setOutputGain(double value);  ///< heard at once, in every running session
+    void setTier2Expanded(bool value);
+    void setMiniMode(bool value);
+    void setSubtitleScale(double value);
+    void setMode(AppMode value);  ///< adds sessions, or stops and drops those that are too many
+
+    // Live.
+    const std::vector<AudioInputDevice>& availableMics() const { return availableMics_; }
+    const std::vector<AudioCapableApp>& availableApps() const { return availableApps_; }
+    void setAvailableMics(std::vector<AudioInputDevice> value);
+    bool anyRunning() const { return anyRunning_; }
+    bool screenRecNeededEvent() const { return screenRecNeededEvent_; }
+    void setScreenRecNeededEvent(bool value);
+    bool isLoggedIn() const { return isLoggedIn_; }
+    const std::optional<UserAccount>& account() const { return account_; }
+    const std::optional<std::string>& toastMessage() const { return toastMessage_; }
+    const std::vector<std::shared_ptr<TranslateSession>>& sessions() const {
+        return sessions_;
+    }  ///< one at least
+    const std::shared_ptr<TarnServerClient>& serverClient() const { return serverClient_; }
+
+    std::function<void()> onAuthLost;  ///< whenever the model goes to signed out
+
+    void addSession();
+    void removeSession(const std::shared_ptr<TranslateSession>& session);
+    void startAll();
+    void stopAll();
+    void reconnect(const std::shared_ptr<TranslateSession>& session);
+    void refreshApps();
+
+    /// Opens the sign-in page in the browser; the answer comes back as a `tarn://` link.
+    void startSignIn();
+    /// The page that `startSignIn` opens; nothing where the web site is not known.
+    std::optional<Url> signInPage() const;
+    void handleLoginSucceeded();
+    void handleLoggedOut();
+    void signOut();
+
+    /// Shows `message` for 4 seconds, in place of what is shown.
+    void showToast(std::string message);
+    /// Shows `message` as the first session's error, until that starts next.
+    void showTransientStatus(std::string message);
+
+Q_SIGNALS:
+    void rateChanged();
+    void outputGainChanged();
+    void tier2ExpandedChanged();
+    void miniModeChanged();
+    void subtitleScaleChanged();
+    void modeChanged();
+    void availableMicsChanged();
+    void availableAppsChanged();
+    void anyRunningChanged();
+    void screenRecNeededEventChanged();
+    void isLoggedInChanged();
+    void accountChanged();
+    void accountChecked();  ///< a check that followed the start or a sign-in is over, whatever came of it
+    void toastMessageChanged();
+    void sessionsChanged();
+
+private:
+    explicit TranslateViewModel(ViewModelServices services);
+
+    static Task<void> loadApps(std::weak_ptr<TranslateViewModel> weak, std::string failurePrefix);
+    static Task<void> checkAccount(std::weak_ptr<TranslateViewModel> weak);
+    static Task<void> signOutOnServer(std::weak_ptr<TranslateViewModel> weak);
+    static Task<void> hideToast(std::weak_ptr<TranslateViewModel> weak, std::shared_ptr<Clock> clock,
+                                std::uint64_t number);
+
+    void load();
+    void begin();
+    void applyMode();
+    void appendSession();
+    void wireSession(const std::shared_ptr<TranslateSession>& session);
+    void observeSessions();
+    void recomputeAnyRunning();
+    void propagateLiveParams();
+    void launchSessions(const TranslateSession::Backend& backend);
+    void rebuildServerClient();
+    void setIsLoggedIn(bool value);
+    void setAccount(std::optional<UserAccount> value);
+    void takeAccount(ServerResult<UserAccount> account);
+    void sessionExpired();
+    static void forgetCredentials();
+    TranslateSession::Backend backend() const { return TranslateSession::Backend::server(serverClient_); }
+    QString toastMessageText() const { return QString::fromStdString(toastMessage_.value_or("")); }
+
+    const ViewModelServices services_;
+    double rate_ = 1;
+    double outputGain_ = 1;
+    bool tier2Expanded_ = false;
+    bool miniMode_ = false;
+    double subtitleScale_ = 1;
+    AppMode mode_ = AppMode::solo;
+    std::vector<AudioInputDevice> availableMics_;
+    std::vector<AudioCapableApp> availableApps_;
+    bool anyRunning_ = false;
+    bool screenRecNeededEvent_ = false;
+    bool isLoggedIn_ = false;
+    std::optional<UserAccount> account_;
+    std::optional<std::string> toastMessage_;
+    TaskHandle toastTask_;
+    std::uint64_t toastNumber_ = 0;  ///< of the latest notice
+    std::shared_ptr<TarnServerClient> serverClient_;
+    std::vector<std::shared_ptr<TranslateSession>> sessions_;
+    std::vector<QMetaObject::Connection> subs_;
+};
+
+}  // namespace tarn

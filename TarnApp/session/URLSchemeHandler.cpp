@@ -1,0 +1,79 @@
+#include "URLSchemeHandler.h"
+
+#include <QString>
+#include <QUrl>
+#include <QUrlQuery>
+#include <optional>
+
+#include "Link.h"
+#include "TarnApp/server/Keychain.h"
+#include "TarnPlatform/logging/Log.h"
+
+namespace tarn {
+namespace {
+
+/// The first item of that name; nothing where there is none or it has no value.
+std::optional<std::string> queryItem(const QUrl& url, const QString& name) {
+    const QUrlQuery query(url);
+    for (const auto& [key, value] : query.queryItems(QUrl::FullyDecoded)) {
+        if (key == name) {
+            return value.isEmpty() ? std::nullopt : std::optional(value.toStdString());
+        }
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+void URLSchemeHandler::handle(const std::string& text) const {
+    if (!isLink(text)) {
+        return;
+    }
+    const QUrl url(QString::fromStdString(text), QUrl::TolerantMode);
+    const QString host = url.host().toLower();
+    if (host == QLatin1String("login")) {
+        if (const auto token = queryItem(url, QStringLiteral("token"))) {
+            signedIn(*token, queryItem(url, QStringLiteral("user_email")));
+        }
+    } else if (host == QLatin1String("logout")) {
+        signedOut();
+    } else if (host == QLatin1String("open")) {
+        activate();
+    } else {
+        logLine("[URLScheme] unknown host: " + host.toStdString());
+    }
+}
+
+void URLSchemeHandler::signedIn(const std::string& token, const std::optional<std::string>& email) const {
+    Keychain::set(token, Keychain::Account::pat);
+    if (email) {
+        Keychain::set(*email, Keychain::Account::userEmail);
+    }
+    if (const auto model = viewModel.lock()) {
+        model->handleLoginSucceeded();
+    }
+    if (const auto follower = onboarding.lock()) {
+        follower->setIsLoggedIn(true);
+    }
+    activate();
+}
+
+void URLSchemeHandler::signedOut() const {
+    Keychain::remove(Keychain::Account::pat);
+    Keychain::remove(Keychain::Account::userEmail);
+    if (const auto model = viewModel.lock()) {
+        model->handleLoggedOut();
+    }
+    if (const auto follower = onboarding.lock()) {
+        follower->setIsLoggedIn(false);
+    }
+    activate();
+}
+
+void URLSchemeHandler::activate() const {
+    if (bringToFront) {
+        bringToFront();
+    }
+}
+
+}  // namespace tarn

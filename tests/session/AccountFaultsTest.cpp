@@ -1,0 +1,118 @@
+// What becomes of the application's state in front of account servers that refuse, fail, talk nonsense or
+// never answer: real HTTP on this machine, a clock that the test drives.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "MemorySecretStore.h"
+#include "SessionWorld.h"
+#include "TarnApp/server/Keychain.h"
+#include "TarnApp/server/RealTarnServerClient.h"
+#include "TarnApp/session/TranslateViewModel.h"
+#include "support/Blackhole.h"
+#include "support/LogCapture.h"
+#include "support/TestService.h"
+
+namespace tarn {
+namespace {
+
+using namespace std::chrono_literals;
+
+class AccountFaultsTest : public testing::Test {
+protected:
+    AccountFaultsTest() { Keychain::useStore(std::make_shared<test::MemorySecretStore>()); }
+    ~AccountFaultsTest() override {
+        model_.reset();
+        Keychain::useStore(nullptr);
+    }
+
+    void make(std::uint16_t port) {
+        Keychain::set("token", Keychain::Account::pat);
+        ViewModelServices services;
+        services.session = world_.services();
+        services.defaults = world_.defaults;
+        services.makeServerClient = [this, port] {
+            return std::make_shared<RealTarnServerClient>(
+                Url::parse("http://127.0.0.1:" + std::to_string(port) + "/tarn").value(),
+                [] { return Keychain::get(Keychain::Account::pat); }, HttpSession::make(network_), network_);
+        };
+        services.inputs = [] { return std::vector<AudioInputDevice>(); };
+        services.availableApps = noApps;
+        model_ = TranslateViewModel::make(std::move(services));
+    }
+    static Task<Result<std::vector<AudioCapableApp>>> noApps() { co_return std::vector<AudioCapableApp>(); }
+
+    void until(const std::string& what, const std::function<bool()>& isSo) {
+        const auto deadline = std::chrono::steady_clock::now() + 30s;
+        while (!isSo()) {
+            if (std::chrono::steady_clock::now() > deadline) {
+                throw std::runtime_error("not in time: " + what);
+            }
+            world_.settle();
+            world_.main.restart();
+            world_.main.run_one_for(5ms);
+        }
+    }
+    TranslateSession& session() { return *model_->sessions().front(); }
+    void start() {
+        model_->startAll();
+        until("the start is decided", [this] { return !model_->anyRunning(); });
+    }
+
+    test::LogCapture log_;
+    test::SessionWorld world_;
+    NetworkContext network_{world_.main.get_executor(), world_.clock, {}, TlsTrust::system()};
+    std::shared_ptr<TranslateViewModel> model_;
+};
+
+constexpr const char* noStream = "The operation couldn’t be completed. (TarnServerError error 2.)";
+
+TEST_F(AccountFaultsTest, ARefusedTokenSignsOut) {
+    test::TestService server(network_, 401);
+    make(server.port());
+    until("the check is answered", [this] { return !model_->isLoggedIn(); });
+    EXPECT_EQ(session().errorMessage(), "Session expired — please sign in again");
+    EXPECT_EQ(session().state(), ConnectionState::idle());
+
+    make(server.port());
+    start();  // asks for a stream before the check is answered
+    until("the refusal is seen", [this] { return !model_->isLoggedIn(); });
+    EXPECT_EQ(Keychain::get(Keychain::Account::pat), std::nullopt);
+    // Refused at the stream's door, or not even sent, if the check's answer came first.
+    EXPECT_THAT(session().state().reason(),
+                testing::StartsWith("The operation couldn’t be completed. (TarnServerError error "));
+}
+
+TEST_F(AccountFaultsTest, OtherAnswersAndSilenceLeaveTheUserSignedInAndAStartShowsAnError) {
+    const test::TestService failing(network_, 500);
+    const test::TestService rubbish(network_, 200);
+    const test::Blackhole silent("127.0.0.1");
+    for (const auto& [port, log] : {std::pair{failing.port(), "the server answered with status 500"},
+                                    {rubbish.port(), "the server's answer makes no sense: not JSON"},
+                                    {silent.port(), ""}}) {
+        SCOPED_TRACE(log);
+        const auto logged = log_.lines("[vm] account check failed: " + std::string(log)).size();
+        make(port);
+        if (*log == '\0') {
+            until("it is asked", [this] { return world_.clock->pendingCalls() > 0; });
+            world_.clock->advance(61s);
+        }
+        until("the check has failed",
+              [&] { return log_.lines("[vm] account check failed: " + std::string(log)).size() > logged; });
+        EXPECT_TRUE(model_->isLoggedIn());
+        EXPECT_EQ(session().errorMessage(), std::nullopt);
+        model_->startAll();
+        if (*log == '\0') {
+            until("it is asked", [this] { return world_.clock->pendingCalls() > 0; });
+            EXPECT_EQ(session().state(), ConnectionState::connecting());
+            world_.clock->advance(61s);
+        }
+        until("the start has failed", [this] { return !model_->anyRunning(); });
+        EXPECT_EQ(session().state(), ConnectionState::error(noStream));
+        EXPECT_EQ(session().errorMessage(), noStream);
+        EXPECT_TRUE(model_->isLoggedIn());
+    }
+}
+
+}  // namespace
+}  // namespace tarn

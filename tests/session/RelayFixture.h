@@ -1,0 +1,94 @@
+#pragma once
+
+#include <boost/asio/post.hpp>
+#include <boost/json/parse.hpp>
+#include <functional>
+#include <future>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "CuttableRoad.h"
+#include "TarnApp/server/RealTarnServerClient.h"
+#include "TarnPlatform/concurrency/NetworkThread.h"
+#include "TarnRelay/RelayServer.h"
+#include "TarnRelay/engines/ScriptEngine.h"
+#include "support/RunTask.h"
+
+namespace tarn::test {
+
+/// The real relay on a network thread of its own, playing a script, and a road to it.
+class RelayFixture {
+public:
+    /// `folder`: for its tokens; exists.
+    RelayFixture(const std::string& folder, const std::string& script)
+        : tokens_(std::filesystem::path(folder) / "relay"),
+          engine_(relay::parseScript(script).value(), network_.executor(), Clock::system()) {
+        token = tokens_.issue("ada@example.org").value();
+        relay::RelayServer::Options options;
+        options.port = 0;
+        options.engineName = "script";
+        onNetwork([&] {
+            server_ =
+                relay::RelayServer::start(context(), network_.executor(), tokens_, engine_, options).value();
+        });
+        road.emplace(network_.executor(), server_->port());
+    }
+    ~RelayFixture() {
+        road.reset();
+        end();
+    }
+    RelayFixture(const RelayFixture&) = delete;
+    RelayFixture& operator=(const RelayFixture&) = delete;
+
+    /// As an account server that is asked to stop: a goodbye to everybody.
+    void end() {
+        onNetwork([this] {
+            if (server_) {
+                server_->stop();
+            }
+        });
+    }
+    void revoke() const { static_cast<void>(tokens_.revoke("ada@example.org")); }
+
+    std::shared_ptr<TarnServerClient> client() {
+        const auto base = Url::parse("http://127.0.0.1:" + std::to_string(road->port()) + "/tarn").value();
+        return std::make_shared<RealTarnServerClient>(
+            base, [this] { return std::optional(token); }, HttpSession::make(context()), context());
+    }
+    std::uint16_t port() const { return server_->port(); }
+    /// As its health report has it.
+    std::int64_t openStreams() {
+        asio::io_context waiting;
+        HttpRequest request;
+        request.url = Url::parse("http://127.0.0.1:" + std::to_string(port()) + "/healthz").value();
+        const auto answer = runTask(waiting, HttpSession::make(context())->send(request));
+        return boost::json::parse(answer.value().body).at("streams_open").as_int64();
+    }
+    SerialExecutor network() { return network_.executor(); }
+
+    std::string token;
+    std::optional<CuttableRoad> road;
+
+private:
+    NetworkContext context() {
+        NetworkContext context;
+        context.executor = network_.executor();
+        context.clock = Clock::system();
+        context.trust = TlsTrust::system();
+        return context;
+    }
+    void onNetwork(const std::function<void()>& work) {
+        std::packaged_task<void()> task(work);
+        auto done = task.get_future();
+        asio::post(network_.executor(), std::move(task));
+        done.get();
+    }
+
+    NetworkThread network_;
+    relay::TokenRegistry tokens_;
+    relay::ScriptEngine engine_;
+    std::unique_ptr<relay::RelayServer> server_;
+};
+
+}  // namespace tarn::test

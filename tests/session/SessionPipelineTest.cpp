@@ -1,0 +1,576 @@
+// How a run comes up, goes on and ends, with everything around it played by the test.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+
+#include "SessionWorld.h"
+#include "TarnApp/localization/LocKey.h"
+
+namespace tarn {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::AnyOf;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+
+constexpr const char* privacySettings =
+    "x-apple.systempreferences:com.apple.preference.security?Privacy_Microphone";
+
+class SessionPipelineTest : public testing::Test {
+protected:
+    SessionPipelineTest() {
+        session_->onAuthFailure = [this] { ++authFailures_; };
+        session_->onScreenRecNeeded = [this] { ++screenNeeded_; };
+    }
+
+    void start(CaptureSource source) {
+        session_->setCaptureSource(source);
+        start();
+    }
+    void start() {
+        session_->start(1.25F, 2.0F, world_.backend());
+        world_.settle();
+    }
+    void stop() {
+        session_->stop();
+        world_.settle();
+    }
+    void tell(TarnTranslateEvent event) {
+        world_.streams.back().lock()->events().push(std::move(event));
+        world_.settle();
+    }
+    std::string state() const { return test::stateText(session_->state()); }
+
+    void expectNothingLeft() {
+        EXPECT_EQ(world_.enginesRunning, 0);
+        EXPECT_EQ(world_.capturesRunning, 0);
+        EXPECT_EQ(world_.streamsOpen, 0);
+        EXPECT_THAT(world_.trail, Not(Contains(AnyOf("stream dropped", "capture dropped"))));
+        EXPECT_EQ(session_->player(), nullptr);
+        EXPECT_EQ(session_->micSession(), nullptr);
+        EXPECT_EQ(session_->sink(), nullptr);
+        EXPECT_EQ(session_->stream(), nullptr);
+        EXPECT_EQ(session_->resampler(), nullptr);
+        EXPECT_EQ(session_->serverStream(), nullptr);
+        for (const auto& stream : world_.streams) {
+            EXPECT_TRUE(stream.expired()) << "something keeps a stream";
+        }
+        for (const auto& player : world_.players) {
+            EXPECT_TRUE(player.expired()) << "something keeps a player";
+        }
+        for (const auto& microphone : world_.microphones) {
+            EXPECT_TRUE(microphone.expired()) << "something keeps a microphone";
+        }
+    }
+
+    test::SessionWorld world_;
+    std::shared_ptr<TranslateSession> session_ = world_.makeSession();
+    std::shared_ptr<std::vector<std::string>> states_ = test::statesOf(*session_);
+    int authFailures_ = 0;
+    int screenNeeded_ = 0;
+};
+
+TEST_F(SessionPipelineTest, BuildsAndTakesApartInTheOrderOfTheSource) {
+    session_->setApplicationBundleID("org.vlc");
+    const std::string open = "open zh>en voice - none 2000";
+    const std::vector<std::string> system{"player start", open,    "capture all",
+                                          "capture stop", "close", "player stop"};
+    const std::vector<std::string> application{"player start", open,    "capture org.vlc",
+                                               "capture stop", "close", "player stop"};
+    const std::vector<std::string> microphone{open, "mic start", "close", "mic stop"};
+    for (const auto& [source, steps] : {std::pair{CaptureSource::system, system},
+                                        {CaptureSource::application, application},
+                                        {CaptureSource::mic, microphone}}) {
+        SCOPED_TRACE(rawValue(source));
+        world_.trail.clear();
+        states_->clear();
+        start(source);
+        ASSERT_EQ(state(), "running");
+        const bool isMic = source == CaptureSource::mic;
+        EXPECT_EQ(session_->player() == nullptr, isMic);
+        EXPECT_EQ(session_->stream() == nullptr, isMic);
+        EXPECT_EQ(session_->micSession() != nullptr, isMic);
+        EXPECT_NE(session_->resampler(), nullptr);
+        EXPECT_NE(session_->serverStream(), nullptr);
+        EXPECT_EQ(isMic ? session_->micSession()->rate() : session_->player()->rate(), 1.25F);
+        EXPECT_EQ(isMic ? session_->micSession()->gain() : session_->player()->gain(), 2.0F);
+        stop();
+        EXPECT_EQ(world_.trail, steps);
+        EXPECT_THAT(*states_, ElementsAre("connecting", "running", "stopping", "idle"));
+        expectNothingLeft();
+    }
+}
+
+TEST_F(SessionPipelineTest, AsksTheServerForWhatTheSettingsSay) {
+    struct Case {
+        std::string source, target, voice, clone;
+        int silence;
+        std::string opened;
+    };
+    const std::vector<Case> cases{
+        {"zh", "en", "", "none", 2000, "open zh>en voice - none 2000"},
+        {"", "en", "Cherry", "once", 1, "open ->en voice Cherry once 1"},
+        {"ja", "", "", "strange", 0, "open ja> voice - strange -"},
+        {"xx", "yy", "", "", -300, "open xx>yy voice -  -"},
+    };
+    session_->setCaptureSource(CaptureSource::mic);
+    for (const Case& c : cases) {
+        session_->setSourceLang(c.source);
+        session_->setTargetLang(c.target);
+        session_->setVoice(c.voice);
+        session_->setVoiceClone(c.clone);
+        session_->setSilenceMs(c.silence);
+        world_.trail.clear();
+        start();
+        EXPECT_EQ(world_.trail.front(), c.opened);
+        stop();
+    }
+}
+
+TEST_F(SessionPipelineTest, PassesTheMicrophoneThatWasChosen) {
+    session_->setMicDeviceUID("mic-2");
+    session_->setVoiceProcessing(false);
+    start(CaptureSource::mic);
+    EXPECT_THAT(world_.microphone->calls, Contains("device 2"));
+    EXPECT_THAT(world_.microphone->calls, Not(Contains("enable")));
+    stop();
+    world_.microphone->calls.clear();
+    session_->setMicDeviceUID("");
+    session_->setVoiceProcessing(true);
+    start();
+    EXPECT_THAT(world_.microphone->calls, Not(Contains(testing::StartsWith("device"))));
+    EXPECT_THAT(world_.microphone->calls, Contains("enable"));
+}
+
+TEST_F(SessionPipelineTest, ShowsEachEventAndKeepsOnReading) {
+    start(CaptureSource::system);
+    tell(translate::SourceText{"你好", false});
+    tell(translate::SourceText{"你好世界", true});
+    tell(translate::TranslatedText{"Hello", true});
+    tell(translate::TranslatedText{"", false});
+    EXPECT_EQ(session_->sourceText(), "你好世界");
+    EXPECT_EQ(session_->translationText(), "") << "replaced, not joined";
+    tell(translate::Error{"quota"});
+    EXPECT_EQ(state(), "error(quota)");
+    EXPECT_EQ(session_->errorMessage(), "quota");
+    EXPECT_EQ(world_.capturesRunning, 1) << "the run goes on";
+    world_.defaults->set("app.language", "en");
+    tell(translate::Unauthorized{});
+    EXPECT_EQ(state(), "error(session expired)");
+    EXPECT_EQ(session_->errorMessage(), "Session expired — please sign in again");
+    world_.defaults->set("app.language", "zhHans");
+    tell(translate::Unauthorized{});
+    EXPECT_EQ(session_->errorMessage(), "会话已过期——请重新登录");
+    EXPECT_EQ(authFailures_, 2);
+    tell(translate::TranslatedText{"still", false});
+    EXPECT_EQ(session_->translationText(), "still");
+    session_->reconnect(1, 1, world_.backend());
+    world_.pass(1s);
+    EXPECT_EQ(state(), "error(session expired)") << "a failed session does not reconnect";
+    tell(translate::Closed{});
+    tell(translate::TranslatedText{"too late", false});
+    EXPECT_EQ(session_->translationText(), "still");
+    stop();
+    EXPECT_EQ(session_->sourceText(), "你好世界") << "a stop leaves what is shown";
+    EXPECT_EQ(session_->translationText(), "still");
+    EXPECT_EQ(session_->errorMessage(), "会话已过期——请重新登录");
+    expectNothingLeft();
+    start();
+    EXPECT_EQ(session_->sourceText(), "");
+    EXPECT_EQ(session_->translationText(), "");
+    EXPECT_EQ(session_->errorMessage(), std::nullopt);
+}
+
+TEST_F(SessionPipelineTest, IgnoresAStartWhileItRuns) {
+    start(CaptureSource::system);
+    tell(translate::SourceText{"text", false});
+    session_->setErrorMessage("shown");
+    const auto before = world_.trail;
+    start();
+    EXPECT_EQ(world_.trail, before);
+    EXPECT_EQ(session_->sourceText(), "text");
+    EXPECT_EQ(session_->errorMessage(), "shown");
+    EXPECT_THAT(*states_, ElementsAre("connecting", "running"));
+}
+
+TEST_F(SessionPipelineTest, SaysWhyTheMicrophoneMayNotBeUsedAndOpensTheSettingsWhereThatHelps) {
+    world_.microphoneGranted = false;
+    for (const auto& [language, message] :
+         {std::pair{"en",
+                    "Microphone access is off. Turn on Tarn under System Settings → Privacy & Security → "
+                    "Microphone."},
+          {"zhHans", "麦克风访问已关闭。请在「系统设置 → 隐私与安全性 → 麦克风」中开启 Tarn。"}}) {
+        world_.defaults->set("app.language", language);
+        for (const auto status : {AuthorizationStatus::notDetermined, AuthorizationStatus::restricted,
+                                  AuthorizationStatus::denied, AuthorizationStatus::authorized}) {
+            world_.microphoneStatus = status;
+            world_.openedUrls.clear();
+            start(CaptureSource::mic);
+            EXPECT_EQ(state(), "error(permission denied)");
+            EXPECT_EQ(session_->errorMessage(), message);
+            EXPECT_EQ(world_.openedUrls, status == AuthorizationStatus::denied
+                                             ? std::vector<std::string>{privacySettings}
+                                             : std::vector<std::string>{});
+        }
+    }
+    EXPECT_THAT(world_.trail, IsEmpty());
+}
+
+TEST_F(SessionPipelineTest, AsksForTheScreenAndStaysIdleWithoutIt) {
+    world_.screenAllowed = false;
+    for (const auto source : {CaptureSource::system, CaptureSource::application}) {
+        states_->clear();
+        world_.trail.clear();
+        start(source);
+        EXPECT_THAT(*states_, ElementsAre("connecting", "idle"));
+        EXPECT_THAT(world_.trail, ElementsAre("screen asked"));
+        EXPECT_EQ(session_->errorMessage(), std::nullopt);
+    }
+    EXPECT_EQ(screenNeeded_, 2);
+}
+
+TEST_F(SessionPipelineTest, ShowsWhyAStartFailedReleasesItAllAndStartsAgain) {
+    struct Case {
+        std::string name;
+        CaptureSource source;
+        std::function<void(test::SessionWorld&)> breakIt;
+        std::string shown;
+        bool meansSignedOut = false;
+    };
+    const auto opening = [](TarnServerError error) {
+        return [error](test::SessionWorld& world) { world.open = [error] { return error; }; };
+    };
+    const auto engineFails = [](test::SessionWorld& world) {
+        world.engine = [] { return Result<void>(failure(ErrorKind::unavailable, "no audio server")); };
+    };
+    const std::string generic = "The operation couldn’t be completed. (TarnServerError error ";
+    const auto refused = TarnServerError::transport(Error{ErrorKind::upgrade, "refused", 401});
+    std::vector<Case> cases{
+        {"player", CaptureSource::system, engineFails, "no audio server"},
+        {"capture", CaptureSource::application,
+         [](auto& world) { world.capture = [] { return Error{ErrorKind::unavailable, "no display"}; }; },
+         "no display"},
+        {"microphone", CaptureSource::mic, engineFails,
+         MicError{MicError::EngineFailed{"no audio server"}}.errorDescription()},
+        {"no microphone", CaptureSource::mic, [](auto& world) { world.microphoneChannels = 0; },
+         MicError{MicError::InvalidInputFormat{16000, 0}}.errorDescription()},
+    };
+    for (const auto source : {CaptureSource::system, CaptureSource::mic}) {
+        cases.push_back({"401", source, opening(TarnServerError::http(401, "no")), generic + "0.)", true});
+        cases.push_back({"500", source, opening(TarnServerError::http(500, "no")), generic + "0.)"});
+        cases.push_back({"rubbish", source, opening(TarnServerError::decoding({})), generic + "1.)"});
+        cases.push_back({"no answer", source,
+                         opening(TarnServerError::transport(Error{ErrorKind::timeout, "late"})),
+                         generic + "2.)"});
+        cases.push_back({"upgrade refused", source, opening(refused), generic + "2.)", true});
+        cases.push_back(
+            {"no token", source, opening(TarnServerError::notAuthenticated()), generic + "3.)", true});
+    }
+    const auto engine = world_.engine;
+    const auto open = world_.open;
+    const auto capture = world_.capture;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name + " " + std::string(rawValue(c.source)));
+        states_->clear();
+        authFailures_ = 0;
+        c.breakIt(world_);
+        start(c.source);
+        EXPECT_THAT(*states_, ElementsAre("connecting", "error(" + c.shown + ")"));
+        EXPECT_EQ(session_->errorMessage(), c.shown);
+        EXPECT_EQ(authFailures_, c.meansSignedOut ? 1 : 0);
+        expectNothingLeft();
+        world_.engine = engine;
+        world_.open = open;
+        world_.capture = capture;
+        world_.microphoneChannels = 1;
+        start();
+        EXPECT_EQ(state(), "running");
+        EXPECT_EQ(session_->errorMessage(), std::nullopt);
+        stop();
+    }
+}
+
+TEST_F(SessionPipelineTest, ReconnectsWithTheSettingsAsTheyAreAThirdOfASecondLater) {
+    session_->reconnect(1, 1, world_.backend());
+    world_.pass(1s);
+    EXPECT_THAT(*states_, IsEmpty()) << "an idle session does not reconnect";
+    start(CaptureSource::system);
+    states_->clear();
+    world_.trail.clear();
+    session_->reconnect(0.5F, 3.0F, world_.backend());
+    world_.settle();
+    world_.pass(299ms);
+    EXPECT_THAT(*states_, ElementsAre("stopping", "idle"));
+    session_->reconnect(2, 2, world_.backend());  // not running: ignored
+    session_->setTargetLang("fr");
+    session_->setCaptureSource(CaptureSource::mic);
+    world_.pass(1ms);
+    EXPECT_THAT(*states_, ElementsAre("stopping", "idle", "connecting", "running"));
+    EXPECT_THAT(world_.trail, ElementsAre("capture stop", "close", "player stop",
+                                          "open zh>fr voice - none 2000", "mic start"));
+    EXPECT_EQ(session_->micSession()->rate(), 0.5F);
+    EXPECT_EQ(session_->micSession()->gain(), 3.0F);
+}
+
+TEST_F(SessionPipelineTest, AReconnectWaitsForASlowTeardownAndAStopTakesItBack) {
+    start(CaptureSource::system);
+    world_.capturesStopSlowly = true;
+    world_.trail.clear();
+    session_->reconnect(1, 1, world_.backend());
+    world_.settle();
+    world_.pass(300ms);
+    EXPECT_EQ(state(), "connecting");
+    EXPECT_THAT(world_.trail, ElementsAre("capture stop")) << "the new run waits for the old one";
+    world_.openBarriers();
+    world_.settle();
+    EXPECT_EQ(state(), "running");
+    EXPECT_EQ(world_.enginesRunningAtMost, 1);
+
+    session_->reconnect(1, 1, world_.backend());
+    world_.settle();
+    stop();
+    world_.pass(1s);
+    EXPECT_EQ(state(), "idle");
+    expectNothingLeft();
+}
+
+TEST_F(SessionPipelineTest, AStopEndsAStartWhereverItWaits) {
+    struct Wait {
+        std::string name;
+        CaptureSource source;
+        std::function<void(test::SessionWorld&)> hold;
+    };
+    const std::vector<Wait> waits{
+        {"permission", CaptureSource::mic, [](auto& world) { world.permissionBarrier.isClosed = true; }},
+        {"player", CaptureSource::system, [](auto& world) { world.workersRest = true; }},
+        {"open", CaptureSource::system, [](auto& world) { world.openBarrier.isClosed = true; }},
+        {"open, stubborn", CaptureSource::mic,
+         [](auto& world) { world.openBarrier.isClosed = world.openIgnoresCancellation = true; }},
+        {"capture", CaptureSource::application, [](auto& world) { world.captureBarrier.isClosed = true; }},
+        {"microphone", CaptureSource::mic, [](auto& world) { world.workersRest = true; }},
+    };
+    for (const Wait& wait : waits) {
+        for (const bool startsAgain : {false, true}) {
+            SCOPED_TRACE(wait.name + (startsAgain ? ", started again" : ""));
+            states_->clear();
+            wait.hold(world_);
+            start(wait.source);
+            ASSERT_EQ(state(), "connecting");
+            stop();
+            if (startsAgain) {
+                session_->start(1, 1, world_.backend());
+            }
+            world_.settle();
+            if (world_.workersRest) {
+                EXPECT_NE(state(), "idle") << "stopped only when the sound has been";
+            }
+            world_.openBarriers();
+            world_.openIgnoresCancellation = false;
+            world_.settle();
+            EXPECT_EQ(state(), startsAgain ? "running" : "idle");
+            EXPECT_EQ(world_.enginesRunning, startsAgain ? 1 : 0);
+            EXPECT_EQ(world_.streamsOpen, startsAgain ? 1 : 0);
+            stop();
+            expectNothingLeft();
+        }
+    }
+    EXPECT_EQ(world_.enginesRunningAtMost, 1);
+}
+
+TEST_F(SessionPipelineTest, TheLastOfCallsInOneTurnDecides) {
+    const auto calls = [&](const std::string& order) {
+        for (const char call : order) {
+            if (call == 's') {
+                session_->start(1, 1, world_.backend());
+            } else if (call == 'x') {
+                session_->stop();
+            } else {
+                session_->reconnect(1, 1, world_.backend());
+            }
+        }
+        world_.settle();
+        world_.pass(300ms);
+    };
+    for (const char* const order :
+         {"s", "sx", "sxs", "sxsx", "sxsxs", "sr", "srx", "srs", "sxr", "xs", "xxs", "sxxs", "srxs", "ssr"}) {
+        for (const auto source : {CaptureSource::system, CaptureSource::mic}) {
+            SCOPED_TRACE(order);
+            session_->setCaptureSource(source);
+            calls(order);
+            const std::string all = order;
+            const bool runs = all.back() == 's' || (all.back() == 'r' && all != "sxr");
+            EXPECT_EQ(state(), runs ? "running" : "idle");
+            EXPECT_EQ(world_.streamsOpen, runs ? 1 : 0);
+            stop();
+            expectNothingLeft();
+        }
+    }
+}
+
+TEST_F(SessionPipelineTest, AStartEndsWhatAFailedRunHasLeft) {
+    start(CaptureSource::system);
+    tell(translate::Error{"broken"});
+    const auto old = world_.streams.back().lock();
+    world_.microphoneGranted = false;
+    start(CaptureSource::mic);
+    EXPECT_EQ(state(), "error(permission denied)");
+    old->events().push(translate::SourceText{"old", false});
+    old->events().push(translate::Error{"old"});
+    world_.settle();
+    EXPECT_EQ(session_->sourceText(), "");
+    EXPECT_EQ(state(), "error(permission denied)");
+    EXPECT_EQ(world_.capturesRunning, 0);
+    EXPECT_EQ(world_.enginesRunning, 0);
+    EXPECT_EQ(world_.streamsOpen, 0);
+}
+
+TEST_F(SessionPipelineTest, AnErrorWhileConnectingDoesNotKeepANewStartFromReplacingTheOld) {
+    world_.captureBarrier.isClosed = true;
+    start(CaptureSource::system);
+    tell(translate::Error{"early"});
+    EXPECT_EQ(state(), "error(early)");
+    start();
+    EXPECT_EQ(state(), "connecting");
+    world_.openBarriers();
+    world_.settle();
+    EXPECT_EQ(state(), "running");
+    EXPECT_EQ(world_.enginesRunning, 1);
+    EXPECT_EQ(world_.streamsOpen, 1);
+    EXPECT_EQ(world_.capturesRunning, 1);
+    EXPECT_EQ(world_.enginesRunningAtMost, 1);
+}
+
+TEST_F(SessionPipelineTest, ObserversMayCallTheSession) {
+    for (const char* const moment : {"connecting", "running", "stopping", "error(broken)"}) {
+        for (const bool stops : {true, false}) {
+            SCOPED_TRACE(moment);
+            const auto once = std::make_shared<bool>(true);
+            const auto connection = QObject::connect(
+                session_.get(), &TranslateSession::stateChanged, session_.get(), [&, once, stops] {
+                    if (state() == moment && std::exchange(*once, false)) {
+                        if (stops) {
+                            session_->stop();
+                        } else {
+                            session_->start(1, 1, world_.backend());
+                        }
+                    }
+                });
+            start(CaptureSource::system);
+            const bool isUp = state() == "running";
+            if (isUp && moment == std::string("error(broken)")) {
+                tell(translate::Error{"broken"});
+            } else if (isUp) {
+                stop();
+            }
+            const bool endsRunning =
+                !stops && moment != std::string("connecting") && moment != std::string("running");
+            EXPECT_EQ(state(), endsRunning ? "running" : "idle");
+            EXPECT_NE(session_->errorMessage(), endsRunning ? "broken" : "none");
+            EXPECT_EQ(world_.streamsOpen, endsRunning ? 1 : 0);
+            QObject::disconnect(connection);
+            stop();
+            expectNothingLeft();
+        }
+    }
+}
+
+TEST_F(SessionPipelineTest, ADestroyedSessionLeavesNothingBehind) {
+    for (const auto source : {CaptureSource::system, CaptureSource::mic}) {
+        for (const std::string moment :
+             {"running", "connecting", "stopping", "stop called", "reconnecting"}) {
+            SCOPED_TRACE(moment);
+            session_ = world_.makeSession();
+            world_.openBarrier.isClosed = moment == "connecting";
+            start(source);
+            world_.closeBarrier.isClosed = moment == "stopping";
+            if (moment == "stopping") {
+                stop();
+            } else if (moment == "stop called") {
+                session_->stop();
+            } else if (moment == "reconnecting") {
+                session_->reconnect(1, 1, world_.backend());
+            }
+            session_.reset();
+            world_.settle();
+            world_.openBarriers();
+            world_.pass(1s);
+            session_ = world_.makeSession();
+            expectNothingLeft();
+        }
+    }
+}
+
+TEST_F(SessionPipelineTest, ShowsTheLevelOfTheRunThatIsShown) {
+    start(CaptureSource::system);
+    const auto old = session_->sink();
+    old->onLevel(0.5F);
+    EXPECT_EQ(session_->inputLevel(), 0.0F) << "the capture's thread touches no field";
+    world_.settle();
+    EXPECT_EQ(session_->inputLevel(), 0.5F);
+    stop();
+    old->onLevel(0.25F);
+    start();
+    EXPECT_EQ(session_->inputLevel(), 0.0F);
+    session_->sink()->onLevel(0.75F);
+    world_.settle();
+    EXPECT_EQ(session_->inputLevel(), 0.75F);
+}
+
+/// A sine at 48 kHz on the first channel, silence on the others.
+PcmBuffer toneOnTheFirst(std::uint32_t channels) {
+    auto buffer =
+        PcmBuffer::make({CommonFormat::float32, 48000, channels, false, std::nullopt}, 4800).value();
+    buffer.setFrameLength(4800);
+    for (std::uint32_t i = 0; i < 4800; ++i) {
+        buffer.floatChannelData(0)[i] =
+            0.5F * std::sin(2 * std::numbers::pi_v<float> * 440.0F * static_cast<float>(i) / 48000.0F);
+        for (std::uint32_t channel = 1; channel < channels; ++channel) {
+            buffer.floatChannelData(channel)[i] = 0.0F;
+        }
+    }
+    return buffer;
+}
+
+TEST_F(SessionPipelineTest, SendsTheMicrophonesFirstChannelAloneAndUnchanged) {
+    std::vector<std::vector<std::byte>> sent;
+    for (const std::uint32_t channels : {1U, 2U, 6U}) {
+        start(CaptureSource::mic);
+        world_.sent.clear();
+        session_->micSession()->onPCM(toneOnTheFirst(channels));
+        world_.settle();
+        sent.push_back(world_.sent);
+        stop();
+    }
+    EXPECT_NEAR(static_cast<double>(sent[0].size()), 3200, 200) << "16 kHz, 16 bits, one channel";
+    EXPECT_EQ(sent[1], sent[0]);
+    EXPECT_EQ(sent[2], sent[0]);
+}
+
+TEST_F(SessionPipelineTest, ReceivedSpeechGoesToTheDubAlsoWhenTheSessionIsGone) {
+    for (const auto source : {CaptureSource::system, CaptureSource::mic}) {
+        session_ = world_.makeSession();
+        start(source);
+        const auto stream = world_.streams.back().lock();
+        tell(translate::TranslatedAudio{std::vector<std::byte>(4800)});
+        EXPECT_EQ(world_.dub.lock()->queuedFrames(), 2400U);
+        world_.closeBarrier.isClosed = true;
+        session_.reset();
+        world_.settle();
+        tell(translate::SourceText{"nobody", false});
+        tell(translate::TranslatedAudio{std::vector<std::byte>(480)});
+        EXPECT_EQ(world_.dub.lock()->queuedFrames(), 2640U);
+        world_.openBarriers();
+        world_.settle();
+        EXPECT_EQ(world_.enginesRunning, 0);
+    }
+    session_ = world_.makeSession();
+}
+
+}  // namespace
+}  // namespace tarn

@@ -1,0 +1,160 @@
+// A session in front of the real relay: sound that is captured goes there, what it answers comes back, and
+// the ways in which it can fail. Sound itself is played by the test.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "RelayFixture.h"
+#include "SessionWorld.h"
+#include "support/LogCapture.h"
+
+namespace tarn {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr const char* script = R"({"t":0,"event":{"type":"session.created"}}
+{"after_audio":16000,"event":{"type":"conversation.item.input_audio_transcription.text","text":"good","stash":" morning"}}
+{"after_audio":32000,"event":{"type":"conversation.item.input_audio_transcription.completed","transcript":"good morning"}}
+{"after_audio":32000,"event":{"type":"response.audio_transcript.text","text":"buenos","stash":" días"}}
+{"after_audio":32000,"event":{"type":"response.audio.delta","delta":"AAAAAAAAAAAAAAAA"}}
+{"after_audio":64000,"event":{"type":"tarn.error","error":"quota used up"}})";
+
+class SessionRelayTest : public testing::Test {
+protected:
+    SessionRelayTest() {
+        session_->onAuthFailure = [this] { ++authFailures_; };
+    }
+    ~SessionRelayTest() override {
+        session_->stop();
+        until("the session is idle", [this] { return state() == "idle"; });
+        session_.reset();
+    }
+
+    void until(const std::string& what, const std::function<bool()>& isSo) {
+        const auto deadline = std::chrono::steady_clock::now() + 30s;
+        while (!isSo()) {
+            if (std::chrono::steady_clock::now() > deadline) {
+                throw std::runtime_error("not in time: " + what);
+            }
+            world_.settle();
+            world_.main.restart();
+            world_.main.run_one_for(5ms);
+        }
+    }
+
+    SessionServices services() {
+        auto services = world_.services();
+        services.network = relay_.network();
+        return services;
+    }
+
+    void start(CaptureSource source = CaptureSource::system) {
+        session_->setCaptureSource(source);
+        session_->start(1, 1, TranslateSession::Backend::server(relay_.client()));
+        until("the start is decided",
+              [this] { return session_->state().kind() != ConnectionState::Case::connecting; });
+    }
+
+    /// From a thread of the capture's own: so much sound at 48 kHz.
+    void capture(std::chrono::milliseconds length) {
+        const auto forward = session_->sink() ? session_->sink()->onPCM : session_->micSession()->onPCM;
+        std::thread([forward, length] {
+            for (auto left = length; left > 0ms; left -= 10ms) {
+                auto buffer =
+                    PcmBuffer::make({CommonFormat::float32, 48000, 2, false, std::nullopt}, 480).value();
+                buffer.setFrameLength(480);
+                forward(buffer);
+            }
+        }).join();
+    }
+    std::string state() const { return test::stateText(session_->state()); }
+
+    test::LogCapture log_;
+    const test::TemporaryFolder folder_;
+    test::RelayFixture relay_{folder_.path(), script};
+    test::SessionWorld world_;  // its tasks hold connections, so it goes before the network does
+    std::shared_ptr<TranslateSession> session_ =
+        std::make_shared<TranslateSession>("session.0", world_.defaults, services());
+    int authFailures_ = 0;
+};
+
+TEST_F(SessionRelayTest, SendsWhatIsCapturedAndShowsWhatComesBack) {
+    for (const auto source : {CaptureSource::system, CaptureSource::mic}) {
+        start(source);
+        ASSERT_EQ(state(), "running");
+        capture(600ms);
+        until("a part is heard", [this] { return session_->sourceText() == "good morning"; });
+        EXPECT_EQ(session_->translationText(), "");
+        capture(1000ms);
+        until("it is translated", [this] { return session_->translationText() == "buenos días"; });
+        until("and spoken", [this] { return world_.dub.lock()->queuedFrames() == 6; });
+        capture(1000ms);
+        until("a complaint is shown", [this] { return state() == "error(quota used up)"; });
+        EXPECT_EQ(session_->errorMessage(), "quota used up");
+        session_->stop();
+        until("the session is idle", [this] { return state() == "idle"; });
+    }
+    EXPECT_EQ(authFailures_, 0);
+}
+
+TEST_F(SessionRelayTest, ATokenRevokedInARunEndsTheSignIn) {
+    start();
+    relay_.revoke();
+    until("the refusal is shown", [this] { return state() == "error(session expired)"; });
+    EXPECT_EQ(authFailures_, 1);
+    start();
+    EXPECT_EQ(state(), "error(The operation couldn’t be completed. (TarnServerError error 2.))")
+        << "refused at the door";
+    EXPECT_EQ(authFailures_, 2);
+}
+
+TEST_F(SessionRelayTest, AConnectionThatBreaksFallsSilentUntilTheSessionIsStoppedOrStarted) {
+    for (const bool isCut : {true, false}) {
+        start();
+        ASSERT_EQ(state(), "running");
+        const auto stream = session_->serverStream();
+        if (isCut) {
+            relay_.road->cut();
+        } else {
+            relay_.end();
+        }
+        until("the connection is dead", [&] { return !stream->isAlive(); });
+        capture(500ms);
+        EXPECT_EQ(state(), "running");
+        session_->stop();
+        until("the session is idle", [this] { return state() == "idle"; });
+        start();
+        EXPECT_EQ(state(), "error(The operation couldn’t be completed. (TarnServerError error 2.))");
+        EXPECT_EQ(authFailures_, 0);
+        if (isCut) {
+            relay_.road.emplace(relay_.network(), relay_.port());
+        }
+    }
+}
+
+TEST_F(SessionRelayTest, RestartsAndStopsInTheMiddleOfIt) {
+    start();
+    for (int i = 0; i < 20; ++i) {
+        session_->reconnect(1, 1, TranslateSession::Backend::server(relay_.client()));
+        until("it is stopped", [this] { return state() == "idle"; });
+        world_.clock->advance(300ms);
+        until("it is on its way", [this] { return state() != "idle"; });
+        if (i % 2 == 0) {
+            until("it runs", [this] { return state() == "running"; });
+        } else {
+            session_->stop();
+            until("it is stopped", [this] { return state() == "idle"; });
+            session_->start(1, 1, TranslateSession::Backend::server(relay_.client()));
+            until("it runs", [this] { return state() == "running"; });
+        }
+    }
+    EXPECT_EQ(world_.enginesRunning, 1);
+    EXPECT_EQ(world_.capturesRunning, 1);
+    until("the relay has one stream left", [this] { return relay_.openStreams() == 1; });
+}
+
+}  // namespace
+}  // namespace tarn

@@ -1,0 +1,594 @@
+// The application's state over scripted surroundings: modes, sessions, what is kept, signing in and out.
+
+#include "TarnApp/session/TranslateViewModel.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "MemorySecretStore.h"
+#include "SessionWorld.h"
+#include "TarnApp/server/Keychain.h"
+#include "TarnApp/session/URLSchemeHandler.h"
+#include "support/LogCapture.h"
+
+namespace tarn {
+namespace {
+
+using namespace std::chrono_literals;
+using enum Keychain::Account;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+
+class ViewModelTest : public testing::Test {
+protected:
+    ViewModelTest() { Keychain::useStore(secrets_); }
+    ~ViewModelTest() override {
+        model_.reset();
+        world_.openBarriers();
+        world_.settle();
+        Keychain::useStore(nullptr);
+    }
+
+    TranslateViewModel& make() {
+        ViewModelServices services;
+        services.session = world_.services();
+        services.defaults = world_.defaults;
+        services.makeServerClient = [this] {
+            ++clientsMade_;
+            client_ = std::make_shared<test::ScriptedClient>(world_);
+            client_->account = account_;
+            return client_;
+        };
+        services.inputs = [] { return std::vector<AudioInputDevice>{{"mic-1", "Microphone", 1}}; };
+        services.availableApps = [this] { return listApps(*this); };
+        services.webBase = Url::parse("https://tarn.example/site").value();
+        model_ = TranslateViewModel::make(std::move(services));
+        model_->onAuthLost = [this] { ++authLost_; };
+        world_.settle();
+        return *model_;
+    }
+    TranslateViewModel& makeSignedIn() {
+        Keychain::set("token", pat);
+        Keychain::set("ada@example.org", userEmail);
+        return make();
+    }
+
+    static Task<Result<std::vector<AudioCapableApp>>> listApps(ViewModelTest& test) { co_return test.apps_; }
+
+    std::string states() const {
+        std::string all;
+        for (const auto& session : model_->sessions()) {
+            all += test::stateText(session->state()) + " ";
+        }
+        return all;
+    }
+    std::string pairs() const {
+        std::string all;
+        for (const auto& session : model_->sessions()) {
+            all +=
+                session->storageNamespace() + ":" + session->sourceLang() + ">" + session->targetLang() + " ";
+        }
+        return all;
+    }
+    static bool hasCredentials() { return Keychain::get(pat) || Keychain::get(userEmail); }
+
+    test::LogCapture log_;
+    std::shared_ptr<test::MemorySecretStore> secrets_ = std::make_shared<test::MemorySecretStore>();
+    test::SessionWorld world_;
+    std::function<ServerResult<UserAccount>()> account_ = [] { return UserAccount{"u1", "ada@example.org"}; };
+    Result<std::vector<AudioCapableApp>> apps_ = std::vector<AudioCapableApp>{{"org.vlc", "VLC"}};
+    std::shared_ptr<test::ScriptedClient> client_;
+    int clientsMade_ = 0;
+    int authLost_ = 0;
+    std::shared_ptr<TranslateViewModel> model_;
+};
+
+TEST_F(ViewModelTest, StartsWithTheDefaultsAndWithWhatWasStored) {
+    auto& fresh = make();
+    EXPECT_EQ(fresh.rate(), 1.0);
+    EXPECT_EQ(fresh.outputGain(), 1.0);
+    EXPECT_EQ(fresh.subtitleScale(), 1.0);
+    EXPECT_FALSE(fresh.miniMode());
+    EXPECT_FALSE(fresh.tier2Expanded());
+    EXPECT_EQ(fresh.mode(), AppMode::solo);
+    EXPECT_EQ(pairs(), "session.0:zh>en ");
+    EXPECT_FALSE(fresh.isLoggedIn());
+    EXPECT_FALSE(fresh.anyRunning());
+    EXPECT_EQ(fresh.availableMics().size(), 1U);
+    EXPECT_THAT(fresh.availableApps(), ElementsAre(AudioCapableApp{"org.vlc", "VLC"}));
+    EXPECT_FALSE(world_.defaults->contains("mode"));
+
+    fresh.setRate(1.5);
+    fresh.setOutputGain(12.5);
+    fresh.setSubtitleScale(0.6);
+    fresh.setMiniMode(true);
+    fresh.setTier2Expanded(true);
+    fresh.setMode(AppMode::conversation);
+    fresh.addSession();
+    auto& again = make();
+    EXPECT_EQ(again.rate(), 1.5);
+    EXPECT_EQ(again.outputGain(), 12.5) << "no range is enforced";
+    EXPECT_EQ(again.subtitleScale(), 0.6);
+    EXPECT_TRUE(again.miniMode());
+    EXPECT_TRUE(again.tier2Expanded());
+    EXPECT_EQ(again.mode(), AppMode::conversation);
+    EXPECT_EQ(again.sessions().size(), 2U) << "two, however many there were";
+
+    for (const char* const key : {"rate", "outputGain", "subtitleScale", "miniMode", "tier2Expanded"}) {
+        world_.defaults->set(key, "text");
+    }
+    world_.defaults->set("mode", "Solo");
+    auto& odd = make();
+    EXPECT_EQ(odd.rate(), 1.0);
+    EXPECT_EQ(odd.outputGain(), 1.0);
+    EXPECT_FALSE(odd.miniMode());
+    EXPECT_EQ(odd.mode(), AppMode::solo);
+}
+
+TEST_F(ViewModelTest, KeepsTheSessionsInStepWithTheMode) {
+    auto& model = make();
+    model.addSession();
+    EXPECT_EQ(model.sessions().size(), 1U) << "one only, in solo mode";
+    model.setMode(AppMode::conversation);
+    EXPECT_EQ(pairs(), "session.0:zh>en session.1:en>zh ");
+    EXPECT_EQ(world_.defaults->string("session.1.sourceLang"), "en");
+    EXPECT_EQ(world_.defaults->string("session.1.targetLang"), "zh");
+    EXPECT_EQ(world_.defaults->string("mode"), "conversation");
+    for (int i = 0; i < 4; ++i) {
+        model.addSession();
+    }
+    EXPECT_EQ(model.sessions().size(), 4U);
+    EXPECT_EQ(model.sessions().back()->storageNamespace(), "session.3");
+    model.setMode(AppMode::conversation);
+    EXPECT_EQ(model.sessions().size(), 4U);
+    const auto first = model.sessions().front();
+    model.removeSession(first);
+    model.removeSession(world_.makeSession());
+    EXPECT_EQ(model.sessions().size(), 4U) << "neither the first nor a stranger";
+    model.sessions()[1]->setSourceLang("fr");
+    model.setMode(AppMode::solo);
+    EXPECT_THAT(model.sessions(), ElementsAre(first));
+    model.setMode(AppMode::conversation);
+    EXPECT_EQ(pairs(), "session.0:zh>en session.1:fr>zh ") << "configured once, loaded again";
+    model.removeSession(model.sessions().back());
+    EXPECT_EQ(model.mode(), AppMode::solo);
+    EXPECT_EQ(world_.defaults->string("mode"), "solo");
+    EXPECT_EQ(model.sessions().size(), 1U);
+
+    world_.defaults->remove("session.1.sourceLang");
+    first->setSourceLang("");
+    model.setMode(AppMode::conversation);
+    EXPECT_EQ(pairs(), "session.0:>en session.1:en> ");
+}
+
+TEST_F(ViewModelTest, StopsTheSessionsThatItDrops) {
+    auto& model = makeSignedIn();
+    model.setMode(AppMode::conversation);
+    model.addSession();
+    model.startAll();
+    world_.settle();
+    EXPECT_EQ(states(), "running running running ");
+    EXPECT_EQ(world_.streamsOpen, 3);
+    model.removeSession(model.sessions()[1]);
+    world_.settle();
+    EXPECT_EQ(world_.streamsOpen, 2);
+    EXPECT_TRUE(model.anyRunning());
+    model.setMode(AppMode::solo);
+    world_.settle();
+    EXPECT_EQ(world_.streamsOpen, 1);
+    model.stopAll();
+    world_.settle();
+    EXPECT_EQ(states(), "idle ");
+    EXPECT_FALSE(model.anyRunning());
+    EXPECT_EQ(world_.streamsOpen, 0);
+    EXPECT_EQ(world_.capturesRunning, 0);
+    EXPECT_THAT(world_.trail, Not(testing::Contains("stream dropped")));
+}
+
+TEST_F(ViewModelTest, IsRunningFromTheFirstSessionThatConnectsToTheLastThatEnds) {
+    auto& model = makeSignedIn();
+    model.setMode(AppMode::conversation);
+    std::vector<bool> changes;
+    QObject::connect(&model, &TranslateViewModel::anyRunningChanged, &model,
+                     [&] { changes.push_back(model.anyRunning()); });
+    model.sessions()[1]->start(1, 1, TranslateSession::Backend::server(client_));
+    EXPECT_TRUE(model.anyRunning());
+    world_.settle();
+    model.startAll();
+    world_.settle();
+    model.sessions()[0]->stop();
+    world_.settle();
+    EXPECT_TRUE(model.anyRunning());
+    world_.streams.front().lock()->events().push(translate::Error{"broken"});
+    world_.settle();
+    EXPECT_FALSE(model.anyRunning()) << "an error is not running";
+    EXPECT_THAT(changes, ElementsAre(true, false));
+}
+
+TEST_F(ViewModelTest, ChangesRateAndGainOfEveryRunningDubAtOnce) {
+    auto& model = makeSignedIn();
+    model.setMode(AppMode::conversation);
+    model.sessions()[1]->setCaptureSource(CaptureSource::mic);
+    model.setRate(1.25);
+    model.startAll();
+    world_.settle();
+    const auto player = model.sessions()[0]->player();
+    const auto microphone = model.sessions()[1]->micSession();
+    ASSERT_TRUE(player && microphone);
+    EXPECT_EQ(player->rate(), 1.25F);
+    model.setRate(0.75);
+    model.setOutputGain(3.5);
+    EXPECT_EQ(player->rate(), 0.75F);
+    EXPECT_EQ(microphone->rate(), 0.75F);
+    EXPECT_EQ(player->gain(), 3.5F);
+    EXPECT_EQ(microphone->gain(), 3.5F);
+    EXPECT_EQ(world_.defaults->number("rate"), 0.75);
+    EXPECT_EQ(world_.defaults->number("outputGain"), 3.5);
+}
+
+TEST_F(ViewModelTest, StartsNothingWhileSignedOut) {
+    auto& model = make();
+    model.setMode(AppMode::conversation);
+    model.startAll();
+    world_.settle();
+    EXPECT_EQ(states(), "error(not signed in) idle ");
+    EXPECT_EQ(model.sessions()[0]->errorMessage(), "Sign in to start translating");
+    EXPECT_EQ(model.sessions()[1]->errorMessage(), std::nullopt);
+    EXPECT_THAT(world_.trail, IsEmpty());
+    model.sessions()[0]->setState(ConnectionState::running());
+    model.reconnect(model.sessions()[0]);
+    world_.pass(1s);
+    EXPECT_EQ(states(), "running idle ") << "nor reconnected";
+}
+
+TEST_F(ViewModelTest, ReconnectsASessionThatRuns) {
+    auto& model = makeSignedIn();
+    model.startAll();
+    world_.settle();
+    model.setRate(2);
+    model.sessions()[0]->setTargetLang("de");
+    model.reconnect(model.sessions()[0]);
+    world_.settle();
+    EXPECT_EQ(states(), "idle ");
+    world_.pass(300ms);
+    EXPECT_EQ(states(), "running ");
+    EXPECT_THAT(world_.trail, testing::Contains("open zh>de voice - none 2000"));
+    EXPECT_EQ(model.sessions()[0]->player()->rate(), 2.0F);
+}
+
+TEST_F(ViewModelTest, ChecksTheAccountAtTheStartAndAfterEverySignIn) {
+    struct Case {
+        std::string name;
+        std::function<ServerResult<UserAccount>()> answer;
+        bool staysSignedIn;
+        bool isLogged;
+    };
+    const auto failing = [](TarnServerError error) {
+        return [error] { return ServerResult<UserAccount>(std::unexpected(error)); };
+    };
+    const std::vector<Case> cases{
+        {"good", [] { return UserAccount{"u1", "ada@example.org"}; }, true, false},
+        {"401", failing(TarnServerError::http(401, "no")), false, false},
+        {"no token any more", failing(TarnServerError::notAuthenticated()), false, false},
+        {"403", failing(TarnServerError::http(403, "no")), true, true},
+        {"500", failing(TarnServerError::http(500, "secret body")), true, true},
+        {"rubbish", failing(TarnServerError::decoding(Error{ErrorKind::protocol, "not JSON"})), true, true},
+        {"no answer", failing(TarnServerError::transport(Error{ErrorKind::timeout, "late"})), true, true},
+    };
+    for (const Case& c : cases) {
+        for (const bool atStart : {true, false}) {
+            SCOPED_TRACE(c.name + (atStart ? ", at the start" : ", after a sign-in"));
+            Keychain::remove(pat);
+            account_ = c.answer;
+            authLost_ = 0;
+            const auto logged = log_.lines("[vm] account check failed: ").size();
+            if (atStart) {
+                makeSignedIn();
+            } else {
+                make();
+                Keychain::set("token", pat);
+                model_->handleLoginSucceeded();
+                EXPECT_TRUE(model_->isLoggedIn());
+                world_.settle();
+            }
+            EXPECT_EQ(model_->isLoggedIn(), c.staysSignedIn);
+            EXPECT_EQ(hasCredentials(), c.staysSignedIn);
+            EXPECT_EQ(authLost_, c.staysSignedIn ? 0 : 1);
+            EXPECT_EQ(model_->account().has_value(), c.name == "good");
+            EXPECT_EQ(model_->sessions()[0]->errorMessage(),
+                      c.staysSignedIn ? std::nullopt
+                                      : std::optional<std::string>("Session expired — please sign in again"));
+            EXPECT_EQ(test::stateText(model_->sessions()[0]->state()), "idle");
+            EXPECT_EQ(log_.lines("[vm] account check failed: ").size() - logged, c.isLogged ? 1U : 0U);
+        }
+    }
+    for (const auto& line : log_.lines()) {
+        EXPECT_THAT(line, Not(testing::HasSubstr("secret"))) << "no answer's body in the log";
+    }
+}
+
+TEST_F(ViewModelTest, ForgetsAnAnswerAboutAUserWhoIsGone) {
+    auto& model = make();
+    Keychain::set("old", pat);
+    model.handleLoginSucceeded();
+    const auto oldClient = client_;
+    oldClient->accountBarrier.isClosed = true;
+    world_.settle();
+    model.handleLoggedOut();
+    oldClient->accountBarrier.open();
+    world_.settle();
+    EXPECT_EQ(model.account(), std::nullopt);
+
+    model.handleLoginSucceeded();
+    const auto refusing = client_;
+    refusing->accountBarrier.isClosed = true;
+    refusing->account = [] {
+        return ServerResult<UserAccount>(std::unexpected(TarnServerError::http(401, "")));
+    };
+    world_.settle();
+    Keychain::set("new", pat);
+    model.handleLoginSucceeded();
+    refusing->accountBarrier.open();
+    world_.settle();
+    EXPECT_TRUE(model.isLoggedIn());
+    EXPECT_EQ(Keychain::get(pat), "new");
+    EXPECT_EQ(model.account()->userId, "u1");
+}
+
+TEST_F(ViewModelTest, SignsOutWhateverTheServerSays) {
+    for (const bool reached : {true, false}) {
+        auto& model = makeSignedIn();
+        const auto client = client_;
+        if (!reached) {
+            client->loggedOut = [] {
+                return ServerResult<EmptyResponse>(
+                    std::unexpected(TarnServerError::transport(Error{ErrorKind::connection, "down"})));
+            };
+        }
+        authLost_ = 0;
+        client->logoutBarrier.isClosed = true;
+        model.signOut();
+        model.signOut();
+        world_.settle();
+        EXPECT_TRUE(model.isLoggedIn()) << "not before the server has had its chance";
+        client->logoutBarrier.open();
+        world_.settle();
+        EXPECT_GE(client->logouts, 1);
+        EXPECT_FALSE(model.isLoggedIn());
+        EXPECT_FALSE(hasCredentials());
+        EXPECT_EQ(model.account(), std::nullopt);
+        EXPECT_EQ(authLost_, 1) << "two clicks are one sign-out";
+        EXPECT_NE(model.serverClient(), client);
+    }
+    auto& model = makeSignedIn();
+    client_->logoutBarrier.isClosed = true;
+    const auto client = client_;
+    model.signOut();
+    world_.settle();
+    Keychain::set("newer", pat);
+    model.handleLoginSucceeded();
+    client->logoutBarrier.open();
+    world_.settle();
+    EXPECT_EQ(Keychain::get(pat), "newer") << "a slow sign-out leaves the next user alone";
+    EXPECT_TRUE(model.isLoggedIn());
+}
+
+TEST_F(ViewModelTest, ARefusedTokenInARunSignsOutAndLeavesOtherSessionsRunning) {
+    auto& model = makeSignedIn();
+    model.setMode(AppMode::conversation);
+    model.startAll();
+    world_.settle();
+    world_.streams.front().lock()->events().push(translate::Unauthorized{});
+    world_.settle();
+    EXPECT_EQ(states(), "error(session expired) running ");
+    EXPECT_FALSE(model.isLoggedIn());
+    EXPECT_FALSE(hasCredentials());
+    EXPECT_EQ(authLost_, 1);
+}
+
+TEST_F(ViewModelTest, RaisesTheScreenNoticeAndKeepsTheAppsOfAFailedListing) {
+    world_.screenAllowed = false;
+    auto& model = makeSignedIn();
+    EXPECT_THAT(model.availableApps(), IsEmpty()) << "not asked without the permission";
+    model.startAll();
+    EXPECT_TRUE(model.screenRecNeededEvent());
+    EXPECT_EQ(states(), "idle ");
+    model.setScreenRecNeededEvent(false);
+    model.refreshApps();
+    world_.settle();
+    EXPECT_EQ(model.availableApps().size(), 1U);
+    apps_ = failure(ErrorKind::unavailable, "no audio server");
+    model.refreshApps();
+    world_.settle();
+    EXPECT_EQ(model.availableApps().size(), 1U);
+    EXPECT_THAT(log_.lines("[vm]"), ElementsAre("[vm] refreshApps failed: no audio server"));
+    world_.screenAllowed = true;
+    make();
+    EXPECT_THAT(log_.lines("[vm] initial"), ElementsAre("[vm] initial refreshApps failed: no audio server"));
+}
+
+TEST_F(ViewModelTest, ShowsEachNoticeForFourSeconds) {
+    auto& model = make();
+    model.showToast("one");
+    world_.settle();
+    world_.pass(1s);
+    model.showToast("two");
+    world_.settle();
+    world_.pass(3999ms);
+    EXPECT_EQ(model.toastMessage(), "two");
+    world_.pass(1ms);
+    EXPECT_EQ(model.toastMessage(), std::nullopt);
+
+    model.showToast("three");
+    world_.settle();
+    world_.clock->advance(4s);  // over, and not yet seen to be
+    world_.main.restart();
+    world_.main.poll_one();
+    model.showToast("four");
+    world_.settle();
+    EXPECT_EQ(model.toastMessage(), "four");
+    model.showTransientStatus("status");
+    EXPECT_EQ(model.sessions()[0]->errorMessage(), "status");
+    world_.pass(1min);
+    EXPECT_EQ(model.sessions()[0]->errorMessage(), "status");
+    model_.reset();
+    world_.pass(1min);
+}
+
+TEST_F(ViewModelTest, OpensTheSignInPage) {
+    make().startSignIn();
+    EXPECT_THAT(world_.openedUrls, ElementsAre("https://tarn.example/site/auth?return_to=macos"));
+}
+
+TEST_F(ViewModelTest, EndsItsTasksQuietlyWhenItGoes) {
+    auto& model = makeSignedIn();
+    client_->accountBarrier.isClosed = client_->logoutBarrier.isClosed = true;
+    const auto client = client_;
+    model.handleLoginSucceeded();
+    model.refreshApps();
+    model.signOut();
+    model.startAll();
+    model_.reset();
+    world_.settle();
+    client->accountBarrier.open();
+    client->logoutBarrier.open();
+    world_.settle();
+    EXPECT_EQ(world_.streamsOpen, 0);
+    EXPECT_EQ(world_.enginesRunning, 0);
+}
+
+// Addresses that the desktop opens in the program.
+
+class UrlSchemeTest : public ViewModelTest {
+protected:
+    struct Follower final : SignInFollower {
+        void setIsLoggedIn(bool value) override { isLoggedIn = value; }
+        std::optional<bool> isLoggedIn;
+    };
+
+    UrlSchemeTest() {
+        make();
+        handler_.viewModel = model_;
+        handler_.onboarding = follower_;
+        handler_.bringToFront = [this] { ++activated_; };
+    }
+
+    void open(const std::string& url) {
+        handler_.handle(url);
+        world_.settle();
+    }
+    static std::string stored() {
+        return Keychain::get(pat).value_or("-") + " " + Keychain::get(userEmail).value_or("-");
+    }
+
+    std::shared_ptr<Follower> follower_ = std::make_shared<Follower>();
+    URLSchemeHandler handler_;
+    int activated_ = 0;
+};
+
+TEST_F(UrlSchemeTest, SignsInWithTheFirstTokenOfALogin) {
+    struct Case {
+        std::string url;
+        std::string stored;
+    };
+    const std::string huge(60000, 'x');
+    const std::vector<Case> cases{
+        {"tarn://login?token=abc&user_email=u1", "abc u1"},
+        {"TARN://LOGIN?token=abc", "abc -"},
+        {"tarn://login/?token=abc", "abc -"},
+        {"tarn://login?user_email=a%40b.org&token=abc", "abc a@b.org"},
+        {"tarn://login?token=abc&user_email=", "abc -"},
+        {"tarn://login?token=abc&user_email", "abc -"},
+        {"tarn://login?token=first&token=second&user_email=a&user_email=b", "first a"},
+        {"tarn://login?token=a+b%2Bc%20d&user_email=x+y@z", "a+b+c d x+y@z"},
+        {"tarn://login?Token=no&token=yes&other=1", "yes -"},
+        {"tarn://login?token=%E4%BD%A0%26%3D%25", "你&=% -"},
+        {"tarn://user@login:80?token=abc#token=def", "abc -"},
+        {"tarn://login?token=" + huge, huge + " -"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.url.substr(0, 80));
+        handler_.handle("tarn://logout");
+        activated_ = 0;
+        open(c.url);
+        EXPECT_TRUE(stored() == c.stored) << stored().substr(0, 80);
+        EXPECT_TRUE(model_->isLoggedIn());
+        EXPECT_EQ(follower_->isLoggedIn, true);
+        EXPECT_EQ(activated_, 1);
+        EXPECT_EQ(model_->account()->userId, "u1") << "checked anew";
+    }
+}
+
+TEST_F(UrlSchemeTest, IgnoresWhatIsNoLoginOfOurs) {
+    for (const auto& url :
+         std::vector<std::string>{"tarn://login?token=a%0Ab",
+                                  "tarn://login?token=a%00",
+                                  "tarn://login?token=a\x7F",
+                                  "tarn://login?token=\xC0\xAF",
+                                  std::string("tarn://login?token=") + std::string(1 << 20, 'x'),
+                                  std::string("tarn://login?token=a\0b", 22),
+                                  "tarn://login?user_email=x",
+                                  "tarn://login?token=",
+                                  "tarn://login?token",
+                                  "tarn://login",
+                                  "tarn://login?token=&token=second",
+                                  "other://login?token=abc",
+                                  "login?token=abc",
+                                  "",
+                                  ":",
+                                  "tarn",
+                                  "//login?token=a",
+                                  "https://login?token=abc",
+                                  "tarns://login?token=abc",
+                                  "\xFF\xFE\x01",
+                                  "tarn\n://login?token=abc",
+                                  "tarn://[::1?token=abc",
+                                  "tarn://logout%00?x"}) {
+        open(url);
+        SCOPED_TRACE(url.substr(0, 80));
+        EXPECT_EQ(stored(), "- -");
+        EXPECT_EQ(activated_, 0);
+        EXPECT_EQ(follower_->isLoggedIn, std::nullopt);
+    }
+    EXPECT_EQ(clientsMade_, 1);
+}
+
+TEST_F(UrlSchemeTest, SignsOutActivatesAndNamesUnknownHosts) {
+    open("tarn://login?token=abc&user_email=u1");
+    open("tarn://Logout?token=x");
+    EXPECT_EQ(stored(), "- -");
+    EXPECT_FALSE(model_->isLoggedIn());
+    EXPECT_EQ(follower_->isLoggedIn, false);
+    EXPECT_EQ(authLost_, 1);
+    open("tarn://logout");
+    EXPECT_FALSE(model_->isLoggedIn()) << "nothing to delete is no failure";
+    open("tarn://open");
+    EXPECT_EQ(activated_, 4);
+    open("tarn://settings?token=secret");
+    open("tarn:login?token=secret");
+    EXPECT_EQ(activated_, 4);
+    EXPECT_THAT(log_.lines("[URLScheme]"),
+                ElementsAre("[URLScheme] unknown host: settings", "[URLScheme] unknown host: "));
+}
+
+TEST_F(UrlSchemeTest, WorksWithoutAnybodyToTell) {
+    model_.reset();
+    follower_.reset();
+    handler_.bringToFront = nullptr;
+    open("tarn://login?token=abc");
+    EXPECT_EQ(stored(), "abc -");
+    open("tarn://logout");
+    EXPECT_EQ(stored(), "- -");
+}
+
+TEST_F(UrlSchemeTest, ATokenThatCannotBeStoredSignsOutAtTheNextCheck) {
+    secrets_->isFull = true;
+    account_ = [] { return ServerResult<UserAccount>(std::unexpected(TarnServerError::notAuthenticated())); };
+    open("tarn://login?token=abc");
+    EXPECT_FALSE(model_->isLoggedIn());
+    EXPECT_EQ(model_->sessions()[0]->errorMessage(), "Session expired — please sign in again");
+}
+
+}  // namespace
+}  // namespace tarn
