@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace tarn {
+
+/// What the program was started for.
+struct Arguments {
+    enum class Task : unsigned char {
+        window,   ///< no arguments: the application itself
+        service,  ///< "--service": the session bus started it to be given links
+        links,    ///< the user, or the desktop, opened addresses of ours
+        wrong,    ///< something else
+    };
+
+    Task task = Task::wrong;
+    std::vector<std::string> links{};  ///< of `links`
+    std::string complaint{};           ///< of `wrong`: one line, which repeats nothing of the arguments
+};
+
+/// Reads what stands behind the program's name.
+Arguments readArguments(const std::vector<std::string>& words);
+
+}  // namespace tarn

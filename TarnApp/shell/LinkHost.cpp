@@ -1,0 +1,118 @@
+#include "LinkHost.h"
+
+#include <QCoreApplication>
+#include <boost/asio/post.hpp>
+
+#include "TarnApp/session/AppLinks.h"
+#include "TarnApp/session/Link.h"
+#include "TarnPlatform/logging/Log.h"
+
+namespace tarn {
+namespace {
+
+constexpr std::chrono::seconds checkLimit{10};
+// The running program may end just when it is asked, and so may its successor.
+constexpr int mostClaims = 5;
+
+}  // namespace
+
+LinkHost::LinkHost(SerialExecutor main, std::chrono::milliseconds patience)
+    : main_(std::move(main)), patience_(patience) {
+    for (auto* const timer : {&idle_, &limit_}) {
+        timer->setSingleShot(true);
+        QObject::connect(timer, &QTimer::timeout, [this] { leave(); });
+    }
+}
+
+int LinkHost::run(const std::vector<std::string>& links) {
+    switch (takePosition(links)) {
+        case Position::refused:
+            return 1;
+        case Position::served:
+            return 0;
+        case Position::alone:
+            break;
+    }
+    openModel();
+    carryOut(links);
+    return QCoreApplication::exec();
+}
+
+LinkHost::Position LinkHost::takePosition(const std::vector<std::string>& links) {
+    std::string complaint;
+    for (int claim = 0; claim < mostClaims; ++claim) {
+        instance_.reset();
+        instance_ = SingleInstance::claim(
+            applicationID, main_,
+            {.activate = [] { logLine("[tarn] this build has no window yet; use tarn-cli"); },
+             .open = [this](const std::vector<std::string>& urls) { carryOut(urls); },
+             .action = {}});
+        if (instance_->isPrimary()) {
+            return Position::alone;
+        }
+        if (links.empty()) {
+            return Position::served;  // the other one is who the bus has been waiting for
+        }
+        const auto answer = instance_->forward(links);
+        if (answer) {
+            return Position::served;
+        }
+        complaint = answer.error().description;
+        if (answer.error().kind != ErrorKind::unavailable) {
+            break;
+        }
+    }
+    logLine("[tarn] the link is not carried out: " + complaint);
+    return Position::refused;
+}
+
+void LinkHost::openModel() {
+    model_ = TranslateViewModel::make(ViewModelServices::real(main_));
+    handler_.viewModel = model_;
+    checks_ = model_->isLoggedIn() ? 1 : 0;
+    QObject::connect(model_.get(), &TranslateViewModel::isLoggedInChanged, [this] {
+        // Every sign-in is followed by a check.
+        checks_ += model_->isLoggedIn() ? 1 : 0;
+    });
+    QObject::connect(model_.get(), &TranslateViewModel::accountChecked, [this] {
+        --checks_;
+        rest();
+    });
+}
+
+void LinkHost::carryOut(const std::vector<std::string>& links) {
+    for (const auto& link : links) {
+        if (isLink(link)) {
+            handler_.handle(link);
+        }
+    }
+    rest();
+}
+
+void LinkHost::rest() {
+    if (checks_ > 0) {
+        idle_.stop();
+        limit_.start(checkLimit);
+    } else {
+        limit_.stop();
+        idle_.start(patience_);
+    }
+}
+
+void LinkHost::leave() {
+    if (isLeaving_) {
+        QCoreApplication::exit(0);
+        return;
+    }
+    isLeaving_ = true;
+    if (checks_ > 0) {
+        logLine("[tarn] the account server does not answer");
+        checks_ = 0;
+    }
+    // Links that were handed over before the name was given back are queued by now, ahead of this.
+    patience_ = std::chrono::milliseconds(0);
+    instance_->release();
+    asio::post(main_, [this] { rest(); });
+}
+
+}  // namespace tarn
