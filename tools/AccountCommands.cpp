@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "EventPrinter.h"
 #include "TarnApp/server/Keychain.h"
 #include "TarnApp/server/TarnServerClientFactory.h"
+#include "TarnPlatform/text/Printable.h"
 
 namespace tarn::cli {
 namespace {
@@ -17,7 +17,9 @@ constexpr std::size_t longestToken = 8192;
 std::optional<std::string> readToken() {
     std::string line(longestToken + 2, '\0');
     std::cin.getline(line.data(), static_cast<std::streamsize>(line.size()));
-    auto token = line.substr(0, line.find('\0'));
+    // The count tells a zero byte in the line from its end; it includes a line feed that was taken.
+    const auto count = static_cast<std::size_t>(std::cin.gcount()) - (std::cin.good() ? 1 : 0);
+    auto token = line.substr(0, count);
     const auto isBlank = [](unsigned char c) { return c == ' ' || c == '\t' || c == '\r'; };
     while (!token.empty() && isBlank(static_cast<unsigned char>(token.back()))) {
         token.pop_back();

@@ -3,10 +3,15 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <boost/json/object.hpp>
 #include <boost/json/serialize.hpp>
+#include <cmath>
 #include <cstdio>
+#include <vector>
+
+#include "TarnPlatform/text/Printable.h"
 
 namespace tarn::cli {
 namespace {
@@ -20,35 +25,44 @@ struct Overloaded : Visitors... {
 
 class JsonLinesPrinter final : public EventPrinter {
 public:
-    JsonLinesPrinter(std::chrono::steady_clock::time_point start, std::function<void(std::string)> write)
-        : start_(start), write_(std::move(write)) {}
+    JsonLinesPrinter(bool numbered, std::chrono::steady_clock::time_point start,
+                     std::function<void(std::string)> write)
+        : numbered_(numbered), start_(start), write_(std::move(write)) {}
 
-    void state(const std::string& value) override { line({{"event", "state"}, {"value", value}}); }
+    void state(std::size_t source, const std::string& value) override {
+        line(source, {{"event", "state"}, {"value", value}});
+    }
 
-    void event(const TarnTranslateEvent& event) override {
+    void level(std::size_t /*source*/, float /*level*/) override {}
+
+    void event(std::size_t source, const TarnTranslateEvent& event) override {
         std::visit(Overloaded{
-                       [this](const translate::SourceText& text) {
-                           line({{"event", "source"}, {"text", text.text}, {"done", text.done}});
+                       [this, source](const translate::SourceText& text) {
+                           line(source, {{"event", "source"}, {"text", text.text}, {"done", text.done}});
                        },
-                       [this](const translate::TranslatedText& text) {
-                           line({{"event", "translation"}, {"text", text.text}, {"done", text.done}});
+                       [this, source](const translate::TranslatedText& text) {
+                           line(source, {{"event", "translation"}, {"text", text.text}, {"done", text.done}});
                        },
-                       [this](const translate::TranslatedAudio& audio) {
-                           line({{"event", "audio"}, {"bytes", audio.bytes.size()}});
+                       [this, source](const translate::TranslatedAudio& audio) {
+                           line(source, {{"event", "audio"}, {"bytes", audio.bytes.size()}});
                        },
-                       [this](const translate::Error& error) {
-                           line({{"event", "error"}, {"message", error.message}});
+                       [this, source](const translate::Error& error) {
+                           line(source, {{"event", "error"}, {"message", error.message}});
                        },
-                       [this](const translate::Unauthorized&) {
-                           line({{"event", "error"}, {"message", "the server refused the access token"}});
+                       [this, source](const translate::Unauthorized&) {
+                           line(source,
+                                {{"event", "error"}, {"message", "the server refused the access token"}});
                        },
-                       [this](const translate::Closed&) { line({{"event", "closed"}}); },
+                       [this, source](const translate::Closed&) { line(source, {{"event", "closed"}}); },
                    },
                    event);
     }
 
 private:
-    void line(const json::object& fields) {
+    void line(std::size_t source, json::object fields) {
+        if (numbered_) {
+            fields["source"] = source + 1;
+        }
         const auto passed =
             std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start_)
                 .count();
@@ -58,40 +72,77 @@ private:
         write_(std::string("{\"t\":") + time.data() + "," + json::serialize(fields).substr(1) + "\n");
     }
 
+    const bool numbered_;
     const std::chrono::steady_clock::time_point start_;
     const std::function<void(std::string)> write_;
 };
 
-/// Finals as lines; on a terminal the text that is still changing stands below them and is written over.
+/// Finals as lines; on a terminal the text that is still changing, and how loud it is, stand below them and
+/// are written over.
 class TextPrinter final : public EventPrinter {
 public:
     TextPrinter(const RunOptions& options, std::function<void(std::string)> write)
-        : write_(std::move(write)),
-          sourceTag_(options.sourceLang.empty() ? "heard" : options.sourceLang),
-          targetTag_(options.targetLang),
-          onTerminal_(::isatty(STDOUT_FILENO) == 1) {}
+        : write_(std::move(write)), onTerminal_(::isatty(STDOUT_FILENO) == 1) {
+        for (const SourceOptions& source : options.sources) {
+            const std::string number =
+                options.isConversation() ? std::to_string(sources_.size() + 1) + " " : std::string();
+            Source& shown = sources_.emplace_back();
+            shown.heardTag = number + (source.sourceLang.empty() ? "heard" : source.sourceLang);
+            shown.translatedTag = number + source.targetLang;
+            shown.isLive = source.input.empty();
+        }
+    }
 
-    void state(const std::string& /*value*/) override {}
+    void state(std::size_t source, const std::string& value) override {
+        sources_[source].isRunning = value == "running";
+        if (!sources_[source].isRunning) {
+            eraseRunning();
+        }
+    }
 
-    void event(const TarnTranslateEvent& event) override {
+    void level(std::size_t source, float level) override {
+        Source& shown = sources_[source];
+        shown.level = std::max(shown.level, level);
+        const auto now = std::chrono::steady_clock::now();
+        if (onTerminal_ && shown.isLive && shown.isRunning && now - lastLevel_ >= levelInterval) {
+            lastLevel_ = now;
+            writeRunning();
+            for (Source& each : sources_) {
+                each.level = 0;
+            }
+        }
+    }
+
+    void event(std::size_t source, const TarnTranslateEvent& event) override {
         std::visit(Overloaded{
-                       [this](const translate::SourceText& text) {
-                           show(sourceTag_, openSource_, text.text, text.done);
+                       [this, source](const translate::SourceText& text) {
+                           show(sources_[source].heardTag, sources_[source].openHeard, text.text, text.done);
                        },
-                       [this](const translate::TranslatedText& text) {
-                           show(targetTag_, openTranslation_, text.text, text.done);
+                       [this, source](const translate::TranslatedText& text) {
+                           show(sources_[source].translatedTag, sources_[source].openTranslated, text.text,
+                                text.done);
                        },
                        [this](const translate::Error& error) {
                            eraseRunning();
                            complain(printable(error.message));
                        },
-                       [this](const translate::Closed&) { settleRunning(); },
+                       [this, source](const translate::Closed&) { settle(sources_[source]); },
                        [](const auto&) {},
                    },
                    event);
     }
 
 private:
+    struct Source {
+        std::string heardTag;
+        std::string translatedTag;
+        std::string openHeard;  ///< the line of a text that is not final yet
+        std::string openTranslated;
+        bool isLive = false;
+        bool isRunning = false;
+        float level = 0;  ///< the loudest since it was shown
+    };
+
     void show(const std::string& tag, std::string& open, const std::string& text, bool done) {
         const auto line = printable(tag + ": " + text);
         open = done || text.empty() ? "" : line;
@@ -101,16 +152,15 @@ private:
                 write_(line + "\n");
             }
         } else if (onTerminal_) {
-            eraseRunning();
-            write_(lastColumns(line));
-            running_ = true;
+            latest_ = line;
+            writeRunning();
         }
     }
 
     /// At the end a text that never became final is better than none.
-    void settleRunning() {
+    void settle(Source& source) {
         eraseRunning();
-        for (auto* const open : {&openSource_, &openTranslation_}) {
+        for (auto* const open : {&source.openHeard, &source.openTranslated}) {
             if (!open->empty()) {
                 write_(*open + " …\n");
                 open->clear();
@@ -118,18 +168,51 @@ private:
         }
     }
 
+    void writeRunning() {
+        const std::size_t width = columns();
+        std::string meters = levels();
+        if (meterColumns(meters) > width) {
+            meters.clear();
+        }
+        const std::string text = latest_;
+        eraseRunning();
+        latest_ = text;
+        write_(meters + lastColumns(latest_, width - meterColumns(meters)));
+        running_ = true;
+    }
+
+    /// "▕████  ▏" for each live source.
+    std::string levels() const {
+        std::string meters;
+        for (const Source& source : sources_) {
+            if (source.isLive) {
+                meters += levelMeter(source.level);
+            }
+        }
+        return meters;
+    }
+
+    static std::size_t meterColumns(const std::string& meters) {
+        return static_cast<std::size_t>(std::ranges::count_if(
+            meters, [](char c) { return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U; }));
+    }
+
     void eraseRunning() {
         if (running_) {
             write_("\r\x1b[K");
             running_ = false;
+            latest_.clear();
         }
     }
 
-    /// As much of the end of `line` as fits beside the cursor: a wrapped line could not be written over.
-    static std::string lastColumns(const std::string& line) {
+    static std::size_t columns() {
         winsize size{};
         const bool known = ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1;
-        const std::size_t columns = known ? size.ws_col - 1U : 79U;
+        return known ? size.ws_col - 1U : 79U;
+    }
+
+    /// As much of the end of `line` as fits beside the cursor: a wrapped line could not be written over.
+    static std::string lastColumns(const std::string& line, std::size_t columns) {
         std::size_t start = line.size();
         std::size_t used = 0;
         while (start > 0) {
@@ -146,37 +229,36 @@ private:
         return line.substr(start);
     }
 
+    static constexpr std::chrono::milliseconds levelInterval{100};
+
     const std::function<void(std::string)> write_;
-    const std::string sourceTag_;
-    const std::string targetTag_;
     const bool onTerminal_;
-    bool running_ = false;    ///< the last line on the terminal is to be written over
-    std::string openSource_;  ///< the line of a text that is not final yet
-    std::string openTranslation_;
+    std::vector<Source> sources_;
+    bool running_ = false;  ///< the last line on the terminal is to be written over
+    std::string latest_;    ///< the text that is still changing
+    std::chrono::steady_clock::time_point lastLevel_{};
 };
 
 }  // namespace
 
-std::string printable(const std::string& text) {
-    std::string clean;
-    clean.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        const bool isC1 =
-            byte == 0xC2U && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0U;
-        if (isC1) {
-            ++i;
-        }
-        clean.push_back(isC1 || byte < 0x20U || byte == 0x7fU ? ' ' : text[i]);
+std::string levelMeter(float level) {
+    constexpr float quietest = -60;  // dB
+    constexpr int cells = 10;
+    const float decibels = level > 0 ? 20 * std::log10(level) : quietest;
+    const int full =
+        std::clamp(static_cast<int>(std::lround((decibels - quietest) / -quietest * cells)), 0, cells);
+    std::string meter = "▕";
+    for (int cell = 0; cell < cells; ++cell) {
+        meter += cell < full ? "█" : " ";
     }
-    return clean;
+    return meter + "▏";
 }
 
 std::unique_ptr<EventPrinter> EventPrinter::make(const RunOptions& options,
                                                  std::chrono::steady_clock::time_point start,
                                                  std::function<void(std::string)> write) {
     if (options.format == Format::jsonl) {
-        return std::make_unique<JsonLinesPrinter>(start, std::move(write));
+        return std::make_unique<JsonLinesPrinter>(options.isConversation(), start, std::move(write));
     }
     return std::make_unique<TextPrinter>(options, std::move(write));
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
@@ -15,9 +16,13 @@ class EventPrinter {
 public:
     virtual ~EventPrinter() = default;
 
+    // `source`: which one, counted from 0; shown where there are several, counted from 1.
+
     /// `value`: "connecting", "running", "stopping", "idle" or "error".
-    virtual void state(const std::string& value) = 0;
-    virtual void event(const TarnTranslateEvent& event) = 0;
+    virtual void state(std::size_t source, const std::string& value) = 0;
+    virtual void event(std::size_t source, const TarnTranslateEvent& event) = 0;
+    /// How loud the captured sound is: linear, 0 to 1. Shown on a terminal only.
+    virtual void level(std::size_t source, float level) = 0;
 
     /// `start`: where the times of the lines count from. `write`: takes text for standard output.
     static std::unique_ptr<EventPrinter> make(const RunOptions& options,
@@ -25,7 +30,7 @@ public:
                                               std::function<void(std::string)> write);
 };
 
-/// The text without what a terminal would take for a command.
-std::string printable(const std::string& text);
+/// Ten cells between -60 dB and full scale, of a linear level.
+std::string levelMeter(float level);
 
 }  // namespace tarn::cli

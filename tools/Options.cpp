@@ -3,59 +3,36 @@
 #include <CLI/CLI.hpp>
 #include <cmath>
 
+#include "SourceGroups.h"
 #include "TarnPlatform/logging/Log.h"
 
 namespace tarn::cli {
 namespace {
 
 constexpr double longestSeconds = 1e6;
-
-/// Options that name a source of the desktop's own sound.
-struct CaptureOptions {
-    std::string source;
-    std::string app;
-    std::string device;
-    std::string voiceProcessing = "on";
-};
+constexpr std::size_t mostSources = 4;
 
 struct RawOptions {
     RunOptions run;
-    CaptureOptions capture;
+    std::string input;
     std::string server;
     std::string format = "text";
     std::string dub = "none";
     bool fast = false;
     bool tokenOnInput = false;
-    double rate = 1.0;
-    double volume = 1.0;
 };
 
 void addRunOptions(CLI::App& app, RawOptions& raw) {
-    app.add_option("--source", raw.capture.source, "What to listen to: system, mic or application")
-        ->check(CLI::IsMember({"system", "mic", "application"}));
-    app.add_option("--app", raw.capture.app, "Identifier of the application to listen to (see 'apps')");
-    app.add_option("--device", raw.capture.device, "Identifier of the microphone (see 'devices')");
-    app.add_option("--voice-processing", raw.capture.voiceProcessing,
-                   "Echo cancellation of the microphone: on or off")
-        ->check(CLI::IsMember({"on", "off"}));
-    app.add_option("--input", raw.run.input,
+    app.add_option("--input", raw.input,
                    "Read speech from a sound file, or with - raw s16le 16 kHz mono from standard input");
     app.add_flag("--fast", raw.fast, "Send the input as fast as it is taken instead of in real time");
-    app.add_option("--from", raw.run.sourceLang, "Language code of the speech; left out: detected");
-    app.add_option("--to", raw.run.targetLang, "Language code of the translation")->capture_default_str();
-    app.add_option("--voice", raw.run.voice, "Voice of the translated speech; left out: the service's own");
-    app.add_option("--clone", raw.run.voiceClone, "Clone the speaker's voice: none, once or always")
-        ->check(CLI::IsMember({"none", "once", "always"}))
-        ->capture_default_str();
-    app.add_option("--silence-ms", raw.run.silenceMs, "Milliseconds of silence that end an utterance")
-        ->capture_default_str();
-    app.add_option("--rate", raw.rate, "Speed of the played voice")
+    app.add_option("--rate", raw.run.rate, "Speed of the played voice")
         ->check(CLI::Range(0.5, 2.0))
         ->capture_default_str();
-    app.add_option("--volume", raw.volume, "Loudness of the played voice, 1 as received")
+    app.add_option("--volume", raw.run.volume, "Loudness of the played voice, 1 as received")
         ->check(CLI::Range(0.0, 10.0))
         ->capture_default_str();
-    app.add_option("--dub", raw.dub, "Translated voice: none, or the WAV file to write it to")
+    app.add_option("--dub", raw.dub, "Translated voice: play, none, or the WAV file to write it to")
         ->capture_default_str();
     app.add_option("--format", raw.format, "Output: text, or jsonl for one JSON object a line")
         ->check(CLI::IsMember({"text", "jsonl"}))
@@ -68,32 +45,77 @@ void addRunOptions(CLI::App& app, RawOptions& raw) {
         ->capture_default_str();
 }
 
-std::optional<ExitStatus> checkRun(const RawOptions& raw) {
-    if (!raw.run.input.empty() && !raw.capture.source.empty()) {
-        complain("--input and --source exclude each other");
-        return ExitStatus::wrongArguments;
+std::optional<std::string> checkSource(const SourceOptions& source) {
+    const bool application = source.input.empty() && source.capture == CaptureSource::application;
+    const bool microphone = source.input.empty() && source.capture == CaptureSource::mic;
+    if (application && source.app.empty()) {
+        return "--source application needs --app ID (list them with: tarn-cli apps)";
     }
-    if (raw.run.input.empty()) {
-        complain("nothing to listen to: this version reads speech with --input FILE or --input - only");
-        return raw.capture.source.empty() ? ExitStatus::wrongArguments : ExitStatus::failed;
+    if (!application && !source.app.empty()) {
+        return "--app goes with --source application";
     }
-    if (raw.run.targetLang.empty()) {
-        complain("--to needs a language code");
-        return ExitStatus::wrongArguments;
+    if (!microphone && !source.device.empty()) {
+        return "--device goes with --source mic";
     }
-    if (std::isnan(raw.run.drain) || std::isnan(raw.run.duration.value_or(0))) {
-        complain("--drain and --duration need a number of seconds");
-        return ExitStatus::wrongArguments;
-    }
-    if (raw.dub.empty() || raw.dub == "-") {
-        complain("--dub needs the name of a file, or none");
-        return ExitStatus::wrongArguments;
-    }
-    if (raw.dub == "play") {
-        complain("this version cannot play the voice: write it to a file with --dub FILE.wav");
-        return ExitStatus::failed;
+    if (source.targetLang.empty()) {
+        return "--to needs a language code";
     }
     return std::nullopt;
+}
+
+/// The complaint about the first thing that makes no sense.
+std::optional<std::string> checkRun(const RawOptions& raw) {
+    const auto& sources = raw.run.sources;
+    if (sources.empty()) {
+        return "nothing to listen to: name a source with --source system, mic or application, or speech with "
+               "--input FILE";
+    }
+    if (!raw.input.empty() && (sources.size() > 1 || sources.front().input.empty())) {
+        return "--input and --source exclude each other";
+    }
+    if (sources.size() > mostSources) {
+        return "--source can be given four times at most";
+    }
+    for (const SourceOptions& source : sources) {
+        if (auto complaint = checkSource(source)) {
+            return complaint;
+        }
+    }
+    if (raw.fast && raw.input.empty()) {
+        return "--fast goes with --input: live sound has its own pace";
+    }
+    if (std::isnan(raw.run.drain) || std::isnan(raw.run.duration.value_or(0))) {
+        return "--drain and --duration need a number of seconds";
+    }
+    if (std::isnan(raw.run.rate) || std::isnan(raw.run.volume)) {
+        return "--rate and --volume need a number";
+    }
+    if (raw.dub.empty() || raw.dub == "-") {
+        return "--dub needs the name of a file, play or none";
+    }
+    if (raw.run.isConversation() && raw.dub != "play" && raw.dub != "none") {
+        return "--dub FILE goes with one source";
+    }
+    return std::nullopt;
+}
+
+/// What is said of an option that has nothing to do with the command that was given.
+std::optional<std::string> checkCommand(const CLI::App& app, const std::string& command) {
+    for (const CLI::Option* const option : app.parse_order()) {
+        if (option->get_name() != "--server") {
+            return option->get_name() + " does not go with " + command;
+        }
+    }
+    return std::nullopt;
+}
+
+Command commandNamed(const std::string& name, bool tokenOnInput) {
+    return name == "apps"      ? Command::apps
+           : name == "devices" ? Command::devices
+           : name == "logout"  ? Command::logout
+           : name == "status"  ? Command::status
+           : tokenOnInput      ? Command::loginWithToken
+                               : Command::login;
 }
 
 }  // namespace
@@ -105,6 +127,7 @@ void complain(const std::string& text) {
 std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv) {
     CLI::App app("Translates speech live, without a window.", "tarn-cli");
     RawOptions raw;
+    SourceGroups groups(app);
     addRunOptions(app, raw);
     app.add_option("--server", raw.server, "Base URL of the account server's API, path included");
     app.set_version_flag("--version", std::string("tarn-cli 0.1.0"));
@@ -112,8 +135,8 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
     app.fallthrough();
     app.add_subcommand("apps", "List the applications that can be listened to");
     app.add_subcommand("devices", "List the microphones");
-    auto* const login = app.add_subcommand("login", "Sign in");
-    login->add_flag("--token-stdin", raw.tokenOnInput, "Read the access token from standard input");
+    auto* const login = app.add_subcommand("login", "Sign in with the browser");
+    login->add_flag("--token-stdin", raw.tokenOnInput, "Read the access token from standard input instead");
     app.add_subcommand("logout", "Sign out");
     app.add_subcommand("status", "Say whether and as whom one is signed in");
     try {
@@ -124,23 +147,29 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
     }
 
     Options options;
+    const auto chosen = app.get_subcommands();
+    if (!chosen.empty()) {
+        options.command = commandNamed(chosen.front()->get_name(), raw.tokenOnInput);
+        if (const auto wrong = checkCommand(app, chosen.front()->get_name())) {
+            complain(*wrong);
+            return ExitStatus::wrongArguments;
+        }
+    } else {
+        raw.run.sources = groups.sources(raw.input);
+        if (const auto wrong = checkRun(raw)) {
+            complain(*wrong);
+            return ExitStatus::wrongArguments;
+        }
+    }
     options.run = raw.run;
     options.run.pace = raw.fast ? Pace::asFastAsTaken : Pace::realTime;
     options.run.format = raw.format == "jsonl" ? Format::jsonl : Format::text;
+    options.run.playDub = raw.dub == "play";
     if (raw.dub != "none" && raw.dub != "play") {
         options.run.dubFile = raw.dub;
     }
-    const auto chosen = app.get_subcommands();
-    if (!chosen.empty()) {
-        const auto name = chosen.front()->get_name();
-        options.command = name == "apps"      ? Command::apps
-                          : name == "devices" ? Command::devices
-                          : name == "logout"  ? Command::logout
-                          : name == "status"  ? Command::status
-                          : raw.tokenOnInput  ? Command::loginWithToken
-                                              : Command::login;
-    } else if (const auto wrong = checkRun(raw)) {
-        return *wrong;
+    if (options.command == Command::apps || options.command == Command::devices) {
+        return options;  // neither needs a server
     }
 
     const auto& deployment = Deployment::current();
@@ -156,6 +185,9 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
             complain("--server: " + base.error().description);
             return ExitStatus::wrongArguments;
         }
+        // A server that is named has its sign-in page beside its API.
+        const auto site = Url::parse(base->scheme() + "://" + base->hostHeader());
+        options.deployment.webBase = site.value_or(options.deployment.webBase);
         options.deployment.apiBase = std::move(*base);
     }
     return options;

@@ -3,7 +3,9 @@
 #include <optional>
 #include <string>
 #include <variant>
+#include <vector>
 
+#include "TarnApp/session/CaptureSource.h"
 #include "TarnCore/deployment/Deployment.h"
 
 namespace tarn::cli {
@@ -18,19 +20,34 @@ enum class ExitStatus : int {
 enum class Format : unsigned char { text, jsonl };
 enum class Pace : unsigned char { realTime, asFastAsTaken };
 
-/// What one translation run was asked to do.
-struct RunOptions {
-    std::string input;  ///< path of a sound file, or "-" for raw s16le 16 kHz mono on standard input
-    Pace pace = Pace::realTime;
-    std::string sourceLang;  ///< empty: detect
+/// One source of speech and what becomes of it.
+struct SourceOptions {
+    CaptureSource capture = CaptureSource::system;
+    std::string
+        input;  ///< in its place: path of a sound file, or "-" for raw s16le 16 kHz mono on standard input
+    std::string app;              ///< bundle identifier; of an application only
+    std::string device;           ///< UID; of a microphone only, empty: the default one
+    bool voiceProcessing = true;  ///< of a microphone only
+    std::string sourceLang;       ///< empty: detect
     std::string targetLang = "en";
     std::string voice;
     std::string voiceClone = "none";
     int silenceMs = 2000;  ///< below 1: not sent
+};
+
+/// What one translation run was asked to do.
+struct RunOptions {
+    std::vector<SourceOptions> sources;  ///< one to four; an `input` stands alone
+    Pace pace = Pace::realTime;
     std::optional<std::string> dubFile;
+    bool playDub = false;
+    double rate = 1;    ///< of the played voice, 0.5 to 2
+    double volume = 1;  ///< of the played voice, linear, 0 to 10
     Format format = Format::text;
     std::optional<double> duration;  ///< seconds of input after which the run ends
     double drain = 10;               ///< seconds
+
+    bool isConversation() const { return sources.size() > 1; }
 };
 
 enum class Command : unsigned char { run, apps, devices, login, loginWithToken, logout, status };

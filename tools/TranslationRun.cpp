@@ -2,202 +2,462 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/experimental/awaitable_operators.hpp>
 #include <boost/asio/experimental/promise.hpp>
 #include <boost/asio/experimental/use_promise.hpp>
-#include <boost/asio/steady_timer.hpp>
-#include <boost/asio/this_coro.hpp>
 #include <chrono>
 #include <csignal>
+
+#include "InputCapture.h"
+#include "RunServices.h"
 
 namespace tarn::cli {
 namespace {
 
 using namespace asio::experimental::awaitable_operators;
 using std::chrono::milliseconds;
-using SteadyTime = std::chrono::steady_clock::time_point;
 
 /// Beyond the silence that ends an utterance: what a distant service needs to notice and to answer.
 constexpr milliseconds noticeTime{2500};
-/// An input that fell behind may catch up by this much, faster than real time.
-constexpr milliseconds mostCatchUp{1000};
+constexpr const char* signInHint = "; sign in with: tarn-cli login";
+
+/// How often a drain looks whether everything has come.
+constexpr milliseconds drainTick{50};
 /// After an interrupt a reader of our output that has stopped reading is not waited for longer.
 constexpr milliseconds outputLimit{2000};
 
-Task<void> sleepUntil(SteadyTime time) {
-    asio::steady_timer timer(co_await asio::this_coro::executor, time);
-    co_await timer.async_wait(asValue);
-}
-
-milliseconds lengthOf(std::size_t bytes) {
-    return milliseconds(bytes * 1000 / InputSource::bytesPerSecond);
-}
-
-milliseconds toMilliseconds(double seconds) {
+Clock::Duration toDuration(double seconds) {
     return milliseconds(static_cast<long long>(seconds * 1000));
+}
+
+const char* nameOf(ConnectionState::Case state) {
+    switch (state) {
+        case ConnectionState::Case::idle:
+            return "idle";
+        case ConnectionState::Case::connecting:
+            return "connecting";
+        case ConnectionState::Case::running:
+            return "running";
+        case ConnectionState::Case::stopping:
+            return "stopping";
+        case ConnectionState::Case::error:
+            break;
+    }
+    return "error";
+}
+
+std::string describeSource(const SourceOptions& source) {
+    switch (source.capture) {
+        case CaptureSource::system:
+            return "all that the computer plays";
+        case CaptureSource::application:
+            return "the application " + source.app;
+        case CaptureSource::mic:
+            break;
+    }
+    return source.device.empty() ? "the default microphone" : "the microphone " + source.device;
 }
 
 }  // namespace
 
-TranslationRun::TranslationRun(asio::io_context& context, RunOptions options,
-                               std::shared_ptr<TarnServerClient> server)
-    : options_(std::move(options)),
-      server_(std::move(server)),
-      interrupts_(context, SIGINT, SIGTERM),
+TranslationRun::TranslationRun(asio::io_context& context, const Options& options)
+    : context_(context),
+      deployment_(options.deployment),
+      options_(options.run),
+      interrupts_(context),
       output_(context.get_executor()),
       printer_(EventPrinter::make(
           options_, std::chrono::steady_clock::now(),
           [writer = output_](std::string text) mutable { writer.write(std::move(text)); })) {}
 
-Task<ExitStatus> TranslationRun::run() {
-    const auto executor = co_await asio::this_coro::executor;
-    auto input = openInput(options_.input, executor);
-    if (!input) {
-        fail(input.error().description);
-        co_return status_;
+TranslationRun::~TranslationRun() = default;
+
+Task<ExitStatus> TranslationRun::run(std::shared_ptr<TranslationRun> self) {
+    auto writing = asio::co_spawn(self->context_, self->output_.run(), asio::experimental::use_promise);
+    if (co_await self->prepare()) {
+        co_await self->translate();
+    }
+    for (TaskHandle& listener : self->listeners_) {
+        listener.cancel();
+    }
+    self->model_.reset();  // whose client holds the run
+    co_await (self->endOutput() || writing(asio::use_awaitable));
+    if (self->output_.failure()) {
+        self->fail("standard output takes no more: " + *self->output_.failure());
+    }
+    co_return self->status_;
+}
+
+/// Everything that can be wrong before a connection is made.
+Task<bool> TranslationRun::prepare() {
+    const std::string& path = options_.sources.front().input;
+    if (!path.empty()) {
+        auto input = openInput(path, context_.get_executor());
+        if (!input) {
+            fail(input.error().description);
+            co_return false;
+        }
+        input_ = std::move(*input);
     }
     if (wouldOverwriteInput()) {
         fail("--dub names the input file: it would be overwritten", ExitStatus::wrongArguments);
-        co_return status_;
+        co_return false;
     }
-    auto writing = asio::co_spawn(executor, output_.run(), asio::experimental::use_promise);
-    printer_->state("connecting");
-    const auto silence = options_.silenceMs >= 1 ? std::optional(options_.silenceMs) : std::nullopt;
-    auto opening = server_->openTranslateStream(options_.sourceLang, options_.targetLang, options_.voice,
-                                                options_.voiceClone, silence);
-    auto opened = co_await (std::move(opening) || waitForInterrupt());
-    if (opened.index() == 1) {
-        printer_->state("idle");
-    } else if (auto& stream = std::get<0>(opened); stream) {
-        co_await translate(*stream, **input);
-    } else {
-        printer_->state("error");
-        const bool signedOut = stream.error().meansSignedOut();
-        fail(diagnosis(stream.error()) + (signedOut ? "; sign in with: tarn-cli login --token-stdin" : ""),
-             signedOut ? ExitStatus::notSignedIn : ExitStatus::failed);
-    }
-    co_await (endOutput() || writing(asio::use_awaitable));
-    if (output_.failure()) {
-        fail("standard output takes no more: " + *output_.failure());
-    }
-    co_return status_;
+    co_return true;
 }
 
-Task<void> TranslationRun::translate(std::shared_ptr<TarnTranslateStream> stream, InputSource& input) {
-    const auto executor = co_await asio::this_coro::executor;
-    printer_->state("running");
-    if (options_.dubFile) {
+Task<void> TranslationRun::translate() {
+    useTokenOfEnvironment();
+    model_ = TranslateViewModel::make(services());
+    model_->onAuthLost = [weak = weak_from_this()] {
+        if (const auto self = weak.lock()) {
+            self->refused_ = true;
+            self->ring();
+        }
+    };
+    // Until here, where a keyring may still ask its user, an interrupt simply ends the program.
+    interrupts_.add(SIGINT);
+    interrupts_.add(SIGTERM);
+    configure();
+    listenFor(watchInterrupts(shared_from_this()));
+    listenFor(watchOutput(shared_from_this()));
+    model_->startAll();
+    if (co_await waitUntilRunning() && co_await waitForEnd()) {
+        co_await drain();
+    }
+    co_await stopAll();
+    for (std::size_t number = 0; number < sources_.size(); ++number) {
+        showState(number, status_ == ExitStatus::ended ? "idle" : "error");
+    }
+}
+
+ViewModelServices TranslationRun::services() {
+    ViewModelServices services = runServices(context_.get_executor(), deployment_);
+    const auto self = shared_from_this();
+    services.makeServerClient = [make = services.makeServerClient, weak = weak_from_this(),
+                                 main = services.session.main, plays = options_.playDub] {
+        const auto run = weak.lock();
+        return run ? tapped(make(), run, main, plays) : make();
+    };
+    if (!options_.playDub) {
+        services.session.makePlayer = silentPlayer;
+    }
+    if (input_) {
+        services.session.screenCapture = alwaysAllowed();
+        services.session.startCapture = [weak = weak_from_this(), main = services.session.main,
+                                         clock = services.session.clock](std::shared_ptr<AudioSink> sink,
+                                                                         std::optional<std::string>) {
+            return startInput(weak, std::move(sink), main, clock);
+        };
+    }
+    return services;
+}
+
+Task<Result<std::shared_ptr<CaptureStream>>> TranslationRun::startInput(std::weak_ptr<TranslationRun> weak,
+                                                                        std::shared_ptr<AudioSink> sink,
+                                                                        SerialExecutor main,
+                                                                        std::shared_ptr<Clock> clock) {
+    const auto self = weak.lock();
+    if (!self || !self->input_) {
+        co_return failure(ErrorKind::cancelled, "the input has been read");
+    }
+    InputCapture::Parts parts;
+    parts.input = std::move(self->input_);
+    parts.pace = self->options_.pace;
+    parts.executor = std::move(main);
+    parts.clock = std::move(clock);
+    parts.waitForRoom = [stream = self->streams_.front().stream] {
+        return TappedStream::waitForRoom(stream);
+    };
+    parts.atItsEnd = [weak](const std::optional<Error>& error) {
+        if (const auto run = weak.lock()) {
+            run->endInput(error);
+        }
+    };
+    parts.deliver = [sink](const PcmBuffer& buffer) { sink->onPCM(buffer); };
+    auto capture = std::make_shared<InputCapture>(std::move(parts));
+    static_cast<void>(co_await capture->startCapture());
+    co_return std::shared_ptr<CaptureStream>(std::move(capture));
+}
+
+void TranslationRun::configure() {
+    model_->setRate(options_.rate);
+    model_->setOutputGain(options_.volume);
+    if (options_.isConversation()) {
+        model_->setMode(AppMode::conversation);
+    }
+    while (model_->sessions().size() < options_.sources.size()) {
+        model_->addSession();
+    }
+    for (std::size_t number = 0; number < options_.sources.size(); ++number) {
+        const SourceOptions& source = options_.sources[number];
+        const auto& session = model_->sessions()[number];
+        session->setCaptureSource(source.input.empty() ? source.capture : CaptureSource::system);
+        session->setApplicationBundleID(source.app);
+        session->setMicDeviceUID(source.device);
+        session->setVoiceProcessing(source.voiceProcessing);
+        session->setSourceLang(source.sourceLang);
+        session->setTargetLang(source.targetLang);
+        session->setVoice(source.voice);
+        session->setVoiceClone(source.voiceClone);
+        session->setSilenceMs(source.silenceMs);
+        sources_.push_back(Source{.session = session});
+        watch(number);
+    }
+}
+
+void TranslationRun::watch(std::size_t number) {
+    TranslateSession* const session = sources_[number].session.get();
+    QObject::connect(session, &TranslateSession::stateChanged, session, [weak = weak_from_this(), number] {
+        if (const auto self = weak.lock()) {
+            self->stateChanged(number);
+        }
+    });
+    QObject::connect(session, &TranslateSession::inputLevelChanged, session,
+                     [weak = weak_from_this(), number, session] {
+                         if (const auto self = weak.lock()) {
+                             self->printer_->level(number, session->inputLevel());
+                         }
+                     });
+}
+
+void TranslationRun::stateChanged(std::size_t number) {
+    const ConnectionState& state = sources_[number].session->state();
+    // How a run ends is shown once it is known; and what a relay complains of ends none.
+    if (state.kind() != ConnectionState::Case::idle && state.kind() != ConnectionState::Case::error) {
+        showState(number, nameOf(state.kind()));
+    }
+    if (const auto stream =
+            std::dynamic_pointer_cast<TappedStream>(sources_[number].session->serverStream())) {
+        sourceOf(*stream);
+    }
+    sources_[number].ran = sources_[number].ran || state.kind() == ConnectionState::Case::running;
+    ring();
+}
+
+void TranslationRun::showState(std::size_t number, const std::string& value) {
+    if (sources_[number].shownState != value) {
+        sources_[number].shownState = value;
+        printer_->state(number, value);
+    }
+}
+
+void TranslationRun::listenFor(Task<void> task) {
+    listeners_.push_back(TaskHandle::start(context_.get_executor(), std::move(task)));
+}
+
+void TranslationRun::endInput(const std::optional<Error>& error) {
+    if (error) {
+        fail(error->description);
+    }
+    inputEnded_ = true;
+    ring();
+}
+
+Task<void> TranslationRun::watchTime(std::shared_ptr<TranslationRun> self, Clock::Duration duration) {
+    co_await sleepFor(Clock::system(), duration);
+    self->timeIsUp_ = true;
+    self->ring();
+}
+
+Task<void> TranslationRun::watchInterrupts(std::shared_ptr<TranslationRun> self) {
+    const auto [error, number] = co_await self->interrupts_.async_wait(asValue);
+    if (!error) {
+        self->interrupts_.clear();  // a second one ends the program at once
+    }
+    self->interrupted_ = self->interrupted_ || !error;
+    self->ring();
+}
+
+Task<void> TranslationRun::watchStream(std::shared_ptr<TranslationRun> self,
+                                       std::shared_ptr<TappedStream> stream) {
+    self->deathReason_ = co_await stream->waitDead();
+    self->ring();
+}
+
+Task<void> TranslationRun::watchOutput(std::shared_ptr<TranslationRun> self) {
+    co_await self->output_.waitForFailure();
+    self->ring();
+}
+
+void TranslationRun::opened(std::shared_ptr<TappedStream> stream) {
+    // Not sooner: an older recording stays as it is where nothing comes to replace it.
+    if (options_.dubFile && !dub_) {
         auto writer = SoundFileWriter::create(*options_.dubFile, 24000);
-        if (!writer) {
+        if (writer) {
+            dub_ = std::move(*writer);
+        } else {
             fail(writer.error().description);
-            co_await stream->close();
-            co_return;
+            dubFailed_ = true;
         }
-        dub_ = std::move(*writer);
     }
-    auto reading = asio::co_spawn(executor, readEvents(stream), asio::experimental::use_promise);
-    auto ended = co_await (feed(stream, input) || stream->waitDead() || waitForInterrupt() ||
-                           output_.waitForFailure());
-    printer_->state("stopping");
-    co_await stream->close();
-    co_await reading(asio::use_awaitable);
-    if (refused_) {
-        printer_->state("error");
-        fail("the server refused the access token; sign in with: tarn-cli login --token-stdin",
-             ExitStatus::notSignedIn);
-    } else if (ended.index() == 1) {
-        printer_->state("error");
-        fail("the connection ended: " + std::get<1>(ended));
-    } else {
-        printer_->state("idle");
+    streams_.push_back({stream, std::nullopt, false});
+    listenFor(watchStream(shared_from_this(), std::move(stream)));
+}
+
+void TranslationRun::ended(const TappedStream& stream) {
+    if (auto* const open = openStream(stream)) {
+        open->ended = true;
+    }
+    ring();
+}
+
+TranslationRun::OpenStream* TranslationRun::openStream(const TappedStream& stream) {
+    const auto found = std::ranges::find_if(
+        streams_, [&](const OpenStream& candidate) { return candidate.stream.get() == &stream; });
+    return found == streams_.end() ? nullptr : &*found;
+}
+
+std::optional<std::size_t> TranslationRun::sourceOf(const TappedStream& stream) {
+    auto* const open = openStream(stream);
+    if (open == nullptr) {
+        return std::nullopt;
+    }
+    // A session lets go of its stream when it stops, before the last event.
+    for (std::size_t number = 0; number < sources_.size() && !open->source; ++number) {
+        if (sources_[number].session->serverStream().get() == &stream) {
+            open->source = number;
+        }
+    }
+    return open->source;
+}
+
+void TranslationRun::failedToOpen(const TarnServerError& error) {
+    openError_ = error;
+}
+
+void TranslationRun::event(const TappedStream& stream, const TarnTranslateEvent& event) {
+    const auto number = sourceOf(stream);
+    if (!number) {
+        return;
+    }
+    Source& source = sources_[*number];
+    source.progress.note(event, std::chrono::steady_clock::now());
+    printer_->event(*number, event);
+    if (const auto* const audio = std::get_if<translate::TranslatedAudio>(&event)) {
+        keepAudio(*audio);
+    } else if (const auto* const error = std::get_if<translate::Error>(&event)) {
+        source.complaint = error->message;
+    } else if (std::holds_alternative<translate::Unauthorized>(event)) {
+        refused_ = true;
+        ring();
     }
 }
 
-Task<void> TranslationRun::readEvents(std::shared_ptr<TarnTranslateStream> stream) {
+const std::optional<std::string>& TranslationRun::startFailure(const Source& source) const {
+    static const std::optional<std::string> none;
+    const bool failed = source.session->state().kind() == ConnectionState::Case::error &&
+                        source.session->errorMessage() != source.complaint;
+    return failed ? source.session->errorMessage() : none;
+}
+
+/// False where the run is over before it has begun.
+Task<bool> TranslationRun::waitUntilRunning() {
     for (;;) {
-        const auto event = co_await stream->events().next();
-        if (!event) {
-            co_return;
+        if (model_->screenRecNeededEvent()) {
+            fail("the computer's sound cannot be captured: the audio server (PipeWire) is not running");
+            co_return false;
         }
-        progress_.note(*event, std::chrono::steady_clock::now());
-        printer_->event(*event);
-        if (const auto* const audio = std::get_if<translate::TranslatedAudio>(&*event)) {
-            keepAudio(*audio);
+        for (const Source& source : sources_) {
+            if (const auto& why = startFailure(source); why && !refused_) {
+                const bool signedOut = !model_->isLoggedIn() || (openError_ && openError_->meansSignedOut());
+                fail((openError_ ? diagnosis(*openError_) : *why) + (signedOut ? signInHint : ""),
+                     signedOut ? ExitStatus::notSignedIn : ExitStatus::failed);
+                co_return false;
+            }
         }
-        refused_ = refused_ || std::holds_alternative<translate::Unauthorized>(*event);
+        if (isCutShort()) {
+            co_return true;
+        }
+        if (std::ranges::all_of(sources_, &Source::ran)) {
+            break;
+        }
+        co_await bell_.next();
+    }
+    announceSources();
+    if (options_.duration) {
+        listenFor(watchTime(shared_from_this(), toDuration(*options_.duration)));
+    }
+    co_return true;
+}
+
+void TranslationRun::announceSources() {
+    for (const SourceOptions& source : options_.sources) {
+        if (source.input.empty()) {
+            complain("listening to " + describeSource(source) + (options_.duration ? "" : "; Ctrl-C ends"));
+        }
     }
 }
 
-Task<void> TranslationRun::feed(std::shared_ptr<TarnTranslateStream> stream, InputSource& input) {
-    if (options_.duration) {
-        const auto end = std::chrono::steady_clock::now() + toMilliseconds(*options_.duration);
-        co_await (feedInput(stream, input) || sleepUntil(end));
-    } else {
-        co_await feedInput(stream, input);
+/// False where nothing is to be waited for any more.
+Task<bool> TranslationRun::waitForEnd() {
+    while (!isCutShort() && !inputEnded_ && !timeIsUp_) {
+        co_await bell_.next();
     }
-    co_await drain(stream);
-    if (!progress_.isFinal()) {
+    if (refused_) {
+        fail(std::string("the server refused the access token (401)") + signInHint, ExitStatus::notSignedIn);
+    } else if (deathReason_ && !interrupted_) {
+        fail("the connection ended: " + *deathReason_);
+    }
+    co_return !isCutShort();
+}
+
+Task<void> TranslationRun::drain() {
+    int longestPause = 0;
+    for (const Source& source : sources_) {
+        longestPause = std::max(longestPause, source.session->silenceMs());
+    }
+    const auto clock = Clock::system();
+    const auto start = clock->now();
+    const auto end = start + toDuration(options_.drain);
+    const auto noticed = start + milliseconds(longestPause) + noticeTime;
+    for (const auto& open : streams_) {
+        open.stream->mute();
+    }
+    while (clock->now() < end && !isCutShort()) {
+        const auto now = std::chrono::steady_clock::now();
+        if (clock->now() >= noticed && std::ranges::all_of(sources_, [now](const Source& source) {
+                return source.progress.isSettled(now);
+            })) {
+            break;
+        }
+        co_await sleepFor(clock, drainTick);
+    }
+    if (refused_ || (deathReason_ && !interrupted_)) {
+        co_await waitForEnd();
+    } else if (!interrupted_ && !std::ranges::all_of(sources_, [](const Source& source) {
+                   return source.progress.isFinal();
+               })) {
         complain("the last utterance had no final text within the drain time");
     }
 }
 
-Task<void> TranslationRun::feedInput(std::shared_ptr<TarnTranslateStream> stream, InputSource& input) {
-    // A piece leaves when its last sample would have been spoken.
-    auto due = std::chrono::steady_clock::now();
-    for (;;) {
-        auto piece = co_await input.next();
-        if (!piece) {
-            fail(piece.error().description);
-            co_return;
-        }
-        if (!*piece) {
-            co_return;
-        }
-        if (options_.pace == Pace::realTime) {
-            due = std::max(due + lengthOf((*piece)->size()), std::chrono::steady_clock::now() - mostCatchUp);
-            co_await sleepUntil(due);
-        }
-        co_await stream->sendAudio(std::move(**piece));
+Task<void> TranslationRun::stopAll() {
+    model_->stopAll();
+    const auto runs = [](const Source& source) {
+        return source.session->state().kind() != ConnectionState::Case::idle;
+    };
+    while (std::ranges::any_of(sources_, runs) || !std::ranges::all_of(streams_, &OpenStream::ended)) {
+        co_await bell_.next();
     }
-}
-
-Task<void> TranslationRun::drain(std::shared_ptr<TarnTranslateStream> stream) {
-    const auto start = std::chrono::steady_clock::now();
-    const auto end = start + toMilliseconds(options_.drain);
-    const auto noticed = start + milliseconds(std::max(options_.silenceMs, 0)) + noticeTime;
-    const std::vector<std::byte> silence(InputSource::bytesPerSecond / 1000 *
-                                         static_cast<std::size_t>(InputSource::pieceLength.count()));
-    auto due = start;
-    for (;;) {
-        const auto now = std::chrono::steady_clock::now();
-        if (now >= end || (now >= noticed && progress_.isSettled(now))) {
-            co_return;
-        }
-        due += InputSource::pieceLength;
-        co_await sleepUntil(due);
-        co_await stream->sendAudio(silence);
-    }
-}
-
-Task<void> TranslationRun::waitForInterrupt() {
-    const auto [error, number] = co_await interrupts_.async_wait(asValue);
-    interrupted_ = interrupted_ || !error;
 }
 
 Task<void> TranslationRun::endOutput() {
     output_.finish();
-    if (interrupted_) {
-        co_await sleepUntil(std::chrono::steady_clock::now() + outputLimit);
+    if (!interrupted_) {
+        static_cast<void>(co_await interrupts_.async_wait(asValue));
     } else {
-        co_await waitForInterrupt();
+        co_await sleepFor(Clock::system(), outputLimit);
     }
 }
 
 bool TranslationRun::wouldOverwriteInput() const {
     struct stat in{};
     struct stat out{};
-    return options_.dubFile && options_.input != "-" && ::stat(options_.input.c_str(), &in) == 0 &&
+    const std::string& input = options_.sources.front().input;
+    return options_.dubFile && !input.empty() && input != "-" && ::stat(input.c_str(), &in) == 0 &&
            ::stat(options_.dubFile->c_str(), &out) == 0 && in.st_dev == out.st_dev && in.st_ino == out.st_ino;
 }
 

@@ -5,8 +5,9 @@
 #include <iostream>
 
 #include "AccountCommands.h"
+#include "BrowserSignIn.h"
+#include "ListCommands.h"
 #include "Options.h"
-#include "TarnApp/server/TarnServerClientFactory.h"
 #include "TarnPlatform/process/StandardDescriptors.h"
 #include "TranslationRun.h"
 
@@ -16,12 +17,11 @@ namespace {
 Task<ExitStatus> perform(asio::io_context& context, const Options& options) {
     switch (options.command) {
         case Command::apps:
+            co_return co_await listApps();
         case Command::devices:
-            complain("this version cannot list what the desktop offers: it reads speech with --input only");
-            co_return ExitStatus::failed;
+            co_return listDevices();
         case Command::login:
-            complain("this version signs in with a token only: login --token-stdin");
-            co_return ExitStatus::failed;
+            co_return co_await loginInBrowser(options, context.get_executor());
         case Command::loginWithToken:
             co_return co_await loginWithToken(options);
         case Command::logout:
@@ -31,8 +31,7 @@ Task<ExitStatus> perform(asio::io_context& context, const Options& options) {
         case Command::run:
             break;
     }
-    TranslationRun run(context, options.run, TarnServerClientFactory::make(options.deployment, currentToken));
-    co_return co_await run.run();
+    co_return co_await TranslationRun::run(std::make_shared<TranslationRun>(context, options));
 }
 
 ExitStatus start(int argc, const char* const* argv) {

@@ -28,6 +28,8 @@ TEST_F(CliAccount, RefusesArgumentsThatMakeNoSense) {
         {"--input", "a.wav", "--to", ""},
         {"--input", "a.wav", "--server", "ftp://x"},
         {"--input", "a.wav", "--server", "http://far.example.org/tarn"},
+        {"logout", "--source", "mic"},
+        {"--input", "a.wav", "status"},
         {"dance"},
     };
     for (const auto& arguments : wrong) {
@@ -66,7 +68,8 @@ TEST_F(CliAccount, SignsInShowsItAndSignsOut) {
 }
 
 TEST_F(CliAccount, TakesNoTokenThatCannotBeOne) {
-    const std::string texts[] = {"", "\n", "two words\n", "bell\a\n", std::string(10000, 'a')};
+    const std::string texts[] = {
+        "", "\n", "two words\n", "bell\a\n", std::string("ze\0ro\n", 6), std::string(10000, 'a')};
     for (const auto& text : texts) {
         const auto cli = start({"login", "--token-stdin"}, world.write("token", text));
         EXPECT_EQ(cli->wait(), 1);

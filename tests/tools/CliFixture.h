@@ -55,6 +55,9 @@ protected:
         if (!token.empty()) {
             environment["TARN_TOKEN"] = token;
         }
+        if (!runtimeFolder.empty()) {
+            environment["XDG_RUNTIME_DIR"] = runtimeFolder;
+        }
         return std::make_unique<Program>(Program::Setup{arguments, environment, input});
     }
 
@@ -62,6 +65,7 @@ protected:
     std::unique_ptr<Program> relay;
     std::string server;
     std::string token;
+    std::string runtimeFolder;  ///< where the audio server answers; empty: nowhere
 };
 
 }  // namespace tarn::test

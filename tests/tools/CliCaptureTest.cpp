@@ -1,0 +1,144 @@
+// The command line on sound: real programs, a real audio server of the test's own, and a relay whose script
+// tells what it has been sent.
+#include <gmock/gmock.h>
+
+#include "CliFixture.h"
+#include "support/audio/Player.h"
+#include "support/audio/PrivateAudioServer.h"
+
+namespace tarn {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+class CliCapture : public test::CliFixture {
+protected:
+    /// Speaks once two seconds of sound have come.
+    static constexpr const char* afterTwoSeconds =
+        "{\"after_audio\":64000,\"event\":{\"type\":\"conversation.item.input_audio_transcription."
+        "completed\","
+        "\"transcript\":\"enough\"}}\n"
+        "{\"after_audio\":64000,\"event\":{\"type\":\"response.audio_transcript.done\",\"transcript\":"
+        "\"bastante\"}}\n";
+
+    void startAudio() {
+        audio.emplace();
+        runtimeFolder = audio->folder();
+    }
+
+    std::optional<test::PrivateAudioServer> audio;
+};
+
+TEST_F(CliCapture, ListsWhatThereIsToListenTo) {
+    startAudio();
+    const test::Player player(
+        *audio, audio->toneFile(440, -12, 20),
+        {.applicationName = "Tone player", .properties = {{"application.id", "org.tone"}}});
+    const auto apps = start({"apps"});
+    EXPECT_EQ(apps->wait(), 0) << apps->err();
+    EXPECT_THAT(apps->out(), HasSubstr("org.tone\tTone player\n"));
+    const auto devices = start({"devices"});
+    EXPECT_EQ(devices->wait(), 0) << devices->err();
+    EXPECT_EQ(devices->out(), "tarn-test-mic\tTest microphone\t(default)\n");
+}
+
+TEST_F(CliCapture, TranslatesWhatPlaysAndEndsAfterItsTime) {
+    startAudio();
+    startRelay(afterTwoSeconds);
+    const test::Player player(*audio, audio->toneFile(440, -12, 20),
+                              {.properties = {{"application.id", "org.tone"}}});
+    const std::vector<std::vector<std::string>> sources = {
+        {"--source", "system", "--dub", "play"},
+        {"--source", "application", "--app", "org.tone"},
+        {"--source", "mic", "--device", "tarn-test-mic", "--dub", "play"},
+        {"--source", "mic", "--voice-processing", "off"},
+    };
+    std::vector<std::unique_ptr<test::Program>> runs;
+    for (auto arguments : sources) {
+        arguments.insert(arguments.end(),
+                         {"--from", "en", "--to", "es", "--silence-ms", "100", "--duration", "3"});
+        runs.push_back(start(arguments));
+    }
+    for (std::size_t i = 0; i < runs.size(); ++i) {
+        EXPECT_EQ(runs[i]->wait(), 0) << i << ": " << runs[i]->err();
+        EXPECT_EQ(runs[i]->out(), "en: enough\nes: bastante\n") << i << ": " << runs[i]->err();
+        EXPECT_THAT(runs[i]->err(), HasSubstr("listening to")) << i;
+    }
+}
+
+TEST_F(CliCapture, TranslatesFourSourcesSideBySide) {
+    startAudio();
+    startRelay(afterTwoSeconds);
+    const test::Player player(*audio, audio->toneFile(440, -12, 20),
+                              {.properties = {{"application.id", "org.tone"}}});
+    const auto cli = start({"--to",     "es",          "--silence-ms", "100",      "--duration", "3",
+                            "--format", "jsonl",                                                        //
+                            "--source", "system",      "--from",       "en",                            //
+                            "--source", "mic",         "--from",       "es",       "--to",       "en",  //
+                            "--source", "application", "--app",        "org.tone",                      //
+                            "--source", "system",      "--to",         "fr"});
+    EXPECT_EQ(cli->wait(), 0) << cli->err();
+    for (const char* const number : {"1", "2", "3", "4"}) {
+        EXPECT_THAT(cli->out(),
+                    HasSubstr(std::string(R"("text":"bastante","done":true,"source":)") + number + "}"))
+            << cli->err();
+    }
+    const auto text = start({"--source", "system", "--from", "en", "--to", "es", "--source", "mic", "--to",
+                             "fr", "--silence-ms", "100", "--duration", "3"});
+    EXPECT_EQ(text->wait(), 0) << text->err();
+    EXPECT_THAT(text->out(), AllOf(HasSubstr("1 en: enough\n"), HasSubstr("1 es: bastante\n"),
+                                   HasSubstr("2 heard: enough\n"), HasSubstr("2 fr: bastante\n")));
+}
+
+TEST_F(CliCapture, SaysWhatIsNotThere) {
+    startRelay(afterTwoSeconds);
+    const auto silent = start({"--source", "system", "--to", "es"});
+    EXPECT_EQ(silent->wait(), 1);
+    EXPECT_THAT(silent->err(), HasSubstr("the audio server (PipeWire) is not running"));
+    for (const char* const list : {"apps", "devices"}) {
+        const auto cli = start({list});
+        EXPECT_EQ(cli->wait(), 1);
+        EXPECT_THAT(cli->err(), HasSubstr("cannot be listed: the audio server (PipeWire) is not running"));
+    }
+    startAudio();
+    const auto unknown = start({"--source", "application", "--app", "Org.Tone", "--to", "es"});
+    EXPECT_EQ(unknown->wait(), 1);
+    EXPECT_THAT(unknown->err(),
+                HasSubstr("App 'Org.Tone' isn't running or isn't visible. Refresh the app list, or "
+                          "open the app first."));
+    // An unknown microphone is no error: the default one is listened to.
+    const auto microphone = start(
+        {"--source", "mic", "--device", "nowhere", "--to", "es", "--silence-ms", "100", "--duration", "3"});
+    EXPECT_EQ(microphone->wait(), 0) << microphone->err();
+    EXPECT_THAT(microphone->err(), AllOf(HasSubstr("preferredUID=nowhere"), Not(HasSubstr("routing input"))));
+}
+
+TEST_F(CliCapture, SaysThatAServerThatHangsCannotBeAsked) {
+    startAudio();
+    audio->pausePipeWire();
+    for (const char* const list : {"apps", "devices"}) {
+        const auto cli = start({list});
+        EXPECT_EQ(cli->wait(), 1) << list;
+        EXPECT_THAT(cli->err(), HasSubstr("cannot be listed: the audio server (PipeWire) does not answer"));
+    }
+    audio->resumePipeWire();
+}
+
+TEST_F(CliCapture, GoesOnThroughADeadAudioServer) {
+    startAudio();
+    startRelay(
+        "{\"after_audio\":160000,\"event\":{\"type\":\"response.audio_transcript.done\",\"transcript\":"
+        "\"still here\"}}\n");
+    const auto cli = start({"--source", "system", "--to", "es", "--silence-ms", "100", "--duration", "5.5"});
+    cli->waitForError("listening to");
+    audio->killPipeWire();
+    cli->waitForError("the audio server went away");
+    audio->startPipeWire();
+    EXPECT_EQ(cli->wait(), 0) << cli->err();
+    EXPECT_EQ(cli->out(), "es: still here\n") << cli->err();
+}
+
+}  // namespace
+}  // namespace tarn

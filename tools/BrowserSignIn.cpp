@@ -1,0 +1,106 @@
+#include "BrowserSignIn.h"
+
+#include <boost/asio/experimental/awaitable_operators.hpp>
+#include <boost/asio/signal_set.hpp>
+#include <csignal>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+
+#include "RunServices.h"
+#include "TarnApp/server/Keychain.h"
+#include "TarnApp/session/AppLinks.h"
+#include "TarnApp/session/URLSchemeHandler.h"
+#include "TarnPlatform/concurrency/EventQueue.h"
+#include "TarnPlatform/desktop/SchemeRegistration.h"
+#include "TarnPlatform/desktop/SingleInstance.h"
+#include "TarnPlatform/text/Printable.h"
+
+namespace tarn::cli {
+namespace {
+
+using namespace asio::experimental::awaitable_operators;
+
+constexpr std::chrono::minutes patience{10};
+constexpr std::chrono::seconds lookEvery{1};
+
+/// The program that the desktop starts for a link, beside this one, hands it over to whoever runs.
+void registerLinkHandler() {
+    const auto own = SchemeRegistration::runningProgram();
+    const auto handler = own ? own->parent_path() / "tarn" : std::filesystem::path();
+    if (!own || !std::filesystem::exists(handler)) {
+        complain("the program that takes the browser's answer is missing: build or install 'tarn'");
+    } else if (const auto registered = registerLinks(handler); !registered) {
+        complain("the browser's answer may not find its way: " + registered.error().description);
+    }
+}
+
+Task<void> interrupted(SerialExecutor main) {
+    asio::signal_set interrupts(main, SIGINT, SIGTERM);
+    static_cast<void>(co_await interrupts.async_wait(asValue));
+}
+
+/// Whether the first answer is a sign-in.
+Task<bool> firstAnswer(EventQueue<bool> answers) {
+    co_return (co_await answers.next()).value_or(false);
+}
+
+/// For the token that another program stores. One that only goes, since the server refuses it, is none.
+Task<bool> newToken(std::optional<std::string> before) {
+    for (;;) {
+        const auto token = Keychain::get(Keychain::Account::pat);
+        if (token && token != before) {
+            co_return true;
+        }
+        co_await sleepFor(Clock::system(), lookEvery);
+    }
+}
+
+}  // namespace
+
+Task<ExitStatus> loginInBrowser(const Options& options, SerialExecutor main) {
+    const ViewModelServices services = runServices(main, options.deployment);
+    const auto model = TranslateViewModel::make(services);
+    const EventQueue<bool> answers;
+    QObject::connect(model.get(), &TranslateViewModel::isLoggedInChanged, model.get(),
+                     [answers, state = model.get()] {
+                         if (state->isLoggedIn()) {  // not so where an older token is refused
+                             answers.push(true);
+                         }
+                     });
+    URLSchemeHandler handler;
+    handler.viewModel = model;
+    // Also by the page of a sign-in that was cancelled. A sign-in has been told by then.
+    handler.bringToFront = [answers] { answers.push(false); };
+    const auto before = Keychain::get(Keychain::Account::pat);
+    SingleInstance::Callbacks callbacks;
+    callbacks.open = [&handler](const std::vector<std::string>& urls) {
+        for (const std::string& url : urls) {
+            handler.handle(url);
+        }
+    };
+    const auto instance = SingleInstance::claim(applicationID, main, std::move(callbacks));
+    registerLinkHandler();
+
+    if (const auto page = model->signInPage()) {
+        std::cout << "Sign in with your browser. If it does not open, go to:\n  " << page->text()
+                  << std::endl;
+    }
+    model->startSignIn();
+    auto signIn = instance->isPrimary() ? firstAnswer(answers) : newToken(before);
+    auto limit = sleepFor(Clock::system(), patience);
+    const auto outcome = co_await (std::move(signIn) || std::move(limit) || interrupted(main));
+    if (outcome.index() != 0 || !std::get<0>(outcome)) {
+        complain("nobody signed in");
+        co_return ExitStatus::notSignedIn;
+    }
+    if (!Keychain::get(Keychain::Account::pat)) {
+        complain("the token could not be stored");
+        co_return ExitStatus::failed;
+    }
+    const auto email = Keychain::get(Keychain::Account::userEmail);
+    std::cout << "signed in" << (email ? " as " + printable(*email) : "") << '\n';
+    co_return ExitStatus::ended;
+}
+
+}  // namespace tarn::cli

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <atomic>
+#include <boost/asio/steady_timer.hpp>
+#include <cstddef>
+#include <memory>
+
+#include "TarnApp/server/TarnServerClient.h"
+#include "TarnPlatform/concurrency/Asio.h"
+
+namespace tarn::cli {
+
+class TappedStream;
+
+/// Sees what passes between a session and its server, before the session does. Thread: main.
+class StreamObserver {
+public:
+    virtual ~StreamObserver() = default;
+    virtual void opened(std::shared_ptr<TappedStream> stream) = 0;
+    virtual void failedToOpen(const TarnServerError& error) = 0;
+    virtual void event(const TappedStream& stream, const TarnTranslateEvent& event) = 0;
+    virtual void ended(const TappedStream& stream) = 0;  ///< after the last event
+};
+
+/// A session's stream that the command line looks into. Its events are copies of the inner stream's.
+class TappedStream final : public TarnTranslateStream, public std::enable_shared_from_this<TappedStream> {
+public:
+    /// `main`: the executor of the main thread.
+    TappedStream(std::shared_ptr<TarnTranslateStream> inner, const SerialExecutor& main)
+        : inner_(std::move(inner)), bell_(main, asio::steady_timer::time_point::max()) {}
+
+    /// From now on silence goes out in place of what is captured, as much and as fast. Thread: any.
+    void mute() { muted_ = true; }
+    /// Completes when less than a second of sound is on its way to the socket. Thread: main.
+    static Task<void> waitForRoom(std::shared_ptr<TappedStream> self);
+
+    const EventQueue<TarnTranslateEvent>& events() const override { return events_; }
+    Task<void> sendAudio(std::vector<std::byte> bytes) override;
+    Task<void> close() override { return inner_->close(); }
+    bool isAlive() const override { return inner_->isAlive(); }
+    Task<std::string> waitDead() override { return inner_->waitDead(); }
+
+    /// Shows every event to `observer` and then to whoever reads `events`, to the end; the voice, which would
+    /// wait there for ever where nobody plays it, only where it is `played`.
+    static Task<void> passEventsOn(std::shared_ptr<TappedStream> self,
+                                   std::shared_ptr<StreamObserver> observer, bool played);
+
+private:
+    static Task<void> send(std::shared_ptr<TappedStream> self, std::vector<std::byte> bytes);
+
+    const std::shared_ptr<TarnTranslateStream> inner_;
+    const EventQueue<TarnTranslateEvent> events_;
+    std::atomic<bool> muted_{false};
+    std::atomic<std::size_t> unsent_{0};  ///< bytes
+    asio::steady_timer bell_;             ///< main thread; cancelled when something was sent
+};
+
+/// `client`, whose streams `observer` sees. `playsVoice`: the translated voice is passed on.
+std::shared_ptr<TarnServerClient> tapped(std::shared_ptr<TarnServerClient> client,
+                                         std::shared_ptr<StreamObserver> observer, SerialExecutor main,
+                                         bool playsVoice);
+
+}  // namespace tarn::cli
