@@ -230,6 +230,19 @@ void PrivateAudioServer::addSource(const std::string& name, const std::string& c
     addNode(name, channelMap, "Audio/Source/Virtual");
 }
 
+SessionProgram PrivateAudioServer::addVirtualOutput(const std::string& name) {
+    const std::string end = name + "-end";
+    SessionProgram program = run(
+        {"pw-loopback", "--capture-props",
+         "{ media.class = Audio/Sink  node.name = " + quoted(name) + "  audio.position = [ FL FR ] }",
+         "--playback-props",
+         "{ node.name = " + quoted(end) + "  target.object = " + output + "  node.dont-reconnect = true }"});
+    until(name + " plays on", [&] {
+        return hasNode(name) && answer({"pw-link", "-l"}).value_or("").contains(end + ":output_FR");
+    });
+    return program;
+}
+
 void PrivateAudioServer::addNode(const std::string& name, const std::string& channelMap,
                                  const std::string& mediaClass) {
     auto positions = channelMap;

@@ -59,6 +59,9 @@ public:
     /// its input ports (`NAME:input_FL`; of one channel: "MONO").
     void addSink(const std::string& name, const std::string& channelMap);
     void addSource(const std::string& name, const std::string& channelMap);
+    /// Adds an output without a device, as filters and echo cancellers are: what is played to it is played on
+    /// to `output` by a stream. Ends with the returned program.
+    SessionProgram addVirtualOutput(const std::string& name);
     void removeSink(const std::string& name) { remove(name); }
     void removeSource(const std::string& name) { remove(name); }
     /// As if the user chose it in the desktop's settings.
