@@ -12,13 +12,13 @@ using Table = std::array<std::string_view, allLocKeys.size()>;
 
 constexpr Table english{
 #define TARN_TEXT(key, english, chinese) english,
-#include "LocTexts.inc"
+#include "LocTexts.h"
 #undef TARN_TEXT
 };
 
 constexpr Table chinese{
 #define TARN_TEXT(key, english, chinese) chinese,
-#include "LocTexts.inc"
+#include "LocTexts.h"
 #undef TARN_TEXT
 };
 

@@ -10,16 +10,16 @@
 namespace tarn {
 
 /// Every text of the interface has one of these keys, and no other wording is shown. The texts are in
-/// LocTexts.inc.
+/// LocTexts.h.
 enum class LocKey : std::uint8_t {
 #define TARN_TEXT(key, english, chinese) key,
-#include "LocTexts.inc"
+#include "LocTexts.h"
 #undef TARN_TEXT
 };
 
 inline constexpr std::array allLocKeys{
 #define TARN_TEXT(key, english, chinese) LocKey::key,
-#include "LocTexts.inc"
+#include "LocTexts.h"
 #undef TARN_TEXT
 };
 

@@ -30,7 +30,7 @@ class LocalizationManager : public QObject {
     /// For the picker, in its order: {preference, label} each.
     Q_PROPERTY(QVariantList choices READ choices NOTIFY languageChanged)
 #define TARN_TEXT(key, english, chinese) Q_PROPERTY(QString key READ key NOTIFY languageChanged)
-#include "LocTexts.inc"
+#include "LocTexts.h"
 #undef TARN_TEXT
 
 public:
@@ -43,7 +43,7 @@ public:
     Q_INVOKABLE static QString filled(const QString& text, const QString& argument);
 #define TARN_TEXT(key, english, chinese) \
     QString key() const { return shown(LocKey::key); }
-#include "LocTexts.inc"
+#include "LocTexts.h"
 #undef TARN_TEXT
 
 public Q_SLOTS:
