@@ -1,17 +1,16 @@
 #include "AccountCommands.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <iostream>
 
+#include "RunServices.h"
+#include "TarnApp/server/AccessToken.h"
 #include "TarnApp/server/Keychain.h"
 #include "TarnApp/server/TarnServerClientFactory.h"
 #include "TarnPlatform/text/Printable.h"
 
 namespace tarn::cli {
 namespace {
-
-constexpr std::size_t longestToken = 8192;
 
 /// The first line of standard input without surrounding blanks, or nothing where it cannot be a token.
 std::optional<std::string> readToken() {
@@ -25,22 +24,10 @@ std::optional<std::string> readToken() {
         token.pop_back();
     }
     token.erase(token.begin(), std::ranges::find_if_not(token, isBlank));
-    const bool usable = std::ranges::all_of(token, [](unsigned char c) { return c > 0x20 && c < 0x7f; });
-    if (token.empty() || token.size() > longestToken || !usable) {
-        return std::nullopt;
-    }
-    return token;
+    return canBeToken(token) ? std::optional(token) : std::nullopt;
 }
 
 }  // namespace
-
-std::optional<std::string> currentToken() {
-    const char* const variable = std::getenv("TARN_TOKEN");
-    if (variable != nullptr && *variable != '\0') {
-        return std::string(variable);
-    }
-    return TarnServerClientFactory::storedPat();
-}
 
 Task<ExitStatus> loginWithToken(const Options& options) {
     const auto token = readToken();
@@ -85,7 +72,8 @@ Task<ExitStatus> logout(const Options& options) {
 
 Task<ExitStatus> showStatus(const Options& options) {
     std::cout << "server: " << options.deployment.apiBase.text() << '\n';
-    const auto server = TarnServerClientFactory::make(options.deployment, currentToken);
+    useTokenOfEnvironment();
+    const auto server = TarnServerClientFactory::make(options.deployment);
     const auto account = co_await server->fetchMe();
     if (account) {
         std::cout << "signed in as " << printable(account->email) << '\n';

@@ -1,13 +1,9 @@
 #pragma once
 
 #include "Options.h"
-#include "TarnApp/server/TarnServerClient.h"
 #include "TarnPlatform/concurrency/Asio.h"
 
 namespace tarn::cli {
-
-/// The token of the environment variable TARN_TOKEN, else the stored one.
-std::optional<std::string> currentToken();
 
 /// Reads a token from standard input, asks the server whose it is, and stores it unless the server refuses
 /// it.

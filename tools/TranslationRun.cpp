@@ -32,22 +32,6 @@ Clock::Duration toDuration(double seconds) {
     return milliseconds(static_cast<long long>(seconds * 1000));
 }
 
-const char* nameOf(ConnectionState::Case state) {
-    switch (state) {
-        case ConnectionState::Case::idle:
-            return "idle";
-        case ConnectionState::Case::connecting:
-            return "connecting";
-        case ConnectionState::Case::running:
-            return "running";
-        case ConnectionState::Case::stopping:
-            return "stopping";
-        case ConnectionState::Case::error:
-            break;
-    }
-    return "error";
-}
-
 std::string describeSource(const SourceOptions& source) {
     switch (source.capture) {
         case CaptureSource::system:
@@ -148,7 +132,7 @@ ViewModelServices TranslationRun::services() {
         services.session.screenCapture = alwaysAllowed();
         services.session.startCapture = [weak = weak_from_this(), main = services.session.main,
                                          clock = services.session.clock](std::shared_ptr<AudioSink> sink,
-                                                                         std::optional<std::string>) {
+                                                                         const std::optional<std::string>&) {
             return startInput(weak, std::move(sink), main, clock);
         };
     }
@@ -227,7 +211,7 @@ void TranslationRun::stateChanged(std::size_t number) {
     const ConnectionState& state = sources_[number].session->state();
     // How a run ends is shown once it is known; and what a relay complains of ends none.
     if (state.kind() != ConnectionState::Case::idle && state.kind() != ConnectionState::Case::error) {
-        showState(number, nameOf(state.kind()));
+        showState(number, std::string(ConnectionState::nameOf(state.kind())));
     }
     if (const auto stream =
             std::dynamic_pointer_cast<TappedStream>(sources_[number].session->serverStream())) {

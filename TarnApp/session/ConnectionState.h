@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace tarn {
@@ -22,6 +23,23 @@ public:
     static ConnectionState stopping() { return ConnectionState(Case::stopping); }
     static ConnectionState error(std::string reason) {
         return ConnectionState(Case::error, std::move(reason));
+    }
+
+    /// "idle", …
+    static constexpr std::string_view nameOf(Case kind) {
+        switch (kind) {
+            case Case::idle:
+                return "idle";
+            case Case::connecting:
+                return "connecting";
+            case Case::running:
+                return "running";
+            case Case::stopping:
+                return "stopping";
+            case Case::error:
+                break;
+        }
+        return "error";
     }
 
     ConnectionState() = default;

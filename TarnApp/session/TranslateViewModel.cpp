@@ -161,8 +161,7 @@ void TranslateViewModel::addSession() {
 }
 
 void TranslateViewModel::removeSession(const std::shared_ptr<TranslateSession>& session) {
-    const auto found = std::ranges::find_if(
-        sessions_, [&](const auto& candidate) { return candidate->id() == session->id(); });
+    const auto found = std::ranges::find(sessions_, session);
     if (found == sessions_.end() || found == sessions_.begin()) {
         return;
     }
@@ -197,7 +196,14 @@ void TranslateViewModel::observeSessions() {
     subs_.clear();
     for (const auto& session : sessions_) {
         subs_.push_back(connect(session.get(), &TranslateSession::stateChanged, this,
-                                &TranslateViewModel::recomputeAnyRunning));
+                                [this, started = session.get()] { sessionStateChanged(*started); }));
+    }
+    recomputeAnyRunning();
+}
+
+void TranslateViewModel::sessionStateChanged(const TranslateSession& session) {
+    if (session.state().kind() == ConnectionState::Case::running) {
+        setLiveParams(session);  // they may have changed since the session was started
     }
     recomputeAnyRunning();
 }
@@ -212,17 +218,21 @@ void TranslateViewModel::recomputeAnyRunning() {
 }
 
 void TranslateViewModel::propagateLiveParams() {
+    for (const auto& session : sessions_) {
+        setLiveParams(*session);
+    }
+}
+
+void TranslateViewModel::setLiveParams(const TranslateSession& session) const {
     const auto rate = static_cast<float>(rate_);
     const auto gain = static_cast<float>(outputGain_);
-    for (const auto& session : sessions_) {
-        if (const auto& player = session->player()) {
-            player->setRate(rate);
-            player->setGain(gain);
-        }
-        if (const auto& micSession = session->micSession()) {
-            micSession->setRate(rate);
-            micSession->setGain(gain);
-        }
+    if (const auto& player = session.player()) {
+        player->setRate(rate);
+        player->setGain(gain);
+    }
+    if (const auto& micSession = session.micSession()) {
+        micSession->setRate(rate);
+        micSession->setGain(gain);
     }
 }
 
@@ -236,13 +246,16 @@ void TranslateViewModel::startAll() {
 }
 
 void TranslateViewModel::launchSessions(const TranslateSession::Backend& backend) {
-    for (const auto& session : sessions_) {
-        session->start(static_cast<float>(rate_), static_cast<float>(outputGain_), backend);
+    // Observers of a start may change the list.
+    for (const auto& session : std::vector(sessions_)) {
+        if (std::ranges::find(sessions_, session) != sessions_.end()) {
+            session->start(static_cast<float>(rate_), static_cast<float>(outputGain_), backend);
+        }
     }
 }
 
 void TranslateViewModel::stopAll() {
-    for (const auto& session : sessions_) {
+    for (const auto& session : std::vector(sessions_)) {
         session->stop();
     }
 }

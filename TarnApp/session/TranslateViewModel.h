@@ -141,8 +141,10 @@ private:
     void appendSession();
     void wireSession(const std::shared_ptr<TranslateSession>& session);
     void observeSessions();
+    void sessionStateChanged(const TranslateSession& session);
     void recomputeAnyRunning();
     void propagateLiveParams();
+    void setLiveParams(const TranslateSession& session) const;
     void launchSessions(const TranslateSession::Backend& backend);
     void rebuildServerClient();
     void setIsLoggedIn(bool value);

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "Link.h"
+#include "TarnApp/server/AccessToken.h"
 #include "TarnApp/server/Keychain.h"
 #include "TarnPlatform/logging/Log.h"
 
@@ -32,7 +33,8 @@ void URLSchemeHandler::handle(const std::string& text) const {
     const QUrl url(QString::fromStdString(text), QUrl::TolerantMode);
     const QString host = url.host().toLower();
     if (host == QLatin1String("login")) {
-        if (const auto token = queryItem(url, QStringLiteral("token"))) {
+        const auto token = queryItem(url, QStringLiteral("token"));
+        if (token && canBeToken(*token)) {
             signedIn(*token, queryItem(url, QStringLiteral("user_email")));
         }
     } else if (host == QLatin1String("logout")) {

@@ -22,8 +22,8 @@ public:
     std::weak_ptr<SignInFollower> onboarding;
     std::function<void()> bringToFront;
 
-    /// `url` may be anything. An address of another scheme, and a sign-in without a token, are ignored;
-    /// nothing of them is logged but the host of an unknown one.
+    /// `url` may be anything. An address of another scheme, and a sign-in without a usable token, are
+    /// ignored; nothing of them is logged but the host of an unknown one.
     void handle(const std::string& url) const;
 
 private:

@@ -1,9 +1,9 @@
 #include "UrlOpener.h"
 
-#include <gio/gio.h>
-
 #include <array>
+#include <utility>
 
+#include "Glib.h"
 #include "TarnPlatform/logging/Log.h"
 
 namespace tarn {
@@ -17,29 +17,24 @@ constexpr std::array soundSettings{
     std::pair{"pavucontrol", "pavucontrol"},
 };
 
-bool succeeded(bool started, GError* error) {
-    if (!started) {
-        logLine(std::string("[desktop] cannot open the address: ") +
-                (error != nullptr ? error->message : "no reason given"));
+bool succeeded(gboolean started, const GlibFailure& problem) {
+    if (started == FALSE) {
+        logLine("[desktop] cannot open the address: " + problem.text());
     }
-    g_clear_error(&error);
-    return started;
+    return started != FALSE;
 }
 
 bool openSoundSettings() {
     for (const auto& [program, command] : soundSettings) {
-        char* const path = g_find_program_in_path(program);
-        if (path == nullptr) {
+        if (!Text(g_find_program_in_path(program))) {
             continue;
         }
-        g_free(path);
-        GError* error = nullptr;
-        GAppInfo* settings =
-            g_app_info_create_from_commandline(command, nullptr, G_APP_INFO_CREATE_NONE, &error);
-        const bool started =
-            settings != nullptr && g_app_info_launch(settings, nullptr, nullptr, &error) != 0;
-        g_clear_object(&settings);
-        return succeeded(started, error);
+        GlibFailure problem;
+        const Owned<GAppInfo> settings(
+            g_app_info_create_from_commandline(command, nullptr, G_APP_INFO_CREATE_NONE, problem.out()));
+        const gboolean started =
+            settings ? g_app_info_launch(settings.get(), nullptr, nullptr, problem.out()) : FALSE;
+        return succeeded(started, problem);
     }
     logLine("[desktop] no program for the settings of sound was found");
     return false;
@@ -51,9 +46,9 @@ public:
         if (url.starts_with("x-apple.systempreferences:")) {
             return openSoundSettings();
         }
-        GError* error = nullptr;
-        const bool started = g_app_info_launch_default_for_uri(url.c_str(), nullptr, &error) != 0;
-        return succeeded(started, error);
+        GlibFailure problem;
+        const gboolean started = g_app_info_launch_default_for_uri(url.c_str(), nullptr, problem.out());
+        return succeeded(started, problem);
     }
 };
 

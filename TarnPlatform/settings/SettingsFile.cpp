@@ -100,6 +100,11 @@ Result<boost::json::object> SettingsFile::merge(
     if (reading.condition == Condition::unreadable) {
         return failure(ErrorKind::system, reading.description);
     }
+    // A new file could take the place of a protected one all the same, but its owner means it to stay.
+    if (reading.condition != Condition::missing && ::access(path_.c_str(), W_OK) != 0) {
+        return failure(ErrorKind::system, path_.string() + " cannot be written (" +
+                                              std::generic_category().message(errno) + ")");
+    }
     auto values = reading.condition == Condition::good ? reading.values : known;
     for (const auto& [key, value] : changes) {
         if (value) {

@@ -18,8 +18,8 @@ using SettingsChanges = std::map<std::string, std::optional<boost::json::value>,
 
 /// The settings of a user in one file, which several processes change at once. Never destroys what it cannot
 /// read: a file that is damaged is kept beside under another name before a new one takes its place, a file
-/// that cannot be opened is left alone. Where the path is a symbolic link its target is replaced.
-/// Thread: any; the calls wait for the disk, `merge` also for other processes, 2 s at most.
+/// that cannot be opened, or is read-only, is left alone. Where the path is a symbolic link its target is
+/// replaced. Thread: any; the calls wait for the disk, `merge` also for other processes, 2 s at most.
 class SettingsFile {
 public:
     enum class Condition : std::uint8_t {

@@ -94,6 +94,8 @@ struct Refusal {
 const Refusal refusals[] = {
     {"a file that may not be read", [](auto&, auto& path) { ::chmod(path.c_str(), 0); },
      [](auto&, auto& path) { ::chmod(path.c_str(), 0600); }, false},
+    {"a read-only file", [](auto&, auto& path) { ::chmod(path.c_str(), 0400); },
+     [](auto&, auto& path) { ::chmod(path.c_str(), 0600); }, true},
     {"a folder that may not be entered", [](auto& folder, auto&) { ::chmod(folder.c_str(), 0); },
      [](auto& folder, auto&) { ::chmod(folder.c_str(), 0700); }, false},
     {"a read-only folder", [](auto& folder, auto&) { ::chmod(folder.c_str(), 0500); },

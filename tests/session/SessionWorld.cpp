@@ -298,19 +298,8 @@ void SessionWorld::engineStops(bool isMicrophone) {
 }
 
 std::string stateText(const ConnectionState& state) {
-    switch (state.kind()) {
-        case ConnectionState::Case::idle:
-            return "idle";
-        case ConnectionState::Case::connecting:
-            return "connecting";
-        case ConnectionState::Case::running:
-            return "running";
-        case ConnectionState::Case::stopping:
-            return "stopping";
-        case ConnectionState::Case::error:
-            break;
-    }
-    return "error(" + state.reason() + ")";
+    const std::string name(ConnectionState::nameOf(state.kind()));
+    return state.kind() == ConnectionState::Case::error ? name + "(" + state.reason() + ")" : name;
 }
 
 std::shared_ptr<std::vector<std::string>> statesOf(TranslateSession& session) {

@@ -19,6 +19,7 @@ namespace {
 
 namespace asio = boost::asio;
 namespace fs = std::filesystem;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -45,13 +46,15 @@ protected:
         return issue.out().substr(0, issue.out().find('\n'));
     }
 
-    std::unique_ptr<Program> start(std::vector<std::string> arguments) const {
-        arguments.insert(arguments.begin(), binary("tarn"));
+    std::unique_ptr<Program> start(std::vector<std::string> arguments,
+                                   const std::string& program = "tarn") const {
+        arguments.insert(arguments.begin(), binary(program));
         return std::make_unique<Program>(
             Program::Setup{std::move(arguments),
                            {{"DBUS_SESSION_BUS_ADDRESS", std::getenv("DBUS_SESSION_BUS_ADDRESS")},
                             {"XDG_RUNTIME_DIR", bus_.folder()},
                             {"XDG_DATA_HOME", world_.file("data")},
+                            {"XDG_DATA_DIRS", world_.file("no-browser")},
                             {"XDG_CONFIG_HOME", world_.file("config")},
                             {"TARN_API_URL", server_}}});
     }
@@ -92,7 +95,7 @@ protected:
         return stored("pat") == token;
     }
 
-    const PrivateKeyring bus_{PrivateKeyring::Mode::unlocked};
+    PrivateKeyring bus_{PrivateKeyring::Mode::unlocked};
     const TemporaryFolder world_;
     std::unique_ptr<Program> relay_;
     std::string server_ = "http://127.0.0.1:9/tarn";
@@ -168,6 +171,57 @@ TEST_F(LinkTest, HandsOverToTheProgramThatRuns) {
     EXPECT_NE(service->wait(), 0);
     EXPECT_EQ(open("tarn://logout"), (Outcome{0, ""}));
     EXPECT_EQ(stored("pat"), "(none)");
+}
+
+TEST_F(LinkTest, ReachesTheCommandLineThatWaits) {
+    startRelay();
+    const auto token = issueToken();
+    // The one link is what a sign-in sends, the others what comes without one.
+    const struct {
+        std::string link;
+        Outcome outcome;
+        std::string shown;
+    } rows[] = {
+        {"tarn://login?token=" + token + "&user_email=me%40example.org",
+         {0, ""},
+         "signed in as me@example.org\n"},
+        // Somebody is signed in by now, but not by this.
+        {"tarn://open", {3, "tarn-cli: nobody signed in\n"}, ""},
+        {"tarn://logout", {3, "tarn-cli: nobody signed in\n"}, ""},
+    };
+    for (const auto& row : rows) {
+        const auto login = start({"login"}, "tarn-cli");
+        login->waitForOutput("/auth?return_to=macos\n");
+        EXPECT_EQ(open(row.link), (Outcome{0, ""}));
+        EXPECT_EQ(login->wait(), row.outcome.status) << row.link;
+        EXPECT_THAT(login->err(), HasSubstr(row.outcome.said));
+        EXPECT_THAT(login->out(), EndsWith("/auth?return_to=macos\n" + row.shown));
+    }
+}
+
+TEST_F(LinkTest, ARefusedTokenIsNoSignInOfTheCommandLine) {
+    startRelay();
+    const auto token = issueToken();
+    const auto service = startService();  // links go there
+    EXPECT_EQ(open("tarn://settings"), (Outcome{0, ""}));
+    service->waitForError("[URLScheme] unknown host: settings\n");
+    ASSERT_TRUE(SecretServiceStore().replace({"com.ostrel.tarn", "pat"}, "refused").has_value());
+    const auto login = start({"login"}, "tarn-cli");
+    ASSERT_TRUE(isStoredSoon("(none)"));
+    EXPECT_ANY_THROW(login->wait(std::chrono::seconds(2))) << "it took the end of a token for a new one";
+    EXPECT_EQ(open("tarn://login?token=" + token), (Outcome{0, ""}));
+    EXPECT_EQ(login->wait(), 0) << login->err();
+    EXPECT_EQ(stored("pat"), token);
+}
+
+TEST_F(LinkTest, AnInterruptEndsACommandLineWhoseKeyringAsksItsUser) {
+    ASSERT_TRUE(SecretServiceStore().replace({"com.ostrel.tarn", "pat"}, "abc").has_value());
+    bus_.lock();
+    PromptOnScreen prompt;
+    const auto cli = start({"--input", "-", "--to", "es"}, "tarn-cli");
+    prompt.waitUntilUp();
+    cli->signal(SIGINT);
+    EXPECT_EQ(cli->wait(std::chrono::seconds(5)), 128 + SIGINT);
 }
 
 TEST_F(LinkTest, IsStartedByTheBus) {
