@@ -33,7 +33,8 @@ void registerAsLinkHandler() {
     const auto program = SchemeRegistration::runningProgram();
     const Result<void> registered = program ? registerLinks(*program) : std::unexpected(program.error());
     if (!registered) {
-        logLine("[tarn] the desktop will not open links with this program: " + registered.error().description);
+        logLine("[tarn] the desktop will not open links with this program: " +
+                registered.error().description);
     }
 }
 

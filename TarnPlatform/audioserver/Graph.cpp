@@ -60,6 +60,15 @@ const GraphClient* Graph::clientOf(const GraphNode& node) const {
     return found == clients.end() ? nullptr : &found->second;
 }
 
+bool repeatsAnOutput(const Graph& graph, const GraphNode& stream) {
+    const std::string& group = property(stream.properties, "node.link-group");
+    return !group.empty() && std::ranges::any_of(graph.nodes, [&](const auto& entry) {
+        const GraphNode& other = entry.second;
+        return other.id != stream.id && property(other.properties, "node.link-group") == group &&
+               (other.isSink() || property(other.properties, "stream.capture.sink") == "true");
+    });
+}
+
 std::vector<std::string> sourceChannels(const Graph& graph, const GraphNode& node) {
     if (!node.deviceChannels.empty()) {
         return node.deviceChannels;

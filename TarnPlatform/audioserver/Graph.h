@@ -70,6 +70,10 @@ const std::string& property(const Properties& properties, std::string_view key);
 /// The first that is not empty, of the node's own properties and then of its client's.
 const std::string& property(const Graph& graph, const GraphNode& node, std::string_view key);
 
+/// Whether a stream only plays again what was played to an output: the far end of a virtual output (an echo
+/// canceller, a filter, several outputs as one) or of a loopback from an output's monitor.
+bool repeatsAnOutput(const Graph& graph, const GraphNode& stream);
+
 /// The channels that a microphone gives, in order, in the server's names; empty where it does not say.
 std::vector<std::string> sourceChannels(const Graph& graph, const GraphNode& node);
 

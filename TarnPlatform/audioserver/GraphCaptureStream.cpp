@@ -18,7 +18,8 @@ bool isDescribed(const Graph& graph, const GraphNode& node) {
 CaptureLinks::Choose chooser(const ContentFilter& filter, const StreamConfiguration& configuration) {
     return [filter, withoutOwn = configuration.excludesCurrentProcessAudio](const Graph& graph,
                                                                             const GraphNode& node) {
-        return node.isOutputStream() && isDescribed(graph, node) &&
+        // What repeats an output would be heard twice, and would bring our own sound back.
+        return node.isOutputStream() && isDescribed(graph, node) && !repeatsAnOutput(graph, node) &&
                !(withoutOwn && AudioServer::isOwn(graph, node)) && filter.accepts(applicationOf(graph, node));
     };
 }

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstring>
 
+#include "AudioServerError.h"
 #include "NodeParameters.h"
 
 namespace tarn {
@@ -84,7 +85,7 @@ GraphStream::GraphStream(const Description& description, GraphStreamHandler& han
 Result<std::unique_ptr<GraphStream>> GraphStream::make(AudioServer& server, const Description& description,
                                                        GraphStreamHandler& handler) {
     if (server.core() == nullptr) {
-        return failure(ErrorKind::unavailable, "the audio server is not running");
+        return audioServerAbsent();
     }
     if (description.channelCount() == 0 || description.channelCount() > SPA_AUDIO_MAX_CHANNELS) {
         return failure(ErrorKind::invalidInput, "a stream of that many channels is not possible");

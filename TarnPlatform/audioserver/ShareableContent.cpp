@@ -64,7 +64,7 @@ ShareableContent shareableContent(const Graph& graph) {
         if (node.isSink()) {
             content.displays.push_back(
                 {id, firstOf(graph, node, {"node.description", "node.nick", "node.name"})});
-        } else if (node.isOutputStream()) {
+        } else if (node.isOutputStream() && !repeatsAnOutput(graph, node)) {
             RunningApplication application = applicationOf(graph, node);
             if (listed.emplace(property(node.properties, "client.id"), application.bundleIdentifier).second) {
                 content.applications.push_back(std::move(application));

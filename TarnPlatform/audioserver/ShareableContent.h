@@ -29,7 +29,7 @@ struct ShareableContent {
     std::vector<RunningApplication> applications;  ///< likewise; one for each client and identifier
 };
 
-/// The sinks, and the clients that have an output stream.
+/// The sinks, and the clients that have an output stream of their own.
 ShareableContent shareableContent(const Graph& graph);
 
 /// The program that a node belongs to: its identifier is the first that is not empty of the portal's

@@ -48,7 +48,8 @@ public:
 
     virtual bool isRunning() const = 0;
 
-    /// On return no node is rendered and no tap is called any more. May be called at any time.
+    /// On return no node is rendered and no tap is called any more. May be called at any time. Waits for the
+    /// audio server, 4 s at most where it hangs.
     virtual void stop() = 0;
 
     static std::unique_ptr<AudioEngine> make();

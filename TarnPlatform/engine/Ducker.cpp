@@ -85,7 +85,9 @@ void Ducker::move() {
 void Ducker::apply(float factor) {
     const Graph& graph = server_.graph();
     for (const auto& [id, node] : graph.nodes) {
-        if (node.isOutputStream() && !node.volumes.empty() && !AudioServer::isOwn(graph, node)) {
+        // What repeats an output carries our own sound too.
+        if (node.isOutputStream() && !node.volumes.empty() && !AudioServer::isOwn(graph, node) &&
+            !repeatsAnOutput(graph, node)) {
             applyTo(property(node.properties, "object.serial"), node, factor);
         }
     }

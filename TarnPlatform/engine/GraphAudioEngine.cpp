@@ -103,6 +103,12 @@ void GraphAudioEngine::stop() {
     if (playback_ != nullptr) {
         playback_->stop();
         playback_.reset();
+        if (reference_ != nullptr) {
+            // The microphone's stream must hear that its companion has gone before it goes itself:
+            // libpipewire 0.3.65 otherwise keeps the descriptor that one waked the other with, one for each
+            // run.
+            static_cast<void>(server_.snapshot());
+        }
     }
     input_.stop();
     reference_.reset();

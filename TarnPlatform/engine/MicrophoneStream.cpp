@@ -75,6 +75,12 @@ void MicrophoneStream::reconsider(const Graph& graph) {
     }
     stream_.reset();
     ended_ = false;
+    const std::string& name = property(microphone->properties, "node.name");
+    if (const std::string last = std::exchange(name_, name); !last.empty() && last != name) {
+        const std::string& description = property(microphone->properties, "node.description");
+        logLine("[mic] the default microphone is another one now; capturing " +
+                (description.empty() ? name : description));
+    }
     capture(*microphone);
 }
 
@@ -98,13 +104,26 @@ void MicrophoneStream::capture(const GraphNode& microphone) {
     if (made) {
         stream_ = std::move(*made);
     } else {
-        ended_ = true;
-        pause_ = ticksBeforeRetry;
+        captureLater("[mic] no stream to capture with: " + made.error().description);
     }
+}
+
+void MicrophoneStream::streaming() {
+    lost_ = false;
 }
 
 // Called by the stream itself, which therefore goes with the next tick.
 void MicrophoneStream::ended(const std::string&) {
+    captureLater("[mic] the audio server let go of the stream; trying again");
+}
+
+void MicrophoneStream::captureLater(const std::string& why) {
+    if (server_.core() == nullptr) {
+        return;  // the connection broke; the next one gets a stream
+    }
+    if (!std::exchange(lost_, true)) {
+        logLine(why);
+    }
     ended_ = true;
     pause_ = ticksBeforeRetry;
 }

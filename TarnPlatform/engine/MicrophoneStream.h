@@ -51,10 +51,12 @@ private:
     void disconnected() override;
     void graphChanged(const Graph& graph) override;
     void receiveRt(std::span<const float> interleaved, std::int64_t time) noexcept override;
+    void streaming() override;
     void ended(const std::string& error) override;
 
     void reconsider(const Graph& graph);
     void capture(const GraphNode& microphone);
+    void captureLater(const std::string& why);
     void tick();
     void deliverSilence();
 
@@ -68,7 +70,9 @@ private:
     std::unique_ptr<GraphStream> stream_;
     std::unique_ptr<AudioServer::Timer> timer_;
     std::string serial_;            // of the microphone that is, or was last, captured
+    std::string name_;              // likewise, of any connection
     bool ended_ = false;            // the stream is dead
+    bool lost_ = false;             // it was taken from us, and none has run since
     int pause_ = 0;                 // ticks before another try
     std::int64_t silentSince_ = 0;  // up to where silence was delivered
 

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <utility>
 
+#include "TarnPlatform/audioserver/AudioServerError.h"
 #include "TarnPlatform/logging/Log.h"
 
 namespace tarn {
@@ -27,16 +28,24 @@ Result<void> PlaybackStream::start(const std::string& group) {
         if (!made_) {
             started = made_;
         } else if (!done || lost_) {
-            const bool silent = stream_ != nullptr && !stream_->nodeId();
-            started = silent ? failure(ErrorKind::timeout, "the audio server (PipeWire) does not answer")
-                             : failure(ErrorKind::unavailable,
-                                       "the audio session manager (WirePlumber) gives the sound no output");
+            started = reasonForNotStarting();
         }
     }
     if (!started) {
         stop();
     }
     return started;
+}
+
+std::unexpected<Error> PlaybackStream::reasonForNotStarting() const {
+    if (server_.core() == nullptr) {
+        return audioServerAbsent();
+    }
+    if (stream_ != nullptr && !stream_->nodeId()) {
+        return audioServerSilent();
+    }
+    return failure(ErrorKind::unavailable,
+                   "the audio session manager (WirePlumber) gives the sound no output");
 }
 
 void PlaybackStream::stop() {
@@ -55,7 +64,10 @@ void PlaybackStream::disconnected() {
     stream_.reset();
 }
 
-void PlaybackStream::graphChanged(const Graph&) {}
+void PlaybackStream::streaming() {
+    lost_ = false;
+    server_.wake();
+}
 
 void PlaybackStream::makeStream() {
     GraphStream::Description description;
@@ -71,11 +83,10 @@ void PlaybackStream::makeStream() {
     auto made = GraphStream::make(server_, description, *this);
     if (!made) {
         made_ = std::unexpected(made.error());
-        logLine("[dub] no stream to play on: " + made.error().description);
+        makeStreamLater("[dub] no stream to play on: " + made.error().description);
         return;
     }
     made_ = {};
-    lost_ = false;
     stream_ = std::move(*made);
 }
 
@@ -92,18 +103,25 @@ bool PlaybackStream::isTaken() const {
 
 // Called by the stream itself, which therefore goes a little later.
 void PlaybackStream::ended(const std::string&) {
-    if (server_.core() == nullptr || retry_ != nullptr) {
+    makeStreamLater("[dub] the audio server let go of the stream; trying again");
+}
+
+void PlaybackStream::makeStreamLater(const std::string& why) {
+    if (server_.core() == nullptr) {
         return;  // the connection broke; the next one gets a stream
     }
-    lost_ = true;
-    logLine("[dub] the audio server let go of the stream; trying again");
-    retry_ = server_.startTimer(retryEvery, [this] {
-        stream_.reset();
-        makeStream();
-        if (stream_ != nullptr) {
-            retry_.reset();
-        }
-    });
+    if (!std::exchange(lost_, true)) {
+        logLine(why);
+    }
+    if (retry_ == nullptr) {
+        retry_ = server_.startTimer(retryEvery, [this] {
+            stream_.reset();
+            makeStream();
+            if (stream_ != nullptr) {
+                retry_.reset();
+            }
+        });
+    }
     server_.wake();
 }
 

@@ -40,12 +40,13 @@ public:
 private:
     void connected() override;
     void disconnected() override;
-    void graphChanged(const Graph& graph) override;
-    void streaming() override { server_.wake(); }
+    void streaming() override;
     void ended(const std::string& error) override;
 
     void makeStream();
+    void makeStreamLater(const std::string& why);
     bool isTaken() const;
+    std::unexpected<Error> reasonForNotStarting() const;
 
     // Fixed at birth, `group_` at the start.
     AudioServer& server_;
@@ -57,7 +58,7 @@ private:
     std::unique_ptr<GraphStream> stream_;
     std::unique_ptr<AudioServer::Timer> retry_;
     Result<void> made_;
-    bool lost_ = false;
+    bool lost_ = false;  // and not yet back
 
     std::atomic<std::int64_t> heardAt_{0};
 };

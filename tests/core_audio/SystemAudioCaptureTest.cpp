@@ -38,7 +38,8 @@ protected:
 
     std::vector<std::string> names() {
         std::vector<std::string> listed;
-        for (const auto& app : test::runTask(context, availableAudioApps(service)).value()) {
+        const auto apps = test::runTask(context, availableAudioApps(service));
+        for (const auto& app : apps.value()) {
             listed.push_back(app.name);
         }
         return listed;

@@ -55,6 +55,16 @@ TEST_F(Ducking, TurnsOthersDownWhileTheDubSpeaksAndUpAfterwards) {
     untilLevel(-12, 700);
 }
 
+TEST_F(Ducking, LeavesWhatAVirtualOutputPlaysOnAsItIs) {
+    const auto virtualOutput = server.addVirtualOutput("virtual");
+    server.setDefaultSink("virtual");
+    startWithVoiceProcessing();
+    untilLevel(-12);
+    scheduleTone(900, -12, 20);
+    untilLevel(-24);
+    untilLevel(-12, 900);
+}
+
 TEST_F(Ducking, AVolumeThatTheUserMovesMeanwhileIsTheUsers) {
     startWithVoiceProcessing();
     scheduleTone(900, -12, 4);

@@ -72,6 +72,18 @@ TEST_F(Playback, PlaysTheRestOfTheQueueWhenTheServerIsBack) {
     EXPECT_EQ(log.lines().size(), 1U);
 }
 
+TEST_F(Playback, AStreamThatIsTakenFromUsIsMadeAgain) {
+    startPlaying();
+    scheduleTone(500, -6, 60);
+    for (const std::size_t times : {1U, 2U}) {
+        until("it is heard", [&] { return levelOn(PrivateAudioServer::output, 500) > -6.1; });
+        ASSERT_TRUE(server.answer({"pw-cli", "destroy", "tarn.dub"}));
+        until("the loss is told", [&] { return log.lines("[dub]").size() == times; });
+    }
+    until("it is heard again", [&] { return levelOn(PrivateAudioServer::output, 500) > -6.1; });
+    EXPECT_EQ(log.lines().back(), "[dub] the audio server let go of the stream; trying again");
+}
+
 TEST_F(Playback, StopLeavesNothingInTheGraphAndMayComeAtAnyTime) {
     engine->stop();
     startPlaying();
