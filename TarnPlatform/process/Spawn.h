@@ -22,8 +22,8 @@ struct SpawnPlan {
 };
 
 /// Starts a process in a group of its own, with no signal blocked or ignored and no descriptor but its
-/// standard ones. It is killed when this process dies, unless it outlives it. Fails with `unavailable` where the program cannot be
-/// executed, and with `system` where there can be no more processes. Thread: any.
+/// standard ones. It is killed when this process dies, unless it outlives it. Fails with `unavailable` where
+/// the program cannot be executed, and with `system` where there can be no more processes. Thread: any.
 Result<pid_t> spawn(const SpawnPlan& plan);
 
 /// The file that `name` means: itself where it has a slash, else the first executable of that name in PATH.
