@@ -46,7 +46,7 @@ private:
 class Notch {
 public:
     float run(float in) {
-        constexpr float radius = 0.992F;
+        constexpr float radius = 0.982F;
         constexpr float denominator = radius * radius + 0.7F * (1 - radius) * (1 - radius);
         const float out = first_ + in;
         first_ = second_ + 2 * (radius * out - in);

@@ -65,7 +65,7 @@ std::vector<EchoCandidate> ownCandidates() {
     return {
         candidate("ours, filter alone", {.suppressRest = false, .controlGain = false}),
         candidate("ours, without gain", {.controlGain = false}),
-        candidate("ours", {}),
+        candidate("ours, whole", {}),
     };
 }
 
