@@ -61,6 +61,7 @@ void GraphCapture::stop() {
         return;
     }
     const AudioServer::Lock lock(server_);
+    GraphStream::awaitSettled(server_, stream_);
     server_.removeObserver(*this);
     timer_.reset();
     links_.reset();

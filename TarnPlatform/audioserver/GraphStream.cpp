@@ -148,6 +148,17 @@ std::optional<GraphId> GraphStream::nodeId() const {
     return id == PW_ID_ANY ? std::nullopt : std::optional(id);
 }
 
+void GraphStream::awaitSettled(AudioServer& server, const std::unique_ptr<GraphStream>& stream) {
+    if (stream == nullptr) {
+        return;
+    }
+    const auto age = std::chrono::steady_clock::now() - stream->made_;
+    if (age < settlingTime) {
+        server.waitUntil([&] { return stream == nullptr || server.core() == nullptr; },
+                         std::chrono::ceil<std::chrono::milliseconds>(settlingTime - age));
+    }
+}
+
 void GraphStream::processRt() noexcept {
     pw_buffer* buffer = pw_stream_dequeue_buffer(stream_);
     if (buffer == nullptr) {

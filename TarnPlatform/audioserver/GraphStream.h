@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -59,6 +60,14 @@ public:
                                                      GraphStreamHandler& handler);
     /// No call of the handler is under way on return, nor comes later. Requires: a Lock.
     ~GraphStream();
+
+    /// Waits until `stream`, where there is one, is `settlingTime` old: libpipewire 0.3.65 never closes the
+    /// descriptors that reach it for a stream that has gone meanwhile, and they come while a stream is set
+    /// up. Requires: a Lock held once, which is given free meanwhile, so that `stream` may go. Thread: any
+    /// but the loop.
+    static void awaitSettled(AudioServer& server, const std::unique_ptr<GraphStream>& stream);
+    static constexpr std::chrono::milliseconds settlingTime{150};
+
     GraphStream(const GraphStream&) = delete;
     GraphStream& operator=(const GraphStream&) = delete;
 
@@ -76,6 +85,7 @@ private:
     // Fixed at birth.
     GraphStreamHandler& handler_;
     const bool capture_;
+    const std::chrono::steady_clock::time_point made_ = std::chrono::steady_clock::now();
     const std::size_t frameBytes_;
     pw_stream* stream_ = nullptr;
     std::unique_ptr<Events> events_;

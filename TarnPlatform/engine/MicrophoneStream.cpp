@@ -39,6 +39,7 @@ Result<void> MicrophoneStream::start(const std::string& group) {
 
 void MicrophoneStream::stop() {
     const AudioServer::Lock lock(server_);
+    GraphStream::awaitSettled(server_, stream_);
     server_.removeObserver(*this);
     timer_.reset();
     stream_.reset();

@@ -21,9 +21,9 @@ PlaybackStream::PlaybackStream(AudioServer& server, AudioNode& end, std::uint32_
 
 Result<void> PlaybackStream::start(const std::string& group) {
     group_ = group;
-    const AudioServer::Lock lock(server_);
     Result<void> started = server_.addObserver(*this);
     if (started) {
+        const AudioServer::Lock lock(server_);
         const bool done = server_.waitUntil([this] { return !made_ || lost_ || isTaken(); });
         if (!made_) {
             started = made_;
@@ -50,6 +50,7 @@ std::unexpected<Error> PlaybackStream::reasonForNotStarting() const {
 
 void PlaybackStream::stop() {
     const AudioServer::Lock lock(server_);
+    GraphStream::awaitSettled(server_, stream_);
     server_.removeObserver(*this);
     retry_.reset();
     stream_.reset();
