@@ -4,11 +4,20 @@
 
 namespace tarn {
 
-/// Keeps sound within full scale, at once and without delay.
+/// Keeps sound within full scale, at once and without delay: a gain that falls to what a sample beyond full
+/// scale needs and returns slowly. Cutting the peaks off instead makes loud speech hard to understand, see
+/// the benchmark `loud_speech`. Thread: one.
 class PeakLimiter {
 public:
-    /// Changes nothing while the sound stays within -1.0 to 1.0. What is no finite number becomes silence.
+    /// The way back to the full gain, at the dub's rate of 24 kHz.
+    static constexpr float releaseSeconds = 0.05F;
+
+    /// Changes nothing as long as the sound stays within -1.0 to 1.0. What is no finite number becomes
+    /// silence.
     void limitRt(std::span<float> sound) noexcept;
+
+private:
+    float gain_ = 1;
 };
 
 }  // namespace tarn
