@@ -54,6 +54,10 @@ ExitStatus start(int argc, const char* const* argv) {
                        context.stop();
                    });
     context.run();
+    // What was cancelled at the end lets go of the network while that still lives.
+    context.restart();
+    while (context.poll() > 0) {
+    }
     if (!std::cout.flush()) {
         complain("standard output takes no more");
         status = ExitStatus::failed;

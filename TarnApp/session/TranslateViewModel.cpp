@@ -28,7 +28,9 @@ TranslateViewModel::TranslateViewModel(ViewModelServices services)
 }
 
 TranslateViewModel::~TranslateViewModel() {
-    toastTask_.cancel();
+    for (TaskHandle* const task : {&toastTask_, &appsTask_, &accountTask_, &signOutTask_}) {
+        task->cancel();
+    }
     for (const auto& connection : subs_) {
         disconnect(connection);
     }
@@ -47,8 +49,8 @@ void TranslateViewModel::load() {
 void TranslateViewModel::begin() {
     availableMics_ = services_.inputs();
     if (services_.session.screenCapture->preflight()) {
-        TaskHandle::start(services_.session.main,
-                          loadApps(weak_from_this(), "[vm] initial refreshApps failed: "));
+        appsTask_ = TaskHandle::start(services_.session.main,
+                                      loadApps(weak_from_this(), "[vm] initial refreshApps failed: "));
     }
     sessions_.push_back(
         std::make_shared<TranslateSession>("session.0", services_.defaults, services_.session));
@@ -57,7 +59,7 @@ void TranslateViewModel::begin() {
     observeSessions();
     isLoggedIn_ = Keychain::get(Keychain::Account::pat).has_value();
     if (isLoggedIn_) {
-        TaskHandle::start(services_.session.main, checkAccount(weak_from_this()));
+        accountTask_ = TaskHandle::start(services_.session.main, checkAccount(weak_from_this()));
     }
 }
 
@@ -267,7 +269,8 @@ void TranslateViewModel::reconnect(const std::shared_ptr<TranslateSession>& sess
 }
 
 void TranslateViewModel::refreshApps() {
-    TaskHandle::start(services_.session.main, loadApps(weak_from_this(), "[vm] refreshApps failed: "));
+    appsTask_ =
+        TaskHandle::start(services_.session.main, loadApps(weak_from_this(), "[vm] refreshApps failed: "));
 }
 
 Task<void> TranslateViewModel::loadApps(std::weak_ptr<TranslateViewModel> weak, std::string failurePrefix) {
@@ -311,7 +314,7 @@ void TranslateViewModel::startSignIn() {
 void TranslateViewModel::handleLoginSucceeded() {
     setIsLoggedIn(true);
     rebuildServerClient();
-    TaskHandle::start(services_.session.main, checkAccount(weak_from_this()));
+    accountTask_ = TaskHandle::start(services_.session.main, checkAccount(weak_from_this()));
 }
 
 void TranslateViewModel::handleLoggedOut() {
@@ -324,7 +327,7 @@ void TranslateViewModel::handleLoggedOut() {
 }
 
 void TranslateViewModel::signOut() {
-    TaskHandle::start(services_.session.main, signOutOnServer(weak_from_this()));
+    signOutTask_ = TaskHandle::start(services_.session.main, signOutOnServer(weak_from_this()));
 }
 
 Task<void> TranslateViewModel::signOutOnServer(std::weak_ptr<TranslateViewModel> weak) {

@@ -170,6 +170,9 @@ private:
     std::optional<UserAccount> account_;
     std::optional<std::string> toastMessage_;
     TaskHandle toastTask_;
+    TaskHandle appsTask_;
+    TaskHandle accountTask_;
+    TaskHandle signOutTask_;
     std::uint64_t toastNumber_ = 0;  ///< of the latest notice
     std::shared_ptr<TarnServerClient> serverClient_;
     std::vector<std::shared_ptr<TranslateSession>> sessions_;

@@ -10,7 +10,7 @@ namespace tarn {
 class PeakLimiter {
 public:
     /// The way back to the full gain, at the dub's rate of 24 kHz.
-    static constexpr float releaseSeconds = 0.05F;
+    static constexpr float releaseSeconds = 0.2F;
 
     /// Changes nothing as long as the sound stays within -1.0 to 1.0. What is no finite number becomes
     /// silence.
