@@ -1,5 +1,7 @@
 #include "NetworkThread.h"
 
+#include <openssl/ssl.h>
+
 namespace tarn {
 
 NetworkThread::NetworkThread() : work_(context_.get_executor()), thread_([this] { context_.run(); }) {}
@@ -11,6 +13,9 @@ NetworkThread::~NetworkThread() {
 }
 
 NetworkThread& NetworkThread::shared() {
+    // Set up first, so that it is taken down last: what the thread drops at its end may still hold keys.
+    static const int tls = OPENSSL_init_ssl(0, nullptr);
+    static_cast<void>(tls);
     static NetworkThread thread;
     return thread;
 }
