@@ -81,6 +81,9 @@ PrivateAudioServer::PrivateAudioServer(const AudioServerOptions& options) : opti
     if (options_.ownBus) {
         environment_.set("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + (folder() / "bus").string());
     }
+    // Made here, since pipewire-pulse takes it ill when a client makes it at the same moment.
+    std::filesystem::create_directory(folder() / "pulse");
+    std::filesystem::permissions(folder() / "pulse", std::filesystem::perms::owner_all);
     writeConfiguration();
     startBus();
     startSession();
