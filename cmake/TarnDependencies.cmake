@@ -4,8 +4,8 @@ find_package(Boost 1.81 REQUIRED COMPONENTS json url)
 find_package(PkgConfig REQUIRED)
 find_package(CLI11 REQUIRED)
 find_package(Qt6 6.4 REQUIRED COMPONENTS Core)
-# Asio has functions of the name that Qt makes a macro; Q_EMIT stands in its place.
-set_property(TARGET Qt6::Core APPEND PROPERTY INTERFACE_COMPILE_DEFINITIONS QT_NO_EMIT)
+# Qt's short words are names that other libraries use (Asio's "emit"); Q_EMIT and its like stand in their place.
+set_property(TARGET Qt6::Core APPEND PROPERTY INTERFACE_COMPILE_DEFINITIONS QT_NO_KEYWORDS)
 pkg_check_modules(GIO REQUIRED IMPORTED_TARGET gio-2.0 gio-unix-2.0)
 pkg_check_modules(SECRET REQUIRED IMPORTED_TARGET libsecret-1)
 pkg_check_modules(SNDFILE REQUIRED IMPORTED_TARGET sndfile)
@@ -29,6 +29,3 @@ add_library(tarn_boost STATIC ${CMAKE_SOURCE_DIR}/cmake/BoostSources.cpp)
 target_compile_definitions(tarn_boost PUBLIC BOOST_ASIO_SEPARATE_COMPILATION BOOST_BEAST_SEPARATE_COMPILATION
                                              BOOST_ASIO_NO_DEPRECATED)
 target_link_libraries(tarn_boost PUBLIC Boost::headers Boost::json Boost::url OpenSSL::SSL OpenSSL::Crypto Threads::Threads)
-
-# Qt's short words ("emit", "signals", "slots") are names that other libraries use.
-set_property(TARGET Qt6::Core APPEND PROPERTY INTERFACE_COMPILE_DEFINITIONS QT_NO_KEYWORDS)

@@ -1,13 +1,12 @@
 #include "RunServices.h"
 
 #include <cstdlib>
-#include <map>
-#include <mutex>
 #include <utility>
 
 #include "SilentEngine.h"
 #include "TarnApp/server/Keychain.h"
 #include "TarnApp/server/TarnServerClientFactory.h"
+#include "TarnPlatform/secrets/MemorySecretStore.h"
 
 namespace tarn::cli {
 namespace {
@@ -16,29 +15,6 @@ class AlwaysAllowed final : public ScreenCaptureAccess {
 public:
     bool preflight() override { return true; }
     bool request() override { return true; }
-};
-
-/// Secrets that end with the process.
-class MemoryStore final : public SecretStore {
-public:
-    SecretResult<std::optional<std::string>> get(const SecretKey& key) override {
-        const std::lock_guard lock(mutex_);
-        const auto found = secrets_.find({key.service, key.account});
-        return found == secrets_.end() ? std::nullopt : std::optional(found->second);
-    }
-    SecretResult<void> replace(const SecretKey& key, std::string_view value) override {
-        const std::lock_guard lock(mutex_);
-        secrets_[{key.service, key.account}] = value;
-        return {};
-    }
-    SecretResult<bool> remove(const SecretKey& key) override {
-        const std::lock_guard lock(mutex_);
-        return secrets_.erase({key.service, key.account}) > 0;
-    }
-
-private:
-    std::mutex mutex_;
-    std::map<std::pair<std::string, std::string>, std::string> secrets_;
 };
 
 Task<Result<std::vector<AudioCapableApp>>> noApps() {
@@ -61,7 +37,7 @@ ViewModelServices runServices(SerialExecutor main, const DeploymentValues& deplo
 void useTokenOfEnvironment() {
     const char* const token = std::getenv("TARN_TOKEN");
     if (token != nullptr && *token != '\0') {
-        Keychain::useStore(std::make_shared<MemoryStore>());
+        Keychain::useStore(std::make_shared<MemorySecretStore>());
         Keychain::set(token, Keychain::Account::pat);
     }
 }

@@ -25,13 +25,17 @@ Task<void> TappedStream::send(std::shared_ptr<TappedStream> self, std::vector<st
     const std::size_t size = bytes.size();
     co_await self->inner_->sendAudio(std::move(bytes));
     self->unsent_ -= size;
-    asio::post(self->bell_.get_executor(), [self] { self->bell_.cancel(); });
+    if (self->isAwaited_) {
+        asio::post(self->bell_.get_executor(), [self] { self->bell_.cancel(); });
+    }
 }
 
 Task<void> TappedStream::waitForRoom(std::shared_ptr<TappedStream> self) {
+    self->isAwaited_ = true;  // before the look: what is sent after it rings
     while (self->unsent_ > mostUnsent) {
         co_await self->bell_.async_wait(asValue);
     }
+    self->isAwaited_ = false;
 }
 
 Task<void> TappedStream::passEventsOn(std::shared_ptr<TappedStream> self,

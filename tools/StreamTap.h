@@ -52,7 +52,8 @@ private:
     const EventQueue<TarnTranslateEvent> events_;
     std::atomic<bool> muted_{false};
     std::atomic<std::size_t> unsent_{0};  ///< bytes
-    asio::steady_timer bell_;             ///< main thread; cancelled when something was sent
+    std::atomic<bool> isAwaited_{false};
+    asio::steady_timer bell_;  ///< main thread; cancelled when something was sent
 };
 
 /// `client`, whose streams `observer` sees. `playsVoice`: the translated voice is passed on.

@@ -119,7 +119,6 @@ Task<void> TranslationRun::translate() {
 
 ViewModelServices TranslationRun::services() {
     ViewModelServices services = runServices(context_.get_executor(), deployment_);
-    const auto self = shared_from_this();
     services.makeServerClient = [make = services.makeServerClient, weak = weak_from_this(),
                                  main = services.session.main, plays = options_.playDub] {
         const auto run = weak.lock();

@@ -200,7 +200,7 @@ void AudioServer::dropBrokenConnection() {
 }
 
 void AudioServer::tryAgain() {
-    if (connect() || observers_.empty()) {
+    if (observers_.empty() || connect()) {
         retry_.reset();
     }
 }
@@ -240,8 +240,7 @@ Result<void> AudioServer::roundTrip() {
     const auto alive = [this, mine] {
         return connection_ != nullptr && connections_ == mine && !connection_->broken;
     };
-    const bool done = waitUntil(
-        [&] { return !alive() || connection_->answered == sequence || connection_->answered > sequence; });
+    const bool done = waitUntil([&] { return !alive() || connection_->answered >= sequence; });
     if (!alive()) {
         return audioServerAbsent();
     }

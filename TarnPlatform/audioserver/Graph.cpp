@@ -1,9 +1,7 @@
 #include "Graph.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
-#include <utility>
 
 namespace tarn {
 
@@ -83,23 +81,6 @@ std::vector<std::string> sourceChannels(const Graph& graph, const GraphNode& nod
         }
     }
     return names;
-}
-
-ChannelPosition channelPosition(std::string_view channel) {
-    static constexpr std::array<std::pair<std::string_view, ChannelPosition>, 9> names{{
-        {"FL", ChannelPosition::frontLeft},
-        {"FR", ChannelPosition::frontRight},
-        {"FC", ChannelPosition::frontCentre},
-        {"LFE", ChannelPosition::lowFrequency},
-        {"RL", ChannelPosition::rearLeft},
-        {"RR", ChannelPosition::rearRight},
-        {"RC", ChannelPosition::rearCentre},
-        {"SL", ChannelPosition::sideLeft},
-        {"SR", ChannelPosition::sideRight},
-    }};
-    const auto* found =
-        std::ranges::find(names, channel, &std::pair<std::string_view, ChannelPosition>::first);
-    return found == names.end() ? ChannelPosition::unknown : found->second;
 }
 
 }  // namespace tarn

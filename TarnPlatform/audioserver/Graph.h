@@ -6,8 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "TarnPlatform/audio/AudioFormat.h"
-
 namespace tarn {
 
 using Properties = std::map<std::string, std::string, std::less<>>;
@@ -76,8 +74,5 @@ bool repeatsAnOutput(const Graph& graph, const GraphNode& stream);
 
 /// The channels that a microphone gives, in order, in the server's names; empty where it does not say.
 std::vector<std::string> sourceChannels(const Graph& graph, const GraphNode& node);
-
-/// "FL" → frontLeft, …; unknown where we have no such position.
-ChannelPosition channelPosition(std::string_view channel);
 
 }  // namespace tarn

@@ -58,14 +58,12 @@ struct GraphStream::Events {
             case PW_STREAM_STATE_STREAMING:
                 stream.handler_.streaming();
                 break;
-            case PW_STREAM_STATE_PAUSED:
-                stream.handler_.paused();
-                break;
             case PW_STREAM_STATE_UNCONNECTED:
             case PW_STREAM_STATE_ERROR:
                 stream.handler_.ended(error == nullptr ? "" : error);
                 break;
             case PW_STREAM_STATE_CONNECTING:
+            case PW_STREAM_STATE_PAUSED:
                 break;
         }
     }

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "AudioServer.h"
+#include "TarnPlatform/audio/AudioFormat.h"
 
 struct pw_stream;
 
@@ -27,7 +28,6 @@ public:
 
     /// Thread: the loop, held.
     virtual void streaming() {}
-    virtual void paused() {}
     /// The server or the session manager let go of the stream for good, or the connection broke.
     virtual void ended(const std::string& error);
 

@@ -36,14 +36,13 @@ public:
     /// True when the reference moved so that the filter must learn anew.
     bool run(std::span<const float> microphone, std::span<float> reference);
 
-    double delay() const { return offset_ + anchor_; }  ///< samples
-    double drift() const { return 1 - step_; }
-
 private:
     struct Measured {
         double when;   // seconds
         double delay;  // samples, in all
     };
+
+    double delay() const { return offset_ + anchor_; }  // samples
 
     bool look();
     bool follow(const DelayEstimator::Found& found);

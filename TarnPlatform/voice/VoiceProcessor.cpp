@@ -61,8 +61,6 @@ public:
     void reference(std::int64_t time, std::span<const float> samples);
     void process(std::int64_t time, std::span<const float> microphone, std::vector<float>& out);
 
-    const EchoAligner& aligner() const { return aligner_; }
-
 private:
     void pairAgain(double away);
     bool referenceIsHere() const;
@@ -227,14 +225,6 @@ void VoiceProcessor::reference(std::int64_t time, std::span<const float> samples
 
 void VoiceProcessor::process(std::int64_t time, std::span<const float> microphone, std::vector<float>& out) {
     engine_->process(time, microphone, out);
-}
-
-double VoiceProcessor::echoDelay() const {
-    return engine_->aligner().delay() / outputRate;
-}
-
-double VoiceProcessor::echoDrift() const {
-    return engine_->aligner().drift() * -1e6;
 }
 
 }  // namespace tarn

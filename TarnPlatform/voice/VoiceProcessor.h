@@ -58,11 +58,6 @@ public:
     /// not finite are taken as silence.
     void process(std::int64_t time, std::span<const float> microphone, std::vector<float>& out);
 
-    /// Seconds by which the echo is later than its reference, as far as is known, and by how much its clock
-    /// runs faster, in millionths. For diagnostics.
-    double echoDelay() const;
-    double echoDrift() const;
-
 private:
     class Engine;
 

@@ -1,38 +1,20 @@
 #pragma once
 
-#include <map>
-#include <mutex>
-
-#include "TarnPlatform/secrets/SecretStore.h"
+#include "TarnPlatform/secrets/MemorySecretStore.h"
 
 namespace tarn::test {
 
-/// Secrets of one test's own. Thread: any.
-class MemorySecretStore final : public SecretStore {
+/// Secrets of one test's own, which it may not be able to store. Thread: any but for `isFull`.
+class MemorySecretStore final : public tarn::MemorySecretStore {
 public:
-    SecretResult<std::optional<std::string>> get(const SecretKey& key) override {
-        const std::lock_guard lock(mutex_);
-        const auto found = secrets_.find(key.account);
-        return found == secrets_.end() ? std::nullopt : std::optional(found->second);
-    }
     SecretResult<void> replace(const SecretKey& key, std::string_view value) override {
-        const std::lock_guard lock(mutex_);
         if (isFull) {
             return std::unexpected(SecretError{SecretFault::refused, "full"});
         }
-        secrets_[key.account] = value;
-        return {};
-    }
-    SecretResult<bool> remove(const SecretKey& key) override {
-        const std::lock_guard lock(mutex_);
-        return secrets_.erase(key.account) != 0;
+        return tarn::MemorySecretStore::replace(key, value);
     }
 
     bool isFull = false;
-
-private:
-    std::mutex mutex_;
-    std::map<std::string, std::string> secrets_;
 };
 
 }  // namespace tarn::test

@@ -33,17 +33,7 @@ protected:
         session_.reset();
     }
 
-    void until(const std::string& what, const std::function<bool()>& isSo) {
-        const auto deadline = std::chrono::steady_clock::now() + 30s;
-        while (!isSo()) {
-            if (std::chrono::steady_clock::now() > deadline) {
-                throw std::runtime_error("not in time: " + what);
-            }
-            world_.settle();
-            world_.main.restart();
-            world_.main.run_one_for(5ms);
-        }
-    }
+    void until(const std::string& what, const std::function<bool()>& isSo) { world_.until(what, isSo); }
 
     SessionServices services() {
         auto services = world_.services();

@@ -1,5 +1,7 @@
 #include "SessionWorld.h"
 
+#include <stdexcept>
+
 namespace tarn::test {
 namespace {
 
@@ -248,6 +250,18 @@ SessionServices SessionWorld::services() {
 
 std::shared_ptr<TranslateSession> SessionWorld::makeSession(const std::string& storageNamespace) {
     return std::make_shared<TranslateSession>(storageNamespace, defaults, services());
+}
+
+void SessionWorld::until(const std::string& what, const std::function<bool()>& isSo) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!isSo()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            throw std::runtime_error("not in time: " + what);
+        }
+        settle();
+        main.restart();
+        main.run_one_for(std::chrono::milliseconds(5));
+    }
 }
 
 void SessionWorld::settle() {

@@ -96,6 +96,8 @@ public:
 
     /// Until nothing moves any more without the test.
     void settle();
+    /// Settles and runs what others post, until `isSo`; throws after 30 s.
+    void until(const std::string& what, const std::function<bool()>& isSo);
     void pass(std::chrono::milliseconds time) {
         clock->advance(time);
         settle();
