@@ -45,10 +45,12 @@ void OtherProgram::renderRt(std::span<float> interleaved, std::int64_t) noexcept
     const std::size_t frames = interleaved.size() / 2;
     cycleFrames_ = frames;
     std::ranges::fill(interleaved, 0.0F);
-    if (what_ == Plays::tone) {
+    if (what_ != Plays::clicks) {
         for (std::size_t i = 0; i < frames; ++i) {
-            const double turn = 2 * std::numbers::pi * 440 * static_cast<double>(frame_ + i) / 48000;
-            interleaved[2 * i] = interleaved[2 * i + 1] = static_cast<float>(0.251189 * std::sin(turn));
+            const double turn = 2 * std::numbers::pi * static_cast<double>(frame_ + i) / 48000;
+            const double swell = what_ == Plays::swells ? 0.5 + 0.5 * std::sin(4 * turn) : 1;
+            interleaved[2 * i] = interleaved[2 * i + 1] =
+                static_cast<float>(0.251189 * swell * std::sin(440 * turn));
         }
     } else if (frame_ >= nextClick_ && clicks_ < times_.size()) {
         std::fill_n(interleaved.begin(), 16, 0.8F);

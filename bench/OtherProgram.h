@@ -11,10 +11,10 @@
 namespace tarn::bench {
 
 /// Another program that plays to the default output, to be made in a process of its own: a click every 0.3 s,
-/// or a tone of 440 Hz at -12 dBFS.
+/// a tone of 440 Hz at -12 dBFS, or one that swells as often as speech does.
 class OtherProgram : private GraphStreamHandler {
 public:
-    enum class Plays { clicks, tone };
+    enum class Plays { clicks, tone, swells };
 
     /// Throws std::runtime_error.
     OtherProgram(AudioServer& server, Plays what);

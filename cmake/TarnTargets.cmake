@@ -45,6 +45,21 @@ function(tarn_library name)
   endif()
 endfunction()
 
+# tarn_qml_module(NAME URI uri [QML files...] [SOURCES files...] [RESOURCES files...] [PUBLIC targets...] [PRIVATE targets...])
+# A static library with views and their logic. Its types exist once Module.h's function has been called; a program
+# that shows them adds qrc:/qt/qml to its engine's import paths.
+function(tarn_qml_module name)
+  cmake_parse_arguments(ARG "" "URI" "QML;SOURCES;RESOURCES;PUBLIC;PRIVATE" ${ARGN})
+  set(CMAKE_AUTOMOC ON)
+  tarn_library(${name} SOURCES ${ARG_SOURCES} PUBLIC ${ARG_PUBLIC} Qt6::Quick PRIVATE ${ARG_PRIVATE})
+  qt_add_qml_module(${name} URI ${ARG_URI} VERSION 1.0 RESOURCE_PREFIX /qt/qml NO_PLUGIN
+                    QML_FILES ${ARG_QML} RESOURCES ${ARG_RESOURCES})
+  # What Qt's tools write keeps to their warnings, not to ours.
+  get_target_property(sources ${name} SOURCES)
+  list(FILTER sources INCLUDE REGEX "/(\\.rcc|.*_qmltyperegistrations).*\\.cpp$")
+  set_source_files_properties(${sources} PROPERTIES COMPILE_OPTIONS -w)
+endfunction()
+
 # tarn_program(NAME SOURCES... LINK targets...)
 function(tarn_program name)
   cmake_parse_arguments(ARG "" "" "SOURCES;LINK" ${ARGN})

@@ -50,6 +50,7 @@ ViewModelServices ViewModelServices::real(SerialExecutor main) {
     services.availableApps = [] { return availableAudioApps(); };
     if (deployment) {
         services.webBase = deployment->webBase;
+        services.issuesPage = deployment->issuesPage;
     }
     return services;
 }

@@ -28,6 +28,17 @@ std::string TranslateSession::loadText(const char* field, const char* absent) co
     return defaults_->string(key(field)).value_or(absent);
 }
 
+void TranslateSession::takeCaptureSource(const QString& raw) {
+    if (const auto known = tarn::captureSource(raw.toStdString())) {
+        setCaptureSource(*known);
+    }
+}
+
+QString TranslateSession::stateText() const {
+    const auto name = ConnectionState::nameOf(state_.kind());
+    return QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()));
+}
+
 QString TranslateSession::captureSourceText() const {
     const std::string_view raw = rawValue(captureSource_);
     return QString::fromUtf8(raw.data(), static_cast<qsizetype>(raw.size()));

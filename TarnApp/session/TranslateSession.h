@@ -28,16 +28,21 @@ namespace tarn {
 /// Thread: `SessionServices::main` for everything. Owned by `shared_ptr`; running work holds it weakly.
 class TranslateSession : public QObject, public std::enable_shared_from_this<TranslateSession> {
     Q_OBJECT
-    Q_PROPERTY(QString sourceLang READ sourceLangText NOTIFY sourceLangChanged)
-    Q_PROPERTY(QString targetLang READ targetLangText NOTIFY targetLangChanged)
-    Q_PROPERTY(QString voice READ voiceText NOTIFY voiceChanged)
-    Q_PROPERTY(QString voiceClone READ voiceCloneText NOTIFY voiceCloneChanged)
-    Q_PROPERTY(int silenceMs READ silenceMs NOTIFY silenceMsChanged)
-    Q_PROPERTY(QString captureSource READ captureSourceText NOTIFY captureSourceChanged)
-    Q_PROPERTY(QString micDeviceUID READ micDeviceUIDText NOTIFY micDeviceUIDChanged)
-    Q_PROPERTY(QString applicationBundleID READ applicationBundleIDText NOTIFY applicationBundleIDChanged)
-    Q_PROPERTY(QString applicationName READ applicationNameText NOTIFY applicationNameChanged)
-    Q_PROPERTY(bool voiceProcessing READ voiceProcessing NOTIFY voiceProcessingChanged)
+    Q_PROPERTY(QString sourceLang READ sourceLangText WRITE takeSourceLang NOTIFY sourceLangChanged)
+    Q_PROPERTY(QString targetLang READ targetLangText WRITE takeTargetLang NOTIFY targetLangChanged)
+    Q_PROPERTY(QString voice READ voiceText WRITE takeVoice NOTIFY voiceChanged)
+    Q_PROPERTY(QString voiceClone READ voiceCloneText WRITE takeVoiceClone NOTIFY voiceCloneChanged)
+    Q_PROPERTY(int silenceMs READ silenceMs WRITE setSilenceMs NOTIFY silenceMsChanged)
+    Q_PROPERTY(
+        QString captureSource READ captureSourceText WRITE takeCaptureSource NOTIFY captureSourceChanged)
+    Q_PROPERTY(QString micDeviceUID READ micDeviceUIDText WRITE takeMicDeviceUID NOTIFY micDeviceUIDChanged)
+    Q_PROPERTY(QString applicationBundleID READ applicationBundleIDText WRITE takeApplicationBundleID NOTIFY
+                   applicationBundleIDChanged)
+    Q_PROPERTY(QString applicationName READ applicationNameText WRITE takeApplicationName NOTIFY
+                   applicationNameChanged)
+    Q_PROPERTY(
+        bool voiceProcessing READ voiceProcessing WRITE setVoiceProcessing NOTIFY voiceProcessingChanged)
+    Q_PROPERTY(QString state READ stateText NOTIFY stateChanged)  ///< its case: "idle", …
     Q_PROPERTY(QString sourceText READ sourceTextText NOTIFY sourceTextChanged)
     Q_PROPERTY(QString translationText READ translationTextText NOTIFY translationTextChanged)
     Q_PROPERTY(QString errorMessage READ errorMessageText NOTIFY errorMessageChanged)
@@ -129,6 +134,8 @@ Q_SIGNALS:
     void translationTextChanged();
     void errorMessageChanged();
     void inputLevelChanged();
+    void sourceFinished(const QString& text);       ///< an utterance's final transcript, once it is shown
+    void translationFinished(const QString& text);  ///< an utterance's final translation, once it is shown
 
 private:
     using Call = std::uint64_t;  ///< numbers the calls of start, stop and reconnect
@@ -182,14 +189,23 @@ private:
     std::string key(const char* field) const { return storageNamespace_ + "." + field; }
     std::string loadText(const char* field, const char* absent) const;
 
+    void takeSourceLang(const QString& value) { setSourceLang(value.toStdString()); }
     QString sourceLangText() const { return QString::fromStdString(sourceLang_); }
+    void takeTargetLang(const QString& value) { setTargetLang(value.toStdString()); }
     QString targetLangText() const { return QString::fromStdString(targetLang_); }
+    void takeVoice(const QString& value) { setVoice(value.toStdString()); }
     QString voiceText() const { return QString::fromStdString(voice_); }
+    void takeVoiceClone(const QString& value) { setVoiceClone(value.toStdString()); }
     QString voiceCloneText() const { return QString::fromStdString(voiceClone_); }
+    void takeCaptureSource(const QString& raw);
     QString captureSourceText() const;
+    void takeMicDeviceUID(const QString& value) { setMicDeviceUID(value.toStdString()); }
     QString micDeviceUIDText() const { return QString::fromStdString(micDeviceUID_); }
+    void takeApplicationBundleID(const QString& value) { setApplicationBundleID(value.toStdString()); }
     QString applicationBundleIDText() const { return QString::fromStdString(applicationBundleID_); }
+    void takeApplicationName(const QString& value) { setApplicationName(value.toStdString()); }
     QString applicationNameText() const { return QString::fromStdString(applicationName_); }
+    QString stateText() const;
     QString sourceTextText() const { return QString::fromStdString(sourceText_); }
     QString translationTextText() const { return QString::fromStdString(translationText_); }
     QString errorMessageText() const { return QString::fromStdString(errorMessage_.value_or("")); }

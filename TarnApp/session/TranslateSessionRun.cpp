@@ -281,9 +281,15 @@ void TranslateSession::apply(const TarnTranslateEvent& event, Call start) {
     if (const auto* const source = std::get_if<translate::SourceText>(&event)) {
         sourceText_ = source->text;
         Q_EMIT sourceTextChanged();
+        if (source->done) {
+            Q_EMIT sourceFinished(sourceTextText());
+        }
     } else if (const auto* const translation = std::get_if<translate::TranslatedText>(&event)) {
         translationText_ = translation->text;
         Q_EMIT translationTextChanged();
+        if (translation->done) {
+            Q_EMIT translationFinished(translationTextText());
+        }
     } else if (!isLatest(start)) {
         return;  // the run is being taken apart: the stop tells where the session stands
     } else if (const auto* const error = std::get_if<translate::Error>(&event)) {

@@ -1,5 +1,6 @@
 #include "TranslateViewModel.h"
 
+#include <QVariantMap>
 #include <algorithm>
 #include <chrono>
 #include <utility>
@@ -12,6 +13,10 @@ namespace tarn {
 namespace {
 
 constexpr std::chrono::seconds toastTime{4};
+
+QVariantMap entry(const std::string& id, const std::string& name) {
+    return {{"id", QString::fromStdString(id)}, {"name", QString::fromStdString(name)}};
+}
 
 }  // namespace
 
@@ -419,6 +424,53 @@ void TranslateViewModel::showTransientStatus(std::string message) {
     if (!sessions_.empty()) {
         sessions_.front()->setErrorMessage(std::move(message));
     }
+}
+
+void TranslateViewModel::removeSession(TranslateSession* session) {
+    if (session != nullptr) {
+        removeSession(session->shared_from_this());
+    }
+}
+
+void TranslateViewModel::reconnect(TranslateSession* session) {
+    if (session != nullptr) {
+        reconnect(session->shared_from_this());
+    }
+}
+
+void TranslateViewModel::refreshMics() {
+    setAvailableMics(services_.inputs());
+}
+
+QString TranslateViewModel::modeText() const {
+    const auto raw = rawValue(mode_);
+    return QString::fromUtf8(raw.data(), static_cast<qsizetype>(raw.size()));
+}
+
+void TranslateViewModel::takeMode(const QString& raw) {
+    if (const auto known = appMode(raw.toStdString())) {
+        setMode(*known);
+    }
+}
+
+QVariantList TranslateViewModel::micList() const {
+    QVariantList list;
+    for (const auto& mic : availableMics_) {
+        list.append(entry(mic.id, mic.name));
+    }
+    return list;
+}
+
+QVariantList TranslateViewModel::appList() const {
+    QVariantList list;
+    for (const auto& app : availableApps_) {
+        list.append(entry(app.bundleID, app.name));
+    }
+    return list;
+}
+
+QString TranslateViewModel::accountEmail() const {
+    return QString::fromStdString(account_ ? account_->email : std::string());
 }
 
 }  // namespace tarn

@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QVariantList>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -27,7 +28,8 @@ struct ViewModelServices {
     std::function<std::shared_ptr<TarnServerClient>()> makeServerClient;
     std::function<std::vector<AudioInputDevice>()> inputs;
     std::function<Task<Result<std::vector<AudioCapableApp>>>()> availableApps;
-    std::optional<Url> webBase;  ///< root of the web site with the sign-in page; nothing: not known
+    std::optional<Url> webBase;     ///< root of the web site with the sign-in page; nothing: not known
+    std::optional<Url> issuesPage;  ///< the issue tracker; nothing where none is configured
 
     /// The desktop's own and the process's deployment values, with `main` as the main thread.
     static ViewModelServices real(SerialExecutor main);
@@ -50,6 +52,11 @@ class TranslateViewModel : public QObject, public std::enable_shared_from_this<T
     Q_PROPERTY(bool screenRecNeededEvent READ screenRecNeededEvent WRITE setScreenRecNeededEvent NOTIFY
                    screenRecNeededEventChanged)
     Q_PROPERTY(bool isLoggedIn READ isLoggedIn NOTIFY isLoggedInChanged)
+    Q_PROPERTY(QString mode READ modeText WRITE takeMode NOTIFY modeChanged)  ///< "solo" or "conversation"
+    Q_PROPERTY(QVariantList availableMics READ micList NOTIFY availableMicsChanged)  ///< {id, name} each
+    Q_PROPERTY(QVariantList availableApps READ appList NOTIFY availableAppsChanged)  ///< {id, name} each
+    Q_PROPERTY(int sessionCount READ sessionCount NOTIFY sessionsChanged)
+    Q_PROPERTY(QString accountEmail READ accountEmail NOTIFY accountChanged)  ///< empty while not known
     Q_PROPERTY(QString toastMessage READ toastMessageText NOTIFY toastMessageChanged)
 
 public:
@@ -87,22 +94,28 @@ public:
     }  ///< one at least
     const std::shared_ptr<TarnServerClient>& serverClient() const { return serverClient_; }
 
+    /// What it was made with, for the views' own logic.
+    const ViewModelServices& services() const { return services_; }
+
     std::function<void()> onAuthLost;  ///< whenever the model goes to signed out
 
-    void addSession();
+    Q_INVOKABLE void addSession();
     void removeSession(const std::shared_ptr<TranslateSession>& session);
-    void startAll();
-    void stopAll();
+    Q_INVOKABLE void removeSession(tarn::TranslateSession* session);
+    Q_INVOKABLE void startAll();
+    Q_INVOKABLE void stopAll();
     void reconnect(const std::shared_ptr<TranslateSession>& session);
-    void refreshApps();
+    Q_INVOKABLE void reconnect(tarn::TranslateSession* session);
+    Q_INVOKABLE void refreshApps();
+    Q_INVOKABLE void refreshMics();
 
     /// Opens the sign-in page in the browser; the answer comes back as a `tarn://` link.
-    void startSignIn();
+    Q_INVOKABLE void startSignIn();
     /// The page that `startSignIn` opens; nothing where the web site is not known.
     std::optional<Url> signInPage() const;
     void handleLoginSucceeded();
     void handleLoggedOut();
-    void signOut();
+    Q_INVOKABLE void signOut();
 
     /// Shows `message` for 4 seconds, in place of what is shown.
     void showToast(std::string message);
@@ -153,6 +166,12 @@ private:
     void sessionExpired();
     static void forgetCredentials();
     TranslateSession::Backend backend() const { return TranslateSession::Backend::server(serverClient_); }
+    QString modeText() const;
+    void takeMode(const QString& raw);
+    QVariantList micList() const;
+    QVariantList appList() const;
+    int sessionCount() const { return static_cast<int>(sessions_.size()); }
+    QString accountEmail() const;
     QString toastMessageText() const { return QString::fromStdString(toastMessage_.value_or("")); }
 
     const ViewModelServices services_;

@@ -1,17 +1,28 @@
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <csignal>
 #include <cstring>
 #include <exception>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "Arguments.h"
+#include "EndSignals.h"
+#include "Fonts.h"
 #include "LinkHost.h"
+#include "MainWindowLoader.h"
+#include "Renderer.h"
+#include "SubtitlePrinter.h"
+#include "TarnApp.h"
 #include "TarnApp/session/AppLinks.h"
+#include "TarnCore/deployment/Deployment.h"
 #include "TarnPlatform/desktop/SchemeRegistration.h"
 #include "TarnPlatform/logging/Log.h"
 #include "TarnPlatform/mainthread/MainThread.h"
 #include "TarnPlatform/process/StandardDescriptors.h"
+#include "TarnPlatform/windows/WindowSystem.h"
 
 namespace tarn {
 namespace {
@@ -38,28 +49,84 @@ void registerAsLinkHandler() {
     }
 }
 
-int start(int argc, char** argv) {
-    // A reader that goes away shows as a failed write, not as the end of the process.
-    std::signal(SIGPIPE, SIG_IGN);
-    const auto arguments = readArguments(takeArguments(argc, argv));
-    switch (arguments.task) {
-        case Arguments::Task::wrong:
-            logLine("tarn: " + arguments.complaint);
-            return 2;
-        case Arguments::Task::window:
-            registerAsLinkHandler();
-            logLine("tarn: this build has no window yet; use tarn-cli");
-            return 1;
-        case Arguments::Task::service:
-        case Arguments::Task::links:
-            break;
+/// Where the servers are cannot be told: nothing works then, and why is one line.
+bool knowsServers() {
+    if (const auto& deployment = Deployment::current(); !deployment) {
+        logLine("tarn: " + deployment.error().description);
+        return false;
     }
+    return true;
+}
+
+int showWindow(int argc, char** argv, const Arguments& arguments) {
+    Renderer::choose();
+    QGuiApplication application(argc, argv);
+    QGuiApplication::setApplicationName(QStringLiteral("tarn"));
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("Tarn"));
+    QGuiApplication::setDesktopFileName(QLatin1String(applicationID));
+    QGuiApplication::setQuitOnLastWindowClosed(false);  // the delegate decides
+    MainWindowLoader loader;
+    Fonts::choose();
+    const MainThread main;
+    std::unique_ptr<TarnApp> app;
+    const auto instance =
+        SingleInstance::claim(applicationID, main.executor(),
+                              {.activate = [&app] { app->activate(); },
+                               .open = [&app](const std::vector<std::string>& urls) { app->openUrls(urls); },
+                               .action = [&app](const std::string& name) { app->perform(name); }});
+    if (!instance->isPrimary()) {
+        const auto answer =
+            arguments.links.empty() ? instance->activate() : instance->forward(arguments.links);
+        if (!answer) {
+            logLine("[tarn] the running program does not answer: " + answer.error().description);
+        }
+        return answer ? 0 : 1;
+    }
+    if (!knowsServers()) {
+        return 1;
+    }
+    registerAsLinkHandler();
+    app = std::make_unique<TarnApp>(ViewModelServices::real(main.executor()), loader);
+    if (!app->open()) {
+        return 1;
+    }
+    app->openUrls(arguments.links);
+    std::optional<SubtitlePrinter> printer;
+    if (SubtitlePrinter::isWanted()) {
+        printer.emplace(*app->viewModel());
+    }
+    const EndSignals signals([] { QGuiApplication::quit(); });
+    const int status = QGuiApplication::exec();
+    app->stopSessions();
+    return status;
+}
+
+int carryOutLinks(char** argv, const Arguments& arguments) {
     int one = 1;
     QCoreApplication application(one, argv);
     const MainThread main;
     const bool isService = arguments.task == Arguments::Task::service;
     LinkHost host(main.executor(), isService ? servicePatience : std::chrono::seconds(0));
     return host.run(arguments.links);
+}
+
+int start(int argc, char** argv) {
+    // A reader that goes away shows as a failed write, not as the end of the process.
+    std::signal(SIGPIPE, SIG_IGN);
+    const auto arguments = readArguments(takeArguments(argc, argv));
+    if (arguments.task == Arguments::Task::wrong) {
+        logLine("tarn: " + arguments.complaint);
+        return 2;
+    }
+    const auto display = WindowSystem::choose();
+    if (display) {
+        return showWindow(argc, argv, arguments);
+    }
+    if (arguments.task == Arguments::Task::window) {
+        logLine("tarn: " + display.error().description + "; tarn-cli works without one");
+        return 1;
+    }
+    return carryOutLinks(argv, arguments);
 }
 
 }  // namespace

@@ -6,23 +6,39 @@ namespace tarn {
 
 namespace ssl = boost::asio::ssl;
 
-TlsTrust::TlsTrust() : context_(std::make_unique<ssl::context>(ssl::context::tls_client)) {
-    SSL_CTX_set_min_proto_version(context_->native_handle(), TLS1_2_VERSION);
-    context_->set_verify_mode(ssl::verify_peer);
+// The library before any thread that may use it, so that at the process's end it outlives them.
+TlsTrust::TlsTrust() {
+    OPENSSL_init_ssl(0, nullptr);
 }
 
 TlsTrust::~TlsTrust() = default;
 
+void TlsTrust::make() {
+    context_ = std::make_unique<ssl::context>(ssl::context::tls_client);
+    SSL_CTX_set_min_proto_version(context_->native_handle(), TLS1_2_VERSION);
+    context_->set_verify_mode(ssl::verify_peer);
+}
+
+ssl::context& TlsTrust::context() {
+    std::call_once(made_, [this] {
+        if (context_) {
+            return;
+        }
+        make();
+        boost::system::error_code error;
+        // Without a readable store every certificate is refused later, which says so better than a failure here.
+        context_->set_default_verify_paths(error);
+    });
+    return *context_;
+}
+
 std::shared_ptr<TlsTrust> TlsTrust::system() {
-    std::shared_ptr<TlsTrust> trust(new TlsTrust);
-    boost::system::error_code error;
-    // Without a readable store every certificate is refused later, which says so better than a failure here.
-    trust->context_->set_default_verify_paths(error);
-    return trust;
+    return std::shared_ptr<TlsTrust>(new TlsTrust);
 }
 
 Result<std::shared_ptr<TlsTrust>> TlsTrust::fromFile(const std::string& path) {
     std::shared_ptr<TlsTrust> trust(new TlsTrust);
+    trust->make();
     boost::system::error_code error;
     trust->context_->load_verify_file(path, error);
     if (error) {

@@ -1,0 +1,101 @@
+import QtQuick
+import Tarn.Model
+import Tarn.Onboarding
+import Tarn.Style
+
+/// Signing in, or who is signed in.
+Item {
+    id: root
+
+    required property TranslateViewModel vm
+    required property OnboardingCoordinator onboarding
+
+    LoginSlideState {
+        id: logic
+        viewModel: root.vm
+        coordinator: root.onboarding
+    }
+    Column {
+        anchors.centerIn: parent
+        width: parent.width
+        spacing: Theme.space(4)
+
+        IconDisc {
+            anchors.horizontalCenter: parent.horizontalCenter
+            diameter: 68
+            Symbol {
+                anchors.centerIn: parent
+                name: "person.crop.circle"
+                size: 36
+                color: Brand.primary
+            }
+        }
+        SignedInBadge {
+            anchors.horizontalCenter: parent.horizontalCenter
+            visible: logic.isLoggedIn
+            label: logic.email !== "" ? Loc.filled(Loc.loginSignedInAs, logic.email) : Loc.loginSignedIn
+        }
+        Column {
+            visible: !logic.isLoggedIn
+            width: parent.width
+            spacing: Theme.space(2)
+            SlideText {
+                heading: true
+                width: parent.width
+                horizontalAlignment: Text.AlignHCenter
+                text: OnboardingTexts.loginTitle
+                font.pixelSize: Theme.heading
+            }
+            SlideText {
+                anchors.horizontalCenter: parent.horizontalCenter
+                width: 430
+                horizontalAlignment: Text.AlignHCenter
+                text: Loc.loginSubtitle
+                lineHeight: 1.15
+                font.pixelSize: Theme.body
+            }
+        }
+        Row {
+            anchors.horizontalCenter: parent.horizontalCenter
+            visible: !logic.isLoggedIn
+            ProviderMark { glyph: "envelope.fill"; label: Loc.loginProviderEmail }
+            ProviderMark { glyph: "g.circle"; label: "Google" }
+            ProviderMark { glyph: "apple.logo"; label: "Apple" }
+            ProviderMark { glyph: "chevron.left.forwardslash.chevron.right"; label: "GitHub" }
+        }
+        Column {
+            anchors.horizontalCenter: parent.horizontalCenter
+            visible: !logic.isLoggedIn
+            spacing: Theme.space(2)
+            PushButton {
+                anchors.horizontalCenter: parent.horizontalCenter
+                prominent: true
+                symbol: "sparkles"
+                text: OnboardingTexts.loginButton
+                implicitHeight: 36
+                leftPadding: Theme.space(5)
+                rightPadding: Theme.space(5)
+                onClicked: logic.signIn()
+            }
+            Row {
+                anchors.horizontalCenter: parent.horizontalCenter
+                visible: logic.waiting
+                spacing: Theme.space(2)
+                Accessible.role: Accessible.AlertMessage
+                Accessible.name: Loc.loginWaiting
+                Spinner { anchors.verticalCenter: parent.verticalCenter }
+                Text {
+                    text: Loc.loginWaiting
+                    textFormat: Text.PlainText
+                    font.pixelSize: Theme.callout
+                    color: Theme.secondaryText
+                }
+            }
+        }
+        WhyAccount {
+            width: parent.width
+            open: logic.showWhy
+            onToggled: open => logic.showWhy = open
+        }
+    }
+}

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <QtQml/qqmlregistration.h>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+
+#include "OnboardingCoordinator.h"
+#include "TarnApp/session/TranslateViewModel.h"
+
+namespace tarn {
+
+/// What the sign-in page shows. Thread: main.
+class LoginSlideState : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    Q_PROPERTY(tarn::TranslateViewModel* viewModel READ viewModel WRITE setViewModel NOTIFY viewModelChanged
+                   REQUIRED)
+    Q_PROPERTY(tarn::OnboardingCoordinator* coordinator READ coordinator WRITE setCoordinator NOTIFY
+                   coordinatorChanged REQUIRED)
+    Q_PROPERTY(bool waiting READ waiting NOTIFY waitingChanged)
+    Q_PROPERTY(bool showWhy READ showWhy WRITE setShowWhy NOTIFY showWhyChanged)
+    Q_PROPERTY(bool isLoggedIn READ isLoggedIn NOTIFY signInChanged)
+    Q_PROPERTY(QString email READ email NOTIFY signInChanged)  ///< empty where it is not known
+
+public:
+    using QObject::QObject;
+
+    TranslateViewModel* viewModel() const { return viewModel_; }
+    void setViewModel(TranslateViewModel* value);
+    OnboardingCoordinator* coordinator() const { return coordinator_; }
+    void setCoordinator(OnboardingCoordinator* value);
+    bool waiting() const { return waiting_; }  ///< the browser has been opened from this page
+    bool showWhy() const { return showWhy_; }
+    void setShowWhy(bool value);
+    bool isLoggedIn() const { return isLoggedIn_; }
+    QString email() const { return email_; }
+
+    Q_INVOKABLE void signIn();
+
+Q_SIGNALS:
+    void viewModelChanged();
+    void coordinatorChanged();
+    void waitingChanged();
+    void showWhyChanged();
+    void signInChanged();
+
+private:
+    void followSignIn();
+
+    QPointer<TranslateViewModel> viewModel_;
+    QPointer<OnboardingCoordinator> coordinator_;
+    bool waiting_ = false;
+    bool showWhy_ = false;
+    bool isLoggedIn_ = false;
+    QString email_;
+};
+
+}  // namespace tarn

@@ -1,0 +1,18 @@
+#include "Module.h"
+
+#include <QtGlobal>
+
+#include "TarnApp/views/model/Module.h"
+#include "TarnApp/views/style/Module.h"
+
+void qml_register_types_Tarn_Onboarding();
+
+namespace tarn {
+
+void registerOnboardingModule() {
+    registerStyleModule();
+    registerModelModule();
+    qml_register_types_Tarn_Onboarding();
+}
+
+}  // namespace tarn

@@ -1,0 +1,58 @@
+#include "OnboardingCoordinator.h"
+
+#include <utility>
+
+#include "TarnApp/server/Keychain.h"
+
+namespace tarn {
+namespace {
+
+constexpr std::string_view doneKey = "onboarding.done";
+constexpr std::string_view stepKey = "onboarding.step";
+
+}  // namespace
+
+OnboardingCoordinator::OnboardingCoordinator(std::shared_ptr<UserDefaults> defaults)
+    : defaults_(std::move(defaults)) {
+    recompute();
+}
+
+void OnboardingCoordinator::recompute() {
+    setIsLoggedIn(Keychain::get(Keychain::Account::pat).has_value());
+    setStep(defaults_->boolean(doneKey).value_or(false) ? OnboardingStep::ready : OnboardingStep::running);
+}
+
+void OnboardingCoordinator::setStep(OnboardingStep value) {
+    const bool changes = step_ != value;
+    step_ = value;
+    defaults_->set(stepKey, rawValue(value));
+    if (changes) {
+        Q_EMIT stepChanged();
+        Q_EMIT shouldShowOnboardingChanged();
+    }
+}
+
+void OnboardingCoordinator::setManuallyReopened(bool value) {
+    if (manuallyReopened_ != value) {
+        manuallyReopened_ = value;
+        Q_EMIT manuallyReopenedChanged();
+        Q_EMIT shouldShowOnboardingChanged();
+    }
+}
+
+void OnboardingCoordinator::setIsLoggedIn(bool value) {
+    isLoggedIn_ = value;
+    Q_EMIT isLoggedInChanged();
+}
+
+void OnboardingCoordinator::finish() {
+    defaults_->set(doneKey, true);
+    setManuallyReopened(false);
+    setStep(OnboardingStep::ready);
+    // A copy: it may close the window whose button is being pressed, and be replaced on the way.
+    if (const auto action = onFinish) {
+        action();
+    }
+}
+
+}  // namespace tarn

@@ -1,0 +1,85 @@
+#include "OnboardingWindowController.h"
+
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickWindow>
+#include <QScreen>
+#include <utility>
+
+#include "TarnPlatform/logging/Log.h"
+
+namespace tarn {
+namespace {
+
+std::unique_ptr<QQuickWindow> makeWindow(QQmlEngine& engine, const QVariantMap& properties) {
+    QQmlComponent component(&engine,
+                            QUrl(QStringLiteral("qrc:/qt/qml/Tarn/Onboarding/OnboardingWindow.qml")));
+    // Qt 6.4 crashes where properties are given to a component that could not be loaded.
+    auto* const made = component.isReady() ? component.createWithInitialProperties(properties) : nullptr;
+    std::unique_ptr<QQuickWindow> window(qobject_cast<QQuickWindow*>(made));
+    if (!window) {
+        logLine("[onboarding] the window cannot be made: " +
+                component.errorString().simplified().toStdString());
+        return nullptr;
+    }
+    QQmlEngine::setObjectOwnership(window.get(), QQmlEngine::CppOwnership);
+    return window;
+}
+
+}  // namespace
+
+OnboardingWindowController::OnboardingWindowController(QQmlEngine& engine,
+                                                       std::shared_ptr<TranslateViewModel> vm,
+                                                       std::shared_ptr<OnboardingCoordinator> coordinator,
+                                                       LocalizationManager& localization,
+                                                       std::function<void(bool)> closed)
+    : onClose(std::move(closed)),
+      vm_(std::move(vm)),
+      coordinator_(std::move(coordinator)),
+      localization_(localization) {
+    QQmlEngine::setObjectOwnership(vm_.get(), QQmlEngine::CppOwnership);
+    QQmlEngine::setObjectOwnership(coordinator_.get(), QQmlEngine::CppOwnership);
+    window_ = makeWindow(engine, {{"vm", QVariant::fromValue(vm_.get())},
+                                  {"onboarding", QVariant::fromValue(coordinator_.get())},
+                                  {"title", localization_.onboardingWindowTitle()}});
+    if (window_) {
+        // By name, since the type of the event is not Qt's to give away.
+        connect(window_.get(), SIGNAL(closing(QQuickCloseEvent*)), this, SLOT(windowWillClose()));
+    }
+}
+
+OnboardingWindowController::~OnboardingWindowController() = default;
+
+void OnboardingWindowController::centre() {
+    if (window_ && window_->screen() != nullptr) {
+        // A hidden window has no frame yet: what is placed is its corner, as if it had none.
+        QRect frame(QPoint(), window_->size());
+        frame.moveCenter(window_->screen()->availableGeometry().center());
+        window_->setFramePosition(frame.topLeft());
+    }
+}
+
+void OnboardingWindowController::showInFront() {
+    if (window_) {
+        if (!window_->isVisible()) {
+            centre();
+        }
+        window_->show();
+        window_->raise();
+        window_->requestActivate();
+    }
+}
+
+void OnboardingWindowController::close() {
+    if (window_) {
+        window_->close();
+    }
+}
+
+void OnboardingWindowController::windowWillClose() {
+    if (!std::exchange(didNotifyClose, true) && onClose) {
+        onClose(false);
+    }
+}
+
+}  // namespace tarn

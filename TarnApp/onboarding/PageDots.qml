@@ -1,0 +1,50 @@
+import QtQuick
+import Tarn.Onboarding
+import Tarn.Style
+
+/// One dot for each page, the current one bright.
+Row {
+    id: root
+
+    required property int page
+    required property int lastPage
+
+    spacing: Theme.space(2)
+    Accessible.role: Accessible.StaticText
+    Accessible.name: OnboardingTexts.pageOf.arg(root.page + 1).arg(root.lastPage + 1)
+
+    Repeater {
+        model: root.lastPage + 1
+        Item {
+            id: dot
+            required property int index
+            readonly property bool current: dot.index === root.page
+
+            width: 7
+            height: 7
+
+            Rectangle {
+                anchors.centerIn: parent
+                // Its size and not its scale: the software renderer draws scaled circles in steps.
+                width: dot.current ? 7 * 1.15 : 7
+                height: width
+                radius: width / 2
+                color: dot.current ? (Theme.dark ? Brand.primary : Theme.accent)
+                                   : Theme.faded(Theme.secondaryText, 0.28)
+                Behavior on width { Spring {} }
+                Behavior on color {
+                    ColorAnimation {
+                        duration: Theme.spring
+                        easing.type: Easing.BezierSpline
+                        easing.bezierCurve: Theme.springCurve
+                    }
+                }
+            }
+        }
+    }
+    component Spring: NumberAnimation {
+        duration: Theme.spring
+        easing.type: Easing.BezierSpline
+        easing.bezierCurve: Theme.springCurve
+    }
+}

@@ -1,0 +1,51 @@
+import QtQuick
+import Tarn.Style
+
+/// One way to sign in that the page in the browser offers.
+Column {
+    id: root
+
+    required property string glyph
+    required property string label
+    readonly property bool ringed: root.glyph === "g.circle"    // which the font of symbols has not
+
+    width: 76
+    spacing: Theme.space(1)
+    Accessible.role: Accessible.StaticText
+    Accessible.name: root.label
+
+    Item {
+        anchors.horizontalCenter: parent.horizontalCenter
+        width: Theme.title3
+        height: Theme.title3
+        Symbol {
+            anchors.centerIn: parent
+            visible: !root.ringed
+            name: root.glyph
+        }
+        Rectangle {
+            anchors.fill: parent
+            visible: root.ringed
+            radius: width / 2
+            color: "transparent"
+            border.width: 1.5
+            border.color: Theme.primaryText
+            Text {
+                anchors.centerIn: parent
+                text: "G"
+                textFormat: Text.PlainText
+                font.pixelSize: Theme.caption2
+                font.weight: Font.Bold
+                color: Theme.primaryText
+                Accessible.ignored: true
+            }
+        }
+    }
+    Text {
+        anchors.horizontalCenter: parent.horizontalCenter
+        text: root.label
+        textFormat: Text.PlainText
+        font.pixelSize: Theme.caption2
+        color: Theme.secondaryText
+    }
+}

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <QtQml/qqmlregistration.h>
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <cstdint>
+#include <memory>
+
+#include "TarnApp/session/TranslateViewModel.h"
+#include "TarnPlatform/concurrency/TaskHandle.h"
+
+namespace tarn {
+
+/// Where the user stands with the permission to hear what other programs play. Its task holds it weakly and
+/// ends with it. Thread: main.
+class ScreenRecPermissionRowState : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    Q_PROPERTY(tarn::TranslateViewModel* viewModel READ viewModel WRITE setViewModel NOTIFY viewModelChanged
+                   REQUIRED)
+    Q_PROPERTY(QString phase READ phaseText NOTIFY changed)  ///< "idle", "waiting" or "granted"
+    Q_PROPERTY(bool hasAccess READ hasAccess NOTIFY changed)
+
+public:
+    enum Phase : std::uint8_t {
+        idle,
+        waiting,  ///< for the user, in the desktop's settings
+        granted,
+    };
+
+    using QObject::QObject;
+    ~ScreenRecPermissionRowState() override;
+
+    TranslateViewModel* viewModel() const { return viewModel_; }
+    void setViewModel(TranslateViewModel* value);
+    Phase phase() const { return phase_; }
+    bool hasAccess() const { return hasAccess_; }  ///< this process, when the phase was last looked at
+
+    // Whether the row is seen: nothing is asked every second while it is not.
+    Q_INVOKABLE void appeared();
+    Q_INVOKABLE void disappeared();
+
+    /// Asks for access; where that is not enough, opens the desktop's settings and waits.
+    Q_INVOKABLE void grant();
+    /// Restarts the application, where that can be.
+    Q_INVOKABLE void relaunch();
+
+Q_SIGNALS:
+    void viewModelChanged();
+    void changed();
+
+private:
+    static Task<void> poll(QPointer<ScreenRecPermissionRowState> self, std::shared_ptr<Clock> clock,
+                           std::uint64_t number);
+
+    void startPolling();
+    bool isDecided(std::uint64_t number);
+    QString phaseText() const;
+    bool preflight() const;
+    void setPhase(Phase value);
+
+    QPointer<TranslateViewModel> viewModel_;
+    Phase phase_ = idle;
+    bool hasAccess_ = false;
+    TaskHandle pollTask_;
+    std::uint64_t pollNumber_ = 0;  ///< of the latest poll
+};
+
+}  // namespace tarn

@@ -1,0 +1,107 @@
+#include "AppRelaunch.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+#include "TarnPlatform/concurrency/TaskHandle.h"
+#include "TarnPlatform/files/UniqueDescriptor.h"
+#include "TarnPlatform/logging/SystemLog.h"
+#include "TarnPlatform/process/Spawn.h"
+
+namespace tarn {
+namespace {
+
+constexpr std::chrono::milliseconds timeToFinish{200};
+
+std::optional<AppRelaunch::Surroundings>& surroundings() {
+    static std::optional<AppRelaunch::Surroundings> instance;
+    return instance;
+}
+
+/// As it stands between double quotes in a shell's script.
+std::string quoted(std::string_view path) {
+    std::string text = "\"";
+    for (const char character : path) {
+        if (std::string_view("\\\"$`").contains(character)) {
+            text += '\\';
+        }
+        text += character;
+    }
+    return text + '"';
+}
+
+std::vector<std::string> ownEnvironment() {
+    std::vector<std::string> environment;
+    for (char** entry = environ; *entry != nullptr; ++entry) {
+        environment.emplace_back(*entry);
+    }
+    return environment;
+}
+
+Result<void> startDetached(const std::vector<std::string>& arguments) {
+    const UniqueDescriptor nothing(::open("/dev/null", O_RDWR | O_CLOEXEC));
+    const auto started = spawn({.program = arguments.front(),
+                                .arguments = arguments,
+                                .environment = ownEnvironment(),
+                                .input = nothing.get(),
+                                .output = nothing.get(),
+                                .outlives = true});
+    return started ? Result<void>() : std::unexpected(started.error());
+}
+
+Task<void> terminateLater(std::shared_ptr<Clock> clock, std::function<void()> terminate) {
+    co_await sleepFor(std::move(clock), timeToFinish);
+    terminate();
+}
+
+}  // namespace
+
+AppRelaunch::Surroundings AppRelaunch::Surroundings::real(SerialExecutor main,
+                                                          std::function<void()> terminate) {
+    std::error_code unreadable;
+    const auto executable = std::filesystem::read_symlink("/proc/self/exe", unreadable);
+    return {bundlePathOf(executable.string()), startDetached, std::move(main), Clock::system(),
+            std::move(terminate)};
+}
+
+void AppRelaunch::use(Surroundings parts) {
+    surroundings() = std::move(parts);
+}
+
+bool AppRelaunch::relaunch() {
+    const auto& parts = surroundings();
+    if (!parts || !parts->bundlePath.ends_with(".app")) {
+        return false;
+    }
+    const auto started = parts->start({"/bin/sh", "-c", script(::getpid(), parts->bundlePath)});
+    if (!started) {
+        systemLog("[tarn] relaunch failed to spawn: " + started.error().description);
+        return false;
+    }
+    TaskHandle::start(parts->main, terminateLater(parts->clock, parts->terminate));
+    return true;
+}
+
+std::string AppRelaunch::script(pid_t process, std::string_view bundlePath) {
+    return "while kill -0 " + std::to_string(process) +
+           " 2>/dev/null; do sleep 0.2; done\n/usr/bin/open -n " + quoted(bundlePath);
+}
+
+std::string AppRelaunch::bundlePathOf(const std::string& executable) {
+    const auto folder = std::filesystem::path(executable).parent_path();
+    // No further: a checkout below a folder of such a name is no bundle.
+    for (const auto& candidate : {folder, folder.parent_path(), folder.parent_path().parent_path()}) {
+        if (candidate.extension() == ".app") {
+            return candidate.string();
+        }
+    }
+    return folder.string();
+}
+
+}  // namespace tarn

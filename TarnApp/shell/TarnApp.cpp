@@ -1,0 +1,138 @@
+#include "TarnApp.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QTimer>
+#include <algorithm>
+#include <cstdlib>
+#include <string_view>
+
+#include "TarnApp/relaunch/AppRelaunch.h"
+#include "TarnApp/views/model/Loc.h"
+#include "TarnApp/views/style/Appearance.h"
+
+namespace tarn {
+namespace {
+
+constexpr std::chrono::seconds stopLimit{1};
+
+}  // namespace
+
+TarnApp::TarnApp(ViewModelServices services, MainWindowLoader& loader)
+    : vm_(TranslateViewModel::make(services)),
+      onboarding_(std::make_shared<OnboardingCoordinator>(services.defaults)),
+      appearance_(services.session.main),
+      loader_(loader),
+      appDelegate_(loader.engine(), services) {
+    Loc::manager = &localization_;
+    AppRelaunch::use(AppRelaunch::Surroundings::real(services.session.main, &QCoreApplication::quit));
+    appDelegate_.terminate = &QCoreApplication::quit;
+    followDesktop();
+}
+
+TarnApp::~TarnApp() {
+    mainWindow_.reset();
+    Loc::manager = nullptr;
+}
+
+bool TarnApp::previewOnboarding() {
+    const char* const value = std::getenv("TARN_PREVIEW_ONBOARDING");
+    return value != nullptr && std::string_view(value) == "1";
+}
+
+bool TarnApp::open() {
+    mainWindow_ = loader_.make({{"vm", QVariant::fromValue(vm_.get())},
+                                {"onboarding", QVariant::fromValue(onboarding_.get())},
+                                {"delegate", QVariant::fromValue(static_cast<QObject*>(&appDelegate_))},
+                                {"preview", previewOnboarding()}});
+    QQuickWindow* const window = mainWindow_.get();
+    if (window == nullptr) {
+        return false;
+    }
+    if (previewOnboarding()) {
+        appDelegate_.styleOnboarding(window);
+        window->setTitle(localization_.onboardingWindowTitle());
+    } else {
+        appDelegate_.style(window);
+    }
+    appeared();
+    // Where onboarding comes first, the main window is shown when that has been closed.
+    if (previewOnboarding() || !onboarding_->shouldShowOnboarding()) {
+        window->show();
+    }
+    return true;
+}
+
+void TarnApp::appeared() {
+    vm_->onAuthLost = [weak = std::weak_ptr(onboarding_)] {
+        if (const auto coordinator = weak.lock()) {
+            coordinator->setIsLoggedIn(false);
+        }
+    };
+    if (!previewOnboarding()) {
+        appDelegate_.configureOnboarding(vm_, onboarding_, localization_);
+    }
+}
+
+void TarnApp::followDesktop() {
+    const auto follow = [this] {
+        Appearance::shared().setDark(appearance_.isDark());
+        Appearance::shared().setReducedMotion(appearance_.reducedMotion());
+        Appearance::shared().setTranslucent(appDelegate_.compositor().isRunning());
+    };
+    QObject::connect(&appearance_, &DesktopAppearance::changed, &appDelegate_, follow);
+    QObject::connect(&appDelegate_.compositor(), &Compositor::changed, &appDelegate_, follow);
+    follow();
+}
+
+void TarnApp::activate() {
+    appDelegate_.bringToFront();
+}
+
+void TarnApp::openUrls(const std::vector<std::string>& urls) {
+    auto& handler = appDelegate_.urlSchemeHandler();
+    handler.viewModel = vm_;
+    handler.onboarding = onboarding_;
+    for (const auto& url : urls) {
+        handler.handle(url);
+    }
+}
+
+void TarnApp::perform(const std::string& action) {
+    if (action == "start") {
+        vm_->startAll();
+    } else if (action == "stop") {
+        vm_->stopAll();
+    } else if (action == "add-source") {
+        vm_->addSession();
+    } else if (action == "mini-mode") {
+        vm_->setMiniMode(!vm_->miniMode());
+    } else if (action == "show") {
+        activate();
+    } else if (action == "quit") {
+        QCoreApplication::quit();
+    }
+}
+
+void TarnApp::stopSessions() {
+    vm_->stopAll();
+    const auto isOver = [this] {
+        return std::ranges::none_of(vm_->sessions(), [](const auto& session) {
+            return session->state().isActive() || session->state().kind() == ConnectionState::Case::stopping;
+        });
+    };
+    QEventLoop loop;
+    QTimer::singleShot(stopLimit, &loop, &QEventLoop::quit);
+    for (const auto& session : vm_->sessions()) {
+        QObject::connect(session.get(), &TranslateSession::stateChanged, &loop, [&loop, &isOver] {
+            if (isOver()) {
+                loop.quit();
+            }
+        });
+    }
+    if (!isOver()) {
+        loop.exec();
+    }
+}
+
+}  // namespace tarn

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <QQuickWindow>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "AppDelegate.h"
+#include "MainWindowLoader.h"
+#include "TarnPlatform/windows/DesktopAppearance.h"
+
+namespace tarn {
+
+/// The application: the three objects that live as long as it does, and its one main window.
+/// Thread: main, after the `QGuiApplication` has been made.
+class TarnApp {
+public:
+    /// `loader` must outlive this.
+    TarnApp(ViewModelServices services, MainWindowLoader& loader);
+    ~TarnApp();
+    TarnApp(const TarnApp&) = delete;
+    TarnApp& operator=(const TarnApp&) = delete;
+
+    /// Whether the main window shows the onboarding pages: TARN_PREVIEW_ONBOARDING is "1". Read afresh each
+    /// time.
+    static bool previewOnboarding();
+
+    /// Makes the main window and shows it. False, after one line, where it cannot be made.
+    bool open();
+
+    // What the desktop and other starts of the program ask for.
+    void activate();
+    void openUrls(const std::vector<std::string>& urls);
+    /// "start", "stop", "add-source", "mini-mode", "show", "quit"; others do nothing.
+    void perform(const std::string& action);
+
+    /// Ends every run and waits, a second at most, until what they changed on the desktop is as it was.
+    void stopSessions();
+
+    const std::shared_ptr<TranslateViewModel>& viewModel() const { return vm_; }
+    QQuickWindow* mainWindow() const { return mainWindow_.get(); }
+
+private:
+    void followDesktop();
+    void appeared();
+
+    LocalizationManager localization_;
+    std::shared_ptr<TranslateViewModel> vm_;
+    std::shared_ptr<OnboardingCoordinator> onboarding_;
+    DesktopAppearance appearance_;
+    MainWindowLoader& loader_;
+    AppDelegate appDelegate_;
+    std::unique_ptr<QQuickWindow> mainWindow_;
+};
+
+}  // namespace tarn

@@ -1,0 +1,68 @@
+import QtQuick
+import Tarn.Controls
+import Tarn.Model
+import Tarn.Style
+
+/// Whether the user is signed in, and what concerns the account.
+MenuColumn {
+    id: root
+
+    required property TranslateViewModel vm
+    required property QtObject onboarding   ///< its `manuallyReopened` is set
+    signal done()                           ///< an entry was chosen
+
+    Accessible.role: Accessible.PopupMenu
+    Accessible.name: Loc.account
+
+    IssueTracker {
+        id: issues
+        viewModel: root.vm
+    }
+    MenuRow {
+        kind: "heading"
+        text: root.vm.isLoggedIn ? Loc.signedIn : Loc.notSignedIn
+    }
+    MenuRow {
+        kind: "divider"
+    }
+    MenuRow {
+        markable: false
+        symbol: "slider.horizontal.3"
+        text: Loc.reopenSetup
+        onClicked: {
+            root.done()
+            root.onboarding.manuallyReopened = true
+        }
+    }
+    MenuRow {
+        markable: false
+        visible: !root.vm.isLoggedIn
+        symbol: "person.crop.circle.badge.plus"
+        text: Loc.signIn
+        onClicked: {
+            root.done()
+            root.vm.startSignIn()
+        }
+    }
+    MenuRow {
+        markable: false
+        visible: root.vm.isLoggedIn
+        symbol: "rectangle.portrait.and.arrow.right"
+        text: Loc.signOut
+        onClicked: {
+            const model = root.vm
+            root.done()
+            model.signOut()
+        }
+    }
+    MenuRow {
+        markable: false
+        visible: issues.known
+        symbol: "exclamationmark.bubble"
+        text: Loc.feedback
+        onClicked: {
+            root.done()
+            issues.open()
+        }
+    }
+}

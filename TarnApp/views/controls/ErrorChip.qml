@@ -1,0 +1,47 @@
+import QtQuick
+import Tarn.Controls
+import Tarn.Style
+
+/// What went wrong, on one line; all of it in the tooltip.
+Rectangle {
+    id: root
+
+    required property string message
+
+    implicitWidth: Math.ceil(mark.width + Theme.space(1) + line.implicitWidth) + 12
+    implicitHeight: Math.ceil(Math.max(mark.height, line.implicitHeight)) + 4
+    radius: Theme.radiusSmall
+    color: Theme.faded(Theme.red, 0.12)
+
+    Accessible.role: Accessible.AlertMessage
+    Accessible.name: message
+
+    Symbol {
+        id: mark
+        x: 6
+        anchors.verticalCenter: parent.verticalCenter
+        name: "exclamationmark.triangle.fill"
+        size: Theme.body
+        color: Theme.red
+    }
+    Text {
+        id: line
+        x: mark.x + mark.width + Theme.space(1)
+        width: Math.max(0, root.width - x - 6)
+        anchors.verticalCenter: parent.verticalCenter
+        text: Readouts.oneLine(root.message)
+        textFormat: Text.PlainText
+        elide: Text.ElideRight
+        maximumLineCount: 1
+        font.pixelSize: Theme.caption2
+        color: Theme.red
+    }
+    HoverHandler {
+        id: pointer
+    }
+    HelpTip {
+        text: root.message
+        target: root
+        hovered: pointer.hovered
+    }
+}

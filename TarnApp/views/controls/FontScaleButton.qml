@@ -1,0 +1,25 @@
+import QtQuick
+import Tarn.Controls
+import Tarn.Model
+import Tarn.Style
+
+/// Opens the size of the subtitles and the language of the interface.
+SymbolButton {
+    id: root
+
+    required property TranslateViewModel vm
+    readonly property alias showPopover: popover.opened
+
+    symbol: "textformat.size"
+    help: Loc.helpFont
+    active: showPopover
+    onClicked: popover.toggleAt(root)
+
+    PopoverWindow {
+        id: popover
+        title: Loc.displayTitle
+        FontScalePanel {
+            vm: root.vm
+        }
+    }
+}

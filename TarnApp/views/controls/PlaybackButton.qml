@@ -1,0 +1,25 @@
+import QtQuick
+import Tarn.Controls
+import Tarn.Model
+import Tarn.Style
+
+/// Opens the speed and the volume of the translated voice.
+SymbolButton {
+    id: root
+
+    required property TranslateViewModel vm
+    readonly property alias showPopover: popover.opened
+
+    symbol: "gauge.with.dots.needle.50percent"
+    help: Loc.helpPlayback
+    active: showPopover
+    onClicked: popover.toggleAt(root)
+
+    PopoverWindow {
+        id: popover
+        title: Loc.playback
+        PlaybackPanel {
+            vm: root.vm
+        }
+    }
+}

@@ -1,0 +1,46 @@
+import QtQuick
+import Tarn.Controls
+import Tarn.Model
+import Tarn.Style
+
+/// The speed and the volume of the translated voice.
+Column {
+    id: root
+
+    required property TranslateViewModel vm
+
+    spacing: Theme.space(2)
+
+    PanelTitle {
+        text: Loc.playback
+    }
+    PlaybackRow {
+        symbol: "speedometer"
+        label: Loc.playbackSpeed
+        from: 0.5
+        to: 2.0
+        stepSize: 0.05
+        current: root.vm.rate
+        valueText: Readouts.rate(root.vm.rate)
+        onChanged: value => root.vm.rate = value
+    }
+    PlaybackRow {
+        symbol: "speaker.wave.3.fill"
+        label: Loc.playbackVolume
+        from: 0.0
+        to: 10.0
+        stepSize: 0.1
+        current: root.vm.outputGain
+        valueText: Readouts.gain(root.vm.outputGain)
+        valueColor: Theme.tone(Readouts.gainTone(root.vm.outputGain))
+        onChanged: value => root.vm.outputGain = value
+    }
+    HoverHandler {
+        id: pointer
+    }
+    HelpTip {
+        text: Loc.helpOutputGain
+        target: root
+        hovered: pointer.hovered
+    }
+}

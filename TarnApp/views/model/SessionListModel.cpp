@@ -1,0 +1,62 @@
+#include "SessionListModel.h"
+
+#include <QQmlEngine>
+#include <algorithm>
+
+namespace tarn {
+
+void SessionListModel::setViewModel(TranslateViewModel* value) {
+    if (viewModel_ == value) {
+        return;
+    }
+    if (viewModel_ != nullptr) {
+        disconnect(viewModel_, nullptr, this, nullptr);
+    }
+    viewModel_ = value;
+    if (value != nullptr) {
+        connect(value, &TranslateViewModel::sessionsChanged, this, &SessionListModel::follow);
+        connect(value, &QObject::destroyed, this, [this] { viewModel_ = nullptr; });
+    }
+    follow();
+    Q_EMIT viewModelChanged();
+}
+
+int SessionListModel::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : count();
+}
+
+QVariant SessionListModel::data(const QModelIndex& index, int role) const {
+    if (!checkIndex(index, CheckIndexOption::IndexIsValid) || role != sessionRole) {
+        return {};
+    }
+    return QVariant::fromValue(rows_[static_cast<std::size_t>(index.row())].get());
+}
+
+QHash<int, QByteArray> SessionListModel::roleNames() const {
+    return {{sessionRole, "session"}};
+}
+
+void SessionListModel::follow() {
+    const auto wanted = viewModel_ != nullptr ? viewModel_->sessions() : decltype(rows_)();
+    const int before = count();
+    for (int row = count() - 1; row >= 0; --row) {
+        const auto at = rows_.begin() + row;
+        if (std::ranges::find(wanted, *at) == wanted.end()) {
+            beginRemoveRows({}, row, row);
+            rows_.erase(at);
+            endRemoveRows();
+        }
+    }
+    // Sessions are only ever added at the end, so what is left is in order.
+    for (std::size_t row = rows_.size(); row < wanted.size(); ++row) {
+        QQmlEngine::setObjectOwnership(wanted[row].get(), QQmlEngine::CppOwnership);
+        beginInsertRows({}, count(), count());
+        rows_.push_back(wanted[row]);
+        endInsertRows();
+    }
+    if (before != count()) {
+        Q_EMIT countChanged();
+    }
+}
+
+}  // namespace tarn

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <QtQml/qqmlregistration.h>
+#include <QObject>
+#include <QPointer>
+#include <vector>
+
+#include "TarnApp/session/TranslateViewModel.h"
+
+namespace tarn {
+
+/// What of the main window is seen, by the pointer's place, the mode and what runs. Thread: main. Requires:
+/// the view model outlives it.
+class ContentState : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    Q_PROPERTY(tarn::TranslateViewModel* viewModel READ viewModel WRITE setViewModel NOTIFY changed REQUIRED)
+    /// A popover of the window is open, and the pointer probably in it: the control that it belongs to must
+    /// not fade or go away meanwhile. That the pointer has left counts once this is false again.
+    Q_PROPERTY(bool popoverOpen READ isPopoverOpen WRITE setPopoverOpen NOTIFY changed)
+    Q_PROPERTY(bool hovering READ hovering NOTIFY changed)
+    Q_PROPERTY(bool hasLeftSinceMiniToggle READ hasLeftSinceMiniToggle NOTIFY changed)
+    Q_PROPERTY(double backgroundOpacity READ backgroundOpacity NOTIFY changed)
+    Q_PROPERTY(bool showChromeAndDividers READ showChromeAndDividers NOTIFY changed)
+    Q_PROPERTY(double chromeOpacity READ chromeOpacity NOTIFY changed)
+    Q_PROPERTY(int conversationMinWidth READ conversationMinWidth NOTIFY changed)  ///< points
+    Q_PROPERTY(bool startDisabled READ startDisabled NOTIFY changed)
+    Q_PROPERTY(bool isConnecting READ isConnecting NOTIFY changed)
+
+public:
+    using QObject::QObject;
+    ~ContentState() override { dimTask_.cancel(); }
+
+    TranslateViewModel* viewModel() const { return viewModel_; }
+    void setViewModel(TranslateViewModel* value);
+    bool isPopoverOpen() const { return isPopoverOpen_; }
+    void setPopoverOpen(bool value);
+
+    bool hovering() const { return hovering_; }  ///< stays true for 3 s after the pointer has left
+    bool hasLeftSinceMiniToggle() const { return hasLeftSinceMiniToggle_; }
+    double backgroundOpacity() const { return showChromeAndDividers() ? 1 : 0; }
+    bool showChromeAndDividers() const;
+    double chromeOpacity() const;
+    int conversationMinWidth() const;
+    bool startDisabled() const;
+    bool isConnecting() const;
+
+    Q_INVOKABLE void pointerEntered();
+    Q_INVOKABLE void pointerLeft();
+    Q_INVOKABLE void appeared();  ///< the view is seen for the first time
+
+Q_SIGNALS:
+    void changed();
+
+private:
+    static Task<void> dim(QPointer<ContentState> weak, std::shared_ptr<Clock> clock, std::uint64_t number);
+
+    void leave();
+    void cancelDim();
+    void setHovering(bool value);
+    void miniModeChanged();
+    void followSessions();
+
+    QPointer<TranslateViewModel> viewModel_;
+    bool hovering_ = false;
+    bool hasLeftSinceMiniToggle_ = false;
+    bool isPopoverOpen_ = false;
+    bool leftForPopover_ = false;
+    bool wasMini_ = false;
+    TaskHandle dimTask_;
+    std::uint64_t dimNumber_ = 0;  ///< of the latest timer; one that was over is not cancelled any more
+    std::vector<QMetaObject::Connection> sessionConnections_;
+};
+
+}  // namespace tarn

@@ -1,0 +1,88 @@
+import QtQuick
+import Tarn.Controls
+import Tarn.Model
+import Tarn.Overlay
+import Tarn.Style
+
+/// What the main window shows: the strip of shared controls over one column for each session.
+Item {
+    id: root
+
+    required property TranslateViewModel vm
+    required property QtObject onboarding           ///< the coordinator
+
+    readonly property int minimumContentWidth: state.conversationMinWidth
+    readonly property int minimumContentHeight: 200
+    readonly property ContentState contentState: state
+    readonly property Window sheet: sheet.window    ///< null while there is none
+
+    implicitWidth: minimumContentWidth
+    implicitHeight: minimumContentHeight
+    Component.onCompleted: state.appeared()
+
+    ContentState {
+        id: state
+        viewModel: root.vm
+        popoverOpen: Popovers.anyOpen || sheet.active
+    }
+    FrameLimit {
+        window: root.Window.window
+    }
+    HoverHandler {
+        onHoveredChanged: hovered ? state.pointerEntered() : state.pointerLeft()
+    }
+
+    VisualEffectBackground {
+        objectName: "background"
+        anchors.fill: parent
+        material: "hudWindow"
+        blending: "behindWindow"
+        radius: Appearance.translucent ? Theme.radiusPanel : 0
+        border.width: 1
+        border.color: Theme.hairline
+        opacity: state.backgroundOpacity
+        visible: opacity > 0
+        Behavior on opacity { NumberAnimation { duration: Theme.fade; easing.type: Easing.InOutQuad } }
+    }
+    Item {
+        id: chrome
+        objectName: "chrome"
+        width: parent.width
+        height: state.showChromeAndDividers ? strip.implicitHeight + line.height : 0
+        visible: state.showChromeAndDividers
+        SharedChrome {
+            id: strip
+            objectName: "strip"
+            width: parent.width
+            vm: root.vm
+            onboarding: root.onboarding
+            contentState: state
+            opacity: state.chromeOpacity
+            Behavior on opacity { NumberAnimation { duration: Theme.fade; easing.type: Easing.InOutQuad } }
+        }
+        Divider {
+            id: line
+            anchors.bottom: parent.bottom
+            width: parent.width
+        }
+    }
+    SourceColumns {
+        anchors { left: parent.left; right: parent.right; top: chrome.bottom; bottom: parent.bottom }
+        vm: root.vm
+        hovering: state.hovering
+        bare: state.backgroundOpacity === 0
+    }
+    Toast {
+        objectName: "toast"
+        message: root.vm.toastMessage
+    }
+    SheetWindow {
+        id: sheet
+        owner: root
+        active: root.vm.screenRecNeededEvent
+        onDismissed: root.vm.screenRecNeededEvent = false
+        ScreenRecJITModal {
+            vm: root.vm
+        }
+    }
+}

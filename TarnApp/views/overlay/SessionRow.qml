@@ -1,0 +1,127 @@
+import QtQuick
+import QtQuick.Layouts
+import Tarn.Controls
+import Tarn.Model
+import Tarn.Overlay
+import Tarn.Style
+
+/// What one session listens to and translates, in one line; an error that has no room there is below it.
+Item {
+    id: root
+
+    required property TranslateViewModel vm
+    required property TranslateSession session
+
+    readonly property bool hasError: session.errorMessage !== ""
+    readonly property bool errorBelow: hasError && width - line.wanted < Math.min(160, error.implicitWidth)
+
+    clip: true
+    implicitHeight: 28 + (errorBelow ? error.implicitHeight + Theme.space(1) : 0)
+
+    SourceChoice {
+        id: choice
+        viewModel: root.vm
+        session: root.session
+    }
+    InputLevel {
+        id: input
+        session: root.session
+    }
+    RowLayout {
+        id: line
+
+        /// Without the error.
+        readonly property real wanted: dot.width + source.implicitWidth + 60 + from.implicitWidth
+                                       + arrow.implicitWidth + to.implicitWidth + 6 * spacing
+                                       + (name.visible ? name.Layout.preferredWidth + spacing : 0)
+
+        /// The meter gives way before any text does.
+        readonly property real meter: Math.max(20, Math.min(60, root.width - wanted + 48))
+
+        width: parent.width
+        height: 28
+        spacing: Theme.space(root.width < 340 ? 1 : 1.5)
+
+        StatusDot {
+            id: dot
+            state: root.session.state
+        }
+        SymbolButton {
+            id: source
+            objectName: "source"
+            symbol: choice.symbol
+            trailingSymbol: "chevron.down"
+            help: choice.sourceHelp
+            Accessible.role: Accessible.ButtonMenu
+            Accessible.name: Loc.captureSource + ": " + choice.sourceHelp
+            onClicked: menu.toggleAt(source)
+
+            SourceMenu {
+                id: menu
+                choice: choice
+            }
+        }
+        Text {
+            id: name
+            Layout.preferredWidth: Math.min(implicitWidth, 160)
+            Layout.fillWidth: true
+            Layout.maximumWidth: Math.min(implicitWidth, 160)
+            Layout.minimumWidth: 0
+            visible: text !== ""
+            text: choice.applicationName
+            textFormat: Text.PlainText
+            elide: Text.ElideRight
+            maximumLineCount: 1
+            font.pixelSize: Theme.caption
+            color: Theme.primaryText
+        }
+        LevelMeter {
+            Layout.preferredWidth: line.meter
+            Layout.minimumWidth: line.meter
+            Layout.maximumWidth: line.meter
+            level: input.level
+        }
+        LangPicker {
+            id: from
+            Layout.fillWidth: true
+            Layout.minimumWidth: 44
+            Layout.maximumWidth: implicitWidth
+            label: Loc.langSourceLabel
+            selection: root.session.sourceLang
+            includeAuto: true
+            onPicked: value => root.session.sourceLang = value
+        }
+        Text {
+            id: arrow
+            text: "→"
+            textFormat: Text.PlainText
+            font.pixelSize: Theme.callout
+            color: Theme.secondaryText
+        }
+        LangPicker {
+            id: to
+            objectName: "target"
+            Layout.fillWidth: true
+            Layout.minimumWidth: 44
+            Layout.maximumWidth: implicitWidth
+            label: Loc.langTargetLabel
+            selection: root.session.targetLang
+            includeAuto: false
+            onPicked: value => root.session.targetLang = value
+        }
+        Item {
+            Layout.fillWidth: true
+            Layout.minimumWidth: 0
+            Layout.preferredWidth: 0
+        }
+    }
+    ErrorChip {
+        id: error
+        objectName: "error"
+        visible: root.hasError
+        message: root.session.errorMessage
+        x: root.errorBelow ? 0 : line.wanted + line.spacing
+        y: root.errorBelow ? line.height + Theme.space(1) : (line.height - height) / 2
+        width: Math.min(implicitWidth, root.width - x)
+    }
+}

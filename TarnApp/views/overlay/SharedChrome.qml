@@ -1,0 +1,88 @@
+import QtQuick
+import QtQuick.Layouts
+import Tarn.Controls
+import Tarn.Model
+import Tarn.Overlay
+import Tarn.Style
+
+/// The strip of the controls that all sessions share.
+Item {
+    id: root
+
+    required property TranslateViewModel vm
+    required property QtObject onboarding           ///< the coordinator
+    required property ContentState contentState
+
+    implicitHeight: 44
+
+    RowLayout {
+        anchors {
+            fill: parent
+            leftMargin: Theme.space(3)
+            rightMargin: Theme.space(3)
+        }
+        spacing: root.width < 560 ? Theme.space(1) : Theme.space(2)
+
+        SegmentedPicker {
+            Layout.preferredWidth: 130
+            width: 130
+            choices: [{value: "solo", label: Loc.modeSolo},
+                      {value: "conversation", label: Loc.modeConversation}]
+            value: root.vm.mode
+            help: Loc.helpModeToggle
+            name: Loc.helpModeToggle
+            onPicked: value => root.vm.mode = value
+        }
+        SymbolButton {
+            objectName: "addSource"
+            visible: root.vm.mode === "conversation" && root.vm.sessionCount < 4
+            symbol: "plus.circle"
+            help: Loc.addSource
+            onClicked: root.vm.addSession()
+        }
+        PushButton {
+            objectName: "startStop"
+            prominent: true
+            minimumWidth: 60
+            busy: root.contentState.isConnecting
+            symbol: root.vm.anyRunning ? "stop.fill" : "play.fill"
+            text: root.contentState.isConnecting ? Loc.connecting : root.vm.anyRunning ? Loc.stop : Loc.start
+            tint: root.vm.anyRunning ? Theme.danger : Theme.accent
+            tintInk: root.vm.anyRunning ? Theme.dangerInk : Theme.accentInk
+            enabled: !root.contentState.startDisabled
+            help: root.vm.isLoggedIn ? Loc.helpStartStop : Loc.helpSignInToStart
+            onClicked: root.vm.anyRunning ? root.vm.stopAll() : root.vm.startAll()
+        }
+        SymbolButton {
+            objectName: "settings"
+            symbol: "slider.horizontal.3"
+            active: root.vm.tier2Expanded
+            help: Loc.helpSettings
+            Accessible.checkable: true
+            Accessible.checked: active
+            onClicked: root.vm.tier2Expanded = !root.vm.tier2Expanded
+        }
+        PlaybackButton {
+            vm: root.vm
+        }
+        FontScaleButton {
+            vm: root.vm
+        }
+        SymbolButton {
+            objectName: "mini"
+            symbol: root.vm.miniMode ? "arrow.up.backward.and.arrow.down.forward"
+                                     : "arrow.down.right.and.arrow.up.left"
+            help: Loc.helpMini
+            Accessible.checkable: true
+            Accessible.checked: root.vm.miniMode
+            onClicked: root.vm.miniMode = !root.vm.miniMode
+        }
+        Item {
+            Layout.fillWidth: true
+        }
+        AccountButton {
+            vm: root.vm
+            onboarding: root.onboarding
+        }
+    }
+}

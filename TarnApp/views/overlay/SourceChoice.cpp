@@ -1,0 +1,235 @@
+#include "SourceChoice.h"
+
+#include <boost/asio/post.hpp>
+#include <functional>
+#include <utility>
+
+#include "TarnApp/localization/LocKey.h"
+#include "TarnApp/views/model/Loc.h"
+
+namespace tarn {
+namespace {
+
+struct SourceLook {
+    CaptureSource source;
+    const char* symbol;
+    LocKey text;
+};
+
+constexpr SourceLook looks[] = {
+    {CaptureSource::system, "speaker.wave.2.fill", LocKey::systemAudioAll},
+    {CaptureSource::mic, "mic.fill", LocKey::microphone},
+    {CaptureSource::application, "app.fill", LocKey::captureSingleApp},
+};
+
+const SourceLook& lookOf(CaptureSource source) {
+    return looks[static_cast<std::size_t>(source)];
+}
+
+QString shown(LocKey key) {
+    return QString::fromStdString(std::string(text(key)));
+}
+
+}  // namespace
+
+struct SourceChoice::Row {
+    QString kind{};
+    QString text{};
+    QString symbol{};
+    bool isChosen = false;
+    bool stays = false;
+    std::function<void(TranslateViewModel&, TranslateSession&)> take{};
+
+    static Row heading(LocKey key) { return {.kind = "heading", .text = shown(key)}; }
+    static Row divider() { return {.kind = "divider"}; }
+};
+
+void SourceChoice::setViewModel(TranslateViewModel* value) {
+    if (viewModel_ == value) {
+        return;
+    }
+    if (viewModel_ != nullptr) {
+        disconnect(viewModel_, nullptr, this, nullptr);
+    }
+    viewModel_ = value;
+    if (value != nullptr) {
+        connect(value, &TranslateViewModel::availableMicsChanged, this, &SourceChoice::changed);
+        connect(value, &TranslateViewModel::availableAppsChanged, this, &SourceChoice::changed);
+    }
+    if (Loc::manager != nullptr) {
+        connect(Loc::manager, &LocalizationManager::languageChanged, this, &SourceChoice::changed,
+                Qt::UniqueConnection);
+    }
+    Q_EMIT changed();
+}
+
+void SourceChoice::setSession(TranslateSession* value) {
+    if (session_ == value) {
+        return;
+    }
+    if (session_ != nullptr) {
+        disconnect(session_, nullptr, this, nullptr);
+    }
+    session_ = value;
+    seen_.reset();
+    if (value != nullptr) {
+        seen_ = current();
+        for (const auto signal :
+             {&TranslateSession::sourceLangChanged, &TranslateSession::targetLangChanged,
+              &TranslateSession::voiceCloneChanged, &TranslateSession::captureSourceChanged,
+              &TranslateSession::micDeviceUIDChanged, &TranslateSession::applicationBundleIDChanged,
+              &TranslateSession::applicationNameChanged}) {
+            connect(value, signal, this, &SourceChoice::settingChanged);
+        }
+    }
+    Q_EMIT changed();
+}
+
+QString SourceChoice::symbol() const {
+    return session_ != nullptr ? lookOf(session_->captureSource()).symbol : QString();
+}
+
+QString SourceChoice::sourceHelp() const {
+    if (session_ == nullptr) {
+        return {};
+    }
+    if (session_->captureSource() != CaptureSource::application) {
+        return shown(lookOf(session_->captureSource()).text);
+    }
+    const QString name = applicationName();
+    return shown(LocKey::sourceApplication) + ": " +
+           (name.isEmpty() ? shown(LocKey::captureSingleApp) : name);
+}
+
+QString SourceChoice::applicationName() const {
+    return session_ != nullptr && session_->captureSource() == CaptureSource::application
+               ? QString::fromStdString(session_->applicationName())
+               : QString();
+}
+
+std::vector<SourceChoice::Row> SourceChoice::list() const {
+    std::vector<Row> rows;
+    if (session_ == nullptr || viewModel_ == nullptr) {
+        return rows;
+    }
+    rows.push_back(Row::heading(LocKey::captureSource));
+    for (const auto& look : looks) {
+        const CaptureSource source = look.source;
+        rows.push_back({.kind = "entry",
+                        .text = shown(look.text),
+                        .symbol = look.symbol,
+                        .isChosen = session_->captureSource() == source,
+                        .stays = source != CaptureSource::system,  // its section is yet to be chosen from
+                        .take = [source](TranslateViewModel&, TranslateSession& session) {
+                            session.setCaptureSource(source);
+                        }});
+    }
+    if (session_->captureSource() == CaptureSource::mic) {
+        rows.push_back(Row::divider());
+        rows.push_back(Row::heading(LocKey::micDevices));
+        const auto addDevice = [&](const QString& name, const std::string& uid) {
+            rows.push_back({.kind = "entry",
+                            .text = name,
+                            .isChosen = session_->micDeviceUID() == uid,
+                            .take = [uid](TranslateViewModel&, TranslateSession& session) {
+                                session.setMicDeviceUID(uid);
+                            }});
+        };
+        addDevice(shown(LocKey::systemDefault), "");
+        for (const auto& mic : viewModel_->availableMics()) {
+            addDevice(QString::fromStdString(mic.name), mic.id);
+        }
+        rows.push_back({.kind = "entry",
+                        .text = shown(LocKey::refreshDevices),
+                        .symbol = "arrow.clockwise",
+                        .stays = true,
+                        .take = [](TranslateViewModel& model, TranslateSession&) { model.refreshMics(); }});
+    } else if (session_->captureSource() == CaptureSource::application) {
+        rows.push_back(Row::divider());
+        rows.push_back(Row::heading(LocKey::captureSingleApp));
+        if (viewModel_->availableApps().empty()) {
+            rows.push_back(Row::heading(LocKey::appListLoading));
+        }
+        for (const auto& app : viewModel_->availableApps()) {
+            rows.push_back({.kind = "entry",
+                            .text = QString::fromStdString(app.name),
+                            .isChosen = session_->applicationBundleID() == app.bundleID,
+                            .take = [app](TranslateViewModel&, TranslateSession& session) {
+                                session.setCaptureSource(CaptureSource::application);
+                                session.setApplicationBundleID(app.bundleID);
+                                session.setApplicationName(app.name);
+                            }});
+        }
+        rows.push_back({.kind = "entry",
+                        .text = shown(LocKey::refreshAppList),
+                        .symbol = "arrow.clockwise",
+                        .stays = true,
+                        .take = [](TranslateViewModel& model, TranslateSession&) { model.refreshApps(); }});
+    }
+    return rows;
+}
+
+QVariantList SourceChoice::rows() const {
+    QVariantList shownRows;
+    for (const auto& row : list()) {
+        shownRows.append(QVariantMap{{"kind", row.kind},
+                                     {"text", row.text},
+                                     {"symbol", row.symbol},
+                                     {"chosen", row.isChosen},
+                                     {"stays", row.stays}});
+    }
+    return shownRows;
+}
+
+void SourceChoice::opened() {
+    if (viewModel_ != nullptr) {
+        viewModel_->refreshApps();
+    }
+}
+
+void SourceChoice::choose(int row) {
+    const auto rows = list();
+    if (row >= 0 && static_cast<std::size_t>(row) < rows.size()) {
+        if (const auto& take = rows[static_cast<std::size_t>(row)].take) {
+            take(*viewModel_, *session_);
+        }
+    }
+}
+
+SourceChoice::Settings SourceChoice::current() const {
+    return {session_->sourceLang(),    session_->targetLang(),   session_->voiceClone(),
+            session_->captureSource(), session_->micDeviceUID(), session_->applicationBundleID()};
+}
+
+void SourceChoice::settingChanged() {
+    const Settings before = std::exchange(seen_, current()).value();
+    const Settings& now = *seen_;
+    const bool isMic = now.captureSource == CaptureSource::mic;
+    const bool isApplication = now.captureSource == CaptureSource::application;
+    if (before.sourceLang != now.sourceLang || before.targetLang != now.targetLang ||
+        before.voiceClone != now.voiceClone || before.captureSource != now.captureSource ||
+        (isMic && before.micDeviceUID != now.micDeviceUID) ||
+        (isApplication && before.applicationBundleID != now.applicationBundleID)) {
+        reconnectSoon();
+    }
+    Q_EMIT changed();
+}
+
+void SourceChoice::reconnectSoon() {
+    // A choice that sets several fields reconnects once, with all of them.
+    if (std::exchange(*isReconnectDue_, true)) {
+        return;
+    }
+    asio::post(viewModel_->services().session.main,
+               [model = viewModel_->weak_from_this(), session = session_->weak_from_this(),
+                isDue = isReconnectDue_] {
+                   *isDue = false;
+                   const auto lockedModel = model.lock();
+                   const auto lockedSession = session.lock();
+                   if (lockedModel && lockedSession) {
+                       lockedModel->reconnect(lockedSession);
+                   }
+               });
+}
+
+}  // namespace tarn

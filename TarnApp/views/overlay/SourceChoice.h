@@ -1,0 +1,75 @@
+#pragma once
+
+#include <QtQml/qqmlregistration.h>
+#include <QObject>
+#include <QPointer>
+#include <QVariantList>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "TarnApp/session/TranslateViewModel.h"
+
+namespace tarn {
+
+/// What one session captures, as its row shows and changes it; and the reconnecting of that session when a
+/// setting that its row shows has changed, whoever changed it. Thread: main. Requires: what it is given
+/// outlives it.
+class SourceChoice : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    Q_PROPERTY(tarn::TranslateViewModel* viewModel READ viewModel WRITE setViewModel NOTIFY changed REQUIRED)
+    Q_PROPERTY(tarn::TranslateSession* session READ session WRITE setSession NOTIFY changed REQUIRED)
+    Q_PROPERTY(QString symbol READ symbol NOTIFY changed)
+    Q_PROPERTY(QString sourceHelp READ sourceHelp NOTIFY changed)
+    /// Of the application that is captured; empty where there is none to show.
+    Q_PROPERTY(QString applicationName READ applicationName NOTIFY changed)
+    /// The menu, in its order: {kind: "heading", "entry" or "divider"; text, symbol, chosen, enabled; stays:
+    /// the menu is not closed by it} each.
+    Q_PROPERTY(QVariantList rows READ rows NOTIFY changed)
+
+public:
+    using QObject::QObject;
+
+    TranslateViewModel* viewModel() const { return viewModel_; }
+    void setViewModel(TranslateViewModel* value);
+    TranslateSession* session() const { return session_; }
+    void setSession(TranslateSession* value);
+
+    QString symbol() const;
+    QString sourceHelp() const;
+    QString applicationName() const;
+    QVariantList rows() const;
+
+    /// The menu is about to be seen: asks which applications there are.
+    Q_INVOKABLE void opened();
+    /// Takes the row's choice. Ignored for a row that is none.
+    Q_INVOKABLE void choose(int row);
+
+Q_SIGNALS:
+    void changed();
+
+private:
+    struct Row;
+    /// The settings whose change restarts a run.
+    struct Settings {
+        std::string sourceLang;
+        std::string targetLang;
+        std::string voiceClone;
+        CaptureSource captureSource;
+        std::string micDeviceUID;
+        std::string applicationBundleID;
+    };
+
+    std::vector<Row> list() const;
+    Settings current() const;
+    void settingChanged();
+    void reconnectSoon();
+
+    QPointer<TranslateViewModel> viewModel_;
+    QPointer<TranslateSession> session_;
+    std::optional<Settings> seen_;
+    std::shared_ptr<bool> isReconnectDue_ = std::make_shared<bool>(false);
+};
+
+}  // namespace tarn

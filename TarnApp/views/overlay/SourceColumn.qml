@@ -1,0 +1,96 @@
+import QtQuick
+import Tarn.Controls
+import Tarn.Model
+import Tarn.Overlay
+import Tarn.Style
+
+/// One session: its row, its settings while they are shown, its subtitles.
+Item {
+    id: root
+
+    required property TranslateViewModel vm
+    required property TranslateSession session
+    required property bool isPrimary
+    required property bool narrow
+    required property bool hovering
+    property bool bare: false           ///< there is no background behind
+
+    clip: true
+
+    Item {
+        id: header
+        objectName: "header"
+        width: parent.width
+        height: row.implicitHeight + 2 * Theme.space(1) + settings.height
+        opacity: root.hovering || !root.vm.anyRunning ? 1 : Theme.dimmed
+        Behavior on opacity { NumberAnimation { duration: Theme.fade; easing.type: Easing.InOutQuad } }
+
+        Rectangle {
+            anchors.fill: parent
+            anchors.margins: Theme.space(1) / 2
+            radius: Theme.radiusPanel - anchors.margins
+            color: Theme.panel
+            visible: root.bare
+        }
+        SessionRow {
+            id: row
+            x: Theme.space(3)
+            y: Theme.space(1)
+            width: remove.x - x - (remove.visible ? Theme.space(1) : 0)
+            vm: root.vm
+            session: root.session
+        }
+        SymbolButton {
+            id: remove
+            objectName: "remove"
+            x: root.width - Theme.space(2) - (visible ? width : Theme.space(1))
+            y: row.y + (28 - height) / 2
+            visible: !root.isPrimary
+            symbol: "xmark.circle.fill"
+            ink: Theme.secondaryText
+            help: Loc.removeSource
+            onClicked: root.vm.removeSession(root.session)
+        }
+        Item {
+            id: settings
+            objectName: "chips"
+
+            readonly property bool shown: root.vm.tier2Expanded
+            property real part: shown ? 1 : 0       ///< of it that has come in
+
+            y: row.y + row.implicitHeight + Theme.space(1)
+            width: parent.width
+            height: chips.item ? part * (chips.item.implicitHeight + 2 * Theme.space(1.5)) : 0
+            opacity: part
+            clip: part < 1
+            Behavior on part {
+                NumberAnimation {
+                    duration: Theme.spring
+                    easing.type: Easing.BezierSpline
+                    easing.bezierCurve: Theme.springCurve
+                }
+            }
+
+            Divider {
+                width: parent.width
+            }
+            Loader {
+                id: chips
+                active: settings.part > 0
+                x: Theme.space(3)
+                y: settings.height - (item ? item.implicitHeight : 0) - Theme.space(1)
+                width: parent.width - 2 * x
+                sourceComponent: SettingsChipRow {
+                    session: root.session
+                    vm: root.vm
+                }
+            }
+        }
+    }
+    SubtitlePane {
+        anchors { left: parent.left; right: parent.right; top: header.bottom; bottom: parent.bottom }
+        vm: root.vm
+        session: root.session
+        narrow: root.narrow
+    }
+}

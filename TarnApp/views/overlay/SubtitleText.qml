@@ -1,0 +1,103 @@
+import QtQuick
+import Tarn.Overlay
+import Tarn.Style
+
+/// One text, selectable, of which the last lines that fit are seen. The wheel and the keys scroll back in it.
+Item {
+    id: root
+
+    required property string text
+    required property bool isEmpty
+    required property real fontSize
+    required property int weight
+    required property bool stroked
+    property real room: 100000          ///< the height that there is for it
+    readonly property real naturalHeight: flow.contentHeight
+    readonly property real lineHeight: flow.lineHeight
+    readonly property real firstBaseline: flow.baseline
+    readonly property SubtitleFlow flow: flow
+    readonly property TextEdit edit: edit
+
+    implicitHeight: flow.height
+
+    SubtitleFlow {
+        id: flow
+        edit: edit
+        room: root.room
+        text: root.text
+    }
+    WheelHandler {
+        enabled: flow.contentHeight > flow.height
+        onWheel: event => flow.scrollBy(-event.angleDelta.y / 4)
+    }
+    HoverHandler {
+        id: pointer
+    }
+    Item {
+        id: view
+        // The outline goes around the text.
+        x: -1
+        y: -1
+        width: root.width + 2
+        height: root.height + 2
+        clip: true
+
+        Loader {
+            anchors.fill: parent
+            active: root.stroked
+            sourceComponent: SubtitleOutline {
+                flow: flow
+            }
+        }
+        TextEdit {
+            id: edit
+            x: 1
+            y: 1 - flow.offset
+            width: root.width
+            readOnly: true
+            selectByMouse: true
+            selectByKeyboard: true
+            persistentSelection: true
+            activeFocusOnTab: true
+            textFormat: TextEdit.PlainText
+            wrapMode: TextEdit.Wrap
+            font.pixelSize: Math.round(root.fontSize)
+            font.weight: root.weight
+            color: root.stroked ? (root.isEmpty ? Theme.overPictureFaint : Theme.overPicture)
+                                : root.isEmpty ? Theme.secondaryText : Theme.primaryText
+            selectionColor: Theme.faded(Theme.accent, 0.5)
+            selectedTextColor: color
+            // Beside short lines a press is for the window behind.
+            containmentMask: Item {
+                width: edit.effectiveHorizontalAlignment === TextEdit.AlignLeft ? edit.contentWidth + 4
+                                                                                : edit.width
+                height: edit.height
+            }
+            Accessible.role: Accessible.StaticText
+            Accessible.name: root.text
+            Accessible.readOnly: true
+
+            Keys.onPressed: event => {
+                const line = root.fontSize * 1.2
+                const by = event.modifiers !== Qt.NoModifier ? 0
+                         : event.key === Qt.Key_Up ? -line
+                         : event.key === Qt.Key_Down ? line
+                         : event.key === Qt.Key_PageUp ? -root.height
+                         : event.key === Qt.Key_PageDown ? root.height
+                         : event.key === Qt.Key_Home ? -flow.contentHeight
+                         : event.key === Qt.Key_End ? flow.contentHeight : 0
+                if (by !== 0 && flow.scrollBy(by))
+                    event.accepted = true
+            }
+        }
+    }
+    Rectangle {
+        anchors.fill: parent
+        anchors.margins: -2
+        visible: edit.activeFocus && !pointer.hovered
+        color: "transparent"
+        radius: Theme.radiusSmall
+        border.width: 2
+        border.color: Theme.focusRing
+    }
+}

@@ -1,0 +1,38 @@
+import QtQuick
+import Tarn.Controls
+import Tarn.Overlay
+import Tarn.Style
+
+/// The notice over the content: while there is a message it slides in from the top and fades in, and then out again
+/// with the message that it had.
+Item {
+    id: root
+
+    required property string message
+
+    anchors.horizontalCenter: parent.horizontalCenter
+    y: root.message !== "" ? Theme.space(3) : -height
+    width: shown.width
+    height: shown.height
+    opacity: root.message !== "" ? 1 : 0
+    visible: opacity > 0
+    Behavior on y { Spring {} }
+    Behavior on opacity { Spring {} }
+
+    component Spring: NumberAnimation {
+        duration: Theme.spring
+        easing.type: Easing.BezierSpline
+        easing.bezierCurve: Theme.springCurve
+    }
+
+    onMessageChanged: {
+        if (root.message !== "")
+            shown.message = root.message
+    }
+    SuccessToast {
+        id: shown
+        message: ""
+        width: Math.min(implicitWidth, root.parent.width - Theme.space(6))
+        Component.onCompleted: message = root.message
+    }
+}

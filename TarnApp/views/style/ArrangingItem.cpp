@@ -1,0 +1,50 @@
+#include "ArrangingItem.h"
+
+#include <utility>
+
+namespace tarn {
+
+void ArrangingItem::componentComplete() {
+    QQuickItem::componentComplete();
+    // At once, so that whoever asks for the implicit size in the same turn reads the right one.
+    arrangeNow();
+}
+
+void ArrangingItem::itemChange(ItemChange change, const ItemChangeData& data) {
+    if (change == ItemChildAddedChange) {
+        connect(data.item, &QQuickItem::implicitWidthChanged, this, [this] { rearrange(); });
+        connect(data.item, &QQuickItem::implicitHeightChanged, this, [this] { rearrange(); });
+        connect(data.item, &QQuickItem::visibleChanged, this, [this] { rearrange(); });
+        rearrange();
+    } else if (change == ItemChildRemovedChange) {
+        disconnect(data.item, nullptr, this, nullptr);
+        rearrange();
+    }
+    QQuickItem::itemChange(change, data);
+}
+
+void ArrangingItem::geometryChange(const QRectF& newGeometry, const QRectF& oldGeometry) {
+    QQuickItem::geometryChange(newGeometry, oldGeometry);
+    if (newGeometry.width() != oldGeometry.width() && isComponentComplete()) {
+        arrangeNow();
+    }
+}
+
+void ArrangingItem::arrangeNow() {
+    if (std::exchange(isArranging_, true)) {
+        rearrange();
+        return;
+    }
+    std::vector<QQuickItem*> items;
+    for (QQuickItem* const child : childItems()) {
+        if (child->isVisible() || !isVisible()) {
+            if (child->implicitWidth() > 0 || child->implicitHeight() > 0) {
+                items.push_back(child);
+            }
+        }
+    }
+    arrange(items);
+    isArranging_ = false;
+}
+
+}  // namespace tarn

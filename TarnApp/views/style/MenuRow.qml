@@ -1,0 +1,83 @@
+import QtQuick
+import Tarn.Style
+import QtQuick.Templates as T
+
+/// A line of a menu, inside a MenuColumn: an entry with a symbol and a mark where it is the chosen one, a heading, or
+/// a divider. The keys move among the entries, and so does the pointer once it moves.
+T.AbstractButton {
+    id: root
+
+    property string symbol
+    property bool chosen: false
+    property bool markable: true    ///< keeps room for the mark
+    property string kind: "entry"   ///< "entry", "heading", "divider"
+    readonly property bool pointed: hovered && (Window.window === null || Window.window.pointerMoved !== false)
+
+    function press(): void {
+        if (enabled)
+            clicked()
+    }
+
+    onPointedChanged: if (pointed) forceActiveFocus(Qt.MouseFocusReason)
+
+    implicitWidth: kind === "divider" ? 1 : Math.ceil(implicitContentWidth + leftPadding + rightPadding)
+    implicitHeight: kind === "divider" ? 9 : kind === "heading" ? 24 : 28
+    leftPadding: Theme.space(1.5)
+    rightPadding: Theme.space(3)
+    enabled: kind === "entry"
+    focusPolicy: Qt.StrongFocus
+    hoverEnabled: true
+
+    Accessible.ignored: kind === "divider"
+    Accessible.role: kind === "entry" ? Accessible.MenuItem : Accessible.StaticText
+    Accessible.name: text
+    Accessible.checkable: kind === "entry" && markable
+    Accessible.checked: chosen
+    Accessible.onPressAction: press()
+
+    background: Rectangle {
+        radius: Theme.radiusMenuRow
+        color: root.kind !== "entry" ? "transparent"
+                                     : root.down ? Theme.fillPressed
+                                                 : root.activeFocus ? Theme.fillHovered : "transparent"
+        border.width: root.visualFocus ? 2 : 0
+        border.color: Theme.focusRing
+        Divider {
+            visible: root.kind === "divider"
+            x: Theme.space(1.5)
+            y: 4
+            width: parent.width - 2 * x
+        }
+    }
+    contentItem: Row {
+        visible: root.kind !== "divider"
+        spacing: Theme.space(1.5)
+        Symbol {
+            anchors.verticalCenter: parent.verticalCenter
+            name: "checkmark"
+            size: 16
+            opacity: root.chosen ? 1 : 0
+            visible: root.kind === "entry" && root.markable
+        }
+        Symbol {
+            anchors.verticalCenter: parent.verticalCenter
+            visible: root.symbol !== ""
+            name: root.symbol
+            size: Theme.title3
+        }
+        Text {
+            anchors.verticalCenter: parent.verticalCenter
+            width: Math.min(implicitWidth, Theme.menuTextWidth)
+            text: root.text
+            textFormat: Text.PlainText
+            elide: Text.ElideRight
+            maximumLineCount: 1
+            font.pixelSize: root.kind === "heading" ? Theme.caption : Theme.callout
+            font.weight: root.kind === "heading" ? Font.DemiBold : Font.Normal
+            color: root.kind === "heading" ? Theme.secondaryText : Theme.primaryText
+        }
+    }
+    Keys.onPressed: event => event.accepted = MenuWalk.step(root, event.key, event.text)
+    Keys.onReturnPressed: press()
+    Keys.onEnterPressed: press()
+}

@@ -1,0 +1,192 @@
+#include "PopoverGuard.h"
+
+#include <QCursor>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QQmlEngine>
+#include <QScreen>
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "PopoverFrame.h"
+
+namespace tarn {
+namespace {
+
+std::vector<PopoverGuard*>& guardsUp() {
+    static std::vector<PopoverGuard*> guards;
+    return guards;
+}
+
+QQuickItem* chosenItem(QQuickItem* root) {
+    for (QQuickItem* const child : root->childItems()) {
+        if (!child->isVisible() || !child->isEnabled()) {
+            continue;
+        }
+        if (child->activeFocusOnTab() && child->property("chosen").toBool()) {
+            return child;
+        }
+        if (QQuickItem* const below = chosenItem(child)) {
+            return below;
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+PopoverGuard::~PopoverGuard() {
+    setUp(false);
+}
+
+void PopoverGuard::setAnchor(QQuickItem* value) {
+    if (anchor_ == value) {
+        return;
+    }
+    if (anchor_) {
+        disconnect(anchor_, nullptr, this, nullptr);
+    }
+    anchor_ = value;
+    if (value != nullptr) {
+        connect(value, &QQuickItem::visibleChanged, this, &PopoverGuard::anchorMayBeGone);
+        connect(value, &QQuickItem::windowChanged, this, &PopoverGuard::anchorMayBeGone);
+        connect(value, &QObject::destroyed, this, &PopoverGuard::anchorMayBeGone);
+    }
+    Q_EMIT anchorChanged();
+}
+
+void PopoverGuard::setUp(bool value) {
+    if (up_ == value) {
+        return;
+    }
+    const bool wasAnyUp = anyUp();
+    up_ = value;
+    auto& guards = guardsUp();
+    if (value) {
+        const auto others = guards;
+        for (PopoverGuard* const other : others) {
+            const bool isBelowOther = anchor_ && other->belongsToUs(anchor_->window());
+            if (std::ranges::find(guards, other) != guards.end() && !isBelowOther) {
+                Q_EMIT other->dismissed(false, true);
+            }
+        }
+        guards.push_back(this);
+        pointerAtStart_ = QCursor::pos();
+        setPointerMoved(false);
+        qGuiApp->installEventFilter(this);
+        if (anchor_ && anchor_->window() != nullptr) {
+            connect(anchor_->window(), &QWindow::visibleChanged, this, &PopoverGuard::anchorMayBeGone,
+                    Qt::UniqueConnection);
+        }
+    } else {
+        std::erase(guards, this);
+        qGuiApp->removeEventFilter(this);
+    }
+    Q_EMIT upChanged();
+    if (wasAnyUp != anyUp()) {
+        Q_EMIT Popovers::shared().anyOpenChanged();
+    }
+}
+
+bool PopoverGuard::anyUp() {
+    return !guardsUp().empty();
+}
+
+QRectF PopoverGuard::frame(qreal width, qreal height, qreal gap) const {
+    if (!anchor_ || anchor_->window() == nullptr) {
+        return {};
+    }
+    const QRectF at(anchor_->mapToGlobal({0, 0}), anchor_->size());
+    const QScreen* screen = QGuiApplication::screenAt(at.center().toPoint());
+    if (screen == nullptr) {
+        screen = anchor_->window()->screen();
+    }
+    return popoverFrame(at, {width, height}, screen->availableGeometry(), gap);
+}
+
+QQuickItem* PopoverGuard::firstItem(QQuickItem* root) {
+    if (QQuickItem* const chosen = chosenItem(root)) {
+        return chosen;
+    }
+    QQuickItem* const next = root->nextItemInFocusChain(true);
+    return next != root ? next : nullptr;
+}
+
+bool PopoverGuard::eventFilter(QObject* receiver, QEvent* event) {
+    if (!receiver->isWindowType()) {
+        return false;
+    }
+    const auto* const window = static_cast<const QWindow*>(receiver);
+    switch (event->type()) {
+        case QEvent::MouseMove:
+            if (static_cast<QMouseEvent*>(event)->globalPosition() != pointerAtStart_) {
+                setPointerMoved(true);
+            }
+            return false;
+        case QEvent::MouseButtonPress:
+        case QEvent::TouchBegin: {
+            if (belongsToUs(window)) {
+                return false;
+            }
+            // Its own button would open it again: that press is spent on closing.
+            const bool isSpent = isOnAnchor(window, event);
+            Q_EMIT dismissed(false, anchor_ && anchor_->window() == window);
+            return isSpent;
+        }
+        case QEvent::KeyPress:
+            // Wherever the window system has left the keys.
+            if (static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape && guardsUp().back() == this) {
+                Q_EMIT dismissed(true, true);
+                return true;
+            }
+            return false;
+        default:
+            return false;
+    }
+}
+
+bool PopoverGuard::belongsToUs(const QWindow* window) const {
+    for (; window != nullptr; window = window->transientParent()) {
+        if (window == window_) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool PopoverGuard::isOnAnchor(const QWindow* window, QEvent* event) const {
+    if (!anchor_ || anchor_->window() != window) {
+        return false;
+    }
+    const auto* const press = static_cast<QPointerEvent*>(event);
+    return std::ranges::any_of(press->points(), [this](const QEventPoint& point) {
+        return anchor_->contains(anchor_->mapFromScene(point.scenePosition()));
+    });
+}
+
+void PopoverGuard::setPointerMoved(bool value) {
+    if (std::exchange(pointerMoved_, value) != value) {
+        Q_EMIT pointerMovedChanged();
+    }
+}
+
+void PopoverGuard::anchorMayBeGone() {
+    if (up_ && (!anchor_ || !anchor_->isVisible() || anchor_->window() == nullptr ||
+                !anchor_->window()->isVisible())) {
+        Q_EMIT dismissed(false, true);
+    }
+}
+
+Popovers& Popovers::shared() {
+    static Popovers popovers;
+    return popovers;
+}
+
+Popovers* Popovers::create(QQmlEngine*, QJSEngine*) {
+    QQmlEngine::setObjectOwnership(&shared(), QQmlEngine::CppOwnership);
+    return &shared();
+}
+
+}  // namespace tarn

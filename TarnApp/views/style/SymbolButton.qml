@@ -1,0 +1,63 @@
+import QtQuick
+import Tarn.Style
+import QtQuick.Templates as T
+
+/// A borderless button that shows a symbol. While `active` it is drawn in the accent colour on a tinted ground.
+T.AbstractButton {
+    id: root
+
+    required property string symbol
+    property string help            ///< tooltip, and the name that a screen reader says
+    property bool active: false
+    property color ink: active ? Theme.accent : Theme.primaryText
+    property real size: Theme.symbol
+    property string trailingSymbol  ///< a small one behind the first, as a chevron
+
+    function press(): void {
+        if (enabled)
+            clicked()
+    }
+
+    implicitWidth: Math.ceil(implicitContentWidth + 2 * padding)
+    implicitHeight: Math.ceil(implicitContentHeight + 2 * padding)
+    padding: 3
+    focusPolicy: Qt.StrongFocus
+    hoverEnabled: true
+    opacity: enabled ? 1 : Theme.disabledOpacity
+
+    Accessible.role: Accessible.Button
+    Accessible.name: text !== "" ? text : help
+    Accessible.description: help
+    Accessible.onPressAction: press()
+
+    background: Rectangle {
+        radius: Theme.radiusSmall
+        color: root.down ? Theme.fillPressed
+                         : root.active ? Theme.faded(Theme.accent, root.hovered ? 0.28 : 0.18)
+                                       : root.hovered ? Theme.fill : "transparent"
+        border.width: root.visualFocus ? 2 : 0
+        border.color: Theme.focusRing
+    }
+    contentItem: Row {
+        spacing: 0
+        Symbol {
+            name: root.symbol
+            size: root.size
+            color: root.ink
+        }
+        Symbol {
+            anchors.verticalCenter: parent.verticalCenter
+            visible: root.trailingSymbol !== ""
+            name: root.trailingSymbol
+            size: Math.round(root.size * 0.8)
+            color: root.ink
+        }
+    }
+    HelpTip {
+        text: root.help
+        target: root
+        hovered: root.hovered
+    }
+    Keys.onReturnPressed: press()
+    Keys.onEnterPressed: press()
+}

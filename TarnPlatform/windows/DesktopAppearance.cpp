@@ -1,0 +1,48 @@
+#include "DesktopAppearance.h"
+
+#include <QEvent>
+#include <QGuiApplication>
+#include <QPalette>
+#include <utility>
+
+#include "AppearanceWatcher.h"
+
+namespace tarn {
+namespace {
+
+bool isPaletteDark() {
+    const QPalette palette = QGuiApplication::palette();
+    return palette.color(QPalette::Window).lightness() < palette.color(QPalette::WindowText).lightness();
+}
+
+}  // namespace
+
+DesktopAppearance::DesktopAppearance(SerialExecutor main, QObject* parent)
+    : QObject(parent), isDark_(isPaletteDark()) {
+    qGuiApp->installEventFilter(this);
+    watcher_ = std::make_unique<AppearanceWatcher>(std::move(main), [this](const AppearanceFacts& facts) {
+        facts_ = facts;
+        settle();
+    });
+}
+
+DesktopAppearance::~DesktopAppearance() = default;
+
+bool DesktopAppearance::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::ApplicationPaletteChange && watched == qGuiApp) {
+        settle();
+    }
+    return false;
+}
+
+void DesktopAppearance::settle() {
+    const bool dark = facts_.dark().value_or(isPaletteDark());
+    const bool reduces = facts_.reducedMotion();
+    if (isDark_ != dark || reducedMotion_ != reduces) {
+        isDark_ = dark;
+        reducedMotion_ = reduces;
+        Q_EMIT changed();
+    }
+}
+
+}  // namespace tarn

@@ -1,0 +1,71 @@
+#include "WindowFrame.h"
+
+#include <QGuiApplication>
+#include <QScreen>
+#include <QWindow>
+#include <utility>
+#include <vector>
+
+#include "FramePlacement.h"
+
+namespace tarn {
+
+WindowFrame::WindowFrame(std::string name, std::shared_ptr<UserDefaults> defaults, SerialExecutor main,
+                         std::shared_ptr<Clock> clock, QObject* parent)
+    : QObject(parent),
+      key_("window." + std::move(name) + ".frame"),
+      defaults_(std::move(defaults)),
+      main_(std::move(main)),
+      clock_(std::move(clock)) {}
+
+WindowFrame::~WindowFrame() {
+    flush();
+}
+
+void WindowFrame::attach(QWindow* window) {
+    if (window_ == window) {
+        return;
+    }
+    flush();
+    if (window_) {
+        window_->disconnect(this);
+    }
+    window_ = window;
+    if (!window_) {
+        return;
+    }
+    const auto remembered = FramePlacement::frame(defaults_->string(key_).value_or(""));
+    if (remembered) {
+        std::vector<QRect> screens;
+        for (const QScreen* screen : QGuiApplication::screens()) {
+            screens.push_back(screen->availableGeometry());
+        }
+        window_->setGeometry(FramePlacement::onScreens(*remembered, screens, window_->minimumSize()));
+    } else if (const QScreen* const screen = window_->screen()) {
+        QRect frame = window_->geometry();
+        frame.moveCenter(screen->availableGeometry().center());
+        window_->setGeometry(frame);
+    }
+    frame_ = window_->geometry();
+    connect(window_, &QWindow::xChanged, this, &WindowFrame::later);
+    connect(window_, &QWindow::yChanged, this, &WindowFrame::later);
+    connect(window_, &QWindow::widthChanged, this, &WindowFrame::later);
+    connect(window_, &QWindow::heightChanged, this, &WindowFrame::later);
+}
+
+void WindowFrame::later() {
+    // Windows are placed, hidden and minimised by others too; only a frame that the user sees counts.
+    if (!window_->isVisible() || window_->windowState() != Qt::WindowNoState) {
+        return;
+    }
+    frame_ = window_->geometry();
+    call_ = clock_->callAfter(main_, delay, [this] { flush(); });
+}
+
+void WindowFrame::flush() {
+    if (std::exchange(call_, nullptr)) {
+        defaults_->set(key_, FramePlacement::text(frame_));
+    }
+}
+
+}  // namespace tarn

@@ -1,0 +1,61 @@
+#include "WindowHints.h"
+
+#include <QPainterPath>
+#include <QRegion>
+#include <QWindow>
+#include <cmath>
+#include <vector>
+
+#include "X11.h"
+
+namespace tarn {
+namespace {
+
+QRegion roundedRegion(QSize size, qreal radius) {
+    QPainterPath path;
+    path.addRoundedRect(QRectF(QPointF(0, 0), QSizeF(size)), radius, radius);
+    return {path.toFillPolygon().toPolygon()};
+}
+
+}  // namespace
+
+void WindowHints::showOnEveryDesktop(QWindow& window) {
+    constexpr std::uint32_t everyDesktop = 0xFFFFFFFF;
+    constexpr std::uint32_t fromAnApplication = 1;
+    if (const auto* const x11 = X11::server()) {
+        x11->tellWindowManager(static_cast<xcb_window_t>(window.winId()), x11->atom("_NET_WM_DESKTOP"),
+                               {everyDesktop, fromAnApplication});
+    }
+}
+
+void WindowHints::blurBehind(QWindow& window, int radius) {
+    const auto* const x11 = X11::server();
+    if (x11 == nullptr) {
+        return;
+    }
+    const qreal scale = window.devicePixelRatio();
+    std::vector<std::uint32_t> rectangles;
+    for (const QRect& part : roundedRegion((QSizeF(window.size()) * scale).toSize(), radius * scale)) {
+        for (const int value : {part.x(), part.y(), part.width(), part.height()}) {
+            rectangles.push_back(static_cast<std::uint32_t>(value));
+        }
+    }
+    xcb_change_property(x11->connection(), XCB_PROP_MODE_REPLACE, static_cast<xcb_window_t>(window.winId()),
+                        x11->atom("_KDE_NET_WM_BLUR_BEHIND_REGION"), XCB_ATOM_CARDINAL, 32,
+                        static_cast<std::uint32_t>(rectangles.size()), rectangles.data());
+    xcb_flush(x11->connection());
+}
+
+void WindowHints::removeBlur(QWindow& window) {
+    if (const auto* const x11 = X11::server()) {
+        xcb_delete_property(x11->connection(), static_cast<xcb_window_t>(window.winId()),
+                            x11->atom("_KDE_NET_WM_BLUR_BEHIND_REGION"));
+        xcb_flush(x11->connection());
+    }
+}
+
+void WindowHints::cutCorners(QWindow& window, int radius) {
+    window.setMask(radius == 0 ? QRegion() : roundedRegion(window.size(), radius));
+}
+
+}  // namespace tarn

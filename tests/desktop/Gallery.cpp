@@ -1,0 +1,365 @@
+// Pictures of everything that there is to see, on the screen and under the window manager and the compositor
+// that run: gallery FOLDER [contrast]. In both languages, light and dark. "contrast" measures the text on the
+// panel over white and over black instead, from pictures too.
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QImage>
+#include <QPixmap>
+#include <QQmlComponent>
+#include <QQuickItem>
+#include <QScreen>
+#include <QTest>
+#include <cmath>
+#include <cstdio>
+#include <functional>
+#include <memory>
+
+#include "TarnApp/shell/TarnApp.h"
+#include "TarnApp/views/model/Loc.h"
+#include "TarnApp/views/style/Appearance.h"
+#include "support/views/ViewWorld.h"
+
+namespace tarn::test {
+namespace {
+
+constexpr QRect usualFrame(340, 300, 640, 220);
+constexpr QRect wideFrame(20, 260, 1440, 240);
+
+struct Style {
+    QString language;
+    bool dark = false;
+    QString name() const { return language + (dark ? "-dark" : "-light"); }
+};
+
+QColor background(const QString& kind) {
+    return kind == "white"   ? QColor(Qt::white)
+           : kind == "black" ? QColor(Qt::black)
+                             : QColor(0x5a, 0x77, 0x8c);
+}
+
+/// What lies behind the window: one colour, or a picture with light and dark places.
+class Backdrop : public QQuickWindow {
+public:
+    explicit Backdrop(QQmlEngine& engine) {
+        // Not the window manager's, which would put what fills the screen above everything.
+        setFlags(Qt::Window | Qt::BypassWindowManagerHint | Qt::WindowDoesNotAcceptFocus);
+        setGeometry(screen()->geometry());
+        QQmlComponent picture(&engine);
+        picture.setData(R"(
+            import QtQuick
+            Rectangle {
+                gradient: Gradient {
+                    GradientStop { position: 0; color: "#d7e6f2" }
+                    GradientStop { position: 0.55; color: "#f2ede4" }
+                    GradientStop { position: 0.56; color: "#5d7a52" }
+                    GradientStop { position: 1; color: "#2d4429" }
+                }
+                Repeater {
+                    model: 14
+                    Rectangle {
+                        required property int index
+                        x: parent.width * ((index * 37) % 100) / 100
+                        y: parent.height * (0.25 + 0.5 * ((index * 53) % 100) / 100)
+                        width: 40 + (index * 71) % 160
+                        height: width * 0.8
+                        radius: width / 2
+                        color: ["#c0392b", "#f4d35e", "#1d3557", "#ffffff", "#0d0d0d"][index % 5]
+                        opacity: 0.75
+                    }
+                }
+            })",
+                        {});
+        picture_.reset(qobject_cast<QQuickItem*>(picture.create()));
+        picture_->setParentItem(contentItem());
+        picture_->setSize(size());
+        show("picture");
+        QQuickWindow::show();
+        lower();
+    }
+    void show(const QString& kind) {
+        setColor(background(kind));
+        picture_->setVisible(kind == "picture");
+    }
+
+private:
+    std::unique_ptr<QQuickItem> picture_;
+};
+
+class Gallery {
+public:
+    Gallery(QString folder, Style style) : folder_(std::move(folder)), style_(std::move(style)) {
+        engine_.addImportPath("qrc:/qt/qml");
+        world_.renew(true);
+        auto& defaults = *world_.vm()->services().defaults;
+        defaults.set("onboarding.done", true);
+        world_.setLanguage(style_.language);
+        auto services = world_.vm()->services();
+        app_ = std::make_unique<TarnApp>(services, loader_);
+        world_.useModel(app_->viewModel());
+        app_->open();
+        Appearance::shared().setDark(style_.dark);
+        window().setGeometry(usualFrame);
+        backdrop_ = std::make_unique<Backdrop>(engine_);
+        window().raise();
+        pump(600);
+    }
+    ~Gallery() {
+        backdrop_.reset();
+        app_.reset();
+    }
+
+    void takeAll() {
+        picture("solo-idle");
+        vm().startAll();
+        speak(0, "Good morning, everybody. Shall we begin with the second chapter?",
+              "早上好，各位。我们从第二章开始，好吗？");
+        world_.level(0, 0.08);
+        picture("solo-running");
+        running();
+        vm().stopAll();
+        pump(100);
+        onboarding();
+        conversation();
+    }
+
+    void measureContrast() {
+        world_.setLanguage("en");
+        vm().startAll();
+        speak(0, "Source", "Translation");
+        for (const char* const kind : {"white", "black"}) {
+            backdrop_->show(kind);
+            pump(600);
+            const QImage screen = grab();
+            // The panel where nothing is on it: in the middle, near its lower edge.
+            const QRect frame = window().geometry();
+            const QColor panel = screen.pixelColor(frame.center().x(), frame.bottom() - 12);
+            std::printf("%-5s over %-5s panel %s:", style_.dark ? "dark" : "light", kind,
+                        panel.name().toUtf8().data());
+            for (const char* const role :
+                 {"primaryText", "secondaryText", "red", "orange", "success", "accent"}) {
+                std::printf("  %s %.2f", role, contrast(themeColor(role), panel));
+            }
+            std::printf("\n");
+        }
+    }
+
+private:
+    void running() {
+        vm().setTier2Expanded(true);
+        window().setGeometry(QRect(340, 300, 640, 300));
+        picture("translation-settings");
+        vm().setTier2Expanded(false);
+        window().setGeometry(usualFrame);
+        popover("helpPlayback", "popover-playback");
+        popover("helpFont", "popover-size");
+        popover("account", "popover-account");
+        popover("systemAudioAll", "popover-source");
+        open("popover-language", [](const QQuickItem& item) {
+            return QString(item.metaObject()->className()).startsWith("LangPicker");
+        });
+        for (const double scale : {0.6, 3.0}) {
+            vm().setSubtitleScale(scale);
+            picture(scale < 1 ? "scale-0.6" : "scale-3.0");
+        }
+        vm().setSubtitleScale(1.4);
+        vm().setMiniMode(true);
+        for (const char* const kind : {"white", "black", "picture"}) {
+            backdrop_->show(kind);
+            picture(QString("mini-over-") + kind);
+        }
+        vm().setMiniMode(false);
+        vm().setSubtitleScale(1);
+        world_.fail(0,
+                    "The service is busy: translation was interrupted, and will go on by itself in a moment");
+        picture("error-chip");
+        world_.setScreenAllowed(false);
+        vm().setScreenRecNeededEvent(true);
+        picture("screen-recording-notice");
+        vm().setScreenRecNeededEvent(false);
+        world_.setScreenAllowed(true);
+        vm().showToast("Signed in as ada@example.org");
+        picture("toast");
+    }
+
+    void conversation() {
+        vm().setMode(AppMode::conversation);
+        vm().addSession();
+        vm().addSession();
+        window().setGeometry(wideFrame);
+        const auto& all = vm().sessions();
+        const char* const sources[] = {"en", "ja", "ar", "hi"};
+        const char* const targets[] = {"zh", "en", "ru", "th"};
+        for (std::size_t i = 0; i < all.size(); ++i) {
+            all[i]->setSourceLang(sources[i]);
+            all[i]->setTargetLang(targets[i]);
+        }
+        vm().startAll();
+        pump(50);
+        speak(0, "Could you repeat that, please?", "请您再说一遍，好吗？");
+        speak(1, "資料は明日までにお送りします。", "I will send you the documents by tomorrow.");
+        speak(2, "أين تقع أقرب محطة قطار؟", "Где находится ближайшая железнодорожная станция?");
+        speak(3, "आपसे मिलकर बहुत खुशी हुई।", "ยินดีที่ได้รู้จักคุณมาก");
+        for (int i = 0; i < 4; ++i) {
+            world_.level(i, 0.02 * (i + 1) * (i + 1));
+        }
+        picture("conversation");
+    }
+
+    void onboarding() {
+        auto coordinator = qvariant_cast<QObject*>(window().property("onboarding"));
+        coordinator->setProperty("manuallyReopened", true);
+        pump(700);
+        QQuickWindow* const welcome = windowNamed("tarn-onboarding");
+        for (int page = 4; welcome != nullptr && page >= 1; --page) {
+            picture(QString("onboarding-%1").arg(page));
+            if (page == 3) {
+                coordinator->setProperty("isLoggedIn", false);
+                picture("onboarding-3-signed-out");
+                coordinator->setProperty("isLoggedIn", true);
+            }
+            click(*welcome,
+                  [](const QQuickItem& item) { return item.property("text") == Loc::manager->navBack(); });
+            pump(500);
+        }
+        if (welcome != nullptr) {
+            welcome->close();
+        }
+        pump(300);
+    }
+
+    /// Opens the popover of the control with that tooltip, and closes it.
+    void popover(const char* key, const QString& name) {
+        const auto help = Loc::manager->property(key);
+        open(name, [&](const QQuickItem& item) { return item.property("help") == help; });
+    }
+    void open(const QString& name, const std::function<bool(const QQuickItem&)>& isIt) {
+        if (!click(window(), isIt)) {
+            std::printf("nothing opens %s\n", name.toUtf8().data());
+            return;
+        }
+        picture(name);
+        for (QWindow* const other : QGuiApplication::topLevelWindows()) {
+            if (other->isVisible() && other->transientParent() == &window()) {
+                other->close();
+            }
+        }
+        pump(200);
+    }
+    bool click(QQuickWindow& in, const std::function<bool(const QQuickItem&)>& isIt) {
+        for (QQuickItem* const item : itemsOf(in)) {
+            if (item->isVisible() && item->property("pressed").isValid() && isIt(*item)) {
+                QTest::mouseClick(&in, Qt::LeftButton, {},
+                                  item->mapToScene(item->boundingRect().center()).toPoint());
+                return true;
+            }
+        }
+        return false;
+    }
+
+    void speak(int index, const QString& source, const QString& translation) {
+        pump(20);
+        world_.hear(index, source);
+        world_.translate(index, translation);
+    }
+
+    void picture(const QString& name) {
+        pump(600);
+        QImage image = grab();
+        QRect around;
+        for (QWindow* const other : QGuiApplication::topLevelWindows()) {
+            if (other->isVisible() && other != backdrop_.get()) {
+                around = around.united(other->frameGeometry());
+            }
+        }
+        const auto margin = 24;
+        image = image.copy(around.adjusted(-margin, -margin, margin, margin).intersected(image.rect()));
+        image.save(folder_ + "/" + name + "-" + style_.name() + ".png");
+    }
+
+    QImage grab() const { return window().screen()->grabWindow(0).toImage(); }
+
+    void pump(int milliseconds) {
+        QElapsedTimer time;
+        time.start();
+        do {
+            world_.settle();
+            QTest::qWait(10);
+        } while (time.elapsed() < milliseconds);
+    }
+
+    QColor themeColor(const char* role) {
+        QQmlComponent component(&engine_);
+        component.setData(
+            QByteArray("import QtQuick\nimport Tarn.Style\nQtObject { property color shown: Theme.") + role +
+                " }",
+            {});
+        const std::unique_ptr<QObject> holder(component.create());
+        return holder->property("shown").value<QColor>();
+    }
+    static double contrast(const QColor& one, const QColor& other) {
+        const auto luminance = [](const QColor& color) {
+            const auto linear = [](double part) {
+                return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
+            };
+            return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) +
+                   0.0722 * linear(color.blueF());
+        };
+        const double a = luminance(one);
+        const double b = luminance(other);
+        return (std::max(a, b) + 0.05) / (std::min(a, b) + 0.05);
+    }
+
+    static QList<QQuickItem*> itemsOf(const QQuickWindow& window) {
+        QList<QQuickItem*> all{window.contentItem()};
+        for (qsizetype i = 0; i < all.size(); ++i) {
+            all.append(all[i]->childItems());
+        }
+        return all;
+    }
+    static QQuickWindow* windowNamed(const char* name) {
+        for (QWindow* const window : QGuiApplication::topLevelWindows()) {
+            if (window->objectName() == name) {
+                return qobject_cast<QQuickWindow*>(window);
+            }
+        }
+        return nullptr;
+    }
+    QQuickWindow& window() const { return *app_->mainWindow(); }
+    TranslateViewModel& vm() const { return *app_->viewModel(); }
+
+    const QString folder_;
+    const Style style_;
+    ViewWorld world_;
+    MainWindowLoader loader_;
+    std::unique_ptr<TarnApp> app_;
+    QQmlEngine engine_;
+    std::unique_ptr<Backdrop> backdrop_;
+};
+
+}  // namespace
+}  // namespace tarn::test
+
+int main(int argc, char** argv) {
+    QQuickWindow::setDefaultAlphaBuffer(true);
+    const QGuiApplication application(argc, argv);
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    const QStringList words = QGuiApplication::arguments();
+    if (words.size() < 2) {
+        std::fprintf(stderr, "usage: gallery FOLDER [contrast]\n");
+        return 2;
+    }
+    for (const QString& language : {QString("en"), QString("zhHans")}) {
+        for (const bool dark : {false, true}) {
+            tarn::test::Gallery gallery(words[1], {language, dark});
+            if (words.size() > 2) {
+                gallery.measureContrast();
+            } else {
+                gallery.takeAll();
+            }
+        }
+        if (words.size() > 2) {
+            break;
+        }
+    }
+    return 0;
+}

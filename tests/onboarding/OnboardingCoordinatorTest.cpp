@@ -1,0 +1,135 @@
+// The coordinator and the pages' order, over settings and a keychain of the test's own.
+#include "TarnApp/onboarding/OnboardingCoordinator.h"
+
+#include <QSignalSpy>
+
+#include "OnboardingFixture.h"
+#include "TarnApp/onboarding/LoginSlideState.h"
+#include "TarnApp/onboarding/OnboardingViewState.h"
+#include "TarnApp/server/Keychain.h"
+#include "TarnApp/session/URLSchemeHandler.h"
+
+namespace tarn::test {
+namespace {
+
+using testing::ElementsAre;
+
+class OnboardingCoordinatorTest : public OnboardingTest {
+protected:
+    OnboardingCoordinatorTest() { pages.setCoordinator(coordinator.get()); }
+
+    OnboardingViewState pages;
+};
+
+TEST_F(OnboardingCoordinatorTest, StartsFromWhetherItWasEverDone) {
+    struct Case {
+        std::function<void(UserDefaults&)> store;
+        OnboardingStep step;
+    };
+    const std::vector<Case> cases{
+        {[](UserDefaults&) {}, OnboardingStep::running},
+        {[](UserDefaults& kept) { kept.set("onboarding.step", "ready"); }, OnboardingStep::running},
+        {[](UserDefaults& kept) { kept.set("onboarding.done", false); }, OnboardingStep::running},
+        {[](UserDefaults& kept) { kept.set("onboarding.done", "yes"); }, OnboardingStep::running},
+        {[](UserDefaults& kept) { kept.set("onboarding.done", true); }, OnboardingStep::ready},
+        {[](UserDefaults& kept) {
+             kept.set("onboarding.done", true);
+             kept.set("onboarding.step", "running");
+         },
+         OnboardingStep::ready},
+    };
+    for (const auto& [store, step] : cases) {
+        const auto defaults = UserDefaults::inMemory();
+        store(*defaults);
+        const OnboardingCoordinator made(defaults);
+        EXPECT_EQ(made.step(), step);
+        EXPECT_EQ(defaults->string("onboarding.step"), rawValue(step));
+        EXPECT_EQ(made.shouldShowOnboarding(), step == OnboardingStep::running);
+    }
+}
+
+TEST_F(OnboardingCoordinatorTest, StoresAStepOnEveryCallAndAnnouncesChangesAlone) {
+    const QSignalSpy changes(coordinator.get(), &OnboardingCoordinator::stepChanged);
+    world.sessions().defaults->remove("onboarding.step");
+    coordinator->setStep(OnboardingStep::running);
+    EXPECT_EQ(setting("onboarding.step"), "running");
+    EXPECT_EQ(changes.size(), 0);
+    coordinator->setStep(OnboardingStep::ready);
+    EXPECT_EQ(changes.size(), 1);
+}
+
+TEST_F(OnboardingCoordinatorTest, FinishesInItsOrder) {
+    std::vector<std::string> order;
+    const auto note = [&](const std::string& what) {
+        order.push_back(what + ": done " + setting("onboarding.done") + ", step " +
+                        setting("onboarding.step"));
+    };
+    QObject::connect(coordinator.get(), &OnboardingCoordinator::manuallyReopenedChanged,
+                     [&] { note("reopened " + std::to_string(coordinator->manuallyReopened())); });
+    QObject::connect(coordinator.get(), &OnboardingCoordinator::stepChanged, [&] { note("step"); });
+    coordinator->onFinish = [&] { note("finish"); };
+    coordinator->setManuallyReopened(true);
+    pages.finish();
+    EXPECT_THAT(order, ElementsAre("reopened 1: done , step running", "reopened 0: done true, step running",
+                                   "step: done true, step ready", "finish: done true, step ready"));
+    EXPECT_FALSE(OnboardingCoordinator(world.sessions().defaults).shouldShowOnboarding());
+    pages.finish();
+    EXPECT_EQ(order.back(), "finish: done true, step ready");
+}
+
+TEST_F(OnboardingCoordinatorTest, LeadsThroughThePagesAndNoFurther) {
+    pages.appeared();
+    pages.back();
+    EXPECT_EQ(pages.page(), 0);
+    for (const int page : {1, 2, 3, 3}) {
+        pages.next();
+        EXPECT_EQ(pages.page(), page);
+    }
+    pages.back();
+    EXPECT_EQ(pages.page(), 2);
+}
+
+TEST_F(OnboardingCoordinatorTest, OpensThePermissionsWhenItIsAskedForAgain) {
+    coordinator->setManuallyReopened(true);
+    EXPECT_EQ(pages.page(), 0) << "not seen yet";
+    pages.appeared();
+    EXPECT_EQ(pages.page(), 3);
+    pages.disappeared();
+    EXPECT_FALSE(coordinator->manuallyReopened());
+    pages.back();
+    pages.appeared();
+    EXPECT_EQ(pages.page(), 2) << "where it was left";
+    coordinator->setManuallyReopened(true);
+    EXPECT_EQ(pages.page(), 3) << "while it is up";
+    pages.disappeared();
+    pages.disappeared();
+    EXPECT_FALSE(coordinator->manuallyReopened());
+}
+
+TEST_F(OnboardingCoordinatorTest, SignInReachesThePageThatWaits) {
+    LoginSlideState login;
+    login.setViewModel(world.vm());
+    login.setCoordinator(coordinator.get());
+    URLSchemeHandler links;
+    links.viewModel = world.model();
+    links.onboarding = coordinator;
+
+    login.signIn();
+    EXPECT_TRUE(login.waiting());
+    EXPECT_EQ(world.openedUrls(), QStringList{"https://tarn.example/site/auth?return_to=macos"});
+    links.handle("tarn://login?token=t");
+    EXPECT_TRUE(login.isLoggedIn());
+    EXPECT_EQ(login.email(), "") << "none was told";
+    links.handle("tarn://login?token=t&user_email=bo%40example.org");
+    EXPECT_EQ(login.email(), "bo@example.org") << "another account";
+    links.handle("tarn://logout");
+    EXPECT_FALSE(login.isLoggedIn());
+    EXPECT_EQ(login.email(), "");
+
+    Keychain::set("t", Keychain::Account::pat);
+    coordinator->recompute();
+    EXPECT_TRUE(login.isLoggedIn());
+}
+
+}  // namespace
+}  // namespace tarn::test

@@ -1,0 +1,40 @@
+#include "TarnPlatform/windows/AppearanceFacts.h"
+
+#include <gtest/gtest.h>
+
+namespace tarn {
+namespace {
+
+TEST(AppearanceFacts, WeighsWhatTheDesktopSays) {
+    struct Case {
+        const char* what;
+        AppearanceFacts facts;
+        std::optional<bool> dark;
+    };
+    const Case cases[] = {
+        {"nobody says", {}, std::nullopt},
+        {"portal: dark", {.portalScheme = 1, .gtkFilePrefersDark = false}, true},
+        {"portal: light over a dark theme", {.portalScheme = 2, .gtkThemeVariable = "Adwaita:dark"}, false},
+        {"portal: no preference", {.portalScheme = 0}, std::nullopt},
+        {"portal: a number of tomorrow", {.portalScheme = 7, .settingsScheme = "prefer-dark"}, true},
+        {"variable", {.gtkThemeVariable = "Adwaita:dark"}, true},
+        {"variable, light", {.gtkThemeVariable = "Adwaita", .settingsScheme = "prefer-dark"}, false},
+        {"file prefers dark", {.gtkFilePrefersDark = true, .gtkFileTheme = "Adwaita"}, true},
+        {"file does not prefer dark, of a dark theme",
+         {.gtkFilePrefersDark = false, .gtkFileTheme = "Arc-Dark"},
+         true},
+        {"file does not prefer dark", {.gtkFilePrefersDark = false}, false},
+        {"theme of the settings", {.settingsTheme = "Yaru-dark"}, true},
+        {"darkness in the middle of a name", {.gtkFileTheme = "Darkest Hour"}, false},
+        {"shorter than the word", {.gtkFileTheme = "ark"}, false},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(c.facts.dark(), c.dark) << c.what;
+    }
+    EXPECT_FALSE(AppearanceFacts{}.reducedMotion());
+    EXPECT_TRUE((AppearanceFacts{.settingsAnimations = false}).reducedMotion());
+    EXPECT_FALSE((AppearanceFacts{.portalAnimations = true, .settingsAnimations = false}).reducedMotion());
+}
+
+}  // namespace
+}  // namespace tarn

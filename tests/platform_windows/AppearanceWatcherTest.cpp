@@ -1,0 +1,187 @@
+// The watcher between a portal on a private bus, settings files in a private folder and the desktop's own
+// settings.
+#include "TarnPlatform/windows/AppearanceWatcher.h"
+
+#include <gtest/gtest.h>
+
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
+#include <cstdlib>
+#include <filesystem>
+#include <future>
+#include <string>
+#include <thread>
+
+#include "TarnPlatform/desktop/Glib.h"
+#include "TarnPlatform/desktop/SessionBus.h"
+#include "support/Program.h"
+#include "support/keyring/PrivateKeyring.h"
+
+namespace tarn {
+namespace {
+
+using test::PrivateKeyring;
+
+/// GLib looks only once where the user's folders are.
+const test::TemporaryFolder& configuration() {
+    static const test::TemporaryFolder folder;
+    return folder;
+}
+
+/// A desktop's portal, as far as settings go.
+class Portal {
+public:
+    explicit Portal(std::uint32_t scheme) : scheme_(scheme) {
+        std::promise<void> ready;
+        auto isReady = ready.get_future();
+        thread_ = std::thread([this, &ready] { run(ready); });
+        isReady.wait();
+    }
+    ~Portal() {
+        g_main_loop_quit(loop_);
+        thread_.join();
+        g_main_loop_unref(loop_);
+        g_main_context_unref(context_);
+    }
+    Portal(const Portal&) = delete;
+    Portal& operator=(const Portal&) = delete;
+
+    void say(const char* place, const char* key, GVariant* value) {
+        g_dbus_connection_emit_signal(bus_.get(), nullptr, "/org/freedesktop/portal/desktop",
+                                      "org.freedesktop.portal.Settings", "SettingChanged",
+                                      g_variant_new("(ssv)", place, key, value), nullptr);
+    }
+
+private:
+    void run(std::promise<void>& ready) {
+        g_main_context_push_thread_default(context_);
+        std::string whyNot;
+        bus_ = connectToSessionBus(nullptr, whyNot);
+        auto* const node = g_dbus_node_info_new_for_xml(
+            R"(<node><interface name="org.freedesktop.portal.Settings"><method name="ReadAll">
+            <arg type="as" direction="in"/><arg type="a{sa{sv}}" direction="out"/></method></interface></node>)",
+            nullptr);
+        static const GDBusInterfaceVTable table = {
+            [](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant*,
+               GDBusMethodInvocation* call, gpointer self) {
+                const std::string answer =
+                    "({'org.freedesktop.appearance': {'color-scheme': <uint32 " +
+                    std::to_string(static_cast<Portal*>(self)->scheme_) +
+                    ">, 'contrast': <uint32 0>}, 'org.other': {'color-scheme': <'x'>}},)";
+                g_dbus_method_invocation_return_value(call, g_variant_new_parsed(answer.c_str()));
+            },
+            nullptr,
+            nullptr,
+            {}};
+        g_dbus_connection_register_object(bus_.get(), "/org/freedesktop/portal/desktop", node->interfaces[0],
+                                          &table, this, nullptr, nullptr);
+        g_dbus_node_info_unref(node);
+        const Variant owned(g_dbus_connection_call_sync(
+            bus_.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+            "RequestName", g_variant_new("(su)", "org.freedesktop.portal.Desktop", 4), nullptr,
+            G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, nullptr));
+        ready.set_value();
+        g_main_loop_run(loop_);
+        bus_.reset();
+        g_main_context_pop_thread_default(context_);
+    }
+
+    const std::uint32_t scheme_;
+    GMainContext* const context_ = g_main_context_new();
+    GMainLoop* const loop_ = g_main_loop_new(context_, FALSE);
+    Owned<GDBusConnection> bus_;
+    std::thread thread_;
+};
+
+class AppearanceWatcherTest : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        setenv("XDG_CONFIG_HOME", configuration().path().c_str(), 1);
+        setenv("GSETTINGS_BACKEND", "keyfile", 1);
+        unsetenv("GTK_THEME");
+        std::filesystem::create_directories(configuration().path() + "/gtk-3.0");
+        std::filesystem::create_directories(configuration().path() + "/glib-2.0/settings");
+    }
+    void TearDown() override {
+        std::filesystem::remove(configuration().file("gtk-3.0/settings.ini"));
+        std::filesystem::remove(configuration().file("glib-2.0/settings/keyfile"));
+    }
+
+    void start() {
+        watcher_ = std::make_unique<AppearanceWatcher>(context_.get_executor(),
+                                                       [this](const AppearanceFacts& facts) {
+                                                           facts_ = facts;
+                                                           ++told_;
+                                                       });
+    }
+    template <typename Condition>
+    bool until(Condition condition) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (!condition() && std::chrono::steady_clock::now() < deadline) {
+            context_.run_one_until(deadline);
+        }
+        return condition();
+    }
+
+    asio::io_context context_{1};
+    asio::executor_work_guard<asio::io_context::executor_type> work_ = asio::make_work_guard(context_);
+    AppearanceFacts facts_;
+    int told_ = 0;
+    std::unique_ptr<AppearanceWatcher> watcher_;
+};
+
+// The first one: GLib tells of the settings' changes in the context of their first reader alone.
+TEST_F(AppearanceWatcherTest, FollowsFilesAndTheDesktopsSettingsWithoutABus) {
+    const PrivateKeyring bus(PrivateKeyring::Mode::noBus);
+    configuration().write("gtk-3.0/settings.ini", "[Settings]\ngtk-theme-name=Adwaita\n");
+    start();
+    ASSERT_TRUE(until([this] { return told_ == 1; }));
+    EXPECT_EQ(facts_.dark(), false);
+    configuration().write("gtk-3.0/settings.ini", "[Settings]\ngtk-application-prefer-dark-theme=1\n");
+    EXPECT_TRUE(until([this] { return facts_.dark() == true; }));
+    configuration().write("gtk-3.0/settings.ini", "\xff[not a file of settings\n=\n");
+    EXPECT_TRUE(until([this] { return facts_.dark() == std::nullopt; }));
+    configuration().write(
+        "glib-2.0/settings/keyfile",
+        "[org/gnome/desktop/interface]\nenable-animations=false\ncolor-scheme='prefer-dark'\n");
+    EXPECT_TRUE(until([this] { return facts_.reducedMotion() && facts_.dark() == true; }));
+    configuration().write("glib-2.0/settings/keyfile", "[org/gnome/desktop/interface]\n");
+    EXPECT_TRUE(until([this] { return !facts_.reducedMotion() && facts_.dark() == std::nullopt; }));
+}
+
+TEST_F(AppearanceWatcherTest, FollowsThePortalThatComesLateAndChanges) {
+    const PrivateKeyring bus(PrivateKeyring::Mode::absent);
+    start();
+    ASSERT_TRUE(until([this] { return told_ == 1; }));
+    EXPECT_EQ(facts_.dark(), std::nullopt);
+    Portal portal(1);
+    ASSERT_TRUE(until([this] { return facts_.dark() == true; }));
+    portal.say("org.freedesktop.appearance", "color-scheme", g_variant_new_variant(g_variant_new_uint32(2)));
+    ASSERT_TRUE(until([this] { return facts_.dark() == false; }));
+
+    // What is none of ours, or of another type than it should be, changes nothing.
+    const int before = told_;
+    portal.say("org.freedesktop.appearance", "color-scheme", g_variant_new_string("1"));
+    portal.say("org.gnome.desktop.interface", "color-scheme", g_variant_new_uint32(1));
+    portal.say("org.gnome.desktop.interface", "enable-animations", g_variant_new_boolean(FALSE));
+    ASSERT_TRUE(until([this] { return facts_.reducedMotion(); }));
+    EXPECT_EQ(told_, before + 1);
+    EXPECT_EQ(facts_.dark(), false);
+    portal.say("org.kde.kdeglobals.KDE", "AnimationDurationFactor", g_variant_new_string("0.5"));
+    EXPECT_TRUE(until([this] { return !facts_.reducedMotion(); }));
+}
+
+TEST_F(AppearanceWatcherTest, EndsWhateverItWaitsFor) {
+    const PrivateKeyring bus(PrivateKeyring::Mode::absent);
+    // At once, when first answers are on their way, and after them.
+    start();
+    watcher_.reset();
+    start();
+    ASSERT_TRUE(until([this] { return told_ == 1; }));
+    watcher_.reset();
+    context_.poll();
+    EXPECT_EQ(told_, 1);
+}
+
+}  // namespace
+}  // namespace tarn

@@ -1,0 +1,28 @@
+// The main function of Qt Quick tests: the program's arguments are those of Qt's own, which ctest gives.
+#include "QuickTestMain.h"
+
+#include "TarnApp/onboarding/Module.h"
+#include "TarnApp/views/overlay/Module.h"
+
+namespace tarn::test {
+
+void QuickTestSetup::applicationAvailable() {
+    QQuickWindow::setDefaultAlphaBuffer(true);
+    registerOverlayModule();
+    registerOnboardingModule();
+}
+
+void QuickTestSetup::qmlEngineAvailable(QQmlEngine* engine) {
+    engine->addImportPath("qrc:/qt/qml");
+    world_.reset();  // it takes back what the next one puts in place
+    world_ = std::make_unique<ViewWorld>();
+    engine->rootContext()->setContextProperty("world", world_.get());
+}
+
+}  // namespace tarn::test
+
+int main(int argc, char** argv) {
+    QTEST_SET_MAIN_SOURCE_PATH
+    tarn::test::QuickTestSetup setup;
+    return quick_test_main_with_setup(argc, argv, "tarn", nullptr, &setup);
+}

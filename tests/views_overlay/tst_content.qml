@@ -1,0 +1,225 @@
+// The main window's content over a scripted world: what is shown in which state, and what pressing does.
+import QtQuick
+import QtTest
+import Tarn.Controls
+import Tarn.Model
+import Tarn.Overlay
+import Tarn.Style
+
+Item {
+    id: root
+    width: 1500
+    height: 400
+
+    QtObject {
+        id: coordinator
+        property bool manuallyReopened: false
+    }
+    Component {
+        id: content
+        ContentView {
+            width: 1420
+            height: 220
+            vm: world.vm
+            onboarding: coordinator
+        }
+    }
+
+    TestCase {
+        id: test
+        name: "ContentView"
+        when: windowShown
+
+        property ContentView view: null
+
+        function init() {
+            world.renew(true)
+            show()
+        }
+        function show() {
+            view = content.createObject(root)
+        }
+        function cleanup() {
+            Appearance.reducedMotion = false
+            view.destroy()
+            wait(0)
+        }
+        function all(item, name, found) {
+            for (let i = 0; i < item.children.length; ++i) {
+                const child = item.children[i]
+                if (child.objectName === name && child.visible)
+                    found.push(child)
+                all(child, name, found)
+            }
+            return found
+        }
+        function names(name) {
+            return all(view, name, [])
+        }
+        function one(name) {
+            compare(names(name).length, 1, name)
+            return names(name)[0]
+        }
+        function press(item) {
+            mouseClick(item)
+        }
+
+        function test_addingAndRemovingSources() {
+            compare(names("addSource").length, 0, "none in solo mode")
+            compare(names("remove").length, 0)
+            compare(one("translation").fontSize, 18)
+            world.vm.mode = "conversation"
+            compare(names("remove").length, 1, "not on the first")
+            compare(names("translation")[0].fontSize, 15)
+            compare(names("source")[1].fontSize, 14)
+            press(one("addSource"))
+            press(one("addSource"))
+            compare(world.vm.sessionCount, 4)
+            compare(names("addSource").length, 0, "four are all")
+            compare(view.minimumContentWidth, 1420)
+            const third = world.session(2)
+            press(names("remove")[0])
+            compare(world.vm.sessionCount, 3)
+            compare(world.session(1), third)
+            press(names("remove")[1])
+            press(names("remove")[0])
+            compare(world.vm.mode, "solo")
+            compare(one("translation").fontSize, 18)
+        }
+        function test_start_data() {
+            return [{tag: "English", language: "en", start: "Start", stop: "Stop", connecting: "Connecting…",
+                     signIn: "Sign in to start translating (open the ⋯ panel → Account → Sign in)."},
+                    {tag: "Chinese", language: "zhHans", start: "启动", stop: "停止", connecting: "连接中…",
+                     signIn: "登录后才能开始翻译（打开 ⋯ 面板 → 账户 → 登录）。"}]
+        }
+        function test_start(row) {
+            world.setLanguage(row.language)
+            const button = one("startStop")
+            compare(button.text, row.start)
+            world.holdConnecting(true)
+            press(button)
+            world.settle()
+            compare(button.text, row.connecting)
+            verify(button.busy)
+            world.holdConnecting(false)
+            compare(button.text, row.stop)
+            compare(button.tint, Theme.danger)
+            world.loseSignIn()
+            verify(button.enabled, "a run can be stopped")
+            press(button)
+            world.settle()
+            verify(!world.vm.anyRunning)
+            verify(!button.enabled)
+            compare(button.help, row.signIn)
+            verify(names("error")[0].message !== "")
+        }
+        function test_keysReachTheControls() {
+            const button = one("startStop")
+            button.forceActiveFocus()
+            keyClick(Qt.Key_Space)
+            world.settle()
+            verify(world.vm.anyRunning)
+            keyClick(Qt.Key_Return)
+            world.settle()
+            verify(!world.vm.anyRunning)
+            keyClick(Qt.Key_Tab)
+            verify(one("settings").activeFocus)
+            keyClick(Qt.Key_Space)
+            verify(world.vm.tier2Expanded)
+        }
+        function test_settingsSlideIn() {
+            compare(one("settings").active, false)
+            const header = one("header")
+            const low = header.height
+            press(one("settings"))
+            tryVerify(() => header.height > low + 40)
+            compare(one("settings").active, true)
+            Appearance.reducedMotion = true
+            press(one("settings"))
+            tryCompare(header, "height", low)
+        }
+        function test_dimming() {
+            mouseMove(root, 1490, 390)
+            world.pass(3500)
+            mouseMove(view, 700, 150)
+            world.vm.startAll()
+            world.settle()
+            compare(one("header").opacity, 1)
+            mouseMove(root, 1490, 390)
+            world.pass(2900)
+            verify(view.contentState.hovering)
+            world.pass(200)
+            tryCompare(one("header"), "opacity", 0.3)
+            mouseMove(view, 700, 150)
+            tryCompare(one("header"), "opacity", 1)
+        }
+        function test_miniMode() {
+            mouseMove(view, 700, 150)
+            press(one("mini"))
+            compare(names("chrome").length, 0)
+            compare(view.contentState.backgroundOpacity, 0)
+            tryVerify(() => names("background").length === 0)
+            verify(one("translation").stroked)
+            mouseMove(root, 1490, 390)
+            mouseMove(view, 700, 150)
+            compare(names("chrome").length, 1)
+            compare(one("mini").symbol, "arrow.up.backward.and.arrow.down.forward")
+            mouseMove(root, 1490, 390)
+            compare(names("chrome").length, 0)
+        }
+        function test_toast() {
+            world.toast("Signed in")
+            tryVerify(() => names("toast").length === 1 && names("toast")[0].opacity === 1)
+            compare(one("toast").message, "Signed in")
+            world.pass(4100)
+            tryVerify(() => names("toast").length === 0)
+        }
+        function test_screenRecordingSheet() {
+            compare(view.sheet, null)
+            world.setScreenAllowed(false)
+            world.vm.startAll()
+            world.settle()
+            const sheet = view.sheet
+            verify(sheet !== null)
+            compare(sheet.width, 380)
+            verify(sheet.height > 150)
+            compare(sheet.transientParent, view.Window.window)
+            sheet.close()
+            verify(!world.vm.screenRecNeededEvent)
+            compare(view.sheet, null)
+        }
+        function test_nothingOverlaps_data() {
+            return [{tag: "480", width: 480, sessions: 1},
+                    {tag: "four on a small screen", width: 1280, sessions: 4},
+                    {tag: "four", width: 1420, sessions: 4},
+                    {tag: "signed out", width: 480, sessions: 1, out: true}]
+        }
+        function test_nothingOverlaps(row) {
+            if (row.out) {
+                cleanup()
+                world.renew(false)
+                show()
+            }
+            if (row.sessions > 1)
+                world.vm.mode = "conversation"
+            while (world.vm.sessionCount < row.sessions)
+                world.vm.addSession()
+            view.width = row.width
+            wait(0)
+            const button = one("startStop")
+            const right = button.mapToItem(view, button.width, 0).x
+            verify(right < view.width && button.width >= 60)
+            for (const header of names("header")) {
+                const picker = all(header, "target", [])[0]
+                const remove = all(header, "remove", [])[0]
+                const end = picker.mapToItem(header, picker.width, 0).x
+                verify(end <= (remove ? remove.x : header.width), row.tag + " " + end)
+            }
+            const strip = Array.from(one("strip").children[0].children)
+                               .filter(child => child.visible && child.width > 0)
+            for (let i = 1; i < strip.length; ++i)
+                verify(strip[i].x >= strip[i - 1].x + strip[i - 1].width, i)
+            verify(strip[strip.length - 1].x + strip[strip.length - 1].width <= view.width)
+        }
+    }
+}

@@ -1,0 +1,216 @@
+// The subtitles of a session: sizes, placeholders, odd texts, long ones, selecting and scrolling.
+import QtQuick
+import QtTest
+import Tarn.Overlay
+import Tarn.Style
+
+Item {
+    id: root
+    width: 640
+    height: 480
+
+    Component {
+        id: panes
+        SubtitlePane {
+            width: 500
+            height: 160
+            vm: world.vm
+            session: world.session(0)
+            narrow: false
+        }
+    }
+    TestCase {
+        name: "SubtitlePane"
+        when: windowShown
+
+        property SubtitlePane pane: null
+        property Item said: null
+        property Item translation: null
+
+        function init() {
+            world.renew(true)
+            pane = panes.createObject(root)
+            said = findChild(pane, "source")
+            translation = findChild(pane, "translation")
+        }
+        function cleanup() {
+            pane.destroy()
+            wait(0)
+        }
+        function run() {
+            world.vm.startAll()
+            world.settle()
+        }
+        function words(count) {
+            return Array.from({length: count}, (_, i) => "word" + i).join(" ")
+        }
+        /// Whether the text's last line is inside what is seen.
+        function endIsSeen(line) {
+            const flow = line.subtitle.flow
+            return Math.abs(flow.contentHeight - flow.offset - line.subtitle.height) < 1
+        }
+
+        function test_placeholders() {
+            compare(said.text, "Not started")
+            compare(translation.text, "Translated text will appear here")
+            compare(translation.subtitle.edit.color, Theme.secondaryText)
+            world.vm.miniMode = true
+            compare(translation.subtitle.edit.color, "#80ffffff")
+            world.setLanguage("zhHans")
+            compare(said.text, "未启动")
+            compare(translation.subtitle.edit.text, "翻译结果将显示在这里")
+            world.setLanguage("en")
+            run()
+            world.translate(0, "Hello")
+            compare(translation.subtitle.edit.text, "Hello")
+            compare(translation.subtitle.edit.color, "#ffffff")
+        }
+        function test_sizes_data() {
+            return [{tag: "wide", narrow: false, scale: 1, source: 16, translation: 18, spacing: 10},
+                    {tag: "narrow", narrow: true, scale: 1, source: 14, translation: 15, spacing: 6},
+                    {tag: "largest", narrow: false, scale: 3, source: 48, translation: 54, spacing: 30},
+                    {tag: "smallest", narrow: true, scale: 0.6, source: 8, translation: 9, spacing: 3.6}]
+        }
+        function test_sizes(row) {
+            pane.height = 400
+            pane.narrow = row.narrow
+            world.vm.subtitleScale = row.scale
+            compare(said.subtitle.edit.font.pixelSize, row.source)
+            compare(translation.subtitle.edit.font.pixelSize, row.translation)
+            fuzzyCompare(translation.y - said.y - said.height, row.spacing, 0.01)
+        }
+        function test_automaticDetectionHasNoSourceLine() {
+            world.session(0).sourceLang = ""
+            verify(!said.visible)
+            compare(translation.y, said.y)
+            world.session(0).sourceLang = "fr"
+            verify(said.visible)
+        }
+        function test_oddTexts_data() {
+            return [{tag: "markup", text: "<b>bold</b> <img src='file:///etc/passwd'> &amp;"},
+                    {tag: "controls", text: "a\u001b[31mb\u0007", shown: "a [31mb "},
+                    {tag: "no spaces", text: "字".repeat(500)},
+                    {tag: "one long word", text: "w".repeat(500)},
+                    {tag: "emoji", text: "🎤👩‍👩‍👧🇨🇳 ok"}]
+        }
+        function test_oddTexts(row) {
+            run()
+            world.translate(0, row.text)
+            const edit = translation.subtitle.edit
+            compare(edit.text, row.shown ?? row.text)
+            verify(edit.contentWidth <= edit.width + 1, "wrapped")
+            verify(endIsSeen(translation))
+            compare(edit.textFormat, TextEdit.PlainText)
+        }
+        function test_arabicIsOnTheRight() {
+            run()
+            world.translate(0, "الاجتماع يبدأ بعد عشر دقائق")
+            compare(translation.subtitle.edit.effectiveHorizontalAlignment, TextEdit.AlignRight)
+            world.translate(0, "The meeting begins")
+            compare(translation.subtitle.edit.effectiveHorizontalAlignment, TextEdit.AlignLeft)
+        }
+        function test_bothEndsStayInView() {
+            run()
+            for (let i = 1; i < 150; ++i) {
+                world.hear(0, words(i))
+                world.translate(0, words(i))
+                verify(endIsSeen(said) && endIsSeen(translation), i)
+                verify(translation.y + translation.height <= pane.height, i)
+            }
+            verify(said.height >= said.lineHeight)
+            pane.width = 200
+            verify(endIsSeen(said) && endIsSeen(translation))
+            pane.height = 60
+            verify(endIsSeen(translation) && translation.y + translation.height <= pane.height)
+        }
+        function test_scrollingBackIsKeptUntilTheNextSentence() {
+            run()
+            world.translate(0, words(200))
+            const flow = translation.subtitle.flow
+            mouseWheel(translation, 50, 5, 0, 120)
+            const kept = flow.offset
+            verify(!endIsSeen(translation))
+            world.translate(0, words(201))
+            compare(flow.offset, kept)
+            mouseWheel(translation, 50, 5, 0, -1200)
+            verify(endIsSeen(translation))
+            world.translate(0, words(220))
+            verify(endIsSeen(translation), "followed again")
+            translation.subtitle.edit.forceActiveFocus()
+            keyClick(Qt.Key_Home)
+            compare(flow.offset, 0)
+            world.translate(0, "Another sentence")
+            compare(flow.offset, 0)
+            world.translate(0, "Another sentence, " + words(200))
+            verify(endIsSeen(translation))
+        }
+        function test_selectionSurvivesGrowth() {
+            run()
+            world.translate(0, "The meeting begins")
+            const edit = translation.subtitle.edit
+            edit.select(4, 11)
+            world.translate(0, "The meeting begins in ten")
+            compare(edit.selectedText, "meeting")
+            edit.selectAll()
+            world.translate(0, "The meeting begins in ten minutes")
+            compare(edit.selectedText, "The meeting begins in ten", "it does not grow by itself")
+            edit.forceActiveFocus()
+            keySequence(StandardKey.Copy)
+            edit.select(0, 0)
+            world.translate(0, "Something else")
+            compare(edit.selectedText, "")
+            compare(edit.text, "Something else")
+            keyClick(Qt.Key_X)
+            keySequence(StandardKey.Paste)
+            compare(edit.text, "Something else", "read only")
+        }
+        function test_selectingByMouse() {
+            run()
+            world.translate(0, "The meeting begins")
+            const edit = translation.subtitle.edit
+            mousePress(edit, 1, 8)
+            mouseMove(edit, edit.contentWidth, 8)
+            mouseRelease(edit, edit.contentWidth, 8)
+            compare(edit.selectedText, "The meeting begins")
+        }
+        function test_tenThousandCharacters() {
+            run()
+            world.vm.miniMode = true
+            world.translate(0, words(2000))
+            const edit = translation.subtitle.edit
+            verify(edit.text.endsWith("word1999") && edit.text.startsWith("word"))
+            verify(endIsSeen(translation))
+            edit.select(edit.length - 8, edit.length)
+            for (let i = 2001; i < 2150; ++i)
+                world.translate(0, words(i))
+            verify(edit.length <= 3000)
+            compare(edit.selectedText, "word1999")
+            verify(endIsSeen(translation))
+        }
+        function test_outlineIsBlackAllAround() {
+            run()
+            const back = createTemporaryQmlObject("import QtQuick; Rectangle { color: '#00ff00'; z: -1 }", pane)
+            back.width = pane.width
+            back.height = pane.height
+            world.vm.miniMode = true
+            world.vm.subtitleScale = 2
+            world.translate(0, "IIII 🎤")
+            waitForRendering(pane)
+            const image = grabImage(pane)
+            const at = translation.subtitle.mapToItem(pane, 0, 0)
+            let white = 0
+            let bare = 0
+            for (let y = at.y + 1; y < at.y + translation.height - 1; ++y) {
+                for (let x = at.x + 1; x < at.x + 40; ++x) {
+                    if (image.red(x, y) > 250 && image.blue(x, y) > 250) {
+                        ++white
+                        for (const [dx, dy] of [[-1, 0], [1, 0], [0, -1], [0, 1]])
+                            bare += image.green(x + dx, y + dy) > 250 && image.red(x + dx, y + dy) < 5 ? 1 : 0
+                    }
+                }
+            }
+            verify(white > 50)
+            compare(bare, 0, "the picture does not come near")
+        }
+    }
+}

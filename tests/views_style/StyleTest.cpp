@@ -1,0 +1,147 @@
+// What the base controls work out without a window.
+#include <gmock/gmock.h>
+
+#include <QFile>
+#include <QGuiApplication>
+#include <QRawFont>
+#include <vector>
+
+#include "TarnApp/views/style/MenuWalk.h"
+#include "TarnApp/views/style/PopoverFrame.h"
+#include "TarnApp/views/style/SliderSteps.h"
+#include "TarnApp/views/style/Symbols.h"
+
+namespace tarn {
+namespace {
+
+TEST(PopoverFrame, IsOnTheScreenAndOffItsAnchorWhereThereIsRoom) {
+    struct Case {
+        const char* what;
+        QRectF anchor;
+        QSizeF wanted;
+        QRectF expected;
+    };
+    const QRectF screen(1000, 100, 800, 600);
+    const std::vector<Case> cases{
+        {"below", {1100, 200, 50, 20}, {200, 300}, {1100, 224, 200, 300}},
+        {"above, where below is too little", {1100, 500, 50, 20}, {200, 300}, {1100, 196, 200, 300}},
+        {"moved in from the right edge", {1780, 200, 50, 20}, {200, 300}, {1600, 224, 200, 300}},
+        {"moved in from the left edge", {900, 200, 50, 20}, {200, 300}, {1000, 224, 200, 300}},
+        {"over the anchor, where neither side is enough",
+         {1100, 400, 50, 20},
+         {200, 500},
+         {1100, 200, 200, 500}},
+        {"cut to the screen", {1100, 400, 50, 20}, {900, 700}, {1000, 100, 800, 600}},
+        {"anchor off the screen", {1100, 900, 50, 20}, {200, 300}, {1100, 400, 200, 300}},
+    };
+    for (const Case& one : cases) {
+        EXPECT_EQ(popoverFrame(one.anchor, one.wanted, screen, 4), one.expected) << one.what;
+    }
+}
+
+TEST(MenuTarget, FollowsKeysOverWhatCannotBeChosen) {
+    const QStringList labels{"",           "Auto-detect", "中文 (zh)", "", "English (en)", "Español (es)",
+                             "日本語 (ja)"};
+    struct Case {
+        const char* what;
+        qsizetype from;
+        int key;
+        const char* typed;
+        qsizetype expected;  ///< -1: nowhere
+    };
+    const std::vector<Case> cases{
+        {"over a divider", 2, Qt::Key_Down, "", 4},
+        {"back over it", 4, Qt::Key_Up, "", 2},
+        {"around the end, over the heading", 6, Qt::Key_Down, "", 1},
+        {"around the beginning", 1, Qt::Key_Up, "", 6},
+        {"Home", 6, Qt::Key_Home, "", 1},
+        {"End", 1, Qt::Key_End, "", 6},
+        {"a letter", 1, Qt::Key_E, "e", 4},
+        {"the same again", 4, Qt::Key_E, "e", 5},
+        {"and around", 5, Qt::Key_E, "E", 4},
+        {"the code, where no label begins so", 1, Qt::Key_J, "j", 6},
+        {"another script", 1, 0, "日", 6},
+        {"no such letter", 1, Qt::Key_X, "x", -1},
+        {"not inside a word", 1, Qt::Key_N, "n", -1},
+        {"Return", 1, Qt::Key_Return, "\r", -1},
+        {"Tab", 1, Qt::Key_Tab, "\t", -1},
+    };
+    for (const Case& one : cases) {
+        EXPECT_EQ(menuTarget(labels, one.from, one.key, QString::fromUtf8(one.typed)).value_or(-1),
+                  one.expected)
+            << one.what;
+    }
+    EXPECT_FALSE(menuTarget({"", ""}, 0, Qt::Key_Down, ""));
+    EXPECT_FALSE(menuTarget({}, -1, Qt::Key_Home, ""));
+}
+
+TEST(NearestStep, HasNoTraceOfAddingUp) {
+    for (int step = 0; step <= 48; ++step) {
+        double sum = 0.6;
+        for (int i = 0; i < step; ++i) {
+            sum += 0.05;
+        }
+        EXPECT_EQ(nearestStep(sum, 0.6, 3.0, 0.05), (60 + 5 * step) / 100.0) << step;
+    }
+    EXPECT_EQ(nearestStep(0.7249, 0.6, 3.0, 0.05), 0.7);
+    EXPECT_EQ(nearestStep(7, 0.5, 2.0, 0.05), 2.0);
+    EXPECT_EQ(nearestStep(-7, 0, 10, 0.1), 0.0);
+}
+
+TEST(Symbols, AreAllInTheFont) {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    int argc = 1;
+    std::string name = "views_style_test";
+    std::vector<char*> argv{name.data(), nullptr};
+    const QGuiApplication application(argc, argv.data());
+    QFile file(":/qt/qml/Tarn/Style/symbols.ttf");
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QRawFont font(file.readAll(), 18);
+    for (const char* const symbol : {"app.fill",
+                                     "apple.logo",
+                                     "arrow.clockwise",
+                                     "arrow.down.right.and.arrow.up.left",
+                                     "arrow.right",
+                                     "arrow.up.backward.and.arrow.down.forward",
+                                     "bubble.left.fill",
+                                     "bubble.right.fill",
+                                     "captions.bubble.fill",
+                                     "checkmark",
+                                     "checkmark.circle.fill",
+                                     "checkmark.seal.fill",
+                                     "chevron.down",
+                                     "chevron.left",
+                                     "chevron.left.forwardslash.chevron.right",
+                                     "chevron.right",
+                                     "chevron.up",
+                                     "envelope.fill",
+                                     "exclamationmark.bubble",
+                                     "exclamationmark.triangle.fill",
+                                     "g.circle",
+                                     "gauge.with.dots.needle.50percent",
+                                     "mic.fill",
+                                     "person.crop.circle",
+                                     "person.crop.circle.badge.plus",
+                                     "play.fill",
+                                     "plus.circle",
+                                     "rectangle.inset.filled.and.person.filled",
+                                     "rectangle.portrait.and.arrow.right",
+                                     "slider.horizontal.3",
+                                     "sparkles",
+                                     "speaker.wave.2.fill",
+                                     "speaker.wave.3.fill",
+                                     "speedometer",
+                                     "stop.fill",
+                                     "textformat.size",
+                                     "waveform.badge.mic",
+                                     "xmark.circle.fill"}) {
+        const QString glyph = Symbols::glyph(symbol);
+        ASSERT_EQ(glyph.size(), 1) << symbol;
+        EXPECT_TRUE(font.supportsCharacter(glyph[0])) << symbol;
+    }
+    EXPECT_EQ(Symbols::glyph("none.such"), QString());
+    EXPECT_FALSE(Symbols::family().isEmpty());
+}
+
+}  // namespace
+}  // namespace tarn
