@@ -103,7 +103,7 @@ void AppDelegate::bringToFront() {
     } else if (QWindow* const window = mainOverlayWindow()) {
         window->show();
         window->raise();
-        window->requestActivate();
+        overlay_.activate();
     }
 }
 

@@ -23,6 +23,7 @@ namespace tarn {
 class AppDelegate : public QObject {
     Q_OBJECT
     Q_PROPERTY(tarn::WindowDrag* drag READ drag CONSTANT)
+    Q_PROPERTY(tarn::FloatingOverlay* overlay READ overlay CONSTANT)
 
 public:
     /// `engine` loads the onboarding window and must outlive this; `services` say where the main window's
@@ -53,6 +54,7 @@ public:
     Q_INVOKABLE static void styleOnboarding(QWindow* window);
     /// The pointer's work on the overlay's background and edges.
     WindowDrag* drag() { return overlay_.drag(); }
+    FloatingOverlay* overlay() { return &overlay_; }
     const Compositor& compositor() const { return compositor_; }
     /// The main window is closing: the end of the program, or the window just goes.
     Q_INVOKABLE void mainWindowClosed();

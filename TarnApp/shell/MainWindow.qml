@@ -57,8 +57,25 @@ Window {
     WindowAccessor {
         onAttach: window => root.preview ? root.delegate.styleOnboarding(window) : root.delegate.style(window)
     }
+    Binding {
+        target: root.delegate.overlay
+        property: "hasBackdrop"
+        value: !root.content || root.content.contentState.backgroundOpacity > 0
+        when: !root.preview
+    }
     Shortcut {
         sequences: [StandardKey.Quit]
         onActivated: root.close()
+    }
+    // The way to the controls for the keyboard while mini mode hides them.
+    Shortcut {
+        sequence: "Ctrl+M"
+        enabled: !root.preview
+        onActivated: root.vm.miniMode = !root.vm.miniMode
+    }
+    Shortcut {
+        sequences: ["Ctrl+Return", "Ctrl+Enter"]
+        enabled: root.content && !root.content.contentState.startDisabled
+        onActivated: root.vm.anyRunning ? root.vm.stopAll() : root.vm.startAll()
     }
 }

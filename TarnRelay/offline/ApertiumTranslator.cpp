@@ -5,6 +5,7 @@
 #include <fstream>
 #include <optional>
 #include <sstream>
+#include <utility>
 #include <string_view>
 #include <system_error>
 
@@ -111,9 +112,12 @@ ApertiumTranslator::ApertiumTranslator(const std::filesystem::path& modes, std::
         if (pipeline.empty()) {
             continue;
         }
+        auto command = ChildCommand::shell(pipeline);
+        // The stages end at once where the user's locale has not been generated.
+        command.environment = {{"LC_ALL", "C.UTF-8"}};
         pipelines_.try_emplace(*pair, std::make_unique<ChildConversation>(
                                           "the translator " + pair->first + " to " + pair->second,
-                                          ChildCommand::shell(pipeline), AnswerLimits{limit, limit}));
+                                          std::move(command), AnswerLimits{limit, limit}));
     }
 }
 

@@ -65,7 +65,7 @@ def speech(*sentences):
     for number, sentence in enumerate(sentences):
         part, padded = folder / f"{number}.wav", folder / f"{number}-padded.wav"
         run("flite", "-voice", "slt", "-t", sentence, "-o", str(part))
-        run("sox", "-q", str(part), "-r", "16000", "-c", "1", "-b", "16", str(padded), "pad", "0.3", "1.2")
+        run("sox", "-q", str(part), "-r", "16000", "-c", "1", "-b", "16", str(padded), "pad", "0.3", "2.8")
         parts.append(str(padded))
     whole = folder / "speech.wav"
     run("sox", "-q", *parts, str(whole))

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <thread>
 
 #include "Processes.h"
@@ -123,6 +124,12 @@ TEST(ApertiumTranslator, TranslatesOnAfterItsPipelineWasKilled) {
         ASSERT_EQ(test::ownChildren().size(), 1U);
         EXPECT_NE(test::ownChildren().front().id, children.front().id);
     }
+}
+
+TEST(ApertiumTranslator, TranslatesWhereTheUsersLocaleWasNotGenerated) {
+    ::setenv("LC_ALL", "xx_YY.UTF-8", 1);
+    EXPECT_EQ(ApertiumTranslator("/usr/share/apertium/modes", 30s).translate("well", "en", "es"), "Bien");
+    ::unsetenv("LC_ALL");
 }
 
 /// A translator whose English-to-Spanish pipeline is a shell script; it runs with FOLDER as its first

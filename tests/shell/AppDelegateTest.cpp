@@ -20,8 +20,9 @@ QGuiApplication& application() {
     static int count = 3;
     static std::string words[] = {"shell_window_test", "-platform", "offscreen"};
     static char* arguments[] = {words[0].data(), words[1].data(), words[2].data(), nullptr};
-    static QGuiApplication made(count, arguments);
-    return made;
+    // Never destroyed: what it calls then is gone by the end of the process.
+    static auto* const made = new QGuiApplication(count, arguments);
+    return *made;
 }
 
 class AppDelegateTest : public testing::Test {

@@ -10,6 +10,7 @@ PopoverWindow {
     required property SourceChoice choice
     property int at: -1                 ///< the row that has the keys
 
+    title: Loc.captureSource
     insetX: Theme.space(1)
     insetY: Theme.space(1)
     onOpenedChanged: {
