@@ -78,6 +78,9 @@ public:
         const auto handler = [self = shared_from_this()](ServerRequest request) {
             return answer(self, std::move(request));
         };
+        if (options_.passed) {
+            return HttpServer::listen(network_, std::move(*options_.passed), handler, options_.limits);
+        }
         return HttpServer::listen(network_, options_.address, options_.port, handler, options_.limits);
     }
 

@@ -8,6 +8,7 @@
 #include "TarnPlatform/concurrency/Result.h"
 #include "TarnPlatform/net/HttpServer.h"
 #include "TarnPlatform/net/NetworkContext.h"
+#include "TarnPlatform/net/PassedSocket.h"
 #include "TokenRegistry.h"
 #include "engines/TranslationEngine.h"
 
@@ -19,9 +20,11 @@ public:
     struct Options {
         std::string address = "127.0.0.1";  ///< numeric
         std::uint16_t port = 8787;          ///< 0: the system picks one
-        std::size_t maxStreams = 8;         ///< open at once; a further client is told that the relay is busy
-        std::string engineName;             ///< for the health report
-        std::string suggestedEmail;         ///< stands in the sign-in page's field at first; may be empty
+        /// Where to listen, with the same `address`; taken over. Null: the server binds itself.
+        std::shared_ptr<PassedSocket> passed = nullptr;
+        std::size_t maxStreams = 8;  ///< open at once; a further client is told that the relay is busy
+        std::string engineName;      ///< for the health report
+        std::string suggestedEmail;  ///< stands in the sign-in page's field at first; may be empty
         HttpServer::Limits limits{};
     };
 

@@ -10,6 +10,7 @@
 #include <charconv>
 #include <csignal>
 #include <cstdio>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -19,6 +20,7 @@
 #include "RelayServer.h"
 #include "RequestCheck.h"
 #include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/net/PassedSocket.h"
 #include "TarnPlatform/process/StandardDescriptors.h"
 #include "TokenRegistry.h"
 
@@ -103,6 +105,10 @@ int serve(const TokenRegistry& tokens, const std::string& listen, const EngineCh
     if (!endpoint) {
         return fail(exitUsage, "--listen takes ADDRESS:PORT, not \"" + listen + "\"");
     }
+    auto passed = PassedSocket::take();
+    if (!passed) {
+        return fail(passed.error());
+    }
     asio::io_context context(1);
     NetworkContext network;
     network.executor = context.get_executor();
@@ -116,6 +122,10 @@ int serve(const TokenRegistry& tokens, const std::string& listen, const EngineCh
     RelayServer::Options options;
     options.address = endpoint->address;
     options.port = endpoint->port;
+    if (*passed) {
+        options.address = (*passed)->address;
+        options.passed = std::make_shared<PassedSocket>(std::move(**passed));
+    }
     options.maxStreams = chosen->maxStreams;
     options.engineName = choice.name;
     options.suggestedEmail = ownAddress();
@@ -124,8 +134,8 @@ int serve(const TokenRegistry& tokens, const std::string& listen, const EngineCh
     if (!server) {
         return fail(exitFailed, server.error().description);
     }
-    if (!RequestCheck(endpoint->address).onLoopback()) {
-        logLine("[relay] " + endpoint->address +
+    if (!RequestCheck(options.address).onLoopback()) {
+        logLine("[relay] " + options.address +
                 " is not an address of this machine alone: tokens and speech travel there unencrypted");
     }
     asio::signal_set signals(context, SIGINT, SIGTERM);

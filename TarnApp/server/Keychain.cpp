@@ -9,10 +9,6 @@
 namespace tarn {
 namespace {
 
-SecretKey keyOf(Keychain::Account account) {
-    return {"com.ostrel.tarn", std::string(Keychain::accountString(account))};
-}
-
 Keychain::Status statusOf(SecretFault fault) {
     switch (fault) {
         case SecretFault::locked:
@@ -31,6 +27,10 @@ Keychain::Status statusOf(SecretFault fault) {
 
 std::string_view Keychain::accountString(Account account) {
     return account == Account::pat ? "pat" : "user_email";
+}
+
+SecretKey Keychain::keyOf(Account account) {
+    return {"com.ostrel.tarn", std::string(accountString(account))};
 }
 
 std::optional<std::string> Keychain::get(Account account) {

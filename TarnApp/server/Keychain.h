@@ -40,6 +40,8 @@ public:
     static bool remove(Account account);
 
     static std::string_view accountString(Account account);
+    /// Under which it is kept in a store.
+    static SecretKey keyOf(Account account);
 
     /// Uses `store` from now on; none: the desktop's own, chosen on the next use.
     static void useStore(std::shared_ptr<SecretStore> store);

@@ -11,11 +11,13 @@ struct Arguments {
         window,   ///< no arguments: the application itself
         service,  ///< "--service": the session bus started it to be given links
         links,    ///< the user, or the desktop, opened addresses of ours
+        doctor,   ///< "doctor" or "doctor --json": to look for faults in its surroundings
         wrong,    ///< something else
     };
 
     Task task = Task::wrong;
     std::vector<std::string> links{};  ///< of `links`
+    bool asJson = false;               ///< of `doctor`
     std::string complaint{};           ///< of `wrong`: one line, which repeats nothing of the arguments
 };
 

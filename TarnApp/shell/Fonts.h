@@ -9,6 +9,9 @@ struct Fonts {
     /// which takes tens of milliseconds at the start. What is not installed is passed over. Thread: main,
     /// before the first text.
     static void choose();
+    /// Loads what the main window's first frame is written in. It would do so itself, later: this is for a
+    /// moment in which the main thread waits anyway.
+    static void warmUp();
 };
 
 }  // namespace tarn

@@ -1,11 +1,9 @@
 import QtQuick
 import Tarn.Model
-import Tarn.Onboarding
-import Tarn.Overlay
 import Tarn.Shell
-import Tarn.Style
 
-/// The program's one main window: the overlay, or the onboarding pages where they are only looked at.
+/// The program's one main window: the overlay, or the onboarding pages where they are only looked at. It is shown empty
+/// and filled at once after that, so that the desktop places it while its views are made.
 Window {
     id: root
 
@@ -14,14 +12,24 @@ Window {
     required property QtObject delegate     ///< AppDelegate
     required property bool preview
 
-    readonly property ContentView content: body.item as ContentView
+    readonly property Item content: body.item
+
+    /// Makes the views; they are drawn in the first frame.
+    function fill(): void {
+        if (root.preview)
+            body.setSource("qrc:/qt/qml/Tarn/Onboarding/OnboardingView.qml", {"vm": root.vm, "onboarding": root.onboarding})
+        else
+            body.setSource("qrc:/qt/qml/Tarn/Shell/MainContent.qml",
+                           {"vm": root.vm, "onboarding": root.onboarding, "drag": root.delegate.drag})
+    }
 
     title: "Tarn"
     color: "transparent"
     width: root.preview ? 560 : 640
     height: root.preview ? 600 : 220
     // A column more must not make the window wider than the screen it is on.
-    minimumWidth: Math.min(Math.max(480, root.content ? root.content.minimumContentWidth : 0), Screen.desktopAvailableWidth)
+    minimumWidth: Math.min(Math.max(480, root.preview || !root.content ? 0 : root.content.minimumContentWidth),
+                           Screen.desktopAvailableWidth)
     minimumHeight: root.preview ? 600 : 200
 
     onClosing: root.delegate.mainWindowClosed()
@@ -30,29 +38,6 @@ Window {
         id: body
         anchors.fill: parent
         focus: true
-        sourceComponent: root.preview ? onboardingView : contentView
-    }
-    Component {
-        id: contentView
-        ContentView {
-            id: content
-            vm: root.vm
-            onboarding: root.onboarding
-
-            MoveArea {
-                drag: root.delegate.drag
-            }
-            ResizeEdges {
-                drag: root.delegate.drag
-            }
-        }
-    }
-    Component {
-        id: onboardingView
-        OnboardingView {
-            vm: root.vm
-            onboarding: root.onboarding
-        }
     }
     WindowAccessor {
         onAttach: window => root.preview ? root.delegate.styleOnboarding(window) : root.delegate.style(window)
@@ -75,7 +60,7 @@ Window {
     }
     Shortcut {
         sequences: ["Ctrl+Return", "Ctrl+Enter"]
-        enabled: root.content && !root.content.contentState.startDisabled
+        enabled: !root.preview && root.content && !root.content.contentState.startDisabled
         onActivated: root.vm.anyRunning ? root.vm.stopAll() : root.vm.startAll()
     }
 }

@@ -1,6 +1,8 @@
 #include "MainWindowLoader.h"
 
+#include <QCoreApplication>
 #include <QEventLoop>
+#include <QQuickItem>
 
 #include "Module.h"
 #include "TarnApp/onboarding/Module.h"
@@ -14,24 +16,45 @@ MainWindowLoader::MainWindowLoader() {
     registerOnboardingModule();
     registerShellModule();
     engine_.addImportPath(QStringLiteral("qrc:/qt/qml"));
-    component_ = std::make_unique<QQmlComponent>(
-        &engine_, QUrl(QStringLiteral("qrc:/qt/qml/Tarn/Shell/MainWindow.qml")), QQmlComponent::Asynchronous);
+    const auto load = [this](const char* address) {
+        return std::make_unique<QQmlComponent>(&engine_, QUrl(QString::fromLatin1(address)),
+                                               QQmlComponent::Asynchronous);
+    };
+    window_ = load("qrc:/qt/qml/Tarn/Shell/MainWindow.qml");
+    content_ = load("qrc:/qt/qml/Tarn/Shell/MainContent.qml");
+}
+
+void MainWindowLoader::goOn() {
+    QCoreApplication::sendPostedEvents();
+}
+
+void MainWindowLoader::await(const QQmlComponent& component) {
+    if (component.isLoading()) {
+        QEventLoop loaded;
+        QObject::connect(&component, &QQmlComponent::statusChanged, &loaded, &QEventLoop::quit);
+        loaded.exec();
+    }
 }
 
 std::unique_ptr<QQuickWindow> MainWindowLoader::make(const QVariantMap& properties) {
-    if (component_->isLoading()) {
-        QEventLoop loaded;
-        QObject::connect(component_.get(), &QQmlComponent::statusChanged, &loaded, &QEventLoop::quit);
-        loaded.exec();
-    }
-    QObject* const made =
-        component_->isReady() ? component_->createWithInitialProperties(properties) : nullptr;
+    await(*window_);
+    await(*content_);  // before the window is shown: its first frame has everything in it
+    QObject* const made = window_->isReady() ? window_->createWithInitialProperties(properties) : nullptr;
     auto* const window = qobject_cast<QQuickWindow*>(made);
     if (window == nullptr) {
         delete made;
-        logLine("[tarn] the window cannot be made: " + component_->errorString().simplified().toStdString());
+        logLine("[tarn] the window cannot be made: " + window_->errorString().simplified().toStdString());
     }
     return std::unique_ptr<QQuickWindow>(window);
+}
+
+bool MainWindowLoader::fill(QQuickWindow& window) {
+    QMetaObject::invokeMethod(&window, "fill");
+    if (window.property("content").value<QQuickItem*>() == nullptr) {
+        logLine("[tarn] the views cannot be made: " + content_->errorString().simplified().toStdString());
+        return false;
+    }
+    return true;
 }
 
 }  // namespace tarn

@@ -16,13 +16,22 @@ public:
     MainWindowLoader();
 
     QQmlEngine& engine() { return engine_; }
-    /// Makes the window, hidden, once its types are there; the event loop runs meanwhile. Null, after one
-    /// line, where it cannot be made.
+    /// Lets the loading go on where it waits for the main thread, as it does after each library that it
+    /// loads. To be called between whatever else there is to do.
+    static void goOn();
+    /// Makes the window, hidden and empty, once all types are there; the event loop runs meanwhile. Null,
+    /// after one line, where it cannot be made.
     std::unique_ptr<QQuickWindow> make(const QVariantMap& properties);
+    /// Makes the views in `window`, which came from `make`; no event is handled meanwhile. False, after one
+    /// line, where they cannot be made.
+    bool fill(QQuickWindow& window);
 
 private:
     QQmlEngine engine_;
-    std::unique_ptr<QQmlComponent> component_;
+    static void await(const QQmlComponent& component);
+
+    std::unique_ptr<QQmlComponent> window_;
+    std::unique_ptr<QQmlComponent> content_;  ///< only loaded here; the window makes it
 };
 
 }  // namespace tarn

@@ -55,11 +55,14 @@ bool TarnApp::open() {
     } else {
         appDelegate_.style(window);
     }
-    appeared();
     // Where onboarding comes first, the main window is shown when that has been closed.
     if (previewOnboarding() || !onboarding_->shouldShowOnboarding()) {
         window->show();
     }
+    if (!loader_.fill(*window)) {
+        return false;
+    }
+    appeared();
     return true;
 }
 

@@ -16,6 +16,7 @@
 #include "Renderer.h"
 #include "SubtitlePrinter.h"
 #include "TarnApp.h"
+#include "TarnApp/doctor/Doctor.h"
 #include "TarnApp/session/AppLinks.h"
 #include "TarnCore/deployment/Deployment.h"
 #include "TarnPlatform/desktop/SchemeRegistration.h"
@@ -67,6 +68,7 @@ int showWindow(int argc, char** argv, const Arguments& arguments) {
     QGuiApplication::setQuitOnLastWindowClosed(false);  // the delegate decides
     MainWindowLoader loader;
     Fonts::choose();
+    MainWindowLoader::goOn();
     const MainThread main;
     std::unique_ptr<TarnApp> app;
     const auto instance =
@@ -82,11 +84,15 @@ int showWindow(int argc, char** argv, const Arguments& arguments) {
         }
         return answer ? 0 : 1;
     }
+    MainWindowLoader::goOn();
     if (!knowsServers()) {
         return 1;
     }
     registerAsLinkHandler();
+    MainWindowLoader::goOn();
     app = std::make_unique<TarnApp>(ViewModelServices::real(main.executor()), loader);
+    MainWindowLoader::goOn();
+    Fonts::warmUp();
     if (!app->open()) {
         return 1;
     }
@@ -117,6 +123,9 @@ int start(int argc, char** argv) {
     if (arguments.task == Arguments::Task::wrong) {
         logLine("tarn: " + arguments.complaint);
         return 2;
+    }
+    if (arguments.task == Arguments::Task::doctor) {
+        Doctor::examine(arguments.asJson ? Doctor::Format::json : Doctor::Format::text);
     }
     const auto display = WindowSystem::choose();
     if (display) {

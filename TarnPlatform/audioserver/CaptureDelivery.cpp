@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <string>
 #include <utility>
@@ -25,6 +26,7 @@ struct CaptureDelivery::State {
     State(Receive itsReceive) : receive(std::move(itsReceive)), planes(channels * pieceFrames) {}
 
     FrameRing ring{ringFrames, channels};
+    std::atomic<bool> cameSinceTick{false};
 
     // The queue's.
     const Receive receive;
@@ -114,11 +116,15 @@ void CaptureDelivery::pushRt(std::span<const float> surround) noexcept {
         surround.size() / CaptureFold::inputChannels, [&](std::span<float> stereo, std::size_t before) {
             CaptureFold::foldRt(surround.subspan(before * CaptureFold::inputChannels), stereo);
         });
+    state_->cameSinceTick.store(true, std::memory_order_relaxed);
     queue_->signalRt();
 }
 
 void CaptureDelivery::tick() noexcept {
-    queue_->signalRt();
+    // Sound has woken the queue by itself.
+    if (!state_->cameSinceTick.exchange(false, std::memory_order_relaxed)) {
+        queue_->signalRt();
+    }
 }
 
 }  // namespace tarn

@@ -1,8 +1,9 @@
 #pragma once
 
+#include <boost/asio/associated_executor.hpp>
+#include <boost/asio/async_result.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
-#include <boost/asio/this_coro.hpp>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -24,27 +25,18 @@ public:
 
     /// Thread: any. Never waits for the reader.
     void push(T value) const {
-        std::shared_ptr<asio::steady_timer> reader;
-        {
-            const std::lock_guard lock(state_->mutex);
-            if (state_->finished) {
-                return;
-            }
+        const std::lock_guard lock(state_->mutex);
+        if (!state_->finished) {
             state_->values.push_back(std::move(value));
-            reader = std::exchange(state_->reader, nullptr);
+            state_->bell.reset();
         }
-        wake(reader);
     }
 
     /// Thread: any. May be called more than once.
     void finish() const {
-        std::shared_ptr<asio::steady_timer> reader;
-        {
-            const std::lock_guard lock(state_->mutex);
-            state_->finished = true;
-            reader = std::exchange(state_->reader, nullptr);
-        }
-        wake(reader);
+        const std::lock_guard lock(state_->mutex);
+        state_->finished = true;
+        state_->bell.reset();
     }
 
     /// The next value, or nothing once the queue is finished and empty.
@@ -52,9 +44,7 @@ public:
     /// `system_error(operation_aborted)` and loses no value.
     Task<std::optional<T>> next() const {
         const auto state = state_;
-        const auto executor = co_await asio::this_coro::executor;
         for (;;) {
-            std::shared_ptr<asio::steady_timer> bell;
             {
                 const std::lock_guard lock(state->mutex);
                 if (!state->values.empty()) {
@@ -65,10 +55,8 @@ public:
                 if (state->finished) {
                     co_return std::nullopt;
                 }
-                bell = std::make_shared<asio::steady_timer>(executor, asio::steady_timer::time_point::max());
-                state->reader = bell;
             }
-            co_await bell->async_wait(asValue);
+            co_await somethingComes(state);
         }
     }
 
@@ -92,15 +80,27 @@ private:
     struct State {
         std::mutex mutex;
         std::deque<T> values;
-        std::shared_ptr<asio::steady_timer> reader;
+        std::optional<asio::steady_timer> bell;  ///< what the reader waits for; it rings by being destroyed
         bool finished = false;
     };
 
-    static void wake(const std::shared_ptr<asio::steady_timer>& reader) {
-        if (reader) {
-            // On the reader's executor, where its wait has begun by the time this runs.
-            asio::post(reader->get_executor(), [reader] { reader->cancel(); });
-        }
+    /// The wait begins under the lock, so that a writer can end it from where it is: a hop to the reader's
+    /// executor only to end it there would wake that thread twice for each value.
+    static auto somethingComes(std::shared_ptr<State> state) {
+        auto begin = [state = std::move(state)](auto reader) {
+            const auto executor = asio::get_associated_executor(reader);
+            const std::lock_guard lock(state->mutex);
+            if (state->values.empty() && !state->finished) {
+                state->bell.emplace(executor, asio::steady_timer::time_point::max());
+                state->bell->async_wait(std::move(reader));
+            } else {
+                asio::post(executor, [reader = std::move(reader)]() mutable {
+                    std::move(reader)(boost::system::error_code());
+                });
+            }
+        };
+        return asio::async_initiate<decltype(asValue), void(boost::system::error_code)>(std::move(begin),
+                                                                                        asValue);
     }
 
     std::shared_ptr<State> state_;

@@ -92,6 +92,15 @@ Result<SchemeRegistration::Outcome> SchemeRegistration::ensure() const {
     return Outcome::registered;
 }
 
+std::optional<std::string> SchemeRegistration::handlerOf(const std::string& scheme) {
+    const Owned<GAppInfo> handler(g_app_info_get_default_for_uri_scheme(scheme.c_str()));
+    if (!handler) {
+        return std::nullopt;
+    }
+    const char* const name = g_app_info_get_display_name(handler.get());
+    return name == nullptr ? "?" : name;
+}
+
 Result<std::filesystem::path> SchemeRegistration::runningProgram() {
     std::error_code problem;
     auto path = std::filesystem::read_symlink("/proc/self/exe", problem);

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 
 #include "TarnPlatform/concurrency/Result.h"
@@ -24,6 +25,10 @@ struct SchemeRegistration {
     /// Keeps to $XDG_DATA_HOME/applications and $XDG_CONFIG_HOME/mimeapps.list, and writes only what changed.
     /// A handler that is not ours stays. Waits for the disk. Thread: any, one at a time in a user's session.
     Result<Outcome> ensure() const;
+
+    /// The name of the program that the desktop opens addresses of `scheme` with; nothing where there is
+    /// none. Thread: any.
+    static std::optional<std::string> handlerOf(const std::string& scheme);
 
     /// The file of the running program; nothing of a program whose file has been replaced or removed.
     static Result<std::filesystem::path> runningProgram();

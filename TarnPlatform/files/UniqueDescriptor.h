@@ -19,6 +19,8 @@ public:
     ~UniqueDescriptor() { reset(); }
 
     int get() const { return descriptor_; }
+    /// Gives it up unclosed.
+    int release() { return std::exchange(descriptor_, -1); }
     explicit operator bool() const { return descriptor_ >= 0; }
     void reset() {
         if (descriptor_ >= 0) {

@@ -48,6 +48,19 @@ public:
         return error;
     }
 
+    error_code adopt(PassedSocket passed) {
+        error_code error;
+        const auto address = asio::ip::make_address(passed.address, error);
+        if (!error) {
+            endpoint_ = tcp::endpoint(address, passed.port);
+            acceptor_.assign(endpoint_.protocol(), passed.descriptor.get(), error);
+        }
+        if (!error) {
+            (void)passed.descriptor.release();
+        }
+        return error;
+    }
+
     const tcp::endpoint& endpoint() const { return endpoint_; }
     const SerialExecutor& executor() const { return network_.executor; }
 
@@ -162,6 +175,16 @@ Result<std::unique_ptr<HttpServer>> HttpServer::listen(NetworkContext network, c
     if (error) {
         return failure(ErrorKind::system, "cannot listen on " + address + " port " + std::to_string(port) +
                                               ": " + error.message());
+    }
+    spawnLogged(listener->executor(), Listener::accept(listener));
+    return std::make_unique<RealHttpServer>(std::move(listener));
+}
+
+Result<std::unique_ptr<HttpServer>> HttpServer::listen(NetworkContext network, PassedSocket passed,
+                                                       RequestHandler handler, Limits limits) {
+    auto listener = std::make_shared<Listener>(std::move(network), std::move(handler), limits);
+    if (const auto error = listener->adopt(std::move(passed))) {
+        return failure(ErrorKind::system, "cannot use the socket that was passed: " + error.message());
     }
     spawnLogged(listener->executor(), Listener::accept(listener));
     return std::make_unique<RealHttpServer>(std::move(listener));

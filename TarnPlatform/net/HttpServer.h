@@ -11,6 +11,7 @@
 
 #include "Http.h"
 #include "NetworkContext.h"
+#include "PassedSocket.h"
 #include "TarnPlatform/concurrency/Result.h"
 #include "WebSocketMessage.h"
 
@@ -88,6 +89,9 @@ public:
     static Result<std::unique_ptr<HttpServer>> listen(NetworkContext network, const std::string& address,
                                                       std::uint16_t port, RequestHandler handler,
                                                       Limits limits);
+    /// The same on a socket that listens already. Fails with `system` where it cannot be used.
+    static Result<std::unique_ptr<HttpServer>> listen(NetworkContext network, PassedSocket passed,
+                                                      RequestHandler handler, Limits limits);
 
     virtual std::uint16_t port() const = 0;
     virtual std::string address() const = 0;

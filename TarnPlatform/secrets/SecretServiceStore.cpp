@@ -390,6 +390,30 @@ SecretResult<T> SecretServiceStore::report(SecretResult<T> result) {
     return result;
 }
 
+SecretResult<std::optional<std::string>> SecretServiceStore::peek(const SecretKey& key) const {
+    Conversation keyring(limit_);
+    if (const auto opened = keyring.open(); !opened) {
+        return std::unexpected(opened.error());
+    }
+    std::atomic<bool> promptDismissed{true};
+    return getFrom(keyring, key, promptDismissed);
+}
+
+SecretResult<bool> SecretServiceStore::isLocked() const {
+    Conversation keyring(limit_);
+    if (const auto opened = keyring.open(); !opened) {
+        return std::unexpected(opened.error());
+    }
+    Failure failure;
+    const Object<SecretCollection> collection(
+        secret_collection_for_alias_sync(keyring.service(), SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE,
+                                         keyring.cancellable(), failure.out()));
+    if (failure && !failure.is(SECRET_ERROR, SECRET_ERROR_NO_SUCH_OBJECT)) {
+        return asFailure(failure, keyring.limit());
+    }
+    return collection && secret_collection_get_locked(collection.get()) != FALSE;
+}
+
 SecretResult<std::optional<std::string>> SecretServiceStore::get(const SecretKey& key) {
     Conversation keyring(limit_);
     if (const auto opened = keyring.open(); !opened) {

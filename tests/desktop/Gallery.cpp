@@ -193,6 +193,8 @@ private:
             all[i]->setSourceLang(sources[i]);
             all[i]->setTargetLang(targets[i]);
         }
+        pump(100);
+        world_.pass(5000);  // a change of language starts again what runs, and the notice of before goes
         vm().startAll();
         pump(50);
         speak(0, "Could you repeat that, please?", "请您再说一遍，好吗？");

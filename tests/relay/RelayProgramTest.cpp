@@ -59,6 +59,76 @@ TEST_F(RelayProgramTest, ServesUntilItIsToldToEndAndSaysGoodbyeToItsClients) {
     }
 }
 
+/// Opens what `socket` says as descriptor 3, prints its port, and becomes the relay once it reads a line.
+std::unique_ptr<ChildProcess> startPassing(const TemporaryFolder& state, const std::string& socket,
+                                           const std::string& count, const std::string& process,
+                                           const std::string& script) {
+    const std::string opening =
+        "import os, socket, sys\n"
+        "s = " +
+        socket +
+        "\n"
+        "print(s.getsockname()[1] if hasattr(s, 'getsockname') else 0, flush=True)\n"
+        "sys.stdin.readline()\n"
+        "os.dup2(s.fileno(), 3) if s.fileno() != 3 else os.set_inheritable(3, True)\n"
+        "os.environ['LISTEN_PID'] = str(" +
+        process +
+        ")\n"
+        "os.execv(sys.argv[1], sys.argv[1:])";
+    const std::string relay = TARN_BIN_DIR "/tarn-relay";
+    ChildCommand command;
+    command.arguments = {"python3",     "-c",       opening,  relay, "--listen",
+                         "127.0.0.1:0", "--engine", "script", script};
+    command.environment = {{"XDG_STATE_HOME", state.path().string()}, {"LISTEN_FDS", count}};
+    auto started = ChildProcess::start(command);
+    return started ? std::move(*started) : nullptr;
+}
+
+TEST_F(RelayProgramTest, ServesTheSocketThatItWasStartedFor) {
+    const auto script = writeScript(R"({"t":0,"raw":"played"})");
+    program_ = startPassing(state_, "socket.create_server(('127.0.0.1', 0))", "1", "os.getpid()", script);
+    ASSERT_TRUE(program_);
+    const auto port = program_->readUntil('\n', 20, soon()).value_or("0");
+    // A client that comes before the program is there is served all the same.
+    RawPeer peer(static_cast<std::uint16_t>(std::stoi(port)));
+    peer.send("GET /healthz HTTP/1.1\r\nHost: localhost\r\n\r\n");
+    ASSERT_TRUE(program_->write("\n", soon()));
+    EXPECT_EQ(program_->readUntil('\n', 200, soon()), "listening on http://127.0.0.1:" + port);
+    EXPECT_THAT(peer.readHead(), StartsWith("HTTP/1.1 200"));
+    ::kill(program_->id(), SIGTERM);
+    EXPECT_EQ(program_->ending(soon()), "ended with status 0");
+}
+
+TEST_F(RelayProgramTest, TakesNothingElseForThatSocket) {
+    const std::string listening = "socket.create_server(('127.0.0.1', 0))";
+    struct Case {
+        std::string socket, count, process;
+        const char* ending;  ///< null: it listens on a port of its own
+    };
+    const std::vector<Case> cases{
+        {listening, "2", "os.getpid()", "ended with status 2"},
+        {"socket.socket()", "1", "os.getpid()", "ended with status 2"},
+        {"socket.socket(type=socket.SOCK_DGRAM)", "1", "os.getpid()", "ended with status 2"},
+        {"open('/dev/null')", "1", "os.getpid()", "ended with status 2"},
+        {listening, "1", "os.getppid()", nullptr},
+        {listening, "none", "os.getpid()", nullptr},
+    };
+    const auto script = writeScript(R"({"t":0,"raw":"played"})");
+    for (const auto& [socket, count, process, ending] : cases) {
+        const auto program = startPassing(state_, socket, count, process, script);
+        ASSERT_TRUE(program);
+        const auto port = program->readUntil('\n', 20, soon()).value_or("?");
+        ASSERT_TRUE(program->write("\n", soon()));
+        if (ending == nullptr) {
+            const auto line = program->readUntil('\n', 200, soon()).value_or("");
+            EXPECT_THAT(line, MatchesRegex("listening on http://127\\.0\\.0\\.1:[0-9]+"));
+            EXPECT_FALSE(line.ends_with(":" + port)) << line;
+        } else {
+            EXPECT_EQ(program->ending(soon()), ending) << socket << " × " << count;
+        }
+    }
+}
+
 TEST_F(RelayProgramTest, EndsWithAStatusThatSaysWhoseFaultItWas) {
     const auto taken = "127.0.0.1:" + std::to_string(start());
     const auto good = (state_.path() / "script.jsonl").string();

@@ -133,7 +133,8 @@ TEST_F(LinkTest, IgnoresWhatIsNoSignIn) {
         std::string said;
     };
     const std::string notOurs =
-        "tarn: the arguments are not addresses of the scheme tarn (usage: tarn [tarn://…])\n";
+        "tarn: the arguments are not addresses of the scheme tarn (usage: tarn [tarn://…] or tarn "
+        "doctor [--json])\n";
     const Row rows[] = {
         {"tarn://login?token=", 0, ""},
         {"tarn://login?token&user_email=x", 0, ""},

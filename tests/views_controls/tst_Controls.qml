@@ -280,7 +280,7 @@ Item {
         }
         function test_level_fills_the_meter() {
             meter.level = 0.1
-            tryCompare(meter.children[0], "width", meter.width * 0.75, 5000)
+            tryCompare(meter, "filled", meter.width * 0.75, 5000)
             compare(meter.barColor, Theme.lightYellow)
         }
     }

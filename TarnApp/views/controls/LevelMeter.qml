@@ -7,6 +7,7 @@ Rectangle {
     id: root
 
     required property real level    ///< linear
+    readonly property real filled: Math.round(width * ease.fill)
     readonly property color barColor: Theme.light(ease.light)
 
     implicitWidth: 48
@@ -20,11 +21,27 @@ Rectangle {
         level: root.level
         time: Theme.levelTime
     }
-    // Whole points, so that a change too small to be seen draws nothing.
+    // Whole points, so that a change too small to be seen draws nothing. The bar is put together of two round
+    // ends and what is between them: the corners of one whose width changes would be drawn anew each time.
     Rectangle {
-        width: Math.round(root.width * ease.fill)
+        width: Math.min(root.filled, 2 * root.radius)
         height: root.height
         radius: root.radius
+        color: root.barColor
+    }
+    Rectangle {
+        x: root.radius
+        width: root.filled - 2 * root.radius
+        height: root.height
+        visible: width > 0
+        color: root.barColor
+    }
+    Rectangle {
+        x: root.filled - width
+        width: 2 * root.radius
+        height: root.height
+        radius: root.radius
+        visible: x > 0
         color: root.barColor
     }
 }

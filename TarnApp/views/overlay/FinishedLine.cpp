@@ -35,13 +35,29 @@ void FinishedLine::follow() {
     }
     growing_ = now;
     if (viewModel_ != nullptr) {
-        const auto& services = viewModel_->services().session;
-        later_ = services.clock->callAfter(services.main, pause, [this] { finish(); });
+        const Clock& clock = *viewModel_->services().session.clock;
+        finishAt_ = clock.now() + pause;
+        if (later_ == nullptr) {
+            wait(pause);
+        }
     }
 }
 
+/// One timer goes on while the text grows: a new one for each word would cost more than the word.
+void FinishedLine::wait(Clock::Duration time) {
+    const auto& services = viewModel_->services().session;
+    later_ = services.clock->callAfter(services.main, time, [this] {
+        const auto left = finishAt_ - viewModel_->services().session.clock->now();
+        if (left > Clock::Duration::zero()) {
+            wait(left);
+        } else {
+            later_.reset();
+            finish();
+        }
+    });
+}
+
 void FinishedLine::finish() {
-    later_.reset();
     if (!growing_.isEmpty() && text_ != growing_) {
         text_ = growing_;
         Q_EMIT textChanged();

@@ -32,6 +32,7 @@ Q_SIGNALS:
 
 private:
     void follow();
+    void wait(Clock::Duration time);
     void finish();
 
     TranslateViewModel* viewModel_ = nullptr;
@@ -39,6 +40,7 @@ private:
     QString growing_;
     QString text_;
     std::unique_ptr<ScheduledCall> later_;
+    Clock::TimePoint finishAt_;
 };
 
 }  // namespace tarn

@@ -1,9 +1,11 @@
 #include "InputLevel.h"
 
+#include <chrono>
+
 namespace tarn {
 namespace {
 
-constexpr qint64 shortest = 40;  // ms
+constexpr std::chrono::milliseconds shortest{40};
 
 }  // namespace
 
@@ -15,7 +17,7 @@ void InputLevel::setSession(TranslateSession* value) {
         disconnect(session_, nullptr, this, nullptr);
     }
     session_ = value;
-    sinceChange_.invalidate();
+    nextAt_.reset();
     if (value != nullptr) {
         connect(value, &TranslateSession::inputLevelChanged, this, &InputLevel::follow);
         follow();
@@ -25,10 +27,16 @@ void InputLevel::setSession(TranslateSession* value) {
 
 void InputLevel::follow() {
     const float now = session_->inputLevel();
-    if (now == level_ || (now > 0 && sinceChange_.isValid() && sinceChange_.elapsed() < shortest)) {
+    if (now == level_) {
         return;
     }
-    sinceChange_.start();
+    if (viewModel_ != nullptr) {
+        const auto time = viewModel_->services().session.clock->now();
+        if (now > 0 && nextAt_ && time < *nextAt_) {
+            return;
+        }
+        nextAt_ = time + shortest;
+    }
     level_ = now;
     Q_EMIT levelChanged();
 }

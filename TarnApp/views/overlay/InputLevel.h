@@ -1,19 +1,20 @@
 #pragma once
 
 #include <QtQml/qqmlregistration.h>
-#include <QElapsedTimer>
 #include <QObject>
 #include <QPointer>
+#include <optional>
 
-#include "TarnApp/session/TranslateSession.h"
+#include "TarnApp/session/TranslateViewModel.h"
 
 namespace tarn {
 
 /// A session's input level as often as a meter can show it, which is half as often as sound comes. Silence at
-/// once. Thread: main.
+/// once. Thread: main. Requires: what it is given outlives it.
 class InputLevel : public QObject {
     Q_OBJECT
     QML_ELEMENT
+    Q_PROPERTY(tarn::TranslateViewModel* viewModel MEMBER viewModel_ NOTIFY sessionChanged REQUIRED)
     Q_PROPERTY(tarn::TranslateSession* session READ session WRITE setSession NOTIFY sessionChanged REQUIRED)
     Q_PROPERTY(float level READ level NOTIFY levelChanged)  ///< linear
 
@@ -31,9 +32,10 @@ Q_SIGNALS:
 private:
     void follow();
 
+    TranslateViewModel* viewModel_ = nullptr;
     QPointer<TranslateSession> session_;
     float level_ = 0;
-    QElapsedTimer sinceChange_;
+    std::optional<Clock::TimePoint> nextAt_;  ///< from when on the meter can show another level
 };
 
 }  // namespace tarn

@@ -25,6 +25,7 @@ Item {
     }
     InputLevel {
         id: input
+        viewModel: root.vm
         session: root.session
     }
     RowLayout {

@@ -56,6 +56,8 @@ void SubtitleFlow::put(const QString& shown, qsizetype droppedAtStart) {
     int selectionEnd = edit_->property("selectionEnd").toInt();
     QTextCursor cursor(document_);
     QString before = document_->toRawText();
+    // Keeps what is shaped for the lines, so that drawing does not shape it again.
+    document_->firstBlock().layout()->setCacheEnabled(true);
     cursor.beginEditBlock();
     if (const auto dropped = static_cast<int>(std::min(droppedAtStart, before.size())); dropped > 0) {
         cursor.setPosition(dropped, QTextCursor::KeepAnchor);

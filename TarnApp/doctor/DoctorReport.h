@@ -1,0 +1,23 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "CheckResult.h"
+#include "Wording.h"
+
+namespace tarn {
+
+/// How the results are shown. A fault anywhere is what makes them bad.
+struct DoctorReport {
+    static bool isGood(const std::vector<CheckResult>& results);
+
+    /// A line for each, in columns, then what to do. Ends with a line break.
+    static std::string asText(const std::vector<CheckResult>& results, const Wording& say);
+
+    /// {"checks":[{"name","status","detail","advice"}],"ok":bool} and a line break. Names and states are the
+    /// same in every language.
+    static std::string asJson(const std::vector<CheckResult>& results);
+};
+
+}  // namespace tarn

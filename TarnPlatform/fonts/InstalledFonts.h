@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+namespace tarn {
+
+/// A script, known by one character of it.
+struct FontScript {
+    std::string_view name;
+    char32_t sample;
+};
+
+/// Those of `scripts` that no font of this system has; all of them where fonts cannot be looked up. Thread:
+/// any; waits for the disk.
+std::vector<FontScript> scriptsWithoutFont(const std::vector<FontScript>& scripts);
+
+}  // namespace tarn
