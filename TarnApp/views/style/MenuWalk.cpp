@@ -55,7 +55,7 @@ std::optional<qsizetype> menuTarget(const QStringList& labels, qsizetype current
 
 bool MenuWalk::step(QQuickItem* row, int key, const QString& typed) {
     auto rows = row->parentItem()->childItems();
-    std::ranges::stable_sort(rows, {}, [](const QQuickItem* item) { return item->y(); });
+    std::ranges::sort(rows, {}, [](const QQuickItem* item) { return item->y(); });
     QStringList labels;
     for (const QQuickItem* const item : rows) {
         const bool canBeChosen = item->isVisible() && item->isEnabled() && item->activeFocusOnTab();
