@@ -68,6 +68,13 @@ function(tarn_program name)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 endfunction()
 
+# What tests run with under a sanitizer.
+set(TARN_SANITIZER_ENVIRONMENT "")
+if(TARN_SANITIZE MATCHES "thread")
+  # Packaged libraries are not instrumented, so what they do under their own locks looks like a race.
+  set(TARN_SANITIZER_ENVIRONMENT "TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/tsan-suppressions.txt")
+endif()
+
 # tarn_test(NAME SOURCES... LINK targets... [TIMEOUT seconds]): a GoogleTest program, each case a ctest case.
 function(tarn_test name)
   cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LINK" ${ARGN})
@@ -79,10 +86,8 @@ function(tarn_test name)
   target_link_libraries(${name} PRIVATE tarn_options GTest::gmock_main ${ARG_LINK})
   target_compile_definitions(${name} PRIVATE TARN_SOURCE_DIR="${CMAKE_SOURCE_DIR}" TARN_BIN_DIR="${CMAKE_BINARY_DIR}/bin")
   set(properties TIMEOUT ${ARG_TIMEOUT})
-  if(TARN_SANITIZE MATCHES "thread")
-    # Packaged libraries are not instrumented, so what they do under their own locks looks like a race.
-    list(APPEND properties ENVIRONMENT
-         "TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/tsan-suppressions.txt")
+  if(TARN_SANITIZER_ENVIRONMENT)
+    list(APPEND properties ENVIRONMENT "${TARN_SANITIZER_ENVIRONMENT}")
   endif()
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES PROPERTIES ${properties})
 endfunction()

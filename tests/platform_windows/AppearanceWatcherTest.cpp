@@ -82,7 +82,6 @@ private:
             G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, nullptr));
         ready.set_value();
         g_main_loop_run(loop_);
-        bus_.reset();
         g_main_context_pop_thread_default(context_);
     }
 
