@@ -73,6 +73,8 @@ set(TARN_SANITIZER_ENVIRONMENT "")
 if(TARN_SANITIZE MATCHES "thread")
   # Packaged libraries are not instrumented, so what they do under their own locks looks like a race.
   set(TARN_SANITIZER_ENVIRONMENT "TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/tsan-suppressions.txt")
+elseif(TARN_SANITIZE MATCHES "address")
+  set(TARN_SANITIZER_ENVIRONMENT "LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/lsan-suppressions.txt")
 endif()
 
 # tarn_test(NAME SOURCES... LINK targets... [TIMEOUT seconds]): a GoogleTest program, each case a ctest case.

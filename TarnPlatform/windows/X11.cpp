@@ -48,10 +48,9 @@ std::vector<std::uint32_t> X11::values(xcb_window_t window, xcb_atom_t property,
     if (!reply || reply->format != 32) {
         return {};
     }
-    std::vector<std::uint32_t> values(static_cast<std::size_t>(xcb_get_property_value_length(reply.get())) /
-                                      sizeof(std::uint32_t));
-    std::memcpy(values.data(), xcb_get_property_value(reply.get()), values.size() * sizeof(std::uint32_t));
-    return values;
+    const auto* const first = static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
+    const auto count = static_cast<std::size_t>(xcb_get_property_value_length(reply.get())) / sizeof *first;
+    return std::vector<std::uint32_t>(first, first + count);
 }
 
 bool X11::exists(xcb_window_t window) const {

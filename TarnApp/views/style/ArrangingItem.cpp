@@ -4,6 +4,13 @@
 
 namespace tarn {
 
+// The children outlive this part of their parent, and change as they leave it.
+ArrangingItem::~ArrangingItem() {
+    for (const QQuickItem* const child : childItems()) {
+        disconnect(child, nullptr, this, nullptr);
+    }
+}
+
 void ArrangingItem::componentComplete() {
     QQuickItem::componentComplete();
     // At once, so that whoever asks for the implicit size in the same turn reads the right one.

@@ -13,6 +13,7 @@ class ArrangingItem : public QQuickItem {
 
 public:
     using QQuickItem::QQuickItem;
+    ~ArrangingItem() override;
 
 protected:
     /// Places `items` and sets the implicit size.
