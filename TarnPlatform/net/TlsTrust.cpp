@@ -26,7 +26,8 @@ ssl::context& TlsTrust::context() {
         }
         make();
         boost::system::error_code error;
-        // Without a readable store every certificate is refused later, which says so better than a failure here.
+        // Without a readable store every certificate is refused later, which says so better than a failure
+        // here.
         context_->set_default_verify_paths(error);
     });
     return *context_;

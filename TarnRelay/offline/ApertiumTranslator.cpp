@@ -5,9 +5,9 @@
 #include <fstream>
 #include <optional>
 #include <sstream>
-#include <utility>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "ApertiumText.h"
 #include "TarnPlatform/text/Utf8.h"
