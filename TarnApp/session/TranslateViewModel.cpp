@@ -469,8 +469,4 @@ QVariantList TranslateViewModel::appList() const {
     return list;
 }
 
-QString TranslateViewModel::accountEmail() const {
-    return QString::fromStdString(account_ ? account_->email : std::string());
-}
-
 }  // namespace tarn

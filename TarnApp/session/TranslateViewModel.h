@@ -56,7 +56,6 @@ class TranslateViewModel : public QObject, public std::enable_shared_from_this<T
     Q_PROPERTY(QVariantList availableMics READ micList NOTIFY availableMicsChanged)  ///< {id, name} each
     Q_PROPERTY(QVariantList availableApps READ appList NOTIFY availableAppsChanged)  ///< {id, name} each
     Q_PROPERTY(int sessionCount READ sessionCount NOTIFY sessionsChanged)
-    Q_PROPERTY(QString accountEmail READ accountEmail NOTIFY accountChanged)  ///< empty while not known
     Q_PROPERTY(QString toastMessage READ toastMessageText NOTIFY toastMessageChanged)
 
 public:
@@ -171,7 +170,6 @@ private:
     QVariantList micList() const;
     QVariantList appList() const;
     int sessionCount() const { return static_cast<int>(sessions_.size()); }
-    QString accountEmail() const;
     QString toastMessageText() const { return QString::fromStdString(toastMessage_.value_or("")); }
 
     const ViewModelServices services_;

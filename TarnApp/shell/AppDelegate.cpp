@@ -45,15 +45,14 @@ void AppDelegate::configureOnboarding(const std::shared_ptr<TranslateViewModel>&
         }
         controller.close();
     };
+    // Announced only where it changes.
     reopenCancellable_ =
-        connect(coordinator.get(), &OnboardingCoordinator::manuallyReopenedChanged, this,
-                [this, known = coordinator->manuallyReopened()]() mutable {
-                    const auto now = coordinator_.lock();
-                    if (now && std::exchange(known, now->manuallyReopened()) != now->manuallyReopened() &&
-                        now->manuallyReopened()) {
-                        showOnboarding();
-                    }
-                });
+        connect(coordinator.get(), &OnboardingCoordinator::manuallyReopenedChanged, this, [this] {
+            const auto now = coordinator_.lock();
+            if (now && now->manuallyReopened()) {
+                showOnboarding();
+            }
+        });
     if (coordinator->shouldShowOnboarding()) {
         QTimer::singleShot(0, this, &AppDelegate::showOnboarding);
     }

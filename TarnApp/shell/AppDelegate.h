@@ -41,7 +41,6 @@ public:
 
     /// Whether closing the last window ends the program: not while onboarding is up.
     bool applicationShouldTerminateAfterLastWindowClosed() const { return !onboardingActive_; }
-    bool onboardingActive() const { return onboardingActive_; }
 
     /// The main window by its identifier or else by the name of its frame; null where there is none.
     QWindow* mainOverlayWindow() const;

@@ -17,7 +17,8 @@ public:
 
     QQmlEngine& engine() { return engine_; }
     /// Lets the loading go on where it waits for the main thread, as it does after each library that it
-    /// loads. To be called between whatever else there is to do.
+    /// loads, and handles whatever else is queued for that thread. To be called between what else there is to
+    /// do.
     static void goOn();
     /// Makes the window, hidden and empty, once all types are there; the event loop runs meanwhile. Null,
     /// after one line, where it cannot be made.

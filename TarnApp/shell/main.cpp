@@ -84,12 +84,11 @@ int showWindow(int argc, char** argv, const Arguments& arguments) {
         }
         return answer ? 0 : 1;
     }
-    MainWindowLoader::goOn();
     if (!knowsServers()) {
         return 1;
     }
     registerAsLinkHandler();
-    MainWindowLoader::goOn();
+    // What the bus has asked for since the claim waits in the event loop, which must not run before this.
     app = std::make_unique<TarnApp>(ViewModelServices::real(main.executor()), loader);
     MainWindowLoader::goOn();
     Fonts::warmUp();

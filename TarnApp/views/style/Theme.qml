@@ -23,7 +23,6 @@ QtObject {
     // Text.
     readonly property color primaryText: dark ? "#f4f5fa" : "#171a21"
     readonly property color secondaryText: dark ? "#b9becb" : "#4b5160"
-    readonly property color disabledText: dark ? "#7b818f" : "#878d9b"
     readonly property color red: dark ? "#ff8078" : "#b3261e"
     readonly property color orange: dark ? "#ffad5c" : "#8f4a00"
     readonly property color success: dark ? Brand.success : "#146c43"
@@ -112,7 +111,6 @@ QtObject {
     readonly property int radiusChip: 7
     readonly property int radiusMenuRow: 8
     readonly property int radiusPanel: 12
-    readonly property int radiusWindow: 16
 
     // Times; none where the desktop asks for less motion.
     function time(milliseconds: int): int {
