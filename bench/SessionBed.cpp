@@ -131,6 +131,7 @@ SessionServices SessionBed::services(QuietSound* sound) {
                 MicSession::Parts{sound->makeEngine(), &hardware, &MicrophoneAccess::system()});
         };
         services.startCapture = QuietSound::startCapture;
+        services.watchSound = SessionServices().watchSound;
     }
     return services;
 }

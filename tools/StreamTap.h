@@ -39,6 +39,7 @@ public:
     Task<void> close() override { return inner_->close(); }
     bool isAlive() const override { return inner_->isAlive(); }
     Task<std::string> waitDead() override { return inner_->waitDead(); }
+    const EventQueue<ConnectionHealth>& health() const override { return inner_->health(); }
 
     /// Shows every event to `observer` and then to whoever reads `events`, to the end; the voice, which would
     /// wait there for ever where nobody plays it, only where it is `played`.

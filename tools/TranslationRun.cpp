@@ -128,6 +128,7 @@ ViewModelServices TranslationRun::services() {
         services.session.makePlayer = silentPlayer;
     }
     if (input_) {
+        services.session.watchSound = SessionServices().watchSound;
         services.session.screenCapture = alwaysAllowed();
         services.session.startCapture = [weak = weak_from_this(), main = services.session.main,
                                          clock = services.session.clock](std::shared_ptr<AudioSink> sink,

@@ -15,11 +15,24 @@ Task<void> closeAndFinish(std::shared_ptr<QwenClient> client, EventQueue<TarnTra
     events.finish();
 }
 
+/// Keeps the client until its connection has ended.
+Task<void> tellDeath(std::shared_ptr<QwenClient> client, EventQueue<ConnectionHealth> health) {
+    const std::string reason = co_await client->waitDead();
+    if (!reason.empty()) {
+        health.push(ConnectionHealth::lost);
+    }
+    health.finish();
+}
+
 }  // namespace
 
 RealTarnTranslateStream::RealTarnTranslateStream(EventQueue<TarnTranslateEvent> events,
+                                                 EventQueue<ConnectionHealth> health,
                                                  std::shared_ptr<QwenClient> client, SerialExecutor network)
-    : events_(std::move(events)), client_(std::move(client)), network_(std::move(network)) {}
+    : events_(std::move(events)),
+      health_(std::move(health)),
+      client_(std::move(client)),
+      network_(std::move(network)) {}
 
 Task<ServerResult<std::shared_ptr<TarnTranslateStream>>> RealTarnTranslateStream::open(
     Url url, std::string pat, QwenConfig config, NetworkContext network) {
@@ -44,13 +57,18 @@ Task<ServerResult<std::shared_ptr<TarnTranslateStream>>> RealTarnTranslateStream
     auto client =
         std::make_shared<QwenClient>(std::move(url), "Bearer " + pat, std::move(config), std::move(onAudio),
                                      std::move(onTranscript), std::move(onTarnEvent), network);
+    const EventQueue<ConnectionHealth> health;
+    client->onAnswering = [health](bool answers) {
+        health.push(answers ? ConnectionHealth::answering : ConnectionHealth::stalled);
+    };
     const auto connected = co_await client->connect();
     if (!connected) {
         events.finish();
         co_return std::unexpected(TarnServerError::transport(connected.error()));
     }
+    asio::co_spawn(network.executor, tellDeath(client, health), asio::detached);
     co_return std::shared_ptr<TarnTranslateStream>(
-        new RealTarnTranslateStream(events, std::move(client), network.executor));
+        new RealTarnTranslateStream(events, health, std::move(client), network.executor));
 }
 
 RealTarnTranslateStream::~RealTarnTranslateStream() {

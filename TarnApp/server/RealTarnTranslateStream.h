@@ -24,16 +24,18 @@ public:
     ~RealTarnTranslateStream() override;
 
     const EventQueue<TarnTranslateEvent>& events() const override { return events_; }
+    const EventQueue<ConnectionHealth>& health() const override { return health_; }
     Task<void> sendAudio(std::vector<std::byte> bytes) override;
     Task<void> close() override;
     bool isAlive() const override;
     Task<std::string> waitDead() override;
 
 private:
-    RealTarnTranslateStream(EventQueue<TarnTranslateEvent> events, std::shared_ptr<QwenClient> client,
-                            SerialExecutor network);
+    RealTarnTranslateStream(EventQueue<TarnTranslateEvent> events, EventQueue<ConnectionHealth> health,
+                            std::shared_ptr<QwenClient> client, SerialExecutor network);
 
     const EventQueue<TarnTranslateEvent> events_;
+    const EventQueue<ConnectionHealth> health_;
     const std::shared_ptr<QwenClient> client_;
     const SerialExecutor network_;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,13 @@
 
 namespace tarn {
 
+/// How a translate stream's connection is doing.
+enum class ConnectionHealth : std::uint8_t {
+    answering,
+    stalled,  ///< the server has not answered for a while; it may again
+    lost,     ///< for good
+};
+
 /// One running translation: audio goes in, events come out.
 /// Thread: any executor; what is awaited resumes on the caller's.
 class TarnTranslateStream {
@@ -17,8 +25,11 @@ public:
     virtual ~TarnTranslateStream() = default;
 
     /// Every event in order, none dropped or merged; ends only after `close`. A connection that drops by
-    /// itself shows here as silence: see `isAlive`.
+    /// itself shows here as silence: see `health`.
     virtual const EventQueue<TarnTranslateEvent>& events() const = 0;
+
+    /// Each change, the first of them from `answering`; ends after `close`.
+    virtual const EventQueue<ConnectionHealth>& health() const = 0;
 
     /// Sends s16le, 16 kHz, mono. Never fails: once the connection has died the bytes are dropped.
     virtual Task<void> sendAudio(std::vector<std::byte> bytes) = 0;

@@ -7,6 +7,7 @@
 #include "TarnCore/audio/SystemAudioCapture.h"
 #include "TarnCore/deployment/Deployment.h"
 #include "TarnPlatform/concurrency/NetworkThread.h"
+#include "TarnPlatform/engine/SoundWatch.h"
 #include "TranslateViewModel.h"
 
 namespace tarn {
@@ -16,6 +17,35 @@ namespace {
 asio::thread_pool& workerPool() {
     static asio::thread_pool pool(TranslateViewModel::mostSessions);
     return pool;
+}
+
+SessionFault sessionFaultOf(SoundFault fault) {
+    switch (fault) {
+        case SoundFault::serverGone:
+            return SessionFault::soundServerGone;
+        case SoundFault::managerGone:
+            return SessionFault::soundManagerGone;
+        case SoundFault::microphoneGone:
+            return SessionFault::microphoneGone;
+        case SoundFault::outputGone:
+            break;
+    }
+    return SessionFault::outputGone;
+}
+
+std::shared_ptr<void> watchDesktopSound(SoundInUse used, std::function<void(SessionFaults)> changed) {
+    std::optional<SoundWatch::Microphone> microphone;
+    if (used.microphone) {
+        microphone.emplace(std::move(used.microphoneUID));
+    }
+    const auto tell = [changed = std::move(changed)](const SoundFaults& faults) {
+        SessionFaults told;
+        for (const SoundFault fault : faults) {
+            told.insert(sessionFaultOf(fault));
+        }
+        changed(std::move(told));
+    };
+    return std::make_shared<SoundWatch>(AudioServer::shared(), std::move(microphone), tell);
 }
 
 }  // namespace
@@ -35,6 +65,7 @@ SessionServices SessionServices::real(SerialExecutor main) {
     services.startCapture = [](std::shared_ptr<AudioSink> sink, std::optional<std::string> bundleID) {
         return startSystemAudioCapture(std::move(sink), std::move(bundleID));
     };
+    services.watchSound = watchDesktopSound;
     return services;
 }
 

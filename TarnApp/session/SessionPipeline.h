@@ -51,6 +51,7 @@ struct SessionPipeline {
     std::shared_ptr<AudioResampler> resampler;
     std::shared_ptr<TarnTranslateStream> serverStream;
     TaskHandle serverStreamTask;
+    std::shared_ptr<void> soundWatch;
     std::optional<SerialExecutor> sound;  ///< where this run's player or microphone is started and stopped
 
     bool isEmpty() const;

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "SessionHealth.h"
 #include "TarnCore/audio/AudioPlayer.h"
 #include "TarnCore/audio/AudioSink.h"
 #include "TarnCore/audio/MicPermission.h"
@@ -35,6 +36,7 @@ struct SessionServices {
     std::function<Task<Result<std::shared_ptr<CaptureStream>>>(std::shared_ptr<AudioSink> sink,
                                                                std::optional<std::string> bundleID)>
         startCapture;
+    WatchSound watchSound = [](auto&&...) { return nullptr; };
 
     /// The desktop's own, with `main` as the main thread.
     static SessionServices real(SerialExecutor main);

@@ -39,6 +39,15 @@ QString TranslateSession::stateText() const {
     return QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()));
 }
 
+QStringList TranslateSession::healthNames() const {
+    QStringList names;
+    for (const SessionFault fault : health_) {
+        const auto name = nameOf(fault);
+        names.push_back(QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size())));
+    }
+    return names;
+}
+
 QString TranslateSession::captureSourceText() const {
     const std::string_view raw = rawValue(captureSource_);
     return QString::fromUtf8(raw.data(), static_cast<qsizetype>(raw.size()));
@@ -107,6 +116,7 @@ void TranslateSession::setVoiceProcessing(bool value) {
 void TranslateSession::setState(ConnectionState value) {
     state_ = std::move(value);
     Q_EMIT stateChanged();
+    showHealth();
 }
 
 void TranslateSession::setErrorMessage(std::optional<std::string> value) {

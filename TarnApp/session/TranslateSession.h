@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <QUuid>
 #include <functional>
 #include <memory>
@@ -46,6 +47,7 @@ class TranslateSession : public QObject, public std::enable_shared_from_this<Tra
     Q_PROPERTY(QString sourceText READ sourceTextText NOTIFY sourceTextChanged)
     Q_PROPERTY(QString translationText READ translationTextText NOTIFY translationTextChanged)
     Q_PROPERTY(QString errorMessage READ errorMessageText NOTIFY errorMessageChanged)
+    Q_PROPERTY(QStringList health READ healthNames NOTIFY healthChanged)
     Q_PROPERTY(float inputLevel READ inputLevel NOTIFY inputLevelChanged)
 
 public:
@@ -101,6 +103,8 @@ public:
     const std::string& translationText() const { return translationText_; }  ///< of the latest utterance
     const std::optional<std::string>& errorMessage() const { return errorMessage_; }
     float inputLevel() const { return inputLevel_; }  ///< linear
+    /// What is wrong with a run that goes on; nothing unless the state is `running`.
+    const SessionFaults& health() const { return health_; }
     void setState(ConnectionState value);
     void setErrorMessage(std::optional<std::string> value);
 
@@ -134,6 +138,7 @@ Q_SIGNALS:
     void translationTextChanged();
     void errorMessageChanged();
     void inputLevelChanged();
+    void healthChanged();
     void sourceFinished(const QString& text);       ///< an utterance's final transcript, once it is shown
     void translationFinished(const QString& text);  ///< an utterance's final translation, once it is shown
 
@@ -178,6 +183,13 @@ private:
     static Task<void> tearDown(std::weak_ptr<TranslateSession> weak, Stop stop);
     static Task<void> startAgain(std::weak_ptr<TranslateSession> weak, std::shared_ptr<Clock> clock,
                                  Start next);
+    static Task<void> watchConnection(std::weak_ptr<TranslateSession> weak, Call start,
+                                      std::shared_ptr<TarnTranslateStream> stream);
+    static std::function<void()> captureEndReceiver(const Run& run);
+    void watchSound(const Run& run);
+    void takeSoundFaults(SessionFaults faults, Call start);
+    void setFault(SessionFault fault, bool isThere);
+    void showHealth();
     static std::function<void(float)> levelReceiver(const Run& run);
 
     void continueStart(Start start);
@@ -206,6 +218,7 @@ private:
     void takeApplicationName(const QString& value) { setApplicationName(value.toStdString()); }
     QString applicationNameText() const { return QString::fromStdString(applicationName_); }
     QString stateText() const;
+    QStringList healthNames() const;
     QString sourceTextText() const { return QString::fromStdString(sourceText_); }
     QString translationTextText() const { return QString::fromStdString(translationText_); }
     QString errorMessageText() const { return QString::fromStdString(errorMessage_.value_or("")); }
@@ -226,6 +239,10 @@ private:
     std::string translationText_;
     std::optional<std::string> errorMessage_;
     float inputLevel_ = 0;
+    SessionFaults health_;           ///< as shown
+    SessionFaults transportFaults_;  ///< of the connection and the capture
+    SessionFaults soundFaults_;
+    std::unique_ptr<ScheduledCall> soundFaultsSettle_;  ///< until then they are not shown
 
     SessionPipeline pipeline_;                 ///< of a run that has come up
     bool isPipelineLeaving_ = false;           ///< a stop is taking it apart

@@ -15,6 +15,8 @@ namespace tarn {
 namespace {
 
 constexpr std::chrono::milliseconds reconnectDelay{300};
+// A desktop that goes over to another device is without one for a moment.
+constexpr std::chrono::milliseconds soundSettles{300};
 
 std::optional<std::string> nonEmpty(const std::string& text) {
     return text.empty() ? std::nullopt : std::optional(text);
@@ -70,6 +72,8 @@ void TranslateSession::start(float rate, float gain, Backend backend) {
     lastStart_ = ++lastCall_;
     const Start call{lastCall_, rate, gain, std::move(backend)};
     leaveOldRun();
+    transportFaults_.clear();
+    soundFaults_.clear();
     errorMessage_.reset();
     sourceText_.clear();
     translationText_.clear();
@@ -80,6 +84,7 @@ void TranslateSession::start(float rate, float gain, Backend backend) {
     Q_EMIT sourceTextChanged();
     Q_EMIT translationTextChanged();
     Q_EMIT inputLevelChanged();
+    showHealth();
     Q_EMIT stateChanged();
     if (!isLatest(call.call)) {
         return;
@@ -149,6 +154,7 @@ Task<void> TranslateSession::run(Run run) {
     SessionPipeline parts = std::exchange(attempt->parts, SessionPipeline());
     if (built) {
         self->pipeline_ = std::move(parts);
+        self->watchSound(run);
         self->setState(ConnectionState::running());
         co_return;
     }
@@ -195,6 +201,7 @@ Task<PipelineResult<void>> TranslateSession::startSystemPipeline(const Run& run,
     parts.sink = std::make_shared<AudioSink>();
     parts.sink->onPCM = makeSender(parts.resampler, std::move(*send));
     parts.sink->onLevel = levelReceiver(run);
+    parts.sink->onEnd = captureEndReceiver(run);
     auto capture = co_await run.services.startCapture(parts.sink, std::move(bundleID));
     if (attempt.isAbandoned) {
         SessionPipeline late;
@@ -253,6 +260,7 @@ Task<PipelineResult<SendAudio>> TranslateSession::openTransport(const Run& run, 
     attempt.parts.serverStream = stream;
     attempt.parts.serverStreamTask = TaskHandle::start(
         run.services.main, readEvents(run.session, run.start.call, stream, std::move(audioSink)));
+    TaskHandle::start(run.services.main, watchConnection(run.session, run.start.call, stream));
     SendAudio send = [stream, network = run.services.network](std::vector<std::byte> bytes) {
         asio::co_spawn(network, stream->sendAudio(std::move(bytes)), asio::detached);
     };
@@ -306,6 +314,78 @@ void TranslateSession::showError(Call call, const std::string& reason, const std
     setState(ConnectionState::error(reason));
     if (isLatest(call)) {  // an observer of the state may have called
         setErrorMessage(message);
+    }
+}
+
+Task<void> TranslateSession::watchConnection(std::weak_ptr<TranslateSession> weak, Call start,
+                                             std::shared_ptr<TarnTranslateStream> stream) {
+    for (;;) {
+        const auto now = co_await stream->health().next();
+        const auto self = weak.lock();
+        if (!now || !self || self->lastStart_ != start) {
+            co_return;
+        }
+        self->setFault(SessionFault::connectionStalled, *now == ConnectionHealth::stalled);
+        self->setFault(SessionFault::connectionLost, *now == ConnectionHealth::lost);
+    }
+}
+
+std::function<void()> TranslateSession::captureEndReceiver(const Run& run) {
+    return [main = run.services.main, weak = run.session, call = run.start.call] {
+        asio::post(main, [weak, call] {
+            const auto self = weak.lock();
+            if (self && self->lastStart_ == call) {
+                self->setFault(SessionFault::captureEnded, true);
+            }
+        });
+    };
+}
+
+void TranslateSession::watchSound(const Run& run) {
+    const bool hearsMicrophone = run.settings.captureSource == CaptureSource::mic;
+    auto changed = [main = services_.main, weak = run.session, call = run.start.call](SessionFaults faults) {
+        asio::post(main, [weak, call, faults = std::move(faults)]() mutable {
+            if (const auto self = weak.lock()) {
+                self->takeSoundFaults(std::move(faults), call);
+            }
+        });
+    };
+    pipeline_.soundWatch = services_.watchSound(
+        {hearsMicrophone, hearsMicrophone ? nonEmpty(run.settings.micDeviceUID) : std::nullopt},
+        std::move(changed));
+}
+
+void TranslateSession::takeSoundFaults(SessionFaults faults, Call start) {
+    if (start != lastStart_) {
+        return;
+    }
+    soundFaults_ = std::move(faults);
+    if (!soundFaultsSettle_) {
+        soundFaultsSettle_ = services_.clock->callAfter(services_.main, soundSettles, [this] {
+            soundFaultsSettle_.reset();
+            showHealth();
+        });
+    }
+}
+
+void TranslateSession::setFault(SessionFault fault, bool isThere) {
+    if (isThere) {
+        transportFaults_.insert(fault);
+    } else {
+        transportFaults_.erase(fault);
+    }
+    showHealth();
+}
+
+void TranslateSession::showHealth() {
+    SessionFaults now;
+    if (state_.kind() == ConnectionState::Case::running) {
+        now = transportFaults_;
+        now.insert(soundFaults_.begin(), soundFaults_.end());
+    }
+    if (now != health_) {
+        health_ = std::move(now);
+        Q_EMIT healthChanged();
     }
 }
 

@@ -38,6 +38,9 @@ void AudioSink::stream(CaptureStream&, const SampleBuffer& didOutputSampleBuffer
 
 void AudioSink::stream(CaptureStream&, const Error& didStopWithError) {
     logLine("[capture] stream stopped: " + didStopWithError.description);
+    if (onEnd) {
+        onEnd();
+    }
 }
 
 std::optional<PcmBuffer> AudioSink::pcmBuffer(const SampleBuffer& sampleBuffer) {

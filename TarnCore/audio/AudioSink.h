@@ -24,6 +24,7 @@ public:
     // Set before the capture starts and left alone while it runs.
     std::function<void(const PcmBuffer&)> onPCM;  ///< every converted buffer, valid during the call
     std::function<void(float)> onLevel;           ///< its root mean square over all channels, linear
+    std::function<void()> onEnd;                  ///< the capture ended by itself; thread: the capture's own
     /// Where to append every converted buffer as well; see AudioFile for what the extension says. A
     /// diagnostic facility, which makes the capture wait for the disk.
     std::optional<std::string> outputFile;
@@ -37,7 +38,7 @@ public:
 
     void stream(CaptureStream& stream, const SampleBuffer& didOutputSampleBuffer,
                 StreamOutputType type) override;
-    /// One line in the log, nothing else.
+    /// One line in the log, and `onEnd`.
     void stream(CaptureStream& stream, const Error& didStopWithError) override;
 
 private:

@@ -96,6 +96,7 @@ Task<Result<void>> QwenClient::connectOnStrand(std::shared_ptr<QwenClient> self)
     request.url = self->endpoint_;
     request.headers.push_back({"Authorization", self->authHeader_});
     request.timeout = connectLimit;
+    request.onAnswering = self->onAnswering;
     const auto task = WebSocketTask::make(self->strand_, std::move(request), self->network_);
     self->task_ = task;
     auto opened = co_await task->resume();

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <boost/asio/steady_timer.hpp>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -34,6 +35,10 @@ public:
     QwenClient(Url endpoint, std::string authHeader, QwenConfig config, AudioCallback onAudio,
                TranscriptCallback onTranscript, TarnEventCallback onTarnEvent,
                NetworkContext network = NetworkContext::shared());
+
+    /// Whether the server of an open connection answers, told at each change; the first is that it stops. Set
+    /// before `connect`. Thread: the client's strand.
+    std::function<void(bool answers)> onAnswering;
 
     /// URL of the direct route on the configured service host; made on first use.
     static const Url& directEndpoint();

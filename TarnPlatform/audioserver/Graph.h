@@ -56,6 +56,7 @@ struct Graph {
     std::map<GraphId, GraphPort> ports;
     std::optional<std::string> defaultSink;    ///< node name
     std::optional<std::string> defaultSource;  ///< node name; may be a sink's where there is no microphone
+    bool isManaged = false;                    ///< a session manager keeps the defaults and makes links
     std::optional<GraphId> ownClient;          ///< of the connection that this was read through
 
     const GraphNode* nodeNamed(std::string_view name) const;

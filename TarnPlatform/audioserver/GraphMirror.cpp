@@ -170,7 +170,8 @@ void GraphMirror::added(GraphId id, std::string_view type, const spa_dict* dicti
                                      .channel = property(properties, "audio.channel")};
     } else if (type == PW_TYPE_INTERFACE_Metadata && property(properties, "metadata.name") == "default") {
         bind(id, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA, &metadataEvents);
-        return;
+        defaults_ = id;
+        graph_.isManaged = true;
     } else {
         return;
     }
@@ -179,6 +180,11 @@ void GraphMirror::added(GraphId id, std::string_view type, const spa_dict* dicti
 
 void GraphMirror::removed(GraphId id) {
     bound_.erase(id);
+    if (defaults_ == id) {
+        defaults_.reset();
+        graph_.isManaged = false;
+        changed();
+    }
     if (graph_.nodes.erase(id) + graph_.clients.erase(id) + graph_.ports.erase(id) > 0) {
         changed();
     }

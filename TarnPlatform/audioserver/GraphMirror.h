@@ -47,6 +47,7 @@ private:
     const std::function<void()> changed_;
     spa_hook registryHook_{};
     std::map<GraphId, std::unique_ptr<Bound>> bound_;
+    std::optional<GraphId> defaults_;  ///< the session manager's record of them
     Graph graph_;
 };
 

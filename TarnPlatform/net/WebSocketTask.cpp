@@ -52,6 +52,9 @@ public:
     virtual Task<boost::system::error_code> write(const std::string& text) = 0;
     virtual Task<boost::system::error_code> read(WebSocketMessage& message) = 0;
     virtual Task<void> close(std::uint16_t code) = 0;
+    virtual Task<void> ping() = 0;
+    /// `call` for each control frame that is read.
+    virtual void onControlFrame(std::function<void()> call) = 0;
     virtual void cut() = 0;
     virtual std::uint16_t receivedCloseCode() const = 0;  ///< 0: none
 };
@@ -96,6 +99,13 @@ public:
         co_await stream_.async_close(websocket::close_reason(code), asValue);
     }
 
+    Task<void> ping() override { co_await stream_.async_ping(websocket::ping_data(), asValue); }
+
+    void onControlFrame(std::function<void()> call) override {
+        stream_.control_callback(
+            [call = std::move(call)](websocket::frame_type, boost::beast::string_view) { call(); });
+    }
+
     void cut() override {
         boost::system::error_code ignored;
         boost::beast::get_lowest_layer(stream_).close(ignored);
@@ -131,6 +141,7 @@ public:
         auto connected = co_await connectAndUpgrade();
         if (connected && !ending_) {
             state_ = State::open;
+            listenForLife();
             co_return Result<void>();
         }
         leave();
@@ -161,6 +172,7 @@ public:
         WebSocketMessage message;
         const auto error = co_await channel_->read(message);
         if (!error) {
+            heard();
             co_return message;
         }
         if (channel_->receivedCloseCode() != 0) {
@@ -294,6 +306,49 @@ private:
         self->leave();
     }
 
+    void listenForLife() {
+        if (request_.onAnswering) {
+            channel_->onControlFrame([this] { heard(); });
+            heard();
+            lookForLife();
+        }
+    }
+
+    void heard() {
+        heardAt_ = network_.clock->now();
+        pingedAt_.reset();
+        tellAnswering(true);
+    }
+
+    void lookForLife() {
+        if (state_ != State::open) {
+            return;
+        }
+        const auto now = network_.clock->now();
+        if (pingedAt_) {
+            tellAnswering(now - *pingedAt_ < pongLimit);
+        } else if (now - heardAt_ >= pingEvery) {
+            pingedAt_ = now;
+            if (!pinging_) {
+                pinging_ = true;
+                asio::co_spawn(executor_, ping(shared_from_this()), asio::detached);
+            }
+        }
+        lookAgain_ = network_.clock->callAfter(executor_, pingEvery / 2, [this] { lookForLife(); });
+    }
+
+    void tellAnswering(bool answers) {
+        if (answers_ != answers && request_.onAnswering) {
+            answers_ = answers;
+            request_.onAnswering(answers);
+        }
+    }
+
+    static Task<void> ping(std::shared_ptr<BeastWebSocketTask> self) {
+        co_await self->channel_->ping();
+        self->pinging_ = false;
+    }
+
     /// Frames leave one at a time, in the order in which the turn was asked for.
     Task<void> waitForTurn() {
         if (!sending_) {
@@ -317,6 +372,7 @@ private:
 
     void leave() {
         state_ = State::gone;
+        lookAgain_.reset();
         if (channel_) {
             channel_->cut();
         }
@@ -344,6 +400,11 @@ private:
     std::deque<std::shared_ptr<asio::steady_timer>> waiting_;
     bool sending_ = false;
     bool sendTimedOut_ = false;
+    Clock::TimePoint heardAt_;
+    std::optional<Clock::TimePoint> pingedAt_;  ///< the ping that nothing has answered yet
+    bool pinging_ = false;
+    bool answers_ = true;
+    std::unique_ptr<ScheduledCall> lookAgain_;
     asio::steady_timer closedBell_;
     std::optional<int> upgradeStatus_;
     std::optional<std::uint16_t> closeCode_;

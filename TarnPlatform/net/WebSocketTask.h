@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -20,6 +21,9 @@ struct WebSocketRequest {
     std::vector<HttpHeader> headers;  ///< added to the upgrade request
     /// Limit on everything up to and including the answered upgrade: name lookup, proxy, every address, TLS.
     std::chrono::milliseconds timeout = std::chrono::seconds(60);
+    /// Told when the peer of an open connection stops answering, and when it answers again. Where it is set,
+    /// a peer that has sent nothing for `WebSocketTask::pingEvery` is pinged. Thread: the task's executor.
+    std::function<void(bool answers)> onAnswering;
 };
 
 /// One client WebSocket. It connects once and is then used until it fails.
@@ -34,6 +38,10 @@ public:
     static constexpr std::chrono::seconds sendLimit{20};
     /// After `cancel`, how long a peer may take to answer the close before the socket is cut.
     static constexpr std::chrono::seconds closeLimit{2};
+    /// With `WebSocketRequest::onAnswering`: a stall is told `pingEvery` and `pongLimit` after the last sign
+    /// of life at the latest.
+    static constexpr std::chrono::milliseconds pingEvery{500};
+    static constexpr std::chrono::milliseconds pongLimit{1000};
 
     virtual ~WebSocketTask() = default;
 

@@ -19,6 +19,7 @@
 namespace tarn {
 namespace {
 
+using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -141,6 +142,44 @@ TEST_F(QwenClientFault, GivesUpOnAPeerThatTakesNothingAndSaysSoOnce) {
     run(client->sendAudio(silence(1600)));
     // Reading or sending may notice first; only the first of them says so.
     EXPECT_THAT(log.lines("[qwen]"), ElementsAre(HasSubstr("the server has taken nothing for 20 s")));
+}
+
+TEST_F(QwenClientFault, SaysWhenThePeerStopsAnsweringAndWhenItAnswersAgain) {
+    const auto clock = std::make_shared<test::ManualClock>();
+    network.clock = clock;
+    std::vector<bool> told;
+    const auto connectTo = [&](const Url& url) {
+        const auto client = makeClient(url);
+        client->onAnswering = [&told](bool answers) { told.push_back(answers); };
+        EXPECT_TRUE(run(client->connect()));
+        return client;
+    };
+    const auto pass = [&](std::chrono::milliseconds time) {
+        for (auto gone = 0ms; gone < time; gone += WebSocketTask::pingEvery / 2) {
+            clock->advance(WebSocketTask::pingEvery / 2);
+            context.restart();
+            context.run_for(5ms);  // for what the sockets bring
+        }
+    };
+    test::TestService service(network);
+    const auto answered = connectTo(service.url());
+    pass(5s);
+    EXPECT_THAT(told, IsEmpty());
+    run(answered->close());
+
+    test::RawWebSocketPeer mute(context.get_executor(), "", test::RawWebSocketPeer::Afterwards::stay);
+    const auto unanswered = connectTo(local(mute.port()));
+    pass(WebSocketTask::pingEvery + WebSocketTask::pongLimit + WebSocketTask::pingEvery / 2);
+    EXPECT_THAT(told, ElementsAre(false));
+    EXPECT_TRUE(unanswered->isAlive());
+    constexpr int pong = 10;
+    mute.send(test::serverFrame(pong, ""));
+    pass(WebSocketTask::pingEvery);
+    EXPECT_THAT(told, ElementsAre(false, true));
+    pass(5s);
+    EXPECT_THAT(told, ElementsAre(false, true, false));
+    asio::co_spawn(context, unanswered->close(), asio::detached);
+    pass(WebSocketTask::closeLimit);
 }
 
 TEST_F(QwenClientFault, ConnectingEndsAtItsLimitWhateverItWaitsFor) {

@@ -116,6 +116,7 @@ TEST_F(TarnTranslateStreamTest, EndsWithOneClosedEventHoweverOftenItIsClosed) {
     EXPECT_EQ(next(*stream), "end");
     EXPECT_FALSE(stream->isAlive());
     EXPECT_EQ(run(stream->waitDead()), "");
+    EXPECT_EQ(run(stream->health().next()), std::nullopt);
     EXPECT_TRUE(run(service.endings.next()));
     run(stream->sendAudio(std::vector<std::byte>(3200)));
 }
@@ -133,6 +134,8 @@ TEST_F(TarnTranslateStreamTest, StaysOpenAndSaysItIsDeadWhenTheServerEndsIt) {
         EXPECT_NE(run(stream->waitDead()), "");
         EXPECT_FALSE(stream->isAlive());
         EXPECT_FALSE(stream->events().isFinished());
+        EXPECT_EQ(run(stream->health().next()), ConnectionHealth::lost);
+        EXPECT_EQ(run(stream->health().next()), std::nullopt);
         run(stream->close());
         EXPECT_EQ(next(*stream), entry.first);
         EXPECT_EQ(next(*stream), entry.code == 4001 ? "closed" : "end");

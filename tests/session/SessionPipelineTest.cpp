@@ -537,6 +537,60 @@ PcmBuffer toneOnTheFirst(std::uint32_t channels) {
     return buffer;
 }
 
+TEST_F(SessionPipelineTest, SaysWhatIsWrongWithARunThatGoesOn) {
+    const auto health = [this] {
+        std::string names;
+        for (const SessionFault fault : session_->health()) {
+            names += (names.empty() ? "" : " ") + std::string(nameOf(fault));
+        }
+        return names;
+    };
+    const auto connection = [this](ConnectionHealth now) {
+        world_.streams.back().lock()->health().push(now);
+        world_.settle();
+    };
+    session_->setMicDeviceUID("mic-2");
+    start(CaptureSource::mic);
+    ASSERT_TRUE(world_.watchedSound);
+    EXPECT_EQ(world_.watchedSound->microphoneUID, "mic-2");
+    stop();
+    EXPECT_FALSE(world_.watchedSound);
+
+    start(CaptureSource::system);
+    EXPECT_FALSE(world_.watchedSound->microphone);
+    EXPECT_EQ(health(), "");
+    connection(ConnectionHealth::stalled);
+    EXPECT_EQ(health(), "connectionStalled");
+    connection(ConnectionHealth::answering);
+    EXPECT_EQ(health(), "");
+
+    world_.tellSound({SessionFault::outputGone});
+    world_.tellSound({});
+    world_.pass(1s);
+    EXPECT_EQ(health(), "") << "a moment without a device is no fault";
+    int changes = 0;
+    QObject::connect(session_.get(), &TranslateSession::healthChanged, session_.get(), [&] { ++changes; });
+    world_.tellSound({SessionFault::soundServerGone});
+    world_.pass(300ms);
+    EXPECT_EQ(health(), "soundServerGone");
+    world_.sinks.back().lock()->onEnd();
+    connection(ConnectionHealth::lost);
+    EXPECT_EQ(health(), "connectionLost captureEnded soundServerGone");
+    EXPECT_EQ(changes, 3);
+    EXPECT_EQ(state(), "running");
+
+    tell(translate::Error{"no"});
+    EXPECT_EQ(health(), "") << "the error is shown instead";
+    start();
+    EXPECT_EQ(health(), "") << "of the run before";
+    EXPECT_EQ(state(), "running");
+    stop();
+    world_.tellSound({SessionFault::soundServerGone});
+    world_.pass(1s);
+    EXPECT_EQ(health(), "");
+    expectNothingLeft();
+}
+
 TEST_F(SessionPipelineTest, SendsTheMicrophonesFirstChannelAloneAndUnchanged) {
     std::vector<std::vector<std::byte>> sent;
     for (const std::uint32_t channels : {1U, 2U, 6U}) {

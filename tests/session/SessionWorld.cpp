@@ -107,6 +107,7 @@ Task<Result<std::shared_ptr<CaptureStream>>> startCapture(SessionWorld& world,
                                                           std::optional<std::string> bundleID) {
     world.note("capture " + bundleID.value_or("all"));
     const auto error = world.capture();
+    world.sinks.push_back(sink);
     co_await world.captureBarrier.passed();
     if (error) {
         co_return std::unexpected(*error);
@@ -159,17 +160,18 @@ Task<void> ScriptedStream::sendAudio(std::vector<std::byte> bytes) {
 
 Task<void> ScriptedStream::close() {
     world_.note("close");
-    return closeHeld(world_, events_, isOpen_);
+    return closeHeld(world_, events_, health_, isOpen_);
 }
 
 Task<void> ScriptedStream::closeHeld(SessionWorld& world, EventQueue<TarnTranslateEvent> events,
-                                     bool& isOpen) {
+                                     EventQueue<ConnectionHealth> health, bool& isOpen) {
     if (std::exchange(isOpen, false)) {
         --world.streamsOpen;
     }
     co_await world.closeBarrier.passed();
     events.push(translate::Closed{});
     events.finish();
+    health.finish();
 }
 
 Task<ServerResult<UserAccount>> ScriptedClient::fetchMe() {
@@ -244,6 +246,11 @@ SessionServices SessionWorld::services() {
     };
     services.startCapture = [this](std::shared_ptr<AudioSink> into, std::optional<std::string> bundleID) {
         return startCapture(*this, std::move(into), std::move(bundleID));
+    };
+    services.watchSound = [this](SoundInUse used, std::function<void(SessionFaults)> changed) {
+        watchedSound = std::move(used);
+        tellSound = std::move(changed);
+        return std::shared_ptr<void>(nullptr, [this](void*) { watchedSound.reset(); });
     };
     return services;
 }

@@ -47,14 +47,17 @@ public:
     Task<void> close() override;
     bool isAlive() const override { return isOpen_; }
     Task<std::string> waitDead() override { co_return ""; }
+    const EventQueue<ConnectionHealth>& health() const override { return health_; }
 
     int run() const { return run_; }
 
 private:
-    static Task<void> closeHeld(SessionWorld& world, EventQueue<TarnTranslateEvent> events, bool& isOpen);
+    static Task<void> closeHeld(SessionWorld& world, EventQueue<TarnTranslateEvent> events,
+                                EventQueue<ConnectionHealth> health, bool& isOpen);
 
     SessionWorld& world_;
     const EventQueue<TarnTranslateEvent> events_;
+    const EventQueue<ConnectionHealth> health_;
     const int run_;
     bool isOpen_ = true;
 };
@@ -150,6 +153,9 @@ public:
     std::weak_ptr<AudioPlayerNode> dub;  ///< of the engine made last
     std::shared_ptr<FakeEngine::Script> microphone = std::make_shared<FakeEngine::Script>();
     std::vector<std::function<void(Result<void>)>> capturesStopping;
+    std::vector<std::weak_ptr<AudioSink>> sinks;
+    std::optional<SoundInUse> watchedSound;  ///< absent: none is watched
+    std::function<void(SessionFaults)> tellSound;
 
 private:
     FakeHardware hardware_;

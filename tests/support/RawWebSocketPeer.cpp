@@ -95,6 +95,12 @@ RawWebSocketPeer::~RawWebSocketPeer() {
     state_->kept.clear();
 }
 
+void RawWebSocketPeer::send(std::string_view bytes) {
+    for (auto& client : state_->kept) {
+        asio::write(client, asio::buffer(bytes));
+    }
+}
+
 std::uint16_t RawWebSocketPeer::port() const {
     return state_->acceptor.local_endpoint().port();
 }

@@ -23,6 +23,8 @@ public:
     RawWebSocketPeer& operator=(const RawWebSocketPeer&) = delete;
 
     std::uint16_t port() const;
+    /// To every client that stays. Waits for the sockets. Thread: the executor's.
+    void send(std::string_view bytes);
 
 private:
     struct State;

@@ -113,6 +113,32 @@ Item {
             compare(button.help, row.signIn)
             verify(names("error")[0].message !== "")
         }
+        function test_aRunsHealthIsSaidBesideItsLightInBothLanguages() {
+            compare(names("health").length, 0)
+            world.vm.startAll()
+            world.settle()
+            compare(names("health").length, 0)
+            world.connection(0, "stalled")
+            const line = one("health")
+            compare(line.Accessible.name, "The server does not answer")
+            world.setLanguage("zhHans")
+            compare(line.Accessible.name, "服务器没有响应")
+            world.setLanguage("en")
+            for (const width of [1420, 480]) {
+                view.width = width
+                wait(0)
+                verify(line.x >= 0 && line.x + line.width <= width)
+                const pane = one("pane")
+                verify(line.y + line.height <= pane.y, "it covers no subtitles")
+            }
+            world.connection(0, "answering")
+            compare(names("health").length, 0)
+            world.connection(0, "lost")
+            compare(one("health").Accessible.name, "Connection lost: stop and start again")
+            world.vm.stopAll()
+            world.settle()
+            compare(names("health").length, 0)
+        }
         function test_keysReachTheControls() {
             const button = one("startStop")
             button.forceActiveFocus()

@@ -3,11 +3,13 @@ import Tarn.Controls
 import Tarn.Model
 import Tarn.Style
 
-/// A light that tells a session's state (`state`, that of a `TranslateSession`), with its name as tooltip.
+/// A light that tells a session's state (`state`, that of a `TranslateSession`), with its name as tooltip, and below
+/// that what is wrong with a session that runs.
 Rectangle {
     id: root
 
-    readonly property string label: Loc[StateLook.labelKey(state)]
+    property list<string> faults        ///< `TranslateSession.health`
+    readonly property var lines: [Loc[StateLook.labelKey(state)]].concat(faults.map(fault => HealthTexts[fault]))
 
     state: "idle"
     implicitWidth: 8
@@ -16,14 +18,15 @@ Rectangle {
     color: Theme.light(StateLook.light(state))
 
     Accessible.role: Accessible.StaticText
-    Accessible.name: label
+    Accessible.focusable: false
+    Accessible.name: lines.join(". ")
 
     HoverHandler {
         id: pointer
         margin: Theme.space(1)
     }
     HelpTip {
-        text: root.label
+        text: root.lines.join("\n")
         target: root
         hovered: pointer.hovered
     }

@@ -12,6 +12,10 @@ Item {
     required property TranslateViewModel vm
     required property TranslateSession session
 
+    property real healthWidth: 0        ///< wanted for the line that tells the session's health; 0: there is none
+    readonly property real besideDot: dot.width + line.spacing
+    readonly property bool healthFits: healthWidth > 0 && width - line.wanted >= healthWidth + line.spacing
+
     readonly property bool hasError: session.errorMessage !== ""
     readonly property bool errorBelow: hasError && width - line.wanted < Math.min(160, error.implicitWidth)
 
@@ -37,7 +41,8 @@ Item {
                                        + (name.visible ? name.Layout.preferredWidth + spacing : 0)
 
         /// The meter gives way before any text does.
-        readonly property real meter: Math.max(20, Math.min(60, root.width - wanted + 48))
+        readonly property real meter: Math.max(20, Math.min(60, root.width - wanted + 48
+                                                                - (root.healthFits ? root.healthWidth + spacing : 0)))
 
         width: parent.width
         height: 28
@@ -46,6 +51,12 @@ Item {
         StatusDot {
             id: dot
             state: root.session.state
+            faults: root.session.health
+        }
+        Item {
+            visible: root.healthFits
+            Layout.preferredWidth: root.healthWidth
+            Layout.minimumWidth: root.healthWidth
         }
         SymbolButton {
             id: source
@@ -53,7 +64,7 @@ Item {
             symbol: choice.symbol
             trailingSymbol: "chevron.down"
             help: choice.sourceHelp
-            Accessible.role: Accessible.ButtonMenu
+            spokenRole: Accessible.ButtonMenu
             Accessible.name: Loc.captureSource + ": " + choice.sourceHelp
             onClicked: menu.toggleAt(source)
 

@@ -39,6 +39,7 @@ Item {
             width: remove.x - x - (remove.visible ? Theme.space(1) : 0)
             vm: root.vm
             session: root.session
+            healthWidth: health.isHealthy ? 0 : health.implicitWidth
         }
         SymbolButton {
             id: remove
@@ -87,8 +88,19 @@ Item {
             }
         }
     }
+    // Not in the header, which is dimmed.
+    HealthLine {
+        id: health
+        objectName: "health"
+        faults: root.session.health
+        x: row.x + (row.healthFits ? row.besideDot : 0)
+        y: row.healthFits ? row.y + (28 - height) / 2 : header.height
+        width: Math.min(implicitWidth, root.width - 2 * row.x)
+    }
     SubtitlePane {
+        objectName: "pane"
         anchors { left: parent.left; right: parent.right; top: header.bottom; bottom: parent.bottom }
+        anchors.topMargin: health.isHealthy || row.healthFits ? 0 : health.height
         vm: root.vm
         session: root.session
         narrow: root.narrow

@@ -102,6 +102,15 @@ void ViewWorld::translate(int index, const QString& text, bool done) {
     }
 }
 
+void ViewWorld::connection(int index, const QString& health) {
+    if (const auto to = stream(index)) {
+        to->health().push(health == "stalled" ? ConnectionHealth::stalled
+                          : health == "lost"  ? ConnectionHealth::lost
+                                              : ConnectionHealth::answering);
+        settle();
+    }
+}
+
 void ViewWorld::fail(int index, const QString& message) {
     if (const auto to = stream(index)) {
         to->events().push(translate::Error{message.toStdString()});
