@@ -4,6 +4,8 @@
 #include <QPointer>
 #include <QTimer>
 
+#include "ShellTexts.h"
+
 namespace tarn {
 namespace {
 
@@ -34,6 +36,7 @@ void AppDelegate::configureOnboarding(const std::shared_ptr<TranslateViewModel>&
     if (isWired) {
         return;
     }
+    connect(&localization, &LocalizationManager::languageChanged, this, &AppDelegate::languageChanged);
     coordinator->onFinish = [self = QPointer(this)] {
         if (!self || !self->onboardingWC_) {
             return;
@@ -96,7 +99,22 @@ QWindow* AppDelegate::mainOverlayWindow() const {
     return nullptr;
 }
 
+void AppDelegate::setClickThrough(bool value) {
+    if (value == overlay_.clickThrough() || (value && onboardingActive_)) {
+        return;
+    }
+    overlay_.setClickThrough(value);
+    if (const auto vm = vm_.lock()) {
+        vm->showToast(shellText(value ? ShellText::clickThroughOn : ShellText::clickThroughOff));
+    }
+}
+
+QString AppDelegate::clickThroughText() {
+    return QString::fromStdString(shellText(ShellText::trayClickThrough));
+}
+
 void AppDelegate::bringToFront() {
+    setClickThrough(false);
     if (onboardingActive_ && onboardingWC_) {
         onboardingWC_->showInFront();
     } else if (QWindow* const window = mainOverlayWindow()) {

@@ -24,6 +24,7 @@ class AppDelegate : public QObject {
     Q_OBJECT
     Q_PROPERTY(tarn::WindowDrag* drag READ drag CONSTANT)
     Q_PROPERTY(tarn::FloatingOverlay* overlay READ overlay CONSTANT)
+    Q_PROPERTY(QString clickThroughText READ clickThroughText NOTIFY languageChanged)
 
 public:
     /// `engine` loads the onboarding window and must outlive this; `services` say where the main window's
@@ -44,8 +45,11 @@ public:
 
     /// The main window by its identifier or else by the name of its frame; null where there is none.
     QWindow* mainOverlayWindow() const;
-    /// The main window, or onboarding while that is up, in front and with the keys.
+    /// The main window, or onboarding while that is up, in front and with the keys. Ends click-through.
     void bringToFront();
+    /// Lets clicks go through the overlay and says how that ends, or ends it.
+    Q_INVOKABLE void setClickThrough(bool value);
+    static QString clickThroughText();
 
     /// Makes `window` the overlay; may be called again at any time.
     Q_INVOKABLE void style(QWindow* window);
@@ -61,6 +65,9 @@ public:
     URLSchemeHandler& urlSchemeHandler() { return urlSchemeHandler_; }
 
     std::function<void()> terminate;  ///< ends the program
+
+Q_SIGNALS:
+    void languageChanged();
 
 private:
     void onboardingClosed();

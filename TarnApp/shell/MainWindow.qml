@@ -1,6 +1,7 @@
 import QtQuick
 import Tarn.Model
 import Tarn.Shell
+import Tarn.Style
 
 /// The program's one main window: the overlay, or the onboarding pages where they are only looked at. It is shown empty
 /// and filled at once after that, so that the desktop places it while its views are made.
@@ -39,6 +40,29 @@ Window {
         anchors.fill: parent
         focus: true
     }
+    // The window does not take clicks now: its controls do nothing, and this says so.
+    Rectangle {
+        objectName: "clickThroughMark"
+        visible: !root.preview && root.delegate.overlay.clickThrough
+        anchors { right: parent.right; bottom: parent.bottom; margins: Theme.space(1) }
+        width: mark.width + 2 * Theme.space(1.5)
+        height: mark.height + Theme.space(1)
+        radius: Theme.radiusSmall
+        color: Theme.panelOpaque
+        border.width: 1
+        border.color: Theme.accent
+
+        Text {
+            id: mark
+            anchors.centerIn: parent
+            text: visible ? root.delegate.clickThroughText : ""
+            textFormat: Text.PlainText
+            font.pixelSize: Theme.caption2
+            color: Theme.accent
+            Accessible.role: Accessible.StaticText
+            Accessible.name: text
+        }
+    }
     WindowAccessor {
         onAttach: window => root.preview ? root.delegate.styleOnboarding(window) : root.delegate.style(window)
     }
@@ -57,6 +81,11 @@ Window {
         sequence: "Ctrl+M"
         enabled: !root.preview
         onActivated: root.vm.miniMode = !root.vm.miniMode
+    }
+    Shortcut {
+        sequence: "Ctrl+Shift+M"
+        enabled: !root.preview
+        onActivated: root.delegate.setClickThrough(!root.delegate.overlay.clickThrough)
     }
     Shortcut {
         sequences: ["Ctrl+Return", "Ctrl+Enter"]

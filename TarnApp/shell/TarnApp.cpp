@@ -31,6 +31,7 @@ TarnApp::TarnApp(ViewModelServices services, MainWindowLoader& loader)
 }
 
 TarnApp::~TarnApp() {
+    tray_.reset();
     mainWindow_.reset();
     Loc::manager = nullptr;
 }
@@ -57,7 +58,12 @@ bool TarnApp::open() {
     }
     // Where onboarding comes first, the main window is shown when that has been closed.
     if (previewOnboarding() || !onboarding_->shouldShowOnboarding()) {
+        QObject::connect(
+            window, &QQuickWindow::frameSwapped, &appDelegate_, [this] { appearElsewhere(); },
+            static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::SingleShotConnection));
         window->show();
+    } else {
+        QTimer::singleShot(0, &appDelegate_, [this] { appearElsewhere(); });
     }
     if (!loader_.fill(*window)) {
         return false;
@@ -75,6 +81,12 @@ void TarnApp::appeared() {
     if (!previewOnboarding()) {
         appDelegate_.configureOnboarding(vm_, onboarding_, localization_);
     }
+}
+
+// Once the window is there, which it must not hold up.
+void TarnApp::appearElsewhere() {
+    tray_ = std::make_unique<Tray>(*vm_, *appDelegate_.overlay(), localization_,
+                                   [this](const std::string& action) { perform(action); });
 }
 
 void TarnApp::followDesktop() {
@@ -110,6 +122,8 @@ void TarnApp::perform(const std::string& action) {
         vm_->addSession();
     } else if (action == "mini-mode") {
         vm_->setMiniMode(!vm_->miniMode());
+    } else if (action == "click-through") {
+        appDelegate_.setClickThrough(!appDelegate_.overlay()->clickThrough());
     } else if (action == "show") {
         activate();
     } else if (action == "quit") {

@@ -8,6 +8,7 @@
 #include "AppDelegate.h"
 #include "MainWindowLoader.h"
 #include "TarnPlatform/windows/DesktopAppearance.h"
+#include "Tray.h"
 
 namespace tarn {
 
@@ -31,7 +32,7 @@ public:
     // What the desktop and other starts of the program ask for.
     void activate();
     void openUrls(const std::vector<std::string>& urls);
-    /// "start", "stop", "add-source", "mini-mode", "show", "quit"; others do nothing.
+    /// "start", "stop", "add-source", "mini-mode", "click-through", "show", "quit"; others do nothing.
     void perform(const std::string& action);
 
     /// Ends every run and waits, a second at most, until what they changed on the desktop is as it was.
@@ -43,6 +44,7 @@ public:
 private:
     void followDesktop();
     void appeared();
+    void appearElsewhere();
 
     LocalizationManager localization_;
     std::shared_ptr<TranslateViewModel> vm_;
@@ -51,6 +53,7 @@ private:
     MainWindowLoader& loader_;
     AppDelegate appDelegate_;
     std::unique_ptr<QQuickWindow> mainWindow_;
+    std::unique_ptr<Tray> tray_;
 };
 
 }  // namespace tarn

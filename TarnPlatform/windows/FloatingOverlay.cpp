@@ -45,6 +45,20 @@ void FloatingOverlay::setHasBackdrop(bool value) {
     }
 }
 
+void FloatingOverlay::setClickThrough(bool value) {
+    if (clickThrough_ != value) {
+        clickThrough_ = value;
+        applyClickThrough();
+        Q_EMIT clickThroughChanged();
+    }
+}
+
+void FloatingOverlay::applyClickThrough() {
+    if (window_ && window_->handle() != nullptr) {
+        WindowHints::letPointerThrough(*window_, clickThrough_);
+    }
+}
+
 void FloatingOverlay::follow(QWindow* window) {
     if (window_) {
         window_->disconnect(this);
@@ -66,6 +80,9 @@ void FloatingOverlay::follow(QWindow* window) {
             if (window_ && window_->isVisible()) {
                 WindowHints::showOnEveryDesktop(*window_);
                 applyShape();
+                if (clickThrough_) {
+                    applyClickThrough();
+                }
             }
         },
         Qt::QueuedConnection);

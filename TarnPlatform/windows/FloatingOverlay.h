@@ -31,6 +31,9 @@ class FloatingOverlay : public QObject {
     Q_PROPERTY(tarn::WindowDrag* drag READ drag CONSTANT)
     /// Whether the window has a translucent backdrop: what lies behind is blurred then.
     Q_PROPERTY(bool hasBackdrop READ hasBackdrop WRITE setHasBackdrop NOTIFY hasBackdropChanged)
+    /// Whether the pointer's clicks go to what lies below. The window gets no click then: whoever sets it has
+    /// another way to unset it.
+    Q_PROPERTY(bool clickThrough READ clickThrough WRITE setClickThrough NOTIFY clickThroughChanged)
 
 public:
     struct Look {
@@ -48,9 +51,12 @@ public:
     WindowDrag* drag() { return &drag_; }
     bool hasBackdrop() const { return hasBackdrop_; }
     void setHasBackdrop(bool value);
+    bool clickThrough() const { return clickThrough_; }
+    void setClickThrough(bool value);
 
 Q_SIGNALS:
     void hasBackdropChanged();
+    void clickThroughChanged();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -63,6 +69,7 @@ private:
     void takeKeyboard();
     QList<QWindow*> popovers() const;
     void applyShape();
+    void applyClickThrough();
     void raise();
 
     const Compositor& compositor_;
@@ -71,6 +78,7 @@ private:
     QPointer<QWindow> window_;
     Look look_;
     bool hasBackdrop_ = true;
+    bool clickThrough_ = false;
     Withdrawal withdrawal_;
     bool isSwitching_ = false;  ///< hidden, to be shown again in other hands
     bool hadFocus_ = false;     ///< when it was hidden for that

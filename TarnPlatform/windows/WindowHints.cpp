@@ -1,5 +1,7 @@
 #include "WindowHints.h"
 
+#include <xcb/xfixes.h>
+
 #include <QPainterPath>
 #include <QRegion>
 #include <QWindow>
@@ -52,6 +54,28 @@ void WindowHints::removeBlur(QWindow& window) {
                             x11->atom("_KDE_NET_WM_BLUR_BEHIND_REGION"));
         xcb_flush(x11->connection());
     }
+}
+
+void WindowHints::letPointerThrough(QWindow& window, bool through) {
+    const auto* const x11 = X11::server();
+    if (x11 == nullptr) {
+        window.setFlag(Qt::WindowTransparentForInput, through);
+        return;
+    }
+    // Not by Qt's flag, which takes effect with the next mapping only.
+    const auto id = static_cast<xcb_window_t>(window.winId());
+    xcb_xfixes_query_version(x11->connection(), XCB_XFIXES_MAJOR_VERSION, XCB_XFIXES_MINOR_VERSION);
+    constexpr xcb_shape_kind_t inputShape = 2;
+    xcb_xfixes_region_t nowhere = XCB_NONE;
+    if (through) {
+        nowhere = xcb_generate_id(x11->connection());
+        xcb_xfixes_create_region(x11->connection(), nowhere, 0, nullptr);
+    }
+    xcb_xfixes_set_window_shape_region(x11->connection(), id, inputShape, 0, 0, nowhere);
+    if (through) {
+        xcb_xfixes_destroy_region(x11->connection(), nowhere);
+    }
+    xcb_flush(x11->connection());
 }
 
 void WindowHints::cutCorners(QWindow& window, int radius) {

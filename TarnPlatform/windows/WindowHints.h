@@ -18,6 +18,9 @@ public:
     static void blurBehind(QWindow& window, int radius);
     static void removeBlur(QWindow& window);
 
+    /// Lets the pointer's clicks and wheel go to what lies below the window, or no longer. On every platform.
+    static void letPointerThrough(QWindow& window, bool through);
+
     /// Cuts the window's corners off, for desktops where they cannot be transparent; radius 0: leaves it
     /// whole. For the size that the window has now. On every platform.
     static void cutCorners(QWindow& window, int radius);

@@ -1,0 +1,48 @@
+#include "Tray.h"
+
+#include "ShellTexts.h"
+#include "TarnApp/localization/LocKey.h"
+#include "TrayPicture.h"
+
+namespace tarn {
+
+Tray::Tray(TranslateViewModel& vm, FloatingOverlay& overlay, LocalizationManager& localization,
+           std::function<void(const std::string& action)> perform)
+    : vm_(vm),
+      overlay_(overlay),
+      icon_("tarn", vm.services().session.main,
+            [perform = std::move(perform)](const std::string& row) { perform(row.empty() ? "show" : row); }) {
+    connect(&vm_, &TranslateViewModel::anyRunningChanged, this, &Tray::follow);
+    connect(&vm_, &TranslateViewModel::isLoggedInChanged, this, &Tray::follow);
+    connect(&vm_, &TranslateViewModel::miniModeChanged, this, &Tray::follow);
+    connect(&overlay_, &FloatingOverlay::clickThroughChanged, this, &Tray::follow);
+    connect(&localization, &LocalizationManager::languageChanged, this, &Tray::follow);
+    follow();
+}
+
+void Tray::follow() {
+    icon_.show(content());
+}
+
+TrayContent Tray::content() const {
+    const bool isRunning = vm_.anyRunning();
+    TrayContent content;
+    content.title = "Tarn";
+    content.tooltip = text(isRunning ? LocKey::statusRunning : LocKey::statusIdle);
+    content.pictures = trayPictures(isRunning);
+    content.rows = {
+        {.id = "start", .label = text(LocKey::start), .isEnabled = !isRunning && vm_.isLoggedIn()},
+        {.id = "stop", .label = text(LocKey::stop), .isEnabled = isRunning},
+        {},
+        {.id = "mini-mode", .label = shellText(ShellText::trayMiniMode), .isChecked = vm_.miniMode()},
+        {.id = "click-through",
+         .label = shellText(ShellText::trayClickThrough),
+         .isChecked = overlay_.clickThrough()},
+        {},
+        {.id = "show", .label = shellText(ShellText::trayShow)},
+        {.id = "quit", .label = shellText(ShellText::trayQuit)},
+    };
+    return content;
+}
+
+}  // namespace tarn

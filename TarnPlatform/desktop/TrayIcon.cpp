@@ -1,0 +1,434 @@
+#include "TrayIcon.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <boost/asio/post.hpp>
+#include <string_view>
+#include <thread>
+#include <utility>
+
+#include "SessionBus.h"
+
+namespace tarn {
+namespace {
+
+constexpr const char* watcherName = "org.kde.StatusNotifierWatcher";
+constexpr const char* itemInterface = "org.kde.StatusNotifierItem";
+constexpr const char* menuInterface = "com.canonical.dbusmenu";
+constexpr const char* itemPath = "/StatusNotifierItem";
+constexpr const char* menuPath = "/StatusNotifierItem/Menu";
+
+constexpr const char* description = R"xml(<node>
+<interface name="org.kde.StatusNotifierItem">
+  <property name="Category" type="s" access="read"/>
+  <property name="Id" type="s" access="read"/>
+  <property name="Title" type="s" access="read"/>
+  <property name="Status" type="s" access="read"/>
+  <property name="WindowId" type="i" access="read"/>
+  <property name="IconName" type="s" access="read"/>
+  <property name="IconPixmap" type="a(iiay)" access="read"/>
+  <property name="OverlayIconName" type="s" access="read"/>
+  <property name="AttentionIconName" type="s" access="read"/>
+  <property name="ToolTip" type="(sa(iiay)ss)" access="read"/>
+  <property name="ItemIsMenu" type="b" access="read"/>
+  <property name="Menu" type="o" access="read"/>
+  <method name="ContextMenu"><arg type="i" direction="in"/><arg type="i" direction="in"/></method>
+  <method name="Activate"><arg type="i" direction="in"/><arg type="i" direction="in"/></method>
+  <method name="SecondaryActivate"><arg type="i" direction="in"/><arg type="i" direction="in"/></method>
+  <method name="Scroll"><arg type="i" direction="in"/><arg type="s" direction="in"/></method>
+  <signal name="NewTitle"/><signal name="NewIcon"/><signal name="NewToolTip"/>
+  <signal name="NewStatus"><arg type="s"/></signal>
+</interface>
+<interface name="com.canonical.dbusmenu">
+  <property name="Version" type="u" access="read"/>
+  <property name="TextDirection" type="s" access="read"/>
+  <property name="Status" type="s" access="read"/>
+  <property name="IconThemePath" type="as" access="read"/>
+  <method name="GetLayout"><arg type="i" direction="in"/><arg type="i" direction="in"/>
+    <arg type="as" direction="in"/><arg type="u" direction="out"/><arg type="(ia{sv}av)" direction="out"/></method>
+  <method name="GetGroupProperties"><arg type="ai" direction="in"/><arg type="as" direction="in"/>
+    <arg type="a(ia{sv})" direction="out"/></method>
+  <method name="GetProperty"><arg type="i" direction="in"/><arg type="s" direction="in"/>
+    <arg type="v" direction="out"/></method>
+  <method name="Event"><arg type="i" direction="in"/><arg type="s" direction="in"/>
+    <arg type="v" direction="in"/><arg type="u" direction="in"/></method>
+  <method name="EventGroup"><arg type="a(isvu)" direction="in"/><arg type="ai" direction="out"/></method>
+  <method name="AboutToShow"><arg type="i" direction="in"/><arg type="b" direction="out"/></method>
+  <method name="AboutToShowGroup"><arg type="ai" direction="in"/><arg type="ai" direction="out"/>
+    <arg type="ai" direction="out"/></method>
+  <signal name="ItemsPropertiesUpdated"><arg type="a(ia{sv})"/><arg type="a(ias)"/></signal>
+  <signal name="LayoutUpdated"><arg type="u"/><arg type="i"/></signal>
+  <signal name="ItemActivationRequested"><arg type="i"/><arg type="u"/></signal>
+</interface></node>)xml";
+
+GDBusNodeInfo* node() {
+    static GDBusNodeInfo* const info = g_dbus_node_info_new_for_xml(description, nullptr);
+    return info;
+}
+
+GVariant* picturesOf(const std::vector<TrayPicture>& pictures) {
+    GVariantBuilder list;
+    g_variant_builder_init(&list, G_VARIANT_TYPE("a(iiay)"));
+    for (const auto& picture : pictures) {
+        g_variant_builder_add(
+            &list, "(ii@ay)", picture.width, picture.height,
+            g_variant_new_fixed_array(G_VARIANT_TYPE_BYTE, picture.argb.data(), picture.argb.size(), 1));
+    }
+    return g_variant_builder_end(&list);
+}
+
+/// Labels of menus take an underscore for the mark of an access key.
+std::string escapedLabel(const std::string& label) {
+    std::string escaped;
+    for (const char character : label) {
+        escaped.append(character == '_' ? 2 : 1, character);
+    }
+    return escaped;
+}
+
+GVariant* propertiesOf(const TrayRow& row) {
+    GVariantBuilder all;
+    g_variant_builder_init(&all, G_VARIANT_TYPE_VARDICT);
+    if (row.id.empty()) {
+        g_variant_builder_add(&all, "{sv}", "type", g_variant_new_string("separator"));
+        return g_variant_builder_end(&all);
+    }
+    g_variant_builder_add(&all, "{sv}", "label", g_variant_new_string(escapedLabel(row.label).c_str()));
+    g_variant_builder_add(&all, "{sv}", "enabled", g_variant_new_boolean(row.isEnabled));
+    if (row.isChecked) {
+        g_variant_builder_add(&all, "{sv}", "toggle-type", g_variant_new_string("checkmark"));
+        g_variant_builder_add(&all, "{sv}", "toggle-state", g_variant_new_int32(*row.isChecked ? 1 : 0));
+    }
+    return g_variant_builder_end(&all);
+}
+
+}  // namespace
+
+/// The connection and its thread. Rows have the ids 1, 2, … on the bus, and the menu itself 0.
+class TrayIcon::Item {
+public:
+    using Chosen = std::function<void(std::string id)>;
+
+    Item(std::string objectID, SerialExecutor executor, Chosen chosen)
+        : objectID_(std::move(objectID)),
+          executor_(std::move(executor)),
+          chosen_(std::make_shared<Chosen>(std::move(chosen))),
+          posted_(chosen_) {}
+    ~Item() { g_main_context_unref(context_); }
+    Item(const Item&) = delete;
+    Item& operator=(const Item&) = delete;
+
+    static void start(const std::shared_ptr<Item>& item) {
+        item->thread_ = std::thread([item] { item->runThread(); });
+    }
+
+    void stop() {
+        chosen_.reset();
+        g_cancellable_cancel(cancellable_.get());
+        onThread([this] { isOver_ = true; });
+        thread_.join();  // nothing that it waits for is not cancelled
+    }
+
+    void show(TrayContent content) {
+        onThread([this, content = std::move(content)]() mutable { change(std::move(content)); });
+    }
+
+private:
+    void runThread() {
+        g_main_context_push_thread_default(context_);
+        std::string whyNot;
+        bus_ = connectToSessionBus(cancellable_.get(), whyNot);
+        if (bus_) {
+            serve();
+        }
+        // What was given to this thread, and what the connection still has for it.
+        while (g_main_context_iteration(context_, FALSE) != FALSE) {
+        }
+        g_main_context_pop_thread_default(context_);
+    }
+
+    void serve() {
+        static const GDBusInterfaceVTable table = {
+            [](GDBusConnection*, const char*, const char*, const char*, const char* method,
+               GVariant* arguments, GDBusMethodInvocation* invocation,
+               gpointer self) { static_cast<Item*>(self)->answer(method, arguments, invocation); },
+            [](GDBusConnection*, const char*, const char*, const char*, const char* property, GError**,
+               gpointer self) { return static_cast<Item*>(self)->property(property); },
+            nullptr,
+            {}};
+        const guint item = g_dbus_connection_register_object(bus_.get(), itemPath, node()->interfaces[0],
+                                                             &table, this, nullptr, nullptr);
+        const guint menu = g_dbus_connection_register_object(bus_.get(), menuPath, node()->interfaces[1],
+                                                             &table, this, nullptr, nullptr);
+        const guint name =
+            g_bus_own_name_on_connection(bus_.get(), busName_.c_str(), G_BUS_NAME_OWNER_FLAGS_DO_NOT_QUEUE,
+                                         nullptr, nullptr, nullptr, nullptr);
+        const guint watch = g_bus_watch_name_on_connection(
+            bus_.get(), watcherName, G_BUS_NAME_WATCHER_FLAGS_NONE,
+            [](GDBusConnection*, const char*, const char*, gpointer self) {
+                static_cast<Item*>(self)->hasWatcher_ = true;
+                static_cast<Item*>(self)->announce();
+            },
+            [](GDBusConnection*, const char*, gpointer self) {
+                static_cast<Item*>(self)->hasWatcher_ = false;
+            },
+            this, nullptr);
+        while (!isOver_ && g_dbus_connection_is_closed(bus_.get()) == FALSE) {
+            g_main_context_iteration(context_, TRUE);
+        }
+        g_bus_unwatch_name(watch);
+        g_bus_unown_name(name);
+        g_dbus_connection_unregister_object(bus_.get(), menu);
+        g_dbus_connection_unregister_object(bus_.get(), item);
+    }
+
+    /// Not before there is something to show, which a watcher reads at once.
+    void announce() {
+        if (hasWatcher_ && hasContent_) {
+            g_dbus_connection_call(bus_.get(), watcherName, "/StatusNotifierWatcher", watcherName,
+                                   "RegisterStatusNotifierItem", g_variant_new("(s)", busName_.c_str()),
+                                   nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, cancellable_.get(), nullptr,
+                                   nullptr);
+        }
+    }
+
+    void change(TrayContent content) {
+        const TrayContent before = std::exchange(content_, std::move(content));
+        if (!bus_) {
+            hasContent_ = true;
+            return;
+        }
+        if (!std::exchange(hasContent_, true)) {
+            announce();
+            return;
+        }
+        if (content_.rows != before.rows) {
+            ++revision_;
+            emit(menuPath, menuInterface, "LayoutUpdated", g_variant_new("(ui)", revision_, 0));
+        }
+        if (content_.pictures != before.pictures) {
+            emit(itemPath, itemInterface, "NewIcon", nullptr);
+        }
+        if (content_.title != before.title) {
+            emit(itemPath, itemInterface, "NewTitle", nullptr);
+        }
+        if (content_.tooltip != before.tooltip) {
+            emit(itemPath, itemInterface, "NewToolTip", nullptr);
+        }
+    }
+
+    void emit(const char* path, const char* interface, const char* signal, GVariant* arguments) {
+        g_dbus_connection_emit_signal(bus_.get(), nullptr, path, interface, signal, arguments, nullptr);
+    }
+
+    GVariant* property(std::string_view name) const {
+        if (name == "Category") {
+            return g_variant_new_string("ApplicationStatus");
+        }
+        if (name == "Id") {
+            return g_variant_new_string(objectID_.c_str());
+        }
+        if (name == "Title") {
+            return g_variant_new_string(content_.title.c_str());
+        }
+        if (name == "IconPixmap") {
+            return picturesOf(content_.pictures);
+        }
+        if (name == "ToolTip") {
+            return g_variant_new("(s@a(iiay)ss)", "", picturesOf({}), content_.title.c_str(),
+                                 content_.tooltip.c_str());
+        }
+        if (name == "Menu") {
+            return g_variant_new_object_path(menuPath);
+        }
+        if (name == "ItemIsMenu") {
+            return g_variant_new_boolean(FALSE);
+        }
+        if (name == "WindowId") {
+            return g_variant_new_int32(0);
+        }
+        if (name == "Version") {
+            constexpr guint32 dbusmenuVersion = 3;
+            return g_variant_new_uint32(dbusmenuVersion);
+        }
+        if (name == "TextDirection") {
+            return g_variant_new_string("ltr");
+        }
+        if (name == "IconThemePath") {
+            return g_variant_new_strv(nullptr, 0);
+        }
+        if (name == "Status") {  // of the icon and, with another vocabulary, of the menu
+            return g_variant_new_string("Active");
+        }
+        return g_variant_new_string("");
+    }
+
+    const TrayRow* rowAt(gint32 id) const {
+        const auto index = static_cast<std::size_t>(id) - 1;
+        return id > 0 && index < content_.rows.size() ? &content_.rows[index] : nullptr;
+    }
+
+    GVariant* layout(gint32 parent, gint32 depth) const {
+        GVariantBuilder children;
+        g_variant_builder_init(&children, G_VARIANT_TYPE("av"));
+        GVariantBuilder own;
+        g_variant_builder_init(&own, G_VARIANT_TYPE_VARDICT);
+        if (parent == 0) {
+            g_variant_builder_add(&own, "{sv}", "children-display", g_variant_new_string("submenu"));
+            for (gint32 id = 1; depth != 0 && rowAt(id) != nullptr; ++id) {
+                g_variant_builder_add(&children, "v",
+                                      g_variant_new("(i@a{sv}@av)", id, propertiesOf(*rowAt(id)),
+                                                    g_variant_new_array(G_VARIANT_TYPE_VARIANT, nullptr, 0)));
+            }
+        }
+        const TrayRow* const row = rowAt(parent);
+        GVariant* const properties = g_variant_builder_end(&own);
+        GVariant* shown = properties;
+        if (row != nullptr) {
+            g_variant_unref(g_variant_ref_sink(properties));
+            shown = propertiesOf(*row);
+        }
+        return g_variant_new("(u@(ia{sv}av))", revision_,
+                             g_variant_new("(i@a{sv}av)", parent, shown, &children));
+    }
+
+    GVariant* groupProperties(GVariant* wanted) const {
+        GVariantBuilder all;
+        g_variant_builder_init(&all, G_VARIANT_TYPE("a(ia{sv})"));
+        const auto add = [&](gint32 id) {
+            if (const TrayRow* const row = rowAt(id)) {
+                g_variant_builder_add(&all, "(i@a{sv})", id, propertiesOf(*row));
+            }
+        };
+        GVariantIter ids;
+        g_variant_iter_init(&ids, wanted);
+        bool isAll = true;
+        for (gint32 id = 0; g_variant_iter_next(&ids, "i", &id) != FALSE;) {
+            isAll = false;
+            add(id);
+        }
+        for (gint32 id = 1; isAll && rowAt(id) != nullptr; ++id) {
+            add(id);
+        }
+        return g_variant_new("(a(ia{sv}))", &all);
+    }
+
+    void happened(gint32 id, std::string_view event) {
+        const TrayRow* const row = rowAt(id);
+        if (event == "clicked" && row != nullptr && row->isEnabled && !row->id.empty()) {
+            tell(row->id);
+        }
+    }
+
+    void tell(std::string id) {
+        asio::post(executor_, [weak = posted_, id = std::move(id)]() mutable {
+            if (const auto chosen = weak.lock()) {
+                (*chosen)(std::move(id));
+            }
+        });
+    }
+
+    void answer(std::string_view method, GVariant* arguments, GDBusMethodInvocation* invocation) {
+        GVariant* reply = nullptr;
+        if (method == "Activate" || method == "SecondaryActivate") {
+            tell({});
+        } else if (method == "GetLayout") {
+            gint32 parent = 0;
+            gint32 depth = 0;
+            g_variant_get(arguments, "(iias)", &parent, &depth, nullptr);
+            if (parent != 0 && rowAt(parent) == nullptr) {
+                g_dbus_method_invocation_return_error_literal(
+                    invocation, G_DBUS_ERROR, G_DBUS_ERROR_INVALID_ARGS, "there is no such row");
+                return;
+            }
+            reply = layout(parent, depth);
+        } else if (method == "GetGroupProperties") {
+            const Variant wanted(g_variant_get_child_value(arguments, 0));
+            reply = groupProperties(wanted.get());
+        } else if (method == "GetProperty") {
+            gint32 id = 0;
+            const char* name = nullptr;
+            g_variant_get(arguments, "(i&s)", &id, &name);
+            const TrayRow* const row = rowAt(id);
+            const Variant all(row == nullptr ? nullptr : g_variant_ref_sink(propertiesOf(*row)));
+            const Variant value(all ? g_variant_lookup_value(all.get(), name, nullptr) : nullptr);
+            if (!value) {
+                g_dbus_method_invocation_return_error_literal(
+                    invocation, G_DBUS_ERROR, G_DBUS_ERROR_INVALID_ARGS, "there is no such property");
+                return;
+            }
+            reply = g_variant_new("(v)", value.get());
+        } else if (method == "Event") {
+            gint32 id = 0;
+            const char* event = nullptr;
+            g_variant_get(arguments, "(i&svu)", &id, &event, nullptr, nullptr);
+            happened(id, event);
+        } else if (method == "EventGroup") {
+            const Variant events(g_variant_get_child_value(arguments, 0));
+            GVariantIter iterator;
+            g_variant_iter_init(&iterator, events.get());
+            gint32 id = 0;
+            const char* event = nullptr;
+            while (g_variant_iter_next(&iterator, "(i&svu)", &id, &event, nullptr, nullptr) != FALSE) {
+                happened(id, event);
+            }
+            reply = g_variant_new("(ai)", nullptr);
+        } else if (method == "AboutToShow") {
+            reply = g_variant_new("(b)", FALSE);
+        } else if (method == "AboutToShowGroup") {
+            reply = g_variant_new("(aiai)", nullptr, nullptr);
+        }
+        g_dbus_method_invocation_return_value(invocation, reply);
+    }
+
+    void onThread(std::function<void()> work) {
+        GSource* const source = g_idle_source_new();
+        g_source_set_priority(source, G_PRIORITY_DEFAULT);
+        g_source_set_callback(
+            source,
+            [](gpointer data) -> gboolean {
+                (*static_cast<std::function<void()>*>(data))();
+                return G_SOURCE_REMOVE;
+            },
+            new std::function<void()>(std::move(work)),
+            [](gpointer data) { delete static_cast<std::function<void()>*>(data); });
+        g_source_attach(source, context_);
+        g_source_unref(source);
+    }
+
+    // Fixed at birth.
+    const std::string objectID_;
+    const std::string busName_ = "org.kde.StatusNotifierItem-" + std::to_string(::getpid()) + "-1";
+    const SerialExecutor executor_;
+    GMainContext* const context_ = g_main_context_new();
+    const Owned<GCancellable> cancellable_{g_cancellable_new()};
+
+    // The executor's. What is posted holds it weakly: with the owner gone, nothing is called.
+    std::shared_ptr<Chosen> chosen_;
+    const std::weak_ptr<Chosen> posted_;
+    std::thread thread_;
+
+    // The thread's.
+    Owned<GDBusConnection> bus_;
+    TrayContent content_;
+    bool hasContent_ = false;
+    bool hasWatcher_ = false;
+    guint32 revision_ = 1;
+    bool isOver_ = false;
+};
+
+TrayIcon::TrayIcon(std::string objectID, SerialExecutor executor, std::function<void(std::string id)> chosen)
+    : item_(std::make_shared<Item>(std::move(objectID), std::move(executor), std::move(chosen))) {
+    Item::start(item_);
+}
+
+TrayIcon::~TrayIcon() {
+    item_->stop();
+}
+
+void TrayIcon::show(TrayContent content) {
+    item_->show(std::move(content));
+}
+
+}  // namespace tarn
