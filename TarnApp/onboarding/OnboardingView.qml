@@ -26,6 +26,7 @@ Item {
     }
     RadialGlow {
         anchors.fill: parent
+        visible: !Theme.pure
         color: Theme.faded(Brand.primary, 0.22)
         startRadius: 10
         endRadius: 540

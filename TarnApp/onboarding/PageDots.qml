@@ -23,16 +23,19 @@ Row {
             width: 7
             height: 7
 
-            Rectangle {
+            // Not a Rectangle, which the software renderer draws in pieces where the screen has a scale of 1.25.
+            GradientPlate {
+                property color tone: dot.current ? (Theme.dark ? Brand.primary : Theme.accent)
+                                                 : Theme.faded(Theme.secondaryText, Theme.pure ? 0.5 : 0.28)
+                Behavior on width { Spring {} }
                 anchors.centerIn: parent
-                // Its size and not its scale: the software renderer draws scaled circles in steps.
-                width: dot.current ? 7 * 1.15 : 7
+                // Its size and not its scale, for the same reason; and a point for its edge.
+                width: 1 + (dot.current ? 7 * 1.15 : 7)
                 height: width
                 radius: width / 2
-                color: dot.current ? (Theme.dark ? Brand.primary : Theme.accent)
-                                   : Theme.faded(Theme.secondaryText, 0.28)
-                Behavior on width { Spring {} }
-                Behavior on color {
+                upper: tone
+                lower: tone
+                Behavior on tone {
                     ColorAnimation {
                         duration: Theme.spring
                         easing.type: Easing.BezierSpline

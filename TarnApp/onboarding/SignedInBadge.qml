@@ -10,7 +10,9 @@ Rectangle {
     implicitWidth: row.implicitWidth + Theme.space(7)
     implicitHeight: row.implicitHeight + Theme.space(5)
     radius: root.height / 2
-    color: Theme.faded(Brand.success, 0.14)
+    color: Theme.pure ? "transparent" : Theme.faded(Brand.success, 0.14)
+    border.width: Theme.controlEdge
+    border.color: Theme.success
     Accessible.role: Accessible.StaticText
     Accessible.name: root.label
 

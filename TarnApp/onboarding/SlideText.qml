@@ -11,6 +11,6 @@ Text {
     wrapMode: Text.Wrap
     font.weight: root.heading ? Font.DemiBold : Font.Normal
     color: root.heading ? Theme.primaryText : Theme.secondaryText
-    Accessible.role: root.heading ? Accessible.Heading : Accessible.StaticText
+    Accessible.role: root.heading ? Accessible.Heading : Accessible.Paragraph
     Accessible.name: root.text
 }

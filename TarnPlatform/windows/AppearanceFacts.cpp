@@ -1,21 +1,34 @@
 #include "AppearanceFacts.h"
 
-#include <algorithm>
 #include <cctype>
+#include <string>
 #include <string_view>
 
 namespace tarn {
 namespace {
 
-/// "Arc-Dark", "Adwaita:dark", "Breeze_dark": how dark themes are named.
+std::string lettersOf(std::string_view theme) {
+    std::string letters;
+    for (const unsigned char c : theme) {
+        if (std::isalpha(c) != 0) {
+            letters += static_cast<char>(std::tolower(c));
+        }
+    }
+    return letters;
+}
+
+/// "Arc-Dark", "Adwaita:dark", "Breeze_dark", "HighContrastInverse": how dark themes are named.
 std::optional<bool> isDarkTheme(std::string_view theme) {
-    constexpr std::string_view dark = "dark";
     if (theme.empty()) {
         return std::nullopt;
     }
-    return theme.size() >= dark.size() &&
-           std::ranges::equal(theme.substr(theme.size() - dark.size()), dark, {},
-                              [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const auto name = lettersOf(theme);
+    return name.ends_with("dark") || name.ends_with("inverse");
+}
+
+/// "HighContrast", "HighContrastInverse", "Mint-High-Contrast".
+bool isOfHighContrast(std::string_view theme) {
+    return lettersOf(theme).find("highcontrast") != std::string::npos;
 }
 
 }  // namespace
@@ -44,6 +57,13 @@ std::optional<bool> AppearanceFacts::dark() const {
 
 bool AppearanceFacts::reducedMotion() const {
     return !portalAnimations.value_or(settingsAnimations.value_or(true));
+}
+
+bool AppearanceFacts::highContrast() const {
+    constexpr std::uint32_t higher = 1;
+    return portalContrast == higher || portalHighContrast == true || settingsHighContrast == true ||
+           isOfHighContrast(gtkThemeVariable) || isOfHighContrast(settingsTheme) ||
+           isOfHighContrast(gtkFileTheme);
 }
 
 }  // namespace tarn

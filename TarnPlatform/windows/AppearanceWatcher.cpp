@@ -19,12 +19,37 @@ constexpr const char* portalPath = "/org/freedesktop/portal/desktop";
 constexpr const char* portalInterface = "org.freedesktop.portal.Settings";
 constexpr const char* appearance = "org.freedesktop.appearance";
 constexpr const char* gnomeInterface = "org.gnome.desktop.interface";
+constexpr const char* gnomeAccess = "org.gnome.desktop.a11y.interface";
 constexpr const char* kdeGeneral = "org.kde.kdeglobals.KDE";
 constexpr int portalLimitMs = 10'000;  // it may have to be started first
 
 struct KeyFileFree {
     void operator()(GKeyFile* file) const { g_key_file_free(file); }
 };
+
+/// The settings of that name; null where they are not installed.
+Owned<GSettings> settingsOf(const char* name) {
+    auto* const source = g_settings_schema_source_get_default();
+    auto* const schema = source == nullptr ? nullptr : g_settings_schema_source_lookup(source, name, TRUE);
+    if (schema == nullptr) {
+        return nullptr;
+    }
+    g_settings_schema_unref(schema);
+    return Owned<GSettings>(g_settings_new(name));
+}
+
+/// Only what the user has chosen: the defaults are those of a desktop that may not be this one.
+Variant chosen(GSettings* settings, const char* key, const GVariantType* type) {
+    if (settings == nullptr) {
+        return nullptr;
+    }
+    GSettingsSchema* schema = nullptr;
+    g_object_get(settings, "settings-schema", &schema, nullptr);
+    Variant value(g_settings_schema_has_key(schema, key) == FALSE ? nullptr
+                                                                  : g_settings_get_user_value(settings, key));
+    g_settings_schema_unref(schema);
+    return value && g_variant_is_of_type(value.get(), type) != FALSE ? std::move(value) : nullptr;
+}
 
 /// Variants of the portal come in one or two wrappings.
 Variant unwrapped(Variant value) {
@@ -41,6 +66,10 @@ void take(AppearanceFacts& facts, std::string_view place, std::string_view key, 
     };
     if (place == appearance && key == "color-scheme" && is(G_VARIANT_TYPE_UINT32)) {
         facts.portalScheme = g_variant_get_uint32(value.get());
+    } else if (place == appearance && key == "contrast" && is(G_VARIANT_TYPE_UINT32)) {
+        facts.portalContrast = g_variant_get_uint32(value.get());
+    } else if (place == gnomeAccess && key == "high-contrast" && is(G_VARIANT_TYPE_BOOLEAN)) {
+        facts.portalHighContrast = g_variant_get_boolean(value.get()) != FALSE;
     } else if (place == gnomeInterface && key == "enable-animations" && is(G_VARIANT_TYPE_BOOLEAN)) {
         facts.portalAnimations = g_variant_get_boolean(value.get()) != FALSE;
     } else if (place == kdeGeneral && key == "AnimationDurationFactor" && is(G_VARIANT_TYPE_STRING)) {
@@ -90,6 +119,7 @@ private:
         }
         monitors_.clear();
         settings_.reset();
+        access_.reset();
         bus_.reset();
         while (g_main_context_iteration(context_, FALSE) != FALSE) {
         }
@@ -119,6 +149,7 @@ private:
     bool hasTold_ = false;
     std::vector<Owned<GFileMonitor>> monitors_;
     Owned<GSettings> settings_;
+    Owned<GSettings> access_;  ///< those of how the desktop can be used
     Owned<GDBusConnection> bus_;
     guint portalWatch_ = 0;
     guint changes_ = 0;
@@ -174,42 +205,33 @@ void AppearanceWatcher::Reader::readFiles() {
 }
 
 void AppearanceWatcher::Reader::watchSettings() {
-    auto* const source = g_settings_schema_source_get_default();
-    auto* const schema =
-        source == nullptr ? nullptr : g_settings_schema_source_lookup(source, gnomeInterface, TRUE);
-    if (schema == nullptr) {
-        return;
+    settings_ = settingsOf(gnomeInterface);
+    access_ = settingsOf(gnomeAccess);
+    for (GSettings* const settings : {settings_.get(), access_.get()}) {
+        if (settings != nullptr) {
+            g_signal_connect(settings, "changed", G_CALLBACK(+[](GSettings*, const char*, gpointer self) {
+                                 static_cast<Reader*>(self)->readSettings();
+                                 static_cast<Reader*>(self)->tell();
+                             }),
+                             this);
+        }
     }
-    g_settings_schema_unref(schema);
-    settings_.reset(g_settings_new(gnomeInterface));
-    g_signal_connect(settings_.get(), "changed", G_CALLBACK(+[](GSettings*, const char*, gpointer self) {
-                         static_cast<Reader*>(self)->readSettings();
-                         static_cast<Reader*>(self)->tell();
-                     }),
-                     this);
     readSettings();
 }
 
 void AppearanceWatcher::Reader::readSettings() {
-    // Only what the user has chosen: the defaults are those of a desktop that may not be this one.
-    const auto chosen = [this](const char* key, const GVariantType* type) {
-        GSettingsSchema* schema = nullptr;
-        g_object_get(settings_.get(), "settings-schema", &schema, nullptr);
-        Variant value(g_settings_schema_has_key(schema, key) == FALSE
-                          ? nullptr
-                          : g_settings_get_user_value(settings_.get(), key));
-        g_settings_schema_unref(schema);
-        return value && g_variant_is_of_type(value.get(), type) != FALSE ? std::move(value) : nullptr;
-    };
-    const auto text = [&chosen](const char* key) {
-        const auto value = chosen(key, G_VARIANT_TYPE_STRING);
+    const auto text = [this](const char* key) {
+        const auto value = chosen(settings_.get(), key, G_VARIANT_TYPE_STRING);
         return std::string(value ? g_variant_get_string(value.get(), nullptr) : "");
+    };
+    const auto flag = [](GSettings* settings, const char* key) {
+        const auto value = chosen(settings, key, G_VARIANT_TYPE_BOOLEAN);
+        return value ? std::optional(g_variant_get_boolean(value.get()) != FALSE) : std::nullopt;
     };
     facts_.settingsScheme = text("color-scheme");
     facts_.settingsTheme = text("gtk-theme");
-    const auto animations = chosen("enable-animations", G_VARIANT_TYPE_BOOLEAN);
-    facts_.settingsAnimations =
-        animations ? std::optional(g_variant_get_boolean(animations.get()) != FALSE) : std::nullopt;
+    facts_.settingsAnimations = flag(settings_.get(), "enable-animations");
+    facts_.settingsHighContrast = flag(access_.get(), "high-contrast");
 }
 
 void AppearanceWatcher::Reader::watchPortal() {
@@ -243,7 +265,7 @@ void AppearanceWatcher::Reader::watchPortal() {
 }
 
 void AppearanceWatcher::Reader::askPortal() {
-    const std::array<const char*, 4> places{appearance, gnomeInterface, kdeGeneral, nullptr};
+    const std::array<const char*, 5> places{appearance, gnomeInterface, gnomeAccess, kdeGeneral, nullptr};
     ++calls_;
     g_dbus_connection_call(
         bus_.get(), portalName, portalPath, portalInterface, "ReadAll", g_variant_new("(^as)", places.data()),

@@ -38,9 +38,11 @@ bool DesktopAppearance::eventFilter(QObject* watched, QEvent* event) {
 void DesktopAppearance::settle() {
     const bool dark = facts_.dark().value_or(isPaletteDark());
     const bool reduces = facts_.reducedMotion();
-    if (isDark_ != dark || reducedMotion_ != reduces) {
+    const bool contrast = facts_.highContrast();
+    if (isDark_ != dark || reducedMotion_ != reduces || highContrast_ != contrast) {
         isDark_ = dark;
         reducedMotion_ = reduces;
+        highContrast_ = contrast;
         Q_EMIT changed();
     }
 }

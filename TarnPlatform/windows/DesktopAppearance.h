@@ -10,8 +10,8 @@ namespace tarn {
 
 class AppearanceWatcher;
 
-/// The look that the user has chosen for the desktop: dark or light, and whether things may move. From the
-/// desktop's portal, its settings, those of GTK, or else the palette that Qt has found.
+/// The look that the user has chosen for the desktop: dark or light, high contrast, and whether things may
+/// move. From the desktop's portal, its settings, those of GTK, or else the palette that Qt has found.
 ///
 /// Nothing waits for the desktop: until it has answered, the palette's word counts. Thread: main.
 class DesktopAppearance : public QObject {
@@ -23,6 +23,7 @@ public:
 
     bool isDark() const { return isDark_; }
     bool reducedMotion() const { return reducedMotion_; }
+    bool highContrast() const { return highContrast_; }
 
 Q_SIGNALS:
     void changed();
@@ -36,6 +37,7 @@ private:
     AppearanceFacts facts_;
     bool isDark_;
     bool reducedMotion_ = false;
+    bool highContrast_ = false;
     std::unique_ptr<AppearanceWatcher> watcher_;
 };
 

@@ -1,6 +1,8 @@
 // Pictures of everything that there is to see, on the screen and under the window manager and the compositor
-// that run: gallery FOLDER [contrast]. In both languages, light and dark. "contrast" measures the text on the
-// panel over white and over black instead, from pictures too.
+// that run: gallery FOLDER [contrast] [high-contrast] [brief]. In both languages, light and dark. "contrast"
+// measures the text on the panel over white and over black instead, from pictures too; "high-contrast" is
+// what a desktop may ask for; "brief" takes only what scales of the screen could spoil, in English and dark.
+// Windows that leave the screen are told of, and are the exit status.
 #include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QImage>
@@ -17,6 +19,7 @@
 #include "TarnApp/shell/TarnApp.h"
 #include "TarnApp/views/model/Loc.h"
 #include "TarnApp/views/style/Appearance.h"
+#include "TarnPlatform/windows/FramePlacement.h"
 #include "support/views/ViewWorld.h"
 
 namespace tarn::test {
@@ -28,7 +31,10 @@ constexpr QRect wideFrame(20, 260, 1440, 240);
 struct Style {
     QString language;
     bool dark = false;
-    QString name() const { return language + (dark ? "-dark" : "-light"); }
+    bool highContrast = false;
+    QString name() const {
+        return language + (dark ? "-dark" : "-light") + (highContrast ? "-high-contrast" : "");
+    }
 };
 
 QColor background(const QString& kind) {
@@ -98,7 +104,8 @@ public:
         world_.useModel(app_->viewModel());
         app_->open();
         Appearance::shared().setDark(style_.dark);
-        window().setGeometry(usualFrame);
+        Appearance::shared().setHighContrast(style_.highContrast);
+        window().setGeometry(onScreen(usualFrame));
         backdrop_ = std::make_unique<Backdrop>(engine_);
         window().raise();
         pump(600);
@@ -122,6 +129,28 @@ public:
         conversation();
     }
 
+    void takeBrief() {
+        picture("solo-idle");
+        vm().startAll();
+        speak(0, "Good morning, everybody. Shall we begin with the second chapter?",
+              "早上好，各位。我们从第二章开始，好吗？");
+        world_.level(0, 0.08);
+        popover("helpFont", "popover-size");
+        popover("account", "popover-account");
+        open("popover-language", [](const QQuickItem& item) {
+            return QString(item.metaObject()->className()).startsWith("LangPicker");
+        });
+        vm().setTier2Expanded(true);
+        window().setGeometry(onScreen({340, 300, 640, 300}));
+        picture("translation-settings");
+        vm().setTier2Expanded(false);
+        vm().stopAll();
+        pump(100);
+        onboarding();
+        conversation();
+    }
+    int windowsOffScreen() const { return windowsOffScreen_; }
+
     void measureContrast() {
         world_.setLanguage("en");
         vm().startAll();
@@ -132,7 +161,9 @@ public:
             const QImage screen = grab();
             // The panel where nothing is on it: in the middle, near its lower edge.
             const QRect frame = window().geometry();
-            const QColor panel = screen.pixelColor(frame.center().x(), frame.bottom() - 12);
+            const auto scale = window().screen()->devicePixelRatio();
+            const QColor panel =
+                screen.pixelColor((QPointF(frame.center().x(), frame.bottom() - 12) * scale).toPoint());
             std::printf("%-5s over %-5s panel %s:", style_.dark ? "dark" : "light", kind,
                         panel.name().toUtf8().data());
             for (const char* const role :
@@ -167,8 +198,11 @@ private:
             backdrop_->show(kind);
             picture(QString("mini-over-") + kind);
         }
+        world_.connection(0, "lost");
+        picture("mini-health");
         vm().setMiniMode(false);
         vm().setSubtitleScale(1);
+        picture("health");
         world_.fail(0,
                     "The service is busy: translation was interrupted, and will go on by itself in a moment");
         picture("error-chip");
@@ -185,7 +219,7 @@ private:
         vm().setMode(AppMode::conversation);
         vm().addSession();
         vm().addSession();
-        window().setGeometry(wideFrame);
+        window().setGeometry(onScreen(wideFrame));
         const auto& all = vm().sessions();
         const char* const sources[] = {"en", "ja", "ar", "hi"};
         const char* const targets[] = {"zh", "en", "ru", "th"};
@@ -271,11 +305,25 @@ private:
         for (QWindow* const other : QGuiApplication::topLevelWindows()) {
             if (other->isVisible() && other != backdrop_.get()) {
                 around = around.united(other->frameGeometry());
+                if (!other->screen()->geometry().contains(other->frameGeometry())) {
+                    const QRect at = other->frameGeometry();
+                    std::printf("%s: a window of %dx%d at %d,%d leaves the screen\n", name.toUtf8().data(),
+                                at.width(), at.height(), at.x(), at.y());
+                    ++windowsOffScreen_;
+                }
             }
         }
         const auto margin = 24;
-        image = image.copy(around.adjusted(-margin, -margin, margin, margin).intersected(image.rect()));
+        const auto scale = window().screen()->devicePixelRatio();
+        const QRectF part = around.adjusted(-margin, -margin, margin, margin);
+        image = image.copy(
+            QRectF(part.topLeft() * scale, part.size() * scale).toRect().intersected(image.rect()));
         image.save(folder_ + "/" + name + "-" + style_.name() + ".png");
+    }
+
+    QRect onScreen(const QRect& frame) const {
+        const QRect screen = window().screen()->availableGeometry();
+        return FramePlacement::onScreens(frame, {&screen, 1}, window().minimumSize());
     }
 
     QImage grab() const { return window().screen()->grabWindow(0).toImage(); }
@@ -336,6 +384,7 @@ private:
     std::unique_ptr<TarnApp> app_;
     QQmlEngine engine_;
     std::unique_ptr<Backdrop> backdrop_;
+    int windowsOffScreen_ = 0;
 };
 
 }  // namespace
@@ -347,21 +396,27 @@ int main(int argc, char** argv) {
     QGuiApplication::setQuitOnLastWindowClosed(false);
     const QStringList words = QGuiApplication::arguments();
     if (words.size() < 2) {
-        std::fprintf(stderr, "usage: gallery FOLDER [contrast]\n");
+        std::fprintf(stderr, "usage: gallery FOLDER [contrast] [high-contrast] [brief]\n");
         return 2;
     }
+    const bool measures = words.contains("contrast");
+    const bool isBrief = words.contains("brief");
+    int off = 0;
     for (const QString& language : {QString("en"), QString("zhHans")}) {
         for (const bool dark : {false, true}) {
-            tarn::test::Gallery gallery(words[1], {language, dark});
-            if (words.size() > 2) {
+            if ((language != "en" && (measures || isBrief)) || (isBrief && !dark)) {
+                continue;
+            }
+            tarn::test::Gallery gallery(words[1], {language, dark, words.contains("high-contrast")});
+            if (measures) {
                 gallery.measureContrast();
+            } else if (isBrief) {
+                gallery.takeBrief();
             } else {
                 gallery.takeAll();
             }
-        }
-        if (words.size() > 2) {
-            break;
+            off += gallery.windowsOffScreen();
         }
     }
-    return 0;
+    return off == 0 ? 0 : 1;
 }

@@ -26,6 +26,7 @@ TEST(AppearanceFacts, WeighsWhatTheDesktopSays) {
         {"file does not prefer dark", {.gtkFilePrefersDark = false}, false},
         {"theme of the settings", {.settingsTheme = "Yaru-dark"}, true},
         {"darkness in the middle of a name", {.gtkFileTheme = "Darkest Hour"}, false},
+        {"the dark one of high contrast", {.settingsTheme = "HighContrastInverse"}, true},
         {"shorter than the word", {.gtkFileTheme = "ark"}, false},
     };
     for (const auto& c : cases) {
@@ -34,6 +35,29 @@ TEST(AppearanceFacts, WeighsWhatTheDesktopSays) {
     EXPECT_FALSE(AppearanceFacts{}.reducedMotion());
     EXPECT_TRUE((AppearanceFacts{.settingsAnimations = false}).reducedMotion());
     EXPECT_FALSE((AppearanceFacts{.portalAnimations = true, .settingsAnimations = false}).reducedMotion());
+}
+
+TEST(AppearanceFacts, HearsWhoeverAsksForHighContrast) {
+    struct Case {
+        const char* what;
+        AppearanceFacts facts;
+        bool high;
+    };
+    const Case cases[] = {
+        {"nobody says", {}, false},
+        {"portal", {.portalContrast = 1}, true},
+        {"portal: no preference, and GNOME's own", {.portalContrast = 0, .portalHighContrast = true}, true},
+        {"portal: a number of tomorrow", {.portalContrast = 2}, false},
+        {"settings", {.settingsHighContrast = true}, true},
+        {"settings, no", {.settingsHighContrast = false}, false},
+        {"variable", {.gtkThemeVariable = "HighContrast:dark"}, true},
+        {"file", {.gtkFileTheme = "Mint-High-Contrast"}, true},
+        {"theme of the settings", {.settingsTheme = "HighContrastInverse"}, true},
+        {"another theme", {.gtkFileTheme = "Contrast", .settingsTheme = "Adwaita-dark"}, false},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(c.facts.highContrast(), c.high) << c.what;
+    }
 }
 
 }  // namespace

@@ -142,10 +142,12 @@ TEST_F(AppearanceWatcherTest, FollowsFilesAndTheDesktopsSettingsWithoutABus) {
     EXPECT_TRUE(until([this] { return facts_.dark() == std::nullopt; }));
     configuration().write(
         "glib-2.0/settings/keyfile",
-        "[org/gnome/desktop/interface]\nenable-animations=false\ncolor-scheme='prefer-dark'\n");
-    EXPECT_TRUE(until([this] { return facts_.reducedMotion() && facts_.dark() == true; }));
+        "[org/gnome/desktop/interface]\nenable-animations=false\ncolor-scheme='prefer-dark'\n"
+        "[org/gnome/desktop/a11y/interface]\nhigh-contrast=true\n");
+    EXPECT_TRUE(
+        until([this] { return facts_.reducedMotion() && facts_.dark() == true && facts_.highContrast(); }));
     configuration().write("glib-2.0/settings/keyfile", "[org/gnome/desktop/interface]\n");
-    EXPECT_TRUE(until([this] { return !facts_.reducedMotion() && facts_.dark() == std::nullopt; }));
+    EXPECT_TRUE(until([this] { return facts_ == AppearanceFacts{}; }));
 }
 
 TEST_F(AppearanceWatcherTest, FollowsThePortalThatComesLateAndChanges) {
@@ -168,6 +170,14 @@ TEST_F(AppearanceWatcherTest, FollowsThePortalThatComesLateAndChanges) {
     EXPECT_EQ(facts_.dark(), false);
     portal.say("org.kde.kdeglobals.KDE", "AnimationDurationFactor", g_variant_new_string("0.5"));
     EXPECT_TRUE(until([this] { return !facts_.reducedMotion(); }));
+
+    const auto contrast = [&](const char* place, const char* key, GVariant* value, bool high) {
+        portal.say(place, key, value);
+        EXPECT_TRUE(until([&] { return facts_.highContrast() == high; })) << place;
+    };
+    contrast("org.freedesktop.appearance", "contrast", g_variant_new_variant(g_variant_new_uint32(1)), true);
+    contrast("org.freedesktop.appearance", "contrast", g_variant_new_variant(g_variant_new_uint32(0)), false);
+    contrast("org.gnome.desktop.a11y.interface", "high-contrast", g_variant_new_boolean(TRUE), true);
 }
 
 TEST_F(AppearanceWatcherTest, EndsWhateverItWaitsFor) {

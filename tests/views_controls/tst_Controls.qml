@@ -189,7 +189,7 @@ Item {
             compare(world.setting("app.language"), "zhHans")
             verify(textOf(shown.font, "字幕字号"))
             verify(textOf(shown.chips, "克隆"))
-            compare(dot.label, "未启动")
+            compare(dot.lines, ["未启动"])
             waitForRendering(picker)
             mouseClick(textOf(picker, "跟随系统"))
             compare(world.setting("app.language"), "system")
@@ -254,7 +254,7 @@ Item {
         function test_state_has_a_light_and_a_name(row) {
             dot.state = row.tag
             compare(dot.color, row.light)
-            compare(dot.label, row.label)
+            compare(dot.lines, [row.label])
             compare(dot.Accessible.name, row.label)
             compare([dot.width, dot.height], [8, 8])
             dot.state = "idle"

@@ -11,7 +11,9 @@ Rectangle {
     implicitWidth: Math.ceil(mark.width + Theme.space(1) + line.implicitWidth) + 12
     implicitHeight: Math.ceil(Math.max(mark.height, line.implicitHeight)) + 4
     radius: Theme.radiusSmall
-    color: Theme.faded(Theme.red, 0.12)
+    color: Theme.pure ? Theme.panelOpaque : Theme.faded(Theme.red, 0.12)
+    border.width: Theme.controlEdge
+    border.color: Theme.red
 
     Accessible.role: Accessible.AlertMessage
     Accessible.name: message

@@ -12,7 +12,9 @@ Rectangle {
     implicitWidth: Math.ceil(Math.max(caption.implicitWidth, holder.childrenRect.width)) + 16
     implicitHeight: Math.ceil(caption.implicitHeight + 2 + holder.childrenRect.height) + 10
     radius: Theme.radiusChip
-    color: Theme.faded(Theme.secondaryText, 0.1)
+    color: Theme.pure ? "transparent" : Theme.faded(Theme.secondaryText, 0.1)
+    border.width: Theme.controlEdge
+    border.color: Theme.hairline
 
     Accessible.role: Accessible.Grouping
     Accessible.name: label

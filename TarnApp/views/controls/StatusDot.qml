@@ -18,7 +18,6 @@ Rectangle {
     color: Theme.light(StateLook.light(state))
 
     Accessible.role: Accessible.StaticText
-    Accessible.focusable: false
     Accessible.name: lines.join(". ")
 
     HoverHandler {

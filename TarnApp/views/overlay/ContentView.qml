@@ -57,7 +57,7 @@ Item {
             vm: root.vm
             onboarding: root.onboarding
             contentState: state
-            opacity: state.chromeOpacity
+            opacity: state.chromeOpacity > 0 ? Math.max(state.chromeOpacity, Theme.dimmed) : 0
             Behavior on opacity { NumberAnimation { duration: Theme.fade; easing.type: Easing.InOutQuad } }
         }
         Divider {

@@ -64,7 +64,7 @@ Item {
             symbol: choice.symbol
             trailingSymbol: "chevron.down"
             help: choice.sourceHelp
-            spokenRole: Accessible.ButtonMenu
+            Accessible.role: Accessible.ButtonMenu
             Accessible.name: Loc.captureSource + ": " + choice.sourceHelp
             onClicked: menu.toggleAt(source)
 

@@ -58,8 +58,7 @@ Item {
             symbol: "slider.horizontal.3"
             active: root.vm.tier2Expanded
             help: Loc.helpSettings
-            Accessible.checkable: true
-            Accessible.checked: active
+            switches: true
             onClicked: root.vm.tier2Expanded = !root.vm.tier2Expanded
         }
         PlaybackButton {
@@ -73,8 +72,8 @@ Item {
             symbol: root.vm.miniMode ? "arrow.up.backward.and.arrow.down.forward"
                                      : "arrow.down.right.and.arrow.up.left"
             help: Loc.helpMini
-            Accessible.checkable: true
-            Accessible.checked: root.vm.miniMode
+            switches: true
+            on: root.vm.miniMode
             onClicked: root.vm.miniMode = !root.vm.miniMode
         }
         Item {

@@ -30,6 +30,8 @@ Item {
             anchors.margins: Theme.space(1) / 2
             radius: Theme.radiusPanel - anchors.margins
             color: Theme.panel
+            border.width: Theme.controlEdge
+            border.color: Theme.hairline
             visible: root.bare
         }
         SessionRow {

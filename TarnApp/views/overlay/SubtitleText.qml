@@ -97,7 +97,7 @@ Item {
         visible: edit.activeFocus && !pointer.hovered
         color: "transparent"
         radius: Theme.radiusSmall
-        border.width: 2
+        border.width: Theme.focusWidth
         border.color: Theme.focusRing
     }
 }

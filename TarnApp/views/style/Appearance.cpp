@@ -22,6 +22,10 @@ void Appearance::setReducedMotion(bool value) {
     set(reducedMotion_, value);
 }
 
+void Appearance::setHighContrast(bool value) {
+    set(highContrast_, value);
+}
+
 void Appearance::set(bool& field, bool value) {
     if (field != value) {
         field = value;

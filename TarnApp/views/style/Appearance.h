@@ -16,6 +16,7 @@ class Appearance : public QObject {
     /// Whether windows can be translucent: a compositor runs.
     Q_PROPERTY(bool translucent READ translucent WRITE setTranslucent NOTIFY changed)
     Q_PROPERTY(bool reducedMotion READ reducedMotion WRITE setReducedMotion NOTIFY changed)
+    Q_PROPERTY(bool highContrast READ highContrast WRITE setHighContrast NOTIFY changed)
 
 public:
     static Appearance& shared();
@@ -24,9 +25,11 @@ public:
     bool dark() const { return dark_; }
     bool translucent() const { return translucent_; }
     bool reducedMotion() const { return reducedMotion_; }
+    bool highContrast() const { return highContrast_; }
     void setDark(bool value);
     void setTranslucent(bool value);
     void setReducedMotion(bool value);
+    void setHighContrast(bool value);
 
 Q_SIGNALS:
     void changed();
@@ -38,6 +41,7 @@ private:
     bool dark_ = true;
     bool translucent_ = true;
     bool reducedMotion_ = false;
+    bool highContrast_ = false;
 };
 
 }  // namespace tarn

@@ -31,7 +31,7 @@ T.TextField {
     background: Rectangle {
         radius: Theme.radiusSmall
         color: root.hovered && !root.activeFocus ? Theme.fieldHovered : Theme.field
-        border.width: root.activeFocus ? 2 : 1
+        border.width: root.activeFocus ? Theme.focusWidth : 1
         border.color: root.activeFocus ? Theme.focusRing : Theme.hairline
         Text {
             x: root.leftPadding

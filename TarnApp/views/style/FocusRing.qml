@@ -9,9 +9,9 @@ Rectangle {
 
     visible: shown
     anchors.fill: parent
-    anchors.margins: -3
-    radius: parent.radius + 3
+    anchors.margins: -Theme.focusWidth - 1
+    radius: parent.radius + Theme.focusWidth + 1
     color: "transparent"
-    border.width: 2
+    border.width: Theme.focusWidth
     border.color: Theme.focusRing
 }

@@ -25,8 +25,8 @@ T.AbstractButton {
     background: Rectangle {
         radius: Theme.radiusSmall
         color: root.down ? Theme.fillPressed : root.hovered ? Theme.fill : "transparent"
-        border.width: root.visualFocus ? 2 : 0
-        border.color: Theme.focusRing
+        border.width: root.visualFocus ? Theme.focusWidth : Theme.controlEdge
+        border.color: root.visualFocus ? Theme.focusRing : Theme.hairline
     }
     contentItem: Text {
         text: root.text

@@ -8,7 +8,7 @@ PushButton {
     required property var choices   ///< list of {value, label}
     required property var value     ///< that of the chosen one; one that is not listed is shown as it is
     property string name            ///< what is chosen, for screen readers
-    readonly property alias opened: menu.opened
+    readonly property alias opened: list.opened
     signal picked(value: var)
 
     text: {
@@ -21,12 +21,12 @@ PushButton {
     rightPadding: Theme.space(1)
     Accessible.role: Accessible.ComboBox
     Accessible.name: name + ": " + text
-    onClicked: menu.toggleAt(root)
-    Keys.onDownPressed: menu.openAt(root, true)
-    Keys.onUpPressed: menu.openAt(root, true)
+    onClicked: list.toggleAt(root)
+    Keys.onDownPressed: list.openAt(root, true)
+    Keys.onUpPressed: list.openAt(root, true)
 
     PopoverWindow {
-        id: menu
+        id: list
         title: root.name
         insetX: Theme.space(1)
         insetY: Theme.space(1)
@@ -42,7 +42,7 @@ PushButton {
                     chosen: modelData.value === root.value
                     onClicked: {
                         const value = modelData.value
-                        menu.dismiss(visualFocus)
+                        list.dismiss(visualFocus)
                         root.picked(value)
                     }
                 }

@@ -4,7 +4,7 @@ import QtQuick.Templates as T
 
 /// A line of a menu, inside a MenuColumn: an entry with a symbol and a mark where it is the chosen one, a heading, or
 /// a divider. The keys move among the entries, and so does the pointer once it moves.
-T.AbstractButton {
+T.MenuItem {
     id: root
 
     property string symbol
@@ -28,19 +28,20 @@ T.AbstractButton {
     focusPolicy: Qt.StrongFocus
     hoverEnabled: true
 
-    Accessible.ignored: kind === "divider"
-    Accessible.role: kind === "entry" ? Accessible.MenuItem : Accessible.StaticText
+    Accessible.ignored: kind !== "entry"
+    Accessible.role: Accessible.MenuItem
     Accessible.name: text
     Accessible.checkable: kind === "entry" && markable
     Accessible.checked: chosen
     Accessible.onPressAction: press()
+    Accessible.onToggleAction: press()
 
     background: Rectangle {
         radius: Theme.radiusMenuRow
         color: root.kind !== "entry" ? "transparent"
                                      : root.down ? Theme.fillPressed
                                                  : root.activeFocus ? Theme.fillHovered : "transparent"
-        border.width: root.visualFocus ? 2 : 0
+        border.width: root.visualFocus || (Theme.pure && root.activeFocus) ? Theme.focusWidth : 0
         border.color: Theme.focusRing
         Divider {
             visible: root.kind === "divider"
@@ -75,7 +76,14 @@ T.AbstractButton {
             font.pixelSize: root.kind === "heading" ? Theme.caption : Theme.callout
             font.weight: root.kind === "heading" ? Font.DemiBold : Font.Normal
             color: root.kind === "heading" ? Theme.secondaryText : Theme.primaryText
+            Accessible.ignored: root.kind !== "heading"
+            Accessible.role: Accessible.Heading
+            Accessible.name: text
         }
+    }
+    SpokenCheck {
+        checkable: root.kind === "entry" && root.markable
+        checked: root.chosen
     }
     Keys.onPressed: event => event.accepted = MenuWalk.step(root, event.key, event.text)
     Keys.onReturnPressed: press()

@@ -59,6 +59,7 @@ FocusScope {
         opacity: enabled ? 1 : Theme.disabledOpacity
 
         Accessible.role: Accessible.Button
+        Accessible.focusable: false
         Accessible.name: (by > 0 ? "+" : "−") + root.stepSize
         Accessible.onPressAction: press()
 
@@ -79,7 +80,7 @@ FocusScope {
         anchors.fill: parent
         radius: Theme.radiusSmall
         color: Theme.fill
-        border.width: root.activeFocus ? 2 : 1
+        border.width: root.activeFocus ? Theme.focusWidth : 1
         border.color: root.activeFocus ? Theme.focusRing : Theme.hairline
     }
     Half {

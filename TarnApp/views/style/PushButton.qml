@@ -43,6 +43,8 @@ T.AbstractButton {
         color: root.prominent
                ? (root.down ? Qt.darker(root.tint, 1.2) : root.hovered ? Qt.lighter(root.tint, 1.08) : root.tint)
                : (root.down ? Theme.fillPressed : root.hovered ? Theme.fillHovered : Theme.fill)
+        border.width: Theme.controlEdge
+        border.color: Theme.hairline
         FocusRing {
             shown: root.visualFocus
         }

@@ -51,6 +51,8 @@ FocusScope {
         anchors.fill: parent
         radius: Theme.radiusControl
         color: Theme.fill
+        border.width: Theme.controlEdge
+        border.color: Theme.hairline
         FocusRing {
             shown: root.activeFocus
         }
@@ -61,7 +63,8 @@ FocusScope {
         Repeater {
             id: segments
             model: root.choices
-            T.AbstractButton {
+            // A radio button for screen readers alone: `value` says which one is marked.
+            T.RadioButton {
                 id: segment
 
                 required property var modelData
@@ -75,15 +78,19 @@ FocusScope {
                 text: modelData.label
                 width: Math.max(0, implicitContentWidth + root.margins)
                 height: root.height - 4
+                checkable: false
+                autoExclusive: false
                 focusPolicy: Qt.NoFocus
                 hoverEnabled: true
                 onClicked: press()
 
                 Accessible.role: Accessible.RadioButton
                 Accessible.name: text
+                Accessible.focusable: false
                 Accessible.checkable: true
                 Accessible.checked: marked
                 Accessible.onPressAction: press()
+                Accessible.onToggleAction: press()
 
                 background: Rectangle {
                     radius: Theme.radiusControl - 2
@@ -101,7 +108,11 @@ FocusScope {
                     elide: Text.ElideRight
                     font.pixelSize: Theme.caption
                     font.weight: Font.Medium
-                    color: segment.marked ? Theme.primaryText : Theme.secondaryText
+                    color: segment.marked ? Theme.segmentInk : Theme.secondaryText
+                }
+                SpokenCheck {
+                    checkable: true
+                    checked: segment.marked
                 }
                 HelpTip {
                     text: root.help

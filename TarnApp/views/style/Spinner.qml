@@ -1,7 +1,7 @@
 import QtQuick
 import Tarn.Style
 
-/// Something is under way. Turns only while it can be seen.
+/// Something is under way. Turns only while it can be seen, and not where the desktop asks for less motion.
 Item {
     id: root
 
@@ -34,7 +34,7 @@ Item {
 
         interval: Theme.spinnerStep
         repeat: true
-        running: root.visible && root.Window.window !== null && root.Window.window.visible
+        running: root.visible && root.Window.window !== null && root.Window.window.visible && !Appearance.reducedMotion
         onTriggered: step = (step + 1) % 8
     }
 }

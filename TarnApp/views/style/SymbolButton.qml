@@ -12,6 +12,8 @@ T.AbstractButton {
     property color ink: active ? Theme.accent : Theme.primaryText
     property real size: Theme.symbol
     property string trailingSymbol  ///< a small one behind the first, as a chevron
+    property bool switches: false   ///< for screen readers: stays on, or off
+    property bool on: active        ///< the same
 
     function press(): void {
         if (enabled)
@@ -35,8 +37,8 @@ T.AbstractButton {
         color: root.down ? Theme.fillPressed
                          : root.active ? Theme.faded(Theme.accent, root.hovered ? 0.28 : 0.18)
                                        : root.hovered ? Theme.fill : "transparent"
-        border.width: root.visualFocus ? 2 : 0
-        border.color: Theme.focusRing
+        border.width: root.visualFocus ? Theme.focusWidth : Theme.controlEdge
+        border.color: root.visualFocus ? Theme.focusRing : Theme.hairline
     }
     contentItem: Row {
         spacing: 0
@@ -52,6 +54,10 @@ T.AbstractButton {
             size: Math.round(root.size * 0.8)
             color: root.ink
         }
+    }
+    SpokenCheck {
+        checkable: root.switches
+        checked: root.switches && root.on
     }
     HelpTip {
         text: root.help
