@@ -14,6 +14,7 @@ pkg_check_modules(PIPEWIRE REQUIRED IMPORTED_TARGET libpipewire-0.3)
 target_compile_options(PkgConfig::PIPEWIRE INTERFACE
                        $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-statement-expression-from-macro-expansion>)
 pkg_check_modules(XCB REQUIRED IMPORTED_TARGET xcb xcb-xfixes)
+pkg_check_modules(XCB_XKB REQUIRED IMPORTED_TARGET xcb xcb-xkb)
 pkg_check_modules(FONTCONFIG REQUIRED IMPORTED_TARGET fontconfig)
 pkg_check_modules(ICU REQUIRED IMPORTED_TARGET icu-i18n)
 pkg_check_modules(KISSFFT REQUIRED IMPORTED_TARGET kissfft-float)

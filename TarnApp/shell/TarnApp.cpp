@@ -31,6 +31,7 @@ TarnApp::TarnApp(ViewModelServices services, MainWindowLoader& loader)
 }
 
 TarnApp::~TarnApp() {
+    keys_.reset();
     tray_.reset();
     mainWindow_.reset();
     Loc::manager = nullptr;
@@ -87,12 +88,16 @@ void TarnApp::appeared() {
 void TarnApp::appearElsewhere() {
     tray_ = std::make_unique<Tray>(*vm_, *appDelegate_.overlay(), localization_,
                                    [this](const std::string& action) { perform(action); });
+    const auto& services = vm_->services();
+    keys_ = std::make_unique<GlobalKeys>(services.session.main, *services.defaults,
+                                         [this](const std::string& id) { perform(id); });
 }
 
 void TarnApp::followDesktop() {
     const auto follow = [this] {
         Appearance::shared().setDark(appearance_.isDark());
         Appearance::shared().setReducedMotion(appearance_.reducedMotion());
+        Appearance::shared().setHighContrast(appearance_.highContrast());
         Appearance::shared().setTranslucent(appDelegate_.compositor().isRunning());
     };
     QObject::connect(&appearance_, &DesktopAppearance::changed, &appDelegate_, follow);
@@ -114,9 +119,9 @@ void TarnApp::openUrls(const std::vector<std::string>& urls) {
 }
 
 void TarnApp::perform(const std::string& action) {
-    if (action == "start") {
+    if (action == "start" || (action == "start-stop" && !vm_->anyRunning())) {
         vm_->startAll();
-    } else if (action == "stop") {
+    } else if (action == "stop" || action == "start-stop") {
         vm_->stopAll();
     } else if (action == "add-source") {
         vm_->addSession();

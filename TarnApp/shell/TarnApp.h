@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "AppDelegate.h"
+#include "GlobalKeys.h"
 #include "MainWindowLoader.h"
 #include "TarnPlatform/windows/DesktopAppearance.h"
 #include "Tray.h"
@@ -32,7 +33,8 @@ public:
     // What the desktop and other starts of the program ask for.
     void activate();
     void openUrls(const std::vector<std::string>& urls);
-    /// "start", "stop", "add-source", "mini-mode", "click-through", "show", "quit"; others do nothing.
+    /// "start", "stop", "start-stop", "add-source", "mini-mode", "click-through", "show", "quit"; others do
+    /// nothing.
     void perform(const std::string& action);
 
     /// Ends every run and waits, a second at most, until what they changed on the desktop is as it was.
@@ -54,6 +56,7 @@ private:
     AppDelegate appDelegate_;
     std::unique_ptr<QQuickWindow> mainWindow_;
     std::unique_ptr<Tray> tray_;
+    std::unique_ptr<GlobalKeys> keys_;
 };
 
 }  // namespace tarn

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "TarnPlatform/settings/UserDefaults.h"
+#include "TarnPlatform/shortcuts/GlobalShortcuts.h"
+
+namespace tarn {
+
+/// The keys that work whichever program has the keyboard. Each has a setting, "globalShortcuts." and its id:
+/// another key, or an empty text, which turns it off. They are read once. Thread: main.
+class GlobalKeys {
+public:
+    using Perform = std::function<void(const std::string& id)>;
+
+    /// `perform` gets "start-stop", "mini-mode", "click-through" or "show".
+    GlobalKeys(SerialExecutor main, const UserDefaults& defaults, Perform perform);
+
+    /// Those that are on. What is no key is said in the log, and the usual one stands for it.
+    static std::vector<Shortcut> shortcuts(const UserDefaults& defaults);
+
+private:
+    GlobalShortcuts shortcuts_;
+};
+
+}  // namespace tarn
