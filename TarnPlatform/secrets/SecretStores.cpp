@@ -8,6 +8,7 @@
 #include <string>
 
 #include "FileSecretStore.h"
+#include "LastingSecretStore.h"
 #include "SecretServiceStore.h"
 #include "TarnPlatform/logging/Log.h"
 
@@ -63,7 +64,7 @@ std::shared_ptr<SecretStore> sharedSecretStore() {
     auto& current = currentStore();
     const std::lock_guard lock(current.mutex);
     if (!current.store) {
-        current.store = openSecretStore();
+        current.store = std::make_shared<LastingSecretStore>(openSecretStore());
     }
     return current.store;
 }

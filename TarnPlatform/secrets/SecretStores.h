@@ -16,7 +16,8 @@ std::filesystem::path secretsFolder();
 /// `SecretServiceStore::defaultLimit` at most.
 std::shared_ptr<SecretStore> openSecretStore(const std::filesystem::path& folder = secretsFolder());
 
-/// The process's store, chosen by `openSecretStore` on first use. Thread: any.
+/// The process's store, chosen by `openSecretStore` on first use; what it refuses lasts as long as the
+/// process. Thread: any.
 std::shared_ptr<SecretStore> sharedSecretStore();
 
 /// Uses `store` from now on; none: the desktop's own, chosen on the next use. Thread: any.

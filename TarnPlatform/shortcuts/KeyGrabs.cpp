@@ -10,11 +10,7 @@
 #include <utility>
 
 #include "TarnPlatform/logging/Log.h"
-
-// A field of that header has a name that C++ keeps for itself.
-#define explicit explicitly
-#include <xcb/xkb.h>
-#undef explicit
+#include "XcbXkb.h"
 
 namespace tarn {
 namespace {

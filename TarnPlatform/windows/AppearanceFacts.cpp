@@ -9,7 +9,8 @@ namespace {
 
 std::string lettersOf(std::string_view theme) {
     std::string letters;
-    for (const unsigned char c : theme) {
+    for (const char letter : theme) {
+        const auto c = static_cast<unsigned char>(letter);
         if (std::isalpha(c) != 0) {
             letters += static_cast<char>(std::tolower(c));
         }

@@ -17,9 +17,7 @@
 #include "support/LogCapture.h"
 #include "support/keyring/PrivateKeyring.h"
 
-#define explicit explicitly
-#include <xcb/xkb.h>
-#undef explicit
+#include "TarnPlatform/shortcuts/XcbXkb.h"
 
 namespace tarn {
 namespace {
