@@ -2,6 +2,7 @@
 
 #include <gio/gio.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -23,6 +24,9 @@ struct TextFree {
     void operator()(char* text) const { g_free(text); }
 };
 using Text = std::unique_ptr<char, TextFree>;
+
+/// Has `work` called by the thread that runs `context`, after what was asked for before. Thread: any.
+void callOn(GMainContext* context, std::function<void()> work);
 
 /// Where a call of GLib leaves why it failed.
 class GlibFailure {

@@ -102,7 +102,6 @@ private:
     Claim claimName();
     bool registerObject();
     void serve();
-    void onThread(std::function<void()> work);
     void answer(const char* method, GVariant* arguments, GDBusMethodInvocation* invocation);
 
     // Fixed at birth.
@@ -247,21 +246,6 @@ void SingleInstance::Peer::answer(const char* method, GVariant* arguments,
     g_dbus_method_invocation_return_value(invocation, nullptr);
 }
 
-void SingleInstance::Peer::onThread(std::function<void()> work) {
-    GSource* const source = g_idle_source_new();
-    g_source_set_priority(source, G_PRIORITY_DEFAULT);
-    g_source_set_callback(
-        source,
-        [](gpointer data) -> gboolean {
-            (*static_cast<std::function<void()>*>(data))();
-            return G_SOURCE_REMOVE;
-        },
-        new std::function<void()>(std::move(work)),
-        [](gpointer data) { delete static_cast<std::function<void()>*>(data); });
-    g_source_attach(source, context_);
-    g_source_unref(source);
-}
-
 Result<void> SingleInstance::Peer::call(const char* method, GVariant* arguments) {
     GlibFailure problem;
     const Variant reply(g_dbus_connection_call_sync(
@@ -284,7 +268,7 @@ void SingleInstance::Peer::release() {
         return;
     }
     const auto released = std::make_shared<std::promise<void>>();
-    onThread([this, released] {
+    callOn(context_, [this, released] {
         GlibFailure problem;
         const auto reply =
             callBus(bus_.get(), "ReleaseName", g_variant_new("(s)", name_.c_str()), nullptr, problem);
@@ -300,7 +284,7 @@ void SingleInstance::Peer::stop() {
     release();
     callbacks_.reset();
     if (thread_.joinable()) {
-        onThread([this] { isOver_ = true; });
+        callOn(context_, [this] { isOver_ = true; });
         thread_.join();
     }
 }

@@ -126,12 +126,12 @@ public:
     void stop() {
         chosen_.reset();
         g_cancellable_cancel(cancellable_.get());
-        onThread([this] { isOver_ = true; });
+        callOn(context_, [this] { isOver_ = true; });
         thread_.join();  // nothing that it waits for is not cancelled
     }
 
     void show(TrayContent content) {
-        onThread([this, content = std::move(content)]() mutable { change(std::move(content)); });
+        callOn(context_, [this, content = std::move(content)]() mutable { change(std::move(content)); });
     }
 
 private:
@@ -380,21 +380,6 @@ private:
             reply = g_variant_new("(aiai)", nullptr, nullptr);
         }
         g_dbus_method_invocation_return_value(invocation, reply);
-    }
-
-    void onThread(std::function<void()> work) {
-        GSource* const source = g_idle_source_new();
-        g_source_set_priority(source, G_PRIORITY_DEFAULT);
-        g_source_set_callback(
-            source,
-            [](gpointer data) -> gboolean {
-                (*static_cast<std::function<void()>*>(data))();
-                return G_SOURCE_REMOVE;
-            },
-            new std::function<void()>(std::move(work)),
-            [](gpointer data) { delete static_cast<std::function<void()>*>(data); });
-        g_source_attach(source, context_);
-        g_source_unref(source);
     }
 
     // Fixed at birth.
