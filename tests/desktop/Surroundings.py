@@ -175,7 +175,9 @@ class Surroundings:
 
     def start_keyring(self):
         self.keyring.start()
-        until("the keyring", lambda: succeeds("busctl", "--user", "status", "org.freedesktop.secrets"))
+        until("the keyring", lambda: "true" in run(
+            "gdbus", "call", "--session", "--dest", "org.freedesktop.DBus", "--object-path", "/", "--method",
+            "org.freedesktop.DBus.NameHasOwner", "org.freedesktop.secrets"))
 
     def start_relay(self):
         self.relay.start()
