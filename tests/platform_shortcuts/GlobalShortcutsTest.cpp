@@ -177,7 +177,7 @@ TEST_F(GlobalShortcutsTest, HearsKeysWhileAnotherWindowHasTheKeyboard) {
     EXPECT_EQ(heard_, (std::vector<std::string>{"mini", "start"}));
 
     shortcuts_.reset();
-    EXPECT_TRUE(other_.grab(keyM)) << "the grab has not ended";
+    EXPECT_TRUE(until([this] { return other_.grab(keyM); })) << "the grab has not ended";
 }
 
 TEST_F(GlobalShortcutsTest, FollowsKeyboardLayouts) {
