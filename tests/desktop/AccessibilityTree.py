@@ -273,7 +273,13 @@ def first_steps():
             seen.add(place(node)[0])
         return seen
 
+    def is_last():
+        if app.find("Two quick permissions") is None and (following := app.find("Next", "push button")):
+            act(following)
+        return app.find("Two quick permissions") is not None
+
     def moves():
+        until("the last page", is_last)  # an earlier look may have ended half way
         return max(len(places_of("Why an account?", "Back")), len(places_of("Two quick permissions", "Next"))) > 2
 
     effect("the pages slide", lambda: None, moves)
