@@ -1,5 +1,5 @@
-// What a session says beside its state: TARN_SESSION_FAULT(case, English, Simplified Chinese), the worst first.
-// Whoever includes this defines the macro first and undefines it after.
+// What a session says beside its state: TARN_SESSION_FAULT(case, English, Simplified Chinese), the worst
+// first. Whoever includes this defines the macro first and undefines it after.
 
 TARN_SESSION_FAULT(connectionLost, "Connection lost: stop and start again", "连接已断开：请停止后重新开始")
 TARN_SESSION_FAULT(captureEnded, "Listening has ended: stop and start again", "收音已中断：请停止后重新开始")

@@ -5,6 +5,7 @@
 #include <QTimer>
 
 #include "ShellTexts.h"
+#include "TarnApp/views/style/PopoverGuard.h"
 
 namespace tarn {
 namespace {
@@ -102,6 +103,10 @@ QWindow* AppDelegate::mainOverlayWindow() const {
 void AppDelegate::setClickThrough(bool value) {
     if (value == overlay_.clickThrough() || (value && onboardingActive_)) {
         return;
+    }
+    if (value) {
+        // They are windows of their own, which would take clicks still.
+        PopoverGuard::dismissAll();
     }
     overlay_.setClickThrough(value);
     if (const auto vm = vm_.lock()) {

@@ -2,15 +2,18 @@
 // ends.
 #include "TarnApp/shell/AppDelegate.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <QGuiApplication>
 #include <QSignalSpy>
 #include <QTest>
 #include <cstdlib>
+#include <vector>
 
 #include "TarnApp/onboarding/Module.h"
 #include "TarnApp/shell/TarnApp.h"
+#include "TarnApp/views/style/PopoverGuard.h"
 #include "support/views/ViewWorld.h"
 
 namespace tarn::test {
@@ -116,6 +119,30 @@ TEST_F(AppDelegateTest, ReopensTheOneOnboardingWindowWheneverTheUserAsks) {
         EXPECT_TRUE(window_.isVisible());
         EXPECT_FALSE(coordinator_->manuallyReopened()) << "so that the next request is one";
     }
+}
+
+TEST_F(AppDelegateTest, LetsClicksThroughWithNoPopoverInTheirWayUntilTheWindowIsWanted) {
+    configure();
+    delegate_->setClickThrough(true);
+    EXPECT_FALSE(delegate_->overlay()->clickThrough()) << "the first steps are to be answered";
+    finishFirstSteps();
+
+    PopoverGuard menu;
+    PopoverGuard submenu;
+    std::vector<const PopoverGuard*> closed;
+    menu.setUp(true);
+    submenu.setUp(true);
+    for (PopoverGuard* const guard : {&menu, &submenu}) {
+        QObject::connect(guard, &PopoverGuard::dismissed, [&closed, guard] {
+            closed.push_back(guard);
+            guard->setUp(false);
+        });
+    }
+    delegate_->setClickThrough(true);
+    EXPECT_THAT(closed, testing::ElementsAre(&submenu, &menu));
+    EXPECT_TRUE(delegate_->overlay()->clickThrough());
+    delegate_->bringToFront();
+    EXPECT_FALSE(delegate_->overlay()->clickThrough());
 }
 
 TEST_F(AppDelegateTest, WorksWithoutAMainWindow) {

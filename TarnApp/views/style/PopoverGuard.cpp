@@ -7,6 +7,7 @@
 #include <QQmlEngine>
 #include <QScreen>
 #include <algorithm>
+#include <ranges>
 #include <utility>
 #include <vector>
 
@@ -92,6 +93,16 @@ void PopoverGuard::setUp(bool value) {
 
 bool PopoverGuard::anyUp() {
     return !guardsUp().empty();
+}
+
+void PopoverGuard::dismissAll() {
+    const auto all = guardsUp();
+    for (PopoverGuard* const guard : std::views::reverse(all)) {
+        // One that is asked may take others with it.
+        if (std::ranges::find(guardsUp(), guard) != guardsUp().end()) {
+            Q_EMIT guard->dismissed(false, true);
+        }
+    }
 }
 
 QRectF PopoverGuard::frame(qreal width, qreal height, qreal gap) const {

@@ -40,6 +40,8 @@ public:
 
     /// Of all popovers of the program.
     static bool anyUp();
+    /// Asks all of them to close, the front one first.
+    static void dismissAll();
 
     bool eventFilter(QObject* receiver, QEvent* event) override;
 
