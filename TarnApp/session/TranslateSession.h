@@ -103,7 +103,7 @@ public:
     const std::string& translationText() const { return translationText_; }  ///< of the latest utterance
     const std::optional<std::string>& errorMessage() const { return errorMessage_; }
     float inputLevel() const { return inputLevel_; }  ///< linear
-    /// What is wrong with a run that goes on; nothing unless the state is `running`.
+    /// What is wrong with a run that goes on, after an error that the service told of, too.
     const SessionFaults& health() const { return health_; }
     void setState(ConnectionState value);
     void setErrorMessage(std::optional<std::string> value);

@@ -379,7 +379,10 @@ void TranslateSession::setFault(SessionFault fault, bool isThere) {
 
 void TranslateSession::showHealth() {
     SessionFaults now;
-    if (state_.kind() == ConnectionState::Case::running) {
+    // A service's complaint shows as an error and ends no run.
+    const bool goesOn = state_.kind() == ConnectionState::Case::running ||
+                        (state_.kind() == ConnectionState::Case::error && !pipeline_.isEmpty());
+    if (goesOn && !stopAsked_) {
         now = transportFaults_;
         now.insert(soundFaults_.begin(), soundFaults_.end());
     }

@@ -580,7 +580,12 @@ TEST_F(SessionPipelineTest, SaysWhatIsWrongWithARunThatGoesOn) {
     EXPECT_EQ(state(), "running");
 
     tell(translate::Error{"no"});
-    EXPECT_EQ(health(), "") << "the error is shown instead";
+    EXPECT_EQ(state(), "error(no)");
+    EXPECT_EQ(health(), "connectionLost captureEnded soundServerGone") << "the run goes on";
+    world_.open = [] { return std::optional(TarnServerError::notAuthenticated()); };
+    start();
+    EXPECT_EQ(health(), "") << "a start that failed is no run";
+    world_.open = [] { return std::nullopt; };
     start();
     EXPECT_EQ(health(), "") << "of the run before";
     EXPECT_EQ(state(), "running");

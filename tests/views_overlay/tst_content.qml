@@ -131,6 +131,14 @@ Item {
                 const pane = one("pane")
                 verify(line.y + line.height <= pane.y, "it covers no subtitles")
             }
+            world.fail(0, "The service is busy")
+            for (const width of [1420, 480]) {
+                view.width = width
+                wait(0)
+                const told = one("health"), error = one("error")
+                const at = error.mapToItem(told, 0, 0)
+                verify(at.x >= told.width || at.y >= told.height || at.y + error.height <= 0, "one hides the other")
+            }
             world.connection(0, "answering")
             compare(names("health").length, 0)
             world.connection(0, "lost")

@@ -17,7 +17,8 @@ Item {
     readonly property bool healthFits: healthWidth > 0 && width - line.wanted >= healthWidth + line.spacing
 
     readonly property bool hasError: session.errorMessage !== ""
-    readonly property bool errorBelow: hasError && width - line.wanted < Math.min(160, error.implicitWidth)
+    readonly property real occupied: line.wanted + (healthFits ? healthWidth + line.spacing : 0)
+    readonly property bool errorBelow: hasError && width - occupied < Math.min(160, error.implicitWidth)
 
     clip: true
     implicitHeight: 28 + (errorBelow ? error.implicitHeight + Theme.space(1) : 0)
@@ -132,7 +133,7 @@ Item {
         objectName: "error"
         visible: root.hasError
         message: root.session.errorMessage
-        x: root.errorBelow ? 0 : line.wanted + line.spacing
+        x: root.errorBelow ? 0 : root.occupied + line.spacing
         y: root.errorBelow ? line.height + Theme.space(1) : (line.height - height) / 2
         width: Math.min(implicitWidth, root.width - x)
     }
