@@ -67,7 +67,7 @@ class Network:
         for one in list(self.sockets):
             try:  # a reset, as of a host that is gone
                 one.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
-                one.shutdown(socket.SHUT_RDWR)
+                one.shutdown(socket.SHUT_RD)  # says nothing to the other side; closing then resets
             except OSError:
                 pass
 
@@ -98,7 +98,8 @@ class Network:
             while data := source.recv(65536):
                 self.flows.wait()
                 target.sendall(data)
-            target.shutdown(socket.SHUT_WR)
+            if not self.is_cut:
+                target.shutdown(socket.SHUT_WR)
         except OSError:
             for one in (source, target):
                 try:
