@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <boost/asio/post.hpp>
 #include <string_view>
 #include <thread>
@@ -131,6 +132,9 @@ public:
     }
 
     void show(TrayContent content) {
+        if (!serves_) {
+            return;  // nobody would take it from the queue
+        }
         callOn(context_, [this, content = std::move(content)]() mutable { change(std::move(content)); });
     }
 
@@ -142,6 +146,7 @@ private:
         if (bus_) {
             serve();
         }
+        serves_ = false;
         // What was given to this thread, and what the connection still has for it.
         while (g_main_context_iteration(context_, FALSE) != FALSE) {
         }
@@ -393,6 +398,9 @@ private:
     std::shared_ptr<Chosen> chosen_;
     const std::weak_ptr<Chosen> posted_;
     std::thread thread_;
+
+    // Any thread's.
+    std::atomic<bool> serves_{true};
 
     // The thread's.
     Owned<GDBusConnection> bus_;
