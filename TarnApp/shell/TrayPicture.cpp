@@ -44,9 +44,7 @@ void paintIcon(QPainter& painter, bool isRunning) {
     }
 }
 
-}  // namespace
-
-std::vector<TrayPicture> trayPictures(bool isRunning) {
+std::vector<TrayPicture> paintPictures(bool isRunning) {
     std::vector<TrayPicture> pictures;
     for (const int size : {22, 24, 32, 48, 64}) {
         QImage image(size, size, QImage::Format_ARGB32);
@@ -68,6 +66,14 @@ std::vector<TrayPicture> trayPictures(bool isRunning) {
         pictures.push_back(std::move(picture));
     }
     return pictures;
+}
+
+}  // namespace
+
+const std::vector<TrayPicture>& trayPictures(bool isRunning) {
+    static const std::vector<TrayPicture> resting = paintPictures(false);
+    static const std::vector<TrayPicture> running = paintPictures(true);
+    return isRunning ? running : resting;
 }
 
 }  // namespace tarn

@@ -7,7 +7,7 @@
 namespace tarn {
 
 /// The program's icon in the sizes that trays use; with a light in the corner while something runs.
-/// Thread: main.
-std::vector<TrayPicture> trayPictures(bool isRunning);
+/// Painted once. Thread: main.
+const std::vector<TrayPicture>& trayPictures(bool isRunning);
 
 }  // namespace tarn

@@ -203,6 +203,7 @@ private:
         vm().setMiniMode(false);
         vm().setSubtitleScale(1);
         picture("health");
+        world_.connection(0, "answering");
         world_.fail(0,
                     "The service is busy: translation was interrupted, and will go on by itself in a moment");
         picture("error-chip");

@@ -7,13 +7,15 @@ Rectangle {
     id: root
 
     required property string message
+    property string details: message
+    property color ink: Theme.red
 
     implicitWidth: Math.ceil(mark.width + Theme.space(1) + line.implicitWidth) + 12
     implicitHeight: Math.ceil(Math.max(mark.height, line.implicitHeight)) + 4
     radius: Theme.radiusSmall
-    color: Theme.pure ? Theme.panelOpaque : Theme.faded(Theme.red, 0.12)
+    color: Theme.pure ? Theme.panelOpaque : Theme.faded(ink, 0.12)
     border.width: Theme.controlEdge
-    border.color: Theme.red
+    border.color: ink
 
     Accessible.role: Accessible.AlertMessage
     Accessible.name: message
@@ -24,7 +26,7 @@ Rectangle {
         anchors.verticalCenter: parent.verticalCenter
         name: "exclamationmark.triangle.fill"
         size: Theme.body
-        color: Theme.red
+        color: root.ink
     }
     Text {
         id: line
@@ -36,13 +38,13 @@ Rectangle {
         elide: Text.ElideRight
         maximumLineCount: 1
         font.pixelSize: Theme.caption2
-        color: Theme.red
+        color: root.ink
     }
     HoverHandler {
         id: pointer
     }
     HelpTip {
-        text: root.message
+        text: root.details
         target: root
         hovered: pointer.hovered
     }
