@@ -1,7 +1,11 @@
 #include "JsonRecords.h"
 
+#include <algorithm>
 #include <boost/json/parse.hpp>
 #include <map>
+#include <optional>
+#include <set>
+#include <vector>
 
 namespace tarn {
 namespace {
@@ -26,6 +30,63 @@ Result<std::string> stringField(const Fields& fields, std::string_view name) {
         return failure(ErrorKind::protocol, "\"" + std::string(name) + "\" is not a string");
     }
     return std::string(found->second->as_string());
+}
+
+constexpr std::size_t mostEntries = 256;
+constexpr std::size_t longestCode = 16;
+constexpr std::size_t longestVoice = 64;
+
+/// The usable texts of a list, each once; the first `mostEntries` of them.
+std::vector<std::string> texts(const json::value& value, std::size_t longest) {
+    std::vector<std::string> result;
+    if (!value.is_array()) {
+        return result;
+    }
+    std::set<std::string_view> known;
+    for (const auto& entry : value.as_array()) {
+        if (!entry.is_string() || result.size() == mostEntries) {
+            continue;
+        }
+        const std::string_view text = entry.as_string();
+        const bool isPlain = std::ranges::all_of(text, [](char c) { return c >= ' ' && c <= '~'; });
+        if (isPlain && !text.empty() && text.size() <= longest && known.insert(text).second) {
+            result.emplace_back(text);
+        }
+    }
+    return result;
+}
+
+using Lists = std::map<std::string, std::vector<std::string>>;
+
+/// The lists of an object, by language code; none where it is no object.
+std::optional<Lists> lists(const json::object& object, std::string_view name, std::size_t longest) {
+    const auto* const value = object.if_contains(name);
+    if (value == nullptr || !value->is_object()) {
+        return std::nullopt;
+    }
+    Lists result;
+    for (const auto& member : value->as_object()) {
+        const std::string_view code = member.key();
+        if (!code.empty() && code.size() <= longestCode && result.size() < mostEntries) {
+            result.emplace(code, texts(member.value(), longest));
+        }
+    }
+    return result;
+}
+
+/// An addition that servers need not have: what cannot be used is as if it was not there.
+std::optional<ServerLanguages> readLanguages(const json::value& value) {
+    if (!value.is_object()) {
+        return std::nullopt;
+    }
+    const auto& object = value.as_object();
+    ServerLanguages languages;
+    if (const auto* const hears = object.if_contains("hears")) {
+        languages.hears = texts(*hears, longestCode);
+    }
+    languages.translates = lists(object, "translates", longestCode).value_or(Lists());
+    languages.voices = lists(object, "voices", longestVoice);
+    return languages == ServerLanguages() ? std::nullopt : std::optional(std::move(languages));
 }
 
 }  // namespace
@@ -79,7 +140,11 @@ Result<UserAccount> decodeRecord(std::string_view body) {
     if (!email) {
         return std::unexpected(email.error());
     }
-    return UserAccount{std::move(*userId), std::move(*email)};
+    UserAccount account{std::move(*userId), std::move(*email)};
+    if (const auto found = fields.find("languages"); found != fields.end()) {
+        account.languages = readLanguages(*found->second);
+    }
+    return account;
 }
 
 }  // namespace tarn

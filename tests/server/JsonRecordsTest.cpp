@@ -44,5 +44,30 @@ TEST(JsonRecordsTest, ReadsAnAccountWithOtherKeysAroundItAndNothingLess) {
     }
 }
 
+TEST(JsonRecordsTest, ReadsWhatTheServerSaysOfItsLanguagesAsFarAsItIsOfUse) {
+    std::string many = R"({"hears":["en")";
+    for (int i = 0; i < 10000; ++i) {
+        many += ",\"x" + std::to_string(i) + "\"";
+    }
+    const std::pair<std::string, std::optional<ServerLanguages>> cases[] = {
+        {R"({"hears":["en"],"translates":{"en":["es","fr"]},"voices":{"es":["Ana"]}})",
+         ServerLanguages{{"en"}, {{"en", {"es", "fr"}}}, {{{"es", {"Ana"}}}}}},
+        {R"({"hears":["en","en",3,"","tlh_Latn","\u001b[0m","longer than any code"],"other":1})",
+         ServerLanguages{{"en", "tlh_Latn"}, {}, {}}},
+        {R"({"translates":{"en":"es","":["fr"]},"voices":{}})", ServerLanguages{{}, {{"en", {}}}, {{}}}},
+        {R"(["en"])", std::nullopt},
+        {R"("en")", std::nullopt},
+        {"null", std::nullopt},
+        {R"({"hears":"en","translates":["en"],"voices":3})", std::nullopt},
+    };
+    const auto read = [](const std::string& languages) {
+        return decodeRecord<UserAccount>(R"({"user_id":"u1","email":"a@b","languages":)" + languages + "}");
+    };
+    for (const auto& [languages, expected] : cases) {
+        EXPECT_EQ(read(languages).value().languages, expected) << languages;
+    }
+    EXPECT_EQ(read(many + "]}").value().languages.value().hears.size(), 256);
+}
+
 }  // namespace
 }  // namespace tarn
