@@ -34,6 +34,29 @@ ServerResponse errorResponse(int status, std::string_view message) {
     return jsonResponse(status, {{"error", message}});
 }
 
+json::object object(const std::map<std::string, std::vector<std::string>>& lists) {
+    json::object result;
+    for (const auto& [language, list] : lists) {
+        result[language] = json::array(list.begin(), list.end());
+    }
+    return result;
+}
+
+/// The answers' member "languages", or none where the engine cannot tell.
+json::object toldLanguages(const ServedLanguages& served) {
+    json::object told;
+    if (!served.hears.empty()) {
+        told["hears"] = json::array(served.hears.begin(), served.hears.end());
+    }
+    if (!served.translates.empty()) {
+        told["translates"] = object(served.translates);
+    }
+    if (served.voices) {
+        told["voices"] = object(*served.voices);
+    }
+    return told.empty() ? json::object() : json::object{{"languages", std::move(told)}};
+}
+
 /// Passes an engine's events to a client that may already be gone.
 class SocketSink final : public EventSink {
 public:
@@ -64,6 +87,7 @@ public:
           tokens_(std::move(tokens)),
           engine_(engine),
           options_(std::move(options)),
+          languages_(toldLanguages(engine_.languages())),
           check_(options_.address),
           signIn_(network_.clock, options_.suggestedEmail,
                   [this](std::string email) { return issueToken(fileExecutor_, tokens_, std::move(email)); }),
@@ -206,22 +230,29 @@ private:
         return response;
     }
 
+    json::object withLanguages(json::object answer) const {
+        answer.insert(languages_.begin(), languages_.end());
+        return answer;
+    }
+
     ServerResponse health() const {
         const auto up = std::chrono::duration_cast<std::chrono::seconds>(network_.clock->now() - started_);
-        return jsonResponse(200, {{"status", "ok"},
-                                  {"engine", options_.engineName},
-                                  {"uptime_seconds", up.count()},
-                                  {"streams_open", streams_.size()},
-                                  {"streams_total", streamsTotal_},
-                                  {"streams_refused", streamsRefused_},
-                                  {"max_streams", options_.maxStreams},
-                                  {"requests_unauthorized", refused_}});
+        return jsonResponse(200, withLanguages({{"status", "ok"},
+                                                {"engine", options_.engineName},
+                                                {"uptime_seconds", up.count()},
+                                                {"streams_open", streams_.size()},
+                                                {"streams_total", streamsTotal_},
+                                                {"streams_refused", streamsRefused_},
+                                                {"max_streams", options_.maxStreams},
+                                                {"requests_unauthorized", refused_}}));
     }
 
     ServerResponse me(const ServerRequest& request) {
         const auto account = accountOf(request);
-        return account ? jsonResponse(200, {{"user_id", account->userId}, {"email", account->email}})
-                       : unauthorized();
+        if (!account) {
+            return unauthorized();
+        }
+        return jsonResponse(200, withLanguages({{"user_id", account->userId}, {"email", account->email}}));
     }
 
     static Task<Result<std::string>> issue(TokenRegistry tokens, std::string email) {
@@ -333,6 +364,7 @@ private:
     TokenRegistry tokens_;
     TranslationEngine& engine_;
     const RelayServer::Options options_;
+    const json::object languages_;  ///< what the answers tell of them
     const RequestCheck check_;
     SignInRoutes signIn_;
     const Clock::TimePoint started_;

@@ -2,9 +2,11 @@
 
 #include <cstdint>
 #include <expected>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "TarnPlatform/concurrency/Asio.h"
 
@@ -50,9 +52,19 @@ struct Refusal {
     std::uint16_t closeCode = 0;  ///< the socket is closed with it right after
 };
 
+/// What an engine can do, by language code. An empty or absent member: it cannot tell.
+struct ServedLanguages {
+    std::vector<std::string> hears;
+    std::map<std::string, std::vector<std::string>> translates;  ///< into what, by language heard
+    /// Names of voices by language spoken; a language that is missing has none.
+    std::optional<std::map<std::string, std::vector<std::string>>> voices;
+};
+
 class TranslationEngine {
 public:
     virtual ~TranslationEngine() = default;
+    /// Does not change. Thread: any.
+    virtual ServedLanguages languages() const { return {}; }
     /// Starts a stream for one client. Thread: the relay's network thread; returns at once.
     virtual std::expected<std::unique_ptr<EngineStream>, Refusal> open(const StreamSettings& settings,
                                                                        std::shared_ptr<EventSink> sink) = 0;

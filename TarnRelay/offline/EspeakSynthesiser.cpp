@@ -4,6 +4,7 @@
 #include <array>
 #include <cctype>
 #include <charconv>
+#include <iterator>
 #include <sstream>
 #include <string_view>
 #include <utility>
@@ -64,7 +65,15 @@ EspeakSynthesiser::EspeakSynthesiser(std::string program, std::chrono::milliseco
 }
 
 bool EspeakSynthesiser::speaks(const std::string& language) const {
-    return voiceOf(language) != nullptr;
+    return choicesFor(language) != nullptr;
+}
+
+std::optional<std::vector<std::string>> EspeakSynthesiser::voices(const std::string& language) const {
+    std::vector<std::string> names;
+    if (const auto* const choices = choicesFor(language)) {
+        std::ranges::transform(*choices, std::back_inserter(names), &Choice::name);
+    }
+    return names;
 }
 
 Result<Speech> EspeakSynthesiser::speak(const std::string& text, const std::string& voice,
@@ -73,17 +82,18 @@ Result<Speech> EspeakSynthesiser::speak(const std::string& text, const std::stri
         return failure(ErrorKind::invalidInput, "the text to speak is too long");
     }
     const auto wished = voices_.find(lower(voice));
-    const auto* const file = wished != voices_.end() ? &wished->second : voiceOf(language);
-    if (file == nullptr) {
+    const auto* const choices = choicesFor(language);
+    if (wished == voices_.end() && choices == nullptr) {
         return failure(ErrorKind::unavailable, "no voice for " + language + " is installed");
     }
     if (text.find_first_not_of(" \n\r\t") == std::string::npos) {
         return Speech{};
     }
     const auto deadline = std::chrono::steady_clock::now() + limit_;
-    auto speech = run(*file, text, deadline);
+    const auto& file = wished != voices_.end() ? wished->second : choices->front().file;
+    auto speech = run(file, text, deadline);
     if (!speech && speech.error().kind == ErrorKind::closed) {
-        speech = run(*file, text, deadline);
+        speech = run(file, text, deadline);
     }
     if (!speech) {
         speech.error().description = "the synthesiser " + program_ + " " + speech.error().description;
@@ -131,7 +141,7 @@ void EspeakSynthesiser::addVoices(const std::string& table) {
         if (!(columns >> priority >> language >> gender >> name >> file) || priority == "Pty") {
             continue;
         }
-        offer(language, {file, numberIn(priority)});
+        offer(language, {file, numberIn(priority), name});
         for (const auto& label : {name, file, language}) {
             voices_.try_emplace(lower(label), file);
         }
@@ -141,7 +151,7 @@ void EspeakSynthesiser::addVoices(const std::string& table) {
         std::ranges::replace(others, ')', ' ');
         std::istringstream pairs(others);
         while (pairs >> language >> priority) {
-            offer(language, {file, numberIn(priority)});
+            offer(language, {file, numberIn(priority), name});
         }
     }
     for (const auto& [language, substitute] : kSubstitutes) {
@@ -152,19 +162,18 @@ void EspeakSynthesiser::addVoices(const std::string& table) {
 }
 
 void EspeakSynthesiser::offer(const std::string& language, const Choice& choice) {
-    const auto [known, added] = languages_.try_emplace(lower(language), choice);
-    if (!added && choice.priority < known->second.priority) {
-        known->second = choice;
-    }
+    auto& choices = languages_[lower(language)];
+    choices.insert(std::ranges::upper_bound(choices, choice.priority, {}, &Choice::priority), choice);
 }
 
-const std::string* EspeakSynthesiser::voiceOf(const std::string& language) const {
+const std::vector<EspeakSynthesiser::Choice>* EspeakSynthesiser::choicesFor(
+    const std::string& language) const {
     const auto code = lower(language);
     auto known = languages_.find(code);
     if (known == languages_.end()) {
         known = languages_.find(code.substr(0, code.find_first_of("-_")));
     }
-    return known != languages_.end() ? &known->second.file : nullptr;
+    return known != languages_.end() ? &known->second : nullptr;
 }
 
 }  // namespace tarn::relay

@@ -4,6 +4,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "Synthesiser.h"
 #include "TarnPlatform/process/StopSignal.h"
@@ -22,6 +23,7 @@ public:
 
     /// `language`: a code such as "es" or "pt-br"; of a regional one, the language itself will do.
     bool speaks(const std::string& language) const override;
+    std::optional<std::vector<std::string>> voices(const std::string& language) const override;
 
     /// `voice`: a name, a file or a language code of the program's list ("Spanish_(Latin_America)",
     /// "roa/es-419", "es-419"), in any case. A blank text gives no samples. Fails with `invalidInput` for a
@@ -36,19 +38,20 @@ private:
     struct Choice {
         std::string file;  ///< what selects the voice on the command line
         int priority;      ///< lower is better
+        std::string name;
     };
 
     Result<Speech> run(const std::string& file, const std::string& text,
                        std::chrono::steady_clock::time_point deadline) const;
     void addVoices(const std::string& table);
     void offer(const std::string& language, const Choice& choice);
-    const std::string* voiceOf(const std::string& language) const;
+    const std::vector<Choice>* choicesFor(const std::string& language) const;
 
     const std::string program_;
     const std::chrono::milliseconds limit_;
     const std::shared_ptr<StopSignal> stop_ = std::make_shared<StopSignal>();
-    std::map<std::string, Choice> languages_;    ///< by code, lower case
-    std::map<std::string, std::string> voices_;  ///< files by name, file or code, lower case
+    std::map<std::string, std::vector<Choice>> languages_;  ///< best first, by code, lower case
+    std::map<std::string, std::string> voices_;             ///< files by name, file or code, lower case
 };
 
 }  // namespace tarn::relay

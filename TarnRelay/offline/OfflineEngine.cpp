@@ -5,6 +5,7 @@
 #include <cctype>
 #include <iterator>
 #include <optional>
+#include <set>
 #include <string_view>
 #include <thread>
 
@@ -159,6 +160,34 @@ std::expected<std::string, Refusal> OfflineEngine::targetOf(const std::string& a
     return refusal(
         "cannot translate " + source + " to " + quoted(asked) + "; from " + source + ": " + joined(targets),
         closeUnsupported);
+}
+
+ServedLanguages OfflineEngine::languages() const {
+    ServedLanguages served;
+    served.hears = sources_;
+    std::set<std::string> spoken(sources_.begin(), sources_.end());
+    for (const auto& [source, target] : pairs_) {
+        if (sources_.empty() || std::ranges::find(sources_, source) != sources_.end()) {
+            served.translates[source].push_back(target);
+            spoken.insert(target);
+        }
+    }
+    if (pairs_.empty()) {
+        return served;  // what is to be spoken is not known either
+    }
+    for (const auto& language : spoken) {
+        auto names = parts_.synthesiser->voices(language);
+        if (!names) {
+            return served;
+        }
+        if (!served.voices) {
+            served.voices.emplace();
+        }
+        if (!names->empty()) {
+            served.voices->emplace(language, std::move(*names));
+        }
+    }
+    return served;
 }
 
 std::expected<std::unique_ptr<EngineStream>, Refusal> OfflineEngine::open(const StreamSettings& settings,

@@ -46,6 +46,8 @@ public:
     std::expected<std::unique_ptr<EngineStream>, Refusal> open(const StreamSettings& settings,
                                                                std::shared_ptr<EventSink> sink) override;
 
+    ServedLanguages languages() const override;
+
     int maxStreams() const { return limits_.maxStreams; }
 
 private:

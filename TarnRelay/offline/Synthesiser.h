@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,11 @@ class Synthesiser {
 public:
     virtual ~Synthesiser() = default;
     virtual bool speaks(const std::string& language) const = 0;
+    /// Names that `speak` takes as a voice, the language's default first; none where it is not spoken.
+    /// Nothing where it cannot be told.
+    virtual std::optional<std::vector<std::string>> voices(const std::string& /*language*/) const {
+        return std::nullopt;
+    }
     /// `voice`: empty for the language's default; an unknown one falls back to that. A failure costs this
     /// text only.
     virtual Result<Speech> speak(const std::string& text, const std::string& voice,

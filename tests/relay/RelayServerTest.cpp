@@ -45,6 +45,10 @@ public:
         return script_.open(settings, std::move(sink));
     }
 
+    ServedLanguages languages() const override {
+        return {{"en"}, {{"en", {"es", "fr"}}}, {{{"es", {"Ana"}}}}};
+    }
+
     StreamSettings last;
 
 private:
@@ -111,6 +115,8 @@ protected:
 
 TEST_F(RelayServerTest, AnswersTheAccountApi) {
     const std::string host = "Host: 127.0.0.1:8787\r\n";
+    const std::string told =
+        R"("languages":{"hears":["en"],"translates":{"en":["es","fr"]},"voices":{"es":["Ana"]}})";
     struct Case {
         std::string requestLine;
         std::string headers;
@@ -125,6 +131,8 @@ TEST_F(RelayServerTest, AnswersTheAccountApi) {
         {"GET /tarn/api/me", host + "Authorization: Basic " + token_ + "\r\n", "401", R"({"error":)"},
         {"GET /tarn/api/me", host + authorization() + authorization(), "401", R"({"error":)"},
         {"GET /tarn/api/me?x=y", host + authorization(), "200", "ada@"},
+        {"GET /tarn/api/me", host + authorization(), "200", told},
+        {"GET /healthz", host, "200", told},
         {"POST /tarn/api/me", host + authorization(), "405", "Allow: GET"},
         {"GET /tarn/api/logout", host + authorization(), "405", "Allow: POST"},
         {"POST /tarn/api/logout", host, "401", R"({"error":)"},

@@ -12,6 +12,7 @@
 #include "TarnRelay/offline/ApertiumTranslator.h"
 #include "TarnRelay/offline/ChainTranslator.h"
 #include "TarnRelay/offline/CommandRecogniser.h"
+#include "TarnRelay/offline/CommandTranslator.h"
 #include "TarnRelay/offline/EspeakSynthesiser.h"
 #include "TarnRelay/offline/PocketSphinxRecogniser.h"
 
@@ -129,6 +130,27 @@ TEST(OfflineEngine, StreamsTwoSentencesIntoSpanishTextAndVoice) {
         ids.emplace(event.at("event_id").as_string());
     }
     EXPECT_EQ(ids.size(), events.size());
+}
+
+TEST(OfflineEngine, TellsWhatItHearsTranslatesAndSpeaks) {
+    const OfflineEngine engine(installed(), patient());
+    const auto served = engine.languages();
+    EXPECT_THAT(served.hears, ElementsAre("en"));
+    ASSERT_THAT(served.translates, ElementsAre(testing::Key("en")));
+    EXPECT_THAT(served.translates.at("en"),
+                testing::IsSupersetOf({"es", "fr", "pt"}));  // by one to three steps
+    ASSERT_TRUE(served.voices);
+    EXPECT_THAT(served.voices->at("es"), ElementsAre("Spanish_(Spain)", "Spanish_(Latin_America)"));
+    EXPECT_THAT(served.voices->at("en").front(), "English_(Great_Britain)");
+    EXPECT_FALSE(served.voices->contains("de"));  // nothing translates into it
+
+    auto parts = installed();
+    parts.recognisers = std::make_shared<CommandRecogniserFactory>("cat");
+    parts.translator = std::make_shared<CommandTranslator>("cat");
+    const auto unknown = OfflineEngine(std::move(parts), patient()).languages();
+    EXPECT_THAT(unknown.hears, IsEmpty());
+    EXPECT_THAT(unknown.translates, IsEmpty());
+    EXPECT_FALSE(unknown.voices);
 }
 
 TEST(OfflineEngine, GivesBackTheWordsThemselvesFromALanguageToItself) {
