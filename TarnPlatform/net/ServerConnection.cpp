@@ -214,6 +214,8 @@ Task<void> ServerConnection::refuseUnreadable(error_code error, bool timedOut, b
 }
 
 Task<void> ServerConnection::closeGently() {
+    // A peer that has had its answer makes room for a newcomer like one that asks for nothing.
+    waitingSince_ = clock_->now();
     error_code error;
     socket_.shutdown(asio::ip::tcp::socket::shutdown_send, error);
     const auto deadline = closeAfter(lingerLimit);

@@ -224,6 +224,10 @@ TEST_F(HttpServerTest, GivesANewcomerThePlaceOfWhoHasWaitedLongestWithoutAReques
     EXPECT_EQ(slow.readToEnd(), "");
     late.send(okRequest);
     EXPECT_THAT(late.readHead(), StartsWith("HTTP/1.1 200"));
+    late.send("not HTTP\r\n\r\n");  // and then it neither goes nor asks
+    EXPECT_THAT(late.readHead(), HasSubstr("HTTP/1.1 400"));
+    auto third = connect();
+    ASSERT_THAT(third.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
     busy.sendFrame(textFrame, "unmoved");
     EXPECT_THAT(busy.readFrame(), isFrame(textFrame, "unmoved"));
 }
