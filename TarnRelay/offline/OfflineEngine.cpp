@@ -10,11 +10,13 @@
 #include <thread>
 
 #include "ClientMessage.h"
+#include "EngineUpkeep.h"
 #include "Interpreter.h"
 #include "OfflineStream.h"
 #include "ReadyRecognisers.h"
 #include "StreamOutlet.h"
 #include "TarnPlatform/net/WebSocketMessage.h"
+#include "TarnPlatform/process/FreeMemory.h"
 
 namespace tarn::relay {
 namespace {
@@ -75,11 +77,13 @@ std::string quoted(const std::string& code) {
 
 /// The threads that recognise, and those that wait for translators and voices.
 struct OfflineEngine::Workers {
-    Workers(int streams, const Parts& parts)
+    Workers(int streams, const Parts& parts, std::shared_ptr<Clock> clock)
         : translator(parts.translator),
           synthesiser(parts.synthesiser),
           recognising(static_cast<std::size_t>(std::max(2, cores()))),
-          interpreting(static_cast<std::size_t>(streams)) {}
+          interpreting(static_cast<std::size_t>(streams)),
+          upkeep(std::make_shared<EngineUpkeep>(std::move(clock), interpreting.get_executor(),
+                                                giveFreeMemoryBack)) {}
     Workers(const Workers&) = delete;
     Workers& operator=(const Workers&) = delete;
     ~Workers() {
@@ -87,14 +91,20 @@ struct OfflineEngine::Workers {
         // Recognisers first: they are who queues for the rest.
         translator->stop();
         synthesiser->stop();
+        upkeep->stop();
         recognising.join();
         interpreting.join();
     }
 
     /// The parts with a recogniser loaded for the usual client.
     Parts readyFor(Parts parts) {
-        auto ready =
-            std::make_shared<ReadyRecognisers>(std::move(parts.recognisers), recognising.get_executor());
+        const auto gone = [upkeep = std::weak_ptr(upkeep)] {
+            if (const auto alive = upkeep.lock()) {
+                alive->recogniserGone();
+            }
+        };
+        auto ready = std::make_shared<ReadyRecognisers>(std::move(parts.recognisers),
+                                                        recognising.get_executor(), gone);
         if (const auto languages = ready->languages(); !languages.empty()) {
             ready->prepare(languages.front(), defaultSilenceMs);
         }
@@ -106,13 +116,14 @@ struct OfflineEngine::Workers {
     const std::shared_ptr<Synthesiser> synthesiser;
     asio::thread_pool recognising;
     asio::thread_pool interpreting;
+    const std::shared_ptr<EngineUpkeep> upkeep;
 };
 
 OfflineEngine::OfflineEngine(Parts parts) : OfflineEngine(std::move(parts), Limits()) {}
 
-OfflineEngine::OfflineEngine(Parts parts, Limits limits)
+OfflineEngine::OfflineEngine(Parts parts, Limits limits, std::shared_ptr<Clock> clock)
     : limits_(completed(limits)),
-      workers_(std::make_shared<Workers>(limits_.maxStreams, parts)),
+      workers_(std::make_shared<Workers>(limits_.maxStreams, parts, std::move(clock))),
       parts_(workers_->readyFor(std::move(parts))),
       sources_(parts_.recognisers->languages()),
       pairs_(parts_.translator->pairs()) {}

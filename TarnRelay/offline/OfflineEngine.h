@@ -8,6 +8,7 @@
 #include "Listener.h"
 #include "Recogniser.h"
 #include "Synthesiser.h"
+#include "TarnPlatform/concurrency/Clock.h"
 #include "TarnRelay/engines/TranslationEngine.h"
 #include "Translator.h"
 
@@ -41,7 +42,7 @@ public:
     };
 
     explicit OfflineEngine(Parts parts);
-    OfflineEngine(Parts parts, Limits limits);
+    OfflineEngine(Parts parts, Limits limits, std::shared_ptr<Clock> clock = Clock::system());
 
     std::expected<std::unique_ptr<EngineStream>, Refusal> open(const StreamSettings& settings,
                                                                std::shared_ptr<EventSink> sink) override;

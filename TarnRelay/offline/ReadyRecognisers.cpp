@@ -5,8 +5,41 @@
 
 namespace tarn::relay {
 
-ReadyRecognisers::ReadyRecognisers(std::shared_ptr<RecogniserFactory> factory, asio::any_io_executor workers)
-    : factory_(std::move(factory)), workers_(std::move(workers)) {}
+/// Tells when it has gone.
+class ReadyRecognisers::Lent : public Recogniser {
+public:
+    Lent(std::unique_ptr<Recogniser> recogniser, std::function<void()> gone)
+        : recogniser_(std::move(recogniser)), gone_(std::move(gone)) {}
+    Lent(const Lent&) = delete;
+    Lent& operator=(const Lent&) = delete;
+    ~Lent() override {
+        recogniser_.reset();
+        gone_();
+    }
+
+    Result<void> process(std::span<const std::int16_t> samples, std::vector<Hypothesis>& heard) override {
+        return recogniser_->process(samples, heard);
+    }
+    bool inSpeech() const override { return recogniser_->inSpeech(); }
+    bool full() const override { return recogniser_->full(); }
+    bool answersLater() const override { return recogniser_->answersLater(); }
+
+private:
+    std::unique_ptr<Recogniser> recogniser_;
+    const std::function<void()> gone_;
+};
+
+ReadyRecognisers::ReadyRecognisers(std::shared_ptr<RecogniserFactory> factory, asio::any_io_executor workers,
+                                   std::function<void()> gone)
+    : factory_(std::move(factory)), workers_(std::move(workers)), gone_(std::move(gone)) {}
+
+Result<std::unique_ptr<Recogniser>> ReadyRecognisers::makeLent(const Kind& kind) const {
+    auto made = factory_->make(kind.language, kind.silenceMs);
+    if (!made) {
+        return made;
+    }
+    return std::make_unique<Lent>(std::move(*made), gone_);
+}
 
 Result<std::unique_ptr<Recogniser>> ReadyRecognisers::make(const std::string& language, int silenceMs) {
     std::unique_ptr<Recogniser> taken;
@@ -20,7 +53,8 @@ Result<std::unique_ptr<Recogniser>> ReadyRecognisers::make(const std::string& la
     if (taken) {
         return taken;
     }
-    return factory_->make(language, silenceMs);
+    const Kind kind{.language = language, .silenceMs = silenceMs};
+    return factory_->languages().empty() ? factory_->make(language, silenceMs) : makeLent(kind);
 }
 
 void ReadyRecognisers::prepare(const std::string& language, int silenceMs) {
@@ -38,7 +72,7 @@ void ReadyRecognisers::load(const Kind& kind) {
             return;
         }
     }
-    auto made = factory_->make(kind.language, kind.silenceMs);
+    auto made = makeLent(kind);
     std::vector<Hypothesis> nothing;
     // Without a sample to work on, a recogniser does what comes before the first one: it reads its model.
     if (!made || !(*made)->process({}, nothing)) {

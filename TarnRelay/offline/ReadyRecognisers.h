@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -15,8 +16,9 @@ namespace tarn::relay {
 class ReadyRecognisers : public RecogniserFactory, public std::enable_shared_from_this<ReadyRecognisers> {
 public:
     /// `workers`: where models are read; not used once the last call to `make` has returned and its work is
-    /// done.
-    ReadyRecognisers(std::shared_ptr<RecogniserFactory> factory, asio::any_io_executor workers);
+    /// done. `gone` is called after each recogniser that has read a model is destroyed, on whichever thread.
+    ReadyRecognisers(std::shared_ptr<RecogniserFactory> factory, asio::any_io_executor workers,
+                     std::function<void()> gone);
 
     std::vector<std::string> languages() const override { return factory_->languages(); }
     SilenceBounds silenceBounds() const override { return factory_->silenceBounds(); }
@@ -33,10 +35,14 @@ private:
         bool operator==(const Kind&) const = default;
     };
 
+    class Lent;
+
+    Result<std::unique_ptr<Recogniser>> makeLent(const Kind& kind) const;
     void load(const Kind& kind);
 
     const std::shared_ptr<RecogniserFactory> factory_;
     const asio::any_io_executor workers_;
+    const std::function<void()> gone_;
     std::mutex mutex_;  ///< guards the next two
     Kind kind_;
     std::unique_ptr<Recogniser> ready_;

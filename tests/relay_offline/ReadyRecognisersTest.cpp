@@ -7,6 +7,9 @@
 #include <boost/asio/thread_pool.hpp>
 #include <future>
 
+#include "TarnRelay/offline/EngineUpkeep.h"
+#include "support/ManualClock.h"
+
 namespace tarn::relay {
 namespace {
 
@@ -40,6 +43,13 @@ private:
     std::atomic<int> made_ = 0;
 };
 
+/// Waits until the one worker has done what it has.
+void settle(asio::thread_pool& workers) {
+    std::promise<void> done;
+    asio::post(workers, [&done] { done.set_value(); });
+    done.get_future().wait();
+}
+
 std::string nameOf(const Result<std::unique_ptr<Recogniser>>& recogniser) {
     std::vector<Hypothesis> heard;
     EXPECT_TRUE(recogniser && (*recogniser)->process({}, heard));
@@ -48,25 +58,48 @@ std::string nameOf(const Result<std::unique_ptr<Recogniser>>& recogniser) {
 
 TEST(ReadyRecognisers, HandsOutTheOneThatIsLoadedAndLoadsAnotherOfTheKindAskedFor) {
     asio::thread_pool workers(1);
-    const auto recognisers =
-        std::make_shared<ReadyRecognisers>(std::make_shared<NumberingFactory>(), workers.get_executor());
-    const auto settle = [&workers] {
-        std::promise<void> done;
-        asio::post(workers, [&done] { done.set_value(); });
-        done.get_future().wait();
-    };
+    std::atomic<int> gone = 0;
+    auto recognisers = std::make_shared<ReadyRecognisers>(std::make_shared<NumberingFactory>(),
+                                                          workers.get_executor(), [&gone] { ++gone; });
     recognisers->prepare("en", 800);
-    settle();
+    settle(workers);
     EXPECT_EQ(nameOf(recognisers->make("en", 800)), "1 ready");
-    settle();
+    settle(workers);
     EXPECT_EQ(nameOf(recognisers->make("en", 800)), "2 ready");
-    settle();
+    settle(workers);
     EXPECT_FALSE(recognisers->make("tlh", 800));
-    settle();
+    settle(workers);
     const auto other = nameOf(recognisers->make("en", 300));  // 3 is of the other kind
     EXPECT_THAT(other, testing::AnyOf("4", "5"));  // made here and now, beside the one being loaded
-    settle();
+    settle(workers);
     EXPECT_EQ(nameOf(recognisers->make("en", 300)), other == "4" ? "5 ready" : "4 ready");
+    workers.join();
+    recognisers.reset();
+    EXPECT_EQ(gone, 6);  // two that were ready in vain are among them
+}
+
+TEST(EngineUpkeep, GivesMemoryBackOnceAfterTheLastOfSeveralRecognisers) {
+    asio::thread_pool workers(1);
+    const auto clock = std::make_shared<test::ManualClock>();
+    int given = 0;
+    const auto upkeep = std::make_shared<EngineUpkeep>(clock, workers.get_executor(), [&given] { ++given; });
+    const auto pass = [&](std::chrono::milliseconds time) {
+        settle(workers);
+        clock->advance(time);
+        settle(workers);
+        return given;
+    };
+    for (int round = 0; round < 3; ++round) {
+        upkeep->recogniserGone();
+        EXPECT_EQ(pass(std::chrono::milliseconds(900)), 0);
+    }
+    EXPECT_EQ(pass(std::chrono::milliseconds(100)), 1);
+    EXPECT_EQ(pass(std::chrono::hours(1)), 1);
+    upkeep->recogniserGone();
+    EXPECT_EQ(pass(std::chrono::seconds(1)), 2);
+    upkeep->recogniserGone();
+    upkeep->stop();
+    EXPECT_EQ(pass(std::chrono::hours(1)), 2);
     workers.join();
 }
 

@@ -1,0 +1,11 @@
+#include "FreeMemory.h"
+
+#include <malloc.h>
+
+namespace tarn {
+
+void giveFreeMemoryBack() {
+    ::malloc_trim(0);
+}
+
+}  // namespace tarn

@@ -1,0 +1,33 @@
+#include "EngineUpkeep.h"
+
+#include <boost/asio/post.hpp>
+#include <boost/asio/strand.hpp>
+#include <utility>
+
+namespace tarn::relay {
+
+EngineUpkeep::EngineUpkeep(std::shared_ptr<Clock> clock, const asio::any_io_executor& workers,
+                           std::function<void()> giveMemoryBack)
+    : clock_(std::move(clock)),
+      strand_(asio::make_strand(workers)),
+      giveMemoryBack_(std::move(giveMemoryBack)) {}
+
+void EngineUpkeep::recogniserGone() {
+    asio::post(strand_, [self = shared_from_this()] {
+        if (!self->stopped_) {
+            self->settling_ = self->clock_->callAfter(self->strand_, settlingTime, [raw = self.get()] {
+                raw->settling_.reset();
+                raw->giveMemoryBack_();
+            });
+        }
+    });
+}
+
+void EngineUpkeep::stop() {
+    asio::post(strand_, [self = shared_from_this()] {
+        self->stopped_ = true;
+        self->settling_.reset();
+    });
+}
+
+}  // namespace tarn::relay
