@@ -49,6 +49,9 @@ public:
                        [this, source](const translate::Error& error) {
                            line(source, {{"event", "error"}, {"message", error.message}});
                        },
+                       [this, source](const translate::Gap& gap) {
+                           line(source, {{"event", "gap"}, {"seconds", gap.seconds}});
+                       },
                        [this, source](const translate::Unauthorized&) {
                            line(source,
                                 {{"event", "error"}, {"message", "the server refused the access token"}});
@@ -125,6 +128,11 @@ public:
                        [this](const translate::Error& error) {
                            eraseRunning();
                            complain(printable(error.message));
+                       },
+                       [this](const translate::Gap& gap) {
+                           eraseRunning();
+                           complain("the connection is too slow: " +
+                                    std::to_string(std::lround(gap.seconds)) + " s of sound were left out");
                        },
                        [this, source](const translate::Closed&) { settle(sources_[source]); },
                        [](const auto&) {},

@@ -19,7 +19,7 @@ Task<void> closeAndFinish(std::shared_ptr<QwenClient> client, EventQueue<TarnTra
 Task<void> tellDeath(std::shared_ptr<QwenClient> client, EventQueue<ConnectionHealth> health) {
     const std::string reason = co_await client->waitDead();
     if (!reason.empty()) {
-        health.push(ConnectionHealth::lost);
+        health.push({ConnectionHealth::State::lost, reason, client->isRefusedByService()});
     }
     health.finish();
 }
@@ -59,7 +59,7 @@ Task<ServerResult<std::shared_ptr<TarnTranslateStream>>> RealTarnTranslateStream
                                      std::move(onTranscript), std::move(onTarnEvent), network);
     const EventQueue<ConnectionHealth> health;
     client->onAnswering = [health](bool answers) {
-        health.push(answers ? ConnectionHealth::answering : ConnectionHealth::stalled);
+        health.push({answers ? ConnectionHealth::State::answering : ConnectionHealth::State::stalled});
     };
     const auto connected = co_await client->connect();
     if (!connected) {

@@ -36,6 +36,12 @@ struct Error {
     bool operator==(const Error&) const = default;
 };
 
+/// Sound that was given and never sent, since the network is too slow for it.
+struct Gap {
+    double seconds = 0;
+    bool operator==(const Gap&) const = default;
+};
+
 /// The server refused the access token; the stream stays open until it is closed.
 struct Unauthorized {
     bool operator==(const Unauthorized&) const = default;
@@ -50,6 +56,6 @@ struct Closed {
 
 using TarnTranslateEvent =
     std::variant<translate::SourceText, translate::TranslatedText, translate::TranslatedAudio,
-                 translate::Error, translate::Unauthorized, translate::Closed>;
+                 translate::Error, translate::Gap, translate::Unauthorized, translate::Closed>;
 
 }  // namespace tarn

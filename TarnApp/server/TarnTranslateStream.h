@@ -1,22 +1,15 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <string>
 #include <vector>
 
+#include "TarnCore/realtime/ConnectionHealth.h"
 #include "TarnPlatform/concurrency/Asio.h"
 #include "TarnPlatform/concurrency/EventQueue.h"
 #include "TarnTranslateEvent.h"
 
 namespace tarn {
-
-/// How a translate stream's connection is doing.
-enum class ConnectionHealth : std::uint8_t {
-    answering,
-    stalled,  ///< the server has not answered for a while; it may again
-    lost,     ///< for good
-};
 
 /// One running translation: audio goes in, events come out.
 /// Thread: any executor; what is awaited resumes on the caller's.

@@ -325,8 +325,8 @@ Task<void> TranslateSession::watchConnection(std::weak_ptr<TranslateSession> wea
         if (!now || !self || self->lastStart_ != start) {
             co_return;
         }
-        self->setFault(SessionFault::connectionStalled, *now == ConnectionHealth::stalled);
-        self->setFault(SessionFault::connectionLost, *now == ConnectionHealth::lost);
+        self->setFault(SessionFault::connectionStalled, now->state == ConnectionHealth::State::stalled);
+        self->setFault(SessionFault::connectionLost, now->state == ConnectionHealth::State::lost);
     }
 }
 

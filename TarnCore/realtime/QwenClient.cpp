@@ -177,7 +177,10 @@ Task<void> QwenClient::receiveLoop(std::shared_ptr<QwenClient> self, std::shared
 
 void QwenClient::handleMessage(const std::string& text) {
     if (handler_.handle(text) == ServerEventHandler::Verdict::stop) {
-        asio::post(strand_, [self = shared_from_this()] { self->die("the service reported an error"); });
+        asio::post(strand_, [self = shared_from_this()] {
+            self->refusedByService_ = self->isAlive();
+            self->die(self->handler_.complaint());
+        });
     }
 }
 

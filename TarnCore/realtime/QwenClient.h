@@ -61,6 +61,9 @@ public:
 
     /// Whether the connection may still be used; once false it stays so. Thread: any.
     bool isAlive() const { return alive_.load(); }
+    /// Whether it died of the service's own "error" event, so that a new connection would not help. Thread:
+    /// any.
+    bool isRefusedByService() const { return refusedByService_.load(); }
     /// Completes once `isAlive` is false and says why, in words for people; empty after `close` and
     /// `markDead`.
     Task<std::string> waitDead();
@@ -100,6 +103,7 @@ private:
 
     // Any thread.
     std::atomic<bool> alive_{true};
+    std::atomic<bool> refusedByService_{false};
 };
 
 }  // namespace tarn

@@ -10,6 +10,7 @@
 #include "EventNames.h"
 #include "TarnPlatform/logging/Log.h"
 #include "TarnPlatform/net/Base64.h"
+#include "TarnPlatform/text/Printable.h"
 
 namespace tarn {
 
@@ -128,8 +129,9 @@ ServerEventHandler::Verdict ServerEventHandler::handle(std::string_view text) {
     } else if (type == events::error) {
         const auto* const detail = objectField(*event, "error");
         const auto& source = detail != nullptr ? *detail : *event;
-        logLine("[qwen] server error [" + stringOr(source, "code", "?") + "] " +
-                stringOr(source, "message", "(no message)"));
+        complaint_ = printable(firstCharacters(
+            "[" + stringOr(source, "code", "?") + "] " + stringOr(source, "message", "(no message)"), 400));
+        logLine("[qwen] server error " + complaint_);
         return Verdict::stop;
     } else if (type == events::tarnError) {
         if (onTarnEvent_) {

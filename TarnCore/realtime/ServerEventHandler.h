@@ -49,6 +49,9 @@ public:
     /// `text`: one message. What is not a JSON object (nested at most 32 deep) is passed over in silence.
     Verdict handle(std::string_view text);
 
+    /// What the service reported when it said `stop`: "[code] message", in one line.
+    const std::string& complaint() const { return complaint_; }
+
     const AudioCallback& onAudio() const { return onAudio_; }
     const TranscriptCallback& onTranscript() const { return onTranscript_; }
     const TarnEventCallback& onTarnEvent() const { return onTarnEvent_; }
@@ -57,6 +60,7 @@ private:
     const AudioCallback onAudio_;
     const TranscriptCallback onTranscript_;
     const TarnEventCallback onTarnEvent_;
+    std::string complaint_;
     std::string srcBuf_;  ///< source transcript of the current utterance so far
     std::string dstBuf_;  ///< translation of the current utterance so far
 };

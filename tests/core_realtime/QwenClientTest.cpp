@@ -136,7 +136,8 @@ TEST_F(QwenClientTest, DiesOfAServiceErrorAfterOneLine) {
     nextMessage(service);
     const auto socket = *run(service.clients.next());
     socket->send(R"({"type":"error","error":{"code":"full","message":"no room"}})");
-    EXPECT_EQ(run(client->waitDead()), "the service reported an error");
+    EXPECT_EQ(run(client->waitDead()), "[full] no room");
+    EXPECT_TRUE(client->isRefusedByService());
     EXPECT_THAT(log.lines("[qwen]"), ElementsAre("[qwen] server error [full] no room"));
     run(client->sendAudio(silence(3200)));
     run(client->close());

@@ -48,6 +48,7 @@ protected:
             return "audio " + std::to_string(e.bytes.size());
         }
         std::string operator()(const translate::Error& e) const { return "error " + e.message; }
+        std::string operator()(const translate::Gap& e) const { return "gap " + std::to_string(e.seconds); }
         std::string operator()(const translate::Unauthorized&) const { return "unauthorized"; }
         std::string operator()(const translate::Closed&) const { return "closed"; }
     };
@@ -131,10 +132,11 @@ TEST_F(TarnTranslateStreamTest, StaysOpenAndSaysItIsDeadWhenTheServerEndsIt) {
         TestService service(network_);
         const auto stream = open(service).value();
         nextClient(service)->close(entry.code, "");
-        EXPECT_NE(run(stream->waitDead()), "");
+        const auto reason = run(stream->waitDead());
+        EXPECT_NE(reason, "");
         EXPECT_FALSE(stream->isAlive());
         EXPECT_FALSE(stream->events().isFinished());
-        EXPECT_EQ(run(stream->health().next()), ConnectionHealth::lost);
+        EXPECT_EQ(run(stream->health().next()), (ConnectionHealth{ConnectionHealth::State::lost, reason}));
         EXPECT_EQ(run(stream->health().next()), std::nullopt);
         run(stream->close());
         EXPECT_EQ(next(*stream), entry.first);

@@ -545,8 +545,8 @@ TEST_F(SessionPipelineTest, SaysWhatIsWrongWithARunThatGoesOn) {
         }
         return names;
     };
-    const auto connection = [this](ConnectionHealth now) {
-        world_.streams.back().lock()->health().push(now);
+    const auto connection = [this](ConnectionHealth::State now) {
+        world_.streams.back().lock()->health().push({now});
         world_.settle();
     };
     session_->setMicDeviceUID("mic-2");
@@ -559,9 +559,9 @@ TEST_F(SessionPipelineTest, SaysWhatIsWrongWithARunThatGoesOn) {
     start(CaptureSource::system);
     EXPECT_FALSE(world_.watchedSound->microphone);
     EXPECT_EQ(health(), "");
-    connection(ConnectionHealth::stalled);
+    connection(ConnectionHealth::State::stalled);
     EXPECT_EQ(health(), "connectionStalled");
-    connection(ConnectionHealth::answering);
+    connection(ConnectionHealth::State::answering);
     EXPECT_EQ(health(), "");
 
     world_.tellSound({SessionFault::outputGone});
@@ -574,7 +574,7 @@ TEST_F(SessionPipelineTest, SaysWhatIsWrongWithARunThatGoesOn) {
     world_.pass(300ms);
     EXPECT_EQ(health(), "soundServerGone");
     world_.sinks.back().lock()->onEnd();
-    connection(ConnectionHealth::lost);
+    connection(ConnectionHealth::State::lost);
     EXPECT_EQ(health(), "connectionLost captureEnded soundServerGone");
     EXPECT_EQ(changes, 3);
     EXPECT_EQ(state(), "running");

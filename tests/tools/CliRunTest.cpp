@@ -281,8 +281,7 @@ TEST_F(CliRun, AConnectionThatDiesEndsTheRunWithItsReason) {
     const Case cases[] = {
         {R"({"t":0.1,"close":1011})", 1, "code 1011"},
         {R"({"t":0.1,"close":4001})", 3, "refused the access token"},
-        {R"({"t":0.1,"event":{"type":"error","error":{"code":"x","message":"y"}}})", 1,
-         "the service reported an error"},
+        {R"({"t":0.1,"event":{"type":"error","error":{"code":"x","message":"y"}}})", 1, "[x] y"},
     };
     for (const auto& [script, status, complaint] : cases) {
         startRelay(std::string(script) + "\n");

@@ -104,9 +104,8 @@ void ViewWorld::translate(int index, const QString& text, bool done) {
 
 void ViewWorld::connection(int index, const QString& health) {
     if (const auto to = stream(index)) {
-        to->health().push(health == "stalled" ? ConnectionHealth::stalled
-                          : health == "lost"  ? ConnectionHealth::lost
-                                              : ConnectionHealth::answering);
+        using enum ConnectionHealth::State;
+        to->health().push({health == "stalled" ? stalled : health == "lost" ? lost : answering});
         settle();
     }
 }
