@@ -13,8 +13,28 @@ ChildCommand withStop(ChildCommand command, std::shared_ptr<const StopSignal> st
 
 }  // namespace
 
-ChildConversation::ChildConversation(std::string name, ChildCommand command, AnswerLimits limits)
-    : name_(std::move(name)), limits_(limits), child_(withStop(std::move(command), stop_)) {}
+ChildConversation::ChildConversation(std::string name, ChildCommand command, AnswerLimits limits,
+                                     std::shared_ptr<Clock> clock)
+    : name_(std::move(name)),
+      limits_(limits),
+      child_(withStop(std::move(command), stop_)),
+      clock_(std::move(clock)) {}
+
+std::optional<Clock::Duration> ChildConversation::endIdle(Clock::Duration limit) {
+    const std::unique_lock lock(mutex_, std::try_to_lock);
+    if (!lock || held_.use_count() > 1) {
+        return limit;
+    }
+    if (!child_.running()) {
+        return std::nullopt;
+    }
+    const auto left = lastAsked_ + limit - clock_->now();
+    if (left > Clock::Duration::zero()) {
+        return left;
+    }
+    child_.discard();
+    return std::nullopt;
+}
 
 Result<void> ChildConversation::ask(const Talk& talk) {
     const std::unique_lock lock(mutex_, std::max(limits_.first, limits_.later));
@@ -28,6 +48,7 @@ Result<void> ChildConversation::ask(const Talk& talk) {
     if (!outcome && outcome.error().kind == ErrorKind::closed && !child_.pausing()) {
         outcome = askOnce(talk);
     }
+    lastAsked_ = clock_->now();
     if (!outcome) {
         outcome.error().description = name_ + " " + outcome.error().description;
     }

@@ -4,9 +4,11 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "KeptChild.h"
+#include "TarnPlatform/concurrency/Clock.h"
 
 namespace tarn {
 
@@ -28,7 +30,9 @@ struct AnswerLimits {
 class ChildConversation {
 public:
     /// `name`: what the child is called in the descriptions of errors ("the translator command").
-    ChildConversation(std::string name, ChildCommand command, AnswerLimits limits);
+    /// `clock`: for what is idle.
+    ChildConversation(std::string name, ChildCommand command, AnswerLimits limits,
+                      std::shared_ptr<Clock> clock = Clock::system());
 
     /// Writes a question and reads its answer, all before the deadline. Its failure is the child's failure.
     using Talk = std::function<Result<void>(ChildProcess& child, ChildProcess::TimePoint deadline)>;
@@ -36,6 +40,13 @@ public:
     /// Runs `talk` with the child. Takes, at worst, twice the first limit (a child that dies late and whose
     /// successor hangs), and the first limit more where other callers are before this one.
     Result<void> ask(const Talk& talk);
+
+    /// Keeps the child from being idle while the result lives.
+    std::shared_ptr<const void> hold() const { return held_; }
+
+    /// Ends a child that nobody holds and that was asked nothing for `limit`. How long until it is worth
+    /// another try; nothing where no child is left. Takes half a second at most.
+    std::optional<Clock::Duration> endIdle(Clock::Duration limit);
 
     /// Ends the child, if it is being asked, and makes calls under way and later ones fail. Does not wait.
     void stop() { stop_->raise(); }
@@ -48,6 +59,9 @@ private:
     const std::shared_ptr<StopSignal> stop_ = std::make_shared<StopSignal>();
     std::timed_mutex mutex_;  ///< held for a whole question and its answer
     KeptChild child_;
+    const std::shared_ptr<Clock> clock_;
+    Clock::TimePoint lastAsked_{};
+    const std::shared_ptr<const char> held_ = std::make_shared<const char>();
 };
 
 }  // namespace tarn

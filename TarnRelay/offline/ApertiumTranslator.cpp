@@ -97,7 +97,8 @@ std::string pipelineOf(std::string recipe) {
 
 }  // namespace
 
-ApertiumTranslator::ApertiumTranslator(const std::filesystem::path& modes, std::chrono::milliseconds limit) {
+ApertiumTranslator::ApertiumTranslator(const std::filesystem::path& modes, std::chrono::milliseconds limit,
+                                       std::shared_ptr<Clock> clock) {
     std::error_code noFolder;
     for (const auto& entry : std::filesystem::directory_iterator(modes, noFolder)) {
         const auto pair =
@@ -117,7 +118,7 @@ ApertiumTranslator::ApertiumTranslator(const std::filesystem::path& modes, std::
         command.environment = {{"LC_ALL", "C.UTF-8"}};
         pipelines_.try_emplace(*pair, std::make_unique<ChildConversation>(
                                           "the translator " + pair->first + " to " + pair->second,
-                                          std::move(command), AnswerLimits{limit, limit}));
+                                          std::move(command), AnswerLimits{limit, limit}, clock));
     }
 }
 
@@ -165,6 +166,22 @@ Result<std::string> ApertiumTranslator::translate(const std::string& text, const
         answer.resize(answer.size() - kSentenceEnd.size());
     }
     return fromApertium(answer);
+}
+
+std::shared_ptr<const void> ApertiumTranslator::hold(const std::string& source,
+                                                     const std::string& target) const {
+    const auto pipeline = pipelines_.find({source, target});
+    return pipeline == pipelines_.end() ? nullptr : pipeline->second->hold();
+}
+
+std::optional<Clock::Duration> ApertiumTranslator::endIdle(Clock::Duration limit) {
+    std::optional<Clock::Duration> next;
+    for (const auto& [pair, pipeline] : pipelines_) {
+        if (const auto left = pipeline->endIdle(limit)) {
+            next = std::min(*left, next.value_or(*left));
+        }
+    }
+    return next;
 }
 
 void ApertiumTranslator::stop() {

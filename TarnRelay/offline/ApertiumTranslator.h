@@ -14,8 +14,8 @@
 namespace tarn::relay {
 
 /// The pairs that Apertium's installed packages translate directly, each by one pipeline of its programs that
-/// is started with the first text and then kept (an answer takes a few milliseconds, loading up to half a
-/// second, so translate an empty text to have a pair ready).
+/// is started with the first text and then kept until it is idle (an answer takes a few milliseconds, loading
+/// up to half a second, so translate an empty text to have a pair ready).
 ///
 /// Words that Apertium does not know stay as they are, without marks. The result begins with a capital letter
 /// whatever the case of the text, since recognisers write everything small; runs of spaces become one; no
@@ -29,7 +29,8 @@ namespace tarn::relay {
 class ApertiumTranslator : public Translator {
 public:
     explicit ApertiumTranslator(const std::filesystem::path& modes = "/usr/share/apertium/modes",
-                                std::chrono::milliseconds limit = std::chrono::seconds(5));
+                                std::chrono::milliseconds limit = std::chrono::seconds(5),
+                                std::shared_ptr<Clock> clock = Clock::system());
 
     std::vector<std::pair<std::string, std::string>> pairs() const override;
 
@@ -37,6 +38,8 @@ public:
     /// a pair that is not installed, and with `timeout`, `closed` or `protocol` where the pipeline failed.
     Result<std::string> translate(const std::string& text, const std::string& source,
                                   const std::string& target) override;
+    std::shared_ptr<const void> hold(const std::string& source, const std::string& target) const override;
+    std::optional<Clock::Duration> endIdle(Clock::Duration limit) override;
     void stop() override;
 
 private:

@@ -54,6 +54,18 @@ std::vector<std::pair<std::string, std::string>> ChainTranslator::pairs() const 
     return result;
 }
 
+std::shared_ptr<const void> ChainTranslator::hold(const std::string& source,
+                                                  const std::string& target) const {
+    auto steps = std::make_shared<std::vector<std::shared_ptr<const void>>>();
+    if (const auto found = ways_.find({source, target}); found != ways_.end()) {
+        const auto& way = found->second.languages;
+        for (std::size_t step = 1; step < way.size(); ++step) {
+            steps->push_back(direct_->hold(way[step - 1], way[step]));
+        }
+    }
+    return steps;
+}
+
 Result<std::string> ChainTranslator::translate(const std::string& text, const std::string& source,
                                                const std::string& target) {
     if (source == target) {

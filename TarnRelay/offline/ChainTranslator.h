@@ -23,6 +23,8 @@ public:
     std::vector<std::pair<std::string, std::string>> pairs() const override;
     Result<std::string> translate(const std::string& text, const std::string& source,
                                   const std::string& target) override;
+    std::shared_ptr<const void> hold(const std::string& source, const std::string& target) const override;
+    std::optional<Clock::Duration> endIdle(Clock::Duration limit) override { return direct_->endIdle(limit); }
     void stop() override { direct_->stop(); }
 
 private:

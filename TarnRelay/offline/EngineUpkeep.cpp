@@ -7,9 +7,10 @@
 namespace tarn::relay {
 
 EngineUpkeep::EngineUpkeep(std::shared_ptr<Clock> clock, const asio::any_io_executor& workers,
-                           std::function<void()> giveMemoryBack)
+                           std::shared_ptr<Translator> translator, std::function<void()> giveMemoryBack)
     : clock_(std::move(clock)),
       strand_(asio::make_strand(workers)),
+      translator_(std::move(translator)),
       giveMemoryBack_(std::move(giveMemoryBack)) {}
 
 void EngineUpkeep::recogniserGone() {
@@ -23,10 +24,28 @@ void EngineUpkeep::recogniserGone() {
     });
 }
 
+void EngineUpkeep::translatorNeeded() {
+    asio::post(strand_, [self = shared_from_this()] {
+        if (!self->stopped_ && !self->idling_) {
+            self->endIdleLater(idleTime);
+        }
+    });
+}
+
+void EngineUpkeep::endIdleLater(Clock::Duration delay) {
+    idling_ = clock_->callAfter(strand_, delay, [this] {
+        idling_.reset();
+        if (const auto next = translator_->endIdle(idleTime)) {
+            endIdleLater(*next);
+        }
+    });
+}
+
 void EngineUpkeep::stop() {
     asio::post(strand_, [self = shared_from_this()] {
         self->stopped_ = true;
         self->settling_.reset();
+        self->idling_.reset();
     });
 }
 

@@ -5,31 +5,41 @@
 #include <memory>
 
 #include "TarnPlatform/concurrency/Clock.h"
+#include "Translator.h"
 
 namespace tarn::relay {
 
 /// Makes an engine small again after its clients have gone. A recogniser consists of about 100 MiB of small
-/// blocks, which the C library keeps when they are freed. Thread: any; what is done runs on the workers.
+/// blocks, which the C library keeps when they are freed; a translator may keep programs running for each
+/// pair. Thread: any; what is done runs on the workers.
 class EngineUpkeep : public std::enable_shared_from_this<EngineUpkeep> {
 public:
     /// After the last of several recognisers that go together.
     static constexpr Clock::Duration settlingTime = std::chrono::seconds(1);
+    /// Without a text, until the translator ends what it has for a pair that no stream holds.
+    static constexpr Clock::Duration idleTime = std::chrono::minutes(10);
 
     /// `giveMemoryBack` may take its time.
     EngineUpkeep(std::shared_ptr<Clock> clock, const asio::any_io_executor& workers,
-                 std::function<void()> giveMemoryBack);
+                 std::shared_ptr<Translator> translator, std::function<void()> giveMemoryBack);
 
     void recogniserGone();
+    /// A stream that translates has begun.
+    void translatorNeeded();
     /// Nothing is done any more once the workers have run this. Before they are joined.
     void stop();
 
 private:
+    void endIdleLater(Clock::Duration delay);
+
     const std::shared_ptr<Clock> clock_;
     const SerialExecutor strand_;
+    const std::shared_ptr<Translator> translator_;
     const std::function<void()> giveMemoryBack_;
 
     // Strand only.
     std::unique_ptr<ScheduledCall> settling_;
+    std::unique_ptr<ScheduledCall> idling_;
     bool stopped_ = false;
 };
 

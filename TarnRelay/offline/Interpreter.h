@@ -31,8 +31,9 @@ public:
         std::shared_ptr<Translator> translator;
         std::shared_ptr<Synthesiser> synthesiser;
         std::string source;
-        std::string target;  ///< the same as `source`: the text is spoken as it is
-        std::string voice;   ///< empty: the language's own
+        std::string target;                          ///< the same as `source`: the text is spoken as it is
+        std::string voice;                           ///< empty: the language's own
+        std::shared_ptr<const void> hold = nullptr;  ///< on what the translator needs for the pair
     };
 
     /// `workers`: where blocking calls may be made; outlives the interpreter.

@@ -82,7 +82,7 @@ struct OfflineEngine::Workers {
           synthesiser(parts.synthesiser),
           recognising(static_cast<std::size_t>(std::max(2, cores()))),
           interpreting(static_cast<std::size_t>(streams)),
-          upkeep(std::make_shared<EngineUpkeep>(std::move(clock), interpreting.get_executor(),
+          upkeep(std::make_shared<EngineUpkeep>(std::move(clock), interpreting.get_executor(), translator,
                                                 giveFreeMemoryBack)) {}
     Workers(const Workers&) = delete;
     Workers& operator=(const Workers&) = delete;
@@ -216,7 +216,8 @@ std::expected<std::unique_ptr<EngineStream>, Refusal> OfflineEngine::open(const 
                          .synthesiser = parts_.synthesiser,
                          .source = *source,
                          .target = *target,
-                         .voice = settings.voice.value_or("")};
+                         .voice = settings.voice.value_or(""),
+                         .hold = parts_.translator->hold(*source, *target)};
     const auto interpreter =
         std::make_shared<Interpreter>(std::move(job), outlet, workers_->interpreting.get_executor());
     const auto bounds = parts_.recognisers->silenceBounds();
@@ -229,6 +230,7 @@ std::expected<std::unique_ptr<EngineStream>, Refusal> OfflineEngine::open(const 
         OfflineStream::Session{.source = *source, .target = *target, .silenceMs = silenceMs});
     listener->warmUp();
     interpreter->warmUp();
+    workers_->upkeep->translatorNeeded();
     return stream;
 }
 

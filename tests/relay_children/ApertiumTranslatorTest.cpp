@@ -11,6 +11,7 @@
 #include "Processes.h"
 #include "TarnPlatform/logging/Log.h"
 #include "TarnRelay/offline/ChainTranslator.h"
+#include "support/ManualClock.h"
 
 namespace tarn::relay {
 namespace {
@@ -124,6 +125,23 @@ TEST(ApertiumTranslator, TranslatesOnAfterItsPipelineWasKilled) {
         ASSERT_EQ(test::ownChildren().size(), 1U);
         EXPECT_NE(test::ownChildren().front().id, children.front().id);
     }
+}
+
+TEST(ApertiumTranslator, EndsAPipelineThatNobodyHoldsOnceItIsIdle) {
+    const auto clock = std::make_shared<test::ManualClock>();
+    ApertiumTranslator translator("/usr/share/apertium/modes", 30s, clock);
+    EXPECT_EQ(translator.endIdle(10min), std::nullopt);
+    ASSERT_EQ(translator.translate("well", "en", "es"), "Bien");
+    clock->advance(4min);
+    EXPECT_EQ(translator.endIdle(10min), 6min);
+    auto hold = translator.hold("en", "es");
+    clock->advance(6min);
+    EXPECT_EQ(translator.endIdle(10min), 10min);
+    EXPECT_THAT(test::ownChildren(), testing::SizeIs(1));
+    hold.reset();
+    EXPECT_EQ(translator.endIdle(10min), std::nullopt);
+    EXPECT_THAT(test::ownChildren(), IsEmpty());
+    EXPECT_EQ(translator.translate("well", "en", "es"), "Bien");
 }
 
 TEST(ApertiumTranslator, TranslatesWhereTheUsersLocaleWasNotGenerated) {

@@ -15,6 +15,8 @@
 #include "TarnRelay/offline/CommandTranslator.h"
 #include "TarnRelay/offline/EspeakSynthesiser.h"
 #include "TarnRelay/offline/PocketSphinxRecogniser.h"
+#include "relay_children/Processes.h"
+#include "support/ManualClock.h"
 
 namespace tarn::relay {
 namespace {
@@ -151,6 +153,32 @@ TEST(OfflineEngine, TellsWhatItHearsTranslatesAndSpeaks) {
     EXPECT_THAT(unknown.hears, IsEmpty());
     EXPECT_THAT(unknown.translates, IsEmpty());
     EXPECT_FALSE(unknown.voices);
+}
+
+TEST(OfflineEngine, EndsTheProgramsOfAChainTenMinutesAfterItsStreamHasGone) {
+    const auto clock = std::make_shared<test::ManualClock>();
+    auto parts = installed();
+    parts.translator = std::make_shared<ChainTranslator>(
+        std::make_unique<ApertiumTranslator>("/usr/share/apertium/modes", std::chrono::seconds(30), clock));
+    OfflineEngine engine(std::move(parts), patient(), clock);
+    const auto log = std::make_shared<EventLog>();
+    auto stream = openStream(engine, {.target = "pt", .source = "en", .voice = {}, .silenceMs = {}}, log);
+    say(*stream, spoken(kMeeting) + silence(1.5));
+    ASSERT_TRUE(log->waitFor(events::responseDone, 1));
+    const auto children = test::ownChildren();
+    ASSERT_THAT(children, SizeIs(2));  // by way of Spanish
+    clock->advance(std::chrono::minutes(10));
+    say(*stream, spoken(kCoffee) + silence(1.5));
+    ASSERT_TRUE(log->waitFor(events::responseDone, 2));
+    EXPECT_THAT(test::ownChildren(), SizeIs(2));  // of a stream that is silent for long
+    stream.reset();
+    for (const auto& child : children) {
+        const auto end = test::watch(child.id);
+        pollfd ended{.fd = end.get(), .events = POLLIN, .revents = 0};
+        do {
+            clock->advance(std::chrono::minutes(10));
+        } while (::poll(&ended, 1, 10) == 0);
+    }
 }
 
 TEST(OfflineEngine, GivesBackTheWordsThemselvesFromALanguageToItself) {

@@ -82,7 +82,8 @@ TEST(EngineUpkeep, GivesMemoryBackOnceAfterTheLastOfSeveralRecognisers) {
     asio::thread_pool workers(1);
     const auto clock = std::make_shared<test::ManualClock>();
     int given = 0;
-    const auto upkeep = std::make_shared<EngineUpkeep>(clock, workers.get_executor(), [&given] { ++given; });
+    const auto upkeep =
+        std::make_shared<EngineUpkeep>(clock, workers.get_executor(), nullptr, [&given] { ++given; });
     const auto pass = [&](std::chrono::milliseconds time) {
         settle(workers);
         clock->advance(time);
