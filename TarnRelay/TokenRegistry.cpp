@@ -34,6 +34,7 @@ namespace json = boost::json;
 constexpr std::chrono::seconds lockLimit{5};
 constexpr std::size_t maxFileBytes = 16UZ * 1024 * 1024;
 constexpr std::size_t maxEmailBytes = 254;
+constexpr std::ptrdiff_t maxTokensOfAddress = 32;  ///< the file would grow without end
 
 std::unexpected<Error> systemFailure(std::string_view what, const std::filesystem::path& path) {
     const auto reason = std::generic_category().message(errno);
@@ -128,8 +129,11 @@ Result<std::string> TokenRegistry::issue(const std::string& email) const {
     if (!token) {
         return token;
     }
-    const auto changed =
-        change([&](std::vector<Entry>& entries) { entries.push_back({hashOf(*token), email, nowText()}); });
+    const auto changed = change([&](std::vector<Entry>& entries) {
+        entries.push_back({hashOf(*token), email, nowText()});
+        auto surplus = std::ranges::count(entries, email, &Entry::email) - maxTokensOfAddress;
+        std::erase_if(entries, [&](const Entry& entry) { return entry.email == email && surplus-- > 0; });
+    });
     if (!changed) {
         return std::unexpected(changed.error());
     }
@@ -281,8 +285,11 @@ Result<void> TokenRegistry::write(const std::vector<Entry>& entries) const {
     for (const auto& entry : entries) {
         list.push_back({{"sha256", hexOf(entry.hash)}, {"email", entry.email}, {"issued", entry.issued}});
     }
-    const json::object root{{"tokens", std::move(list)}};
-    return replaceFile(file(), json::serialize(root) + "\n");
+    const auto text = json::serialize(json::object{{"tokens", std::move(list)}}) + "\n";
+    if (text.size() > maxFileBytes) {
+        return failure(ErrorKind::system, file().string() + " is full: end tokens that are not needed");
+    }
+    return replaceFile(file(), text);
 }
 
 Result<void> TokenRegistry::change(const std::function<void(std::vector<Entry>&)>& edit) const {
@@ -295,17 +302,15 @@ Result<void> TokenRegistry::change(const std::function<void(std::vector<Entry>&)
     if (!lock) {
         return std::unexpected(lock.error());
     }
+    removeUnfinished(file());
     Version version;
     auto entries = read(version);
     if (!entries) {
         return std::unexpected(entries.error());
     }
-    const auto before = entries->size();
+    const auto before = *entries;
     edit(*entries);
-    if (entries->size() == before) {
-        return {};
-    }
-    return write(*entries);
+    return *entries == before ? Result<void>() : write(*entries);
 }
 
 Result<void> TokenRegistry::checkFolder() const {

@@ -37,7 +37,8 @@ public:
     // Changes. Thread: any; each waits for other processes' changes, 5 s at most, and then fails with
     // `timeout`. A file that cannot be understood fails them with `system` and stays as it is.
 
-    /// A new random token of 256 bits (base64url). Fails with `invalidInput` for what cannot be an e-mail
+    /// A new random token of 256 bits (base64url). The 32 newest of an address are kept. Fails with
+    /// `invalidInput` for what cannot be an e-mail
     /// address: empty, longer than 254 bytes, with control characters, or not UTF-8.
     Result<std::string> issue(const std::string& email) const;
     /// Ends every token of `email`; how many there were.
@@ -64,6 +65,7 @@ private:
         TokenHash hash{};
         std::string email;
         std::string issued;  ///< UTC, ISO 8601
+        bool operator==(const Entry&) const = default;
     };
     /// What tells one version of the file from another; all zero: no file.
     struct Version {

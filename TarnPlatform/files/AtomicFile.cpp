@@ -22,6 +22,12 @@ std::unexpected<Error> systemFailure(std::string_view what, const std::filesyste
                    std::string(what) + " " + path.string() + ": " + std::generic_category().message(reason));
 }
 
+constexpr std::string_view unfinished = ".new";
+
+std::string beginningBeside(const std::filesystem::path& path) {
+    return "." + path.filename().string() + ".";
+}
+
 /// A name that no other process picks, in another container with the same folder either.
 std::string nameBeside(const std::filesystem::path& path) {
     std::uint64_t random = 0;
@@ -30,7 +36,7 @@ std::string nameBeside(const std::filesystem::path& path) {
     }
     std::array<char, 16> digits{};
     const auto end = std::to_chars(digits.begin(), digits.end(), random, 16).ptr;
-    return "." + path.filename().string() + "." + std::string(digits.begin(), end) + ".new";
+    return beginningBeside(path) + std::string(digits.begin(), end) + std::string(unfinished);
 }
 
 bool writeAll(int descriptor, std::string_view bytes) {
@@ -76,6 +82,18 @@ Result<void> replaceFile(const std::filesystem::path& path, std::string_view byt
         return systemFailure("cannot write", path, errno);
     }
     return replaceFileIn(folder.get(), path, bytes);
+}
+
+void removeUnfinished(const std::filesystem::path& path) {
+    const auto beginning = beginningBeside(path);
+    std::error_code error;
+    for (std::filesystem::directory_iterator at(path.parent_path(), error), end; !error && at != end;
+         at.increment(error)) {
+        const auto name = at->path().filename().string();
+        if (name.starts_with(beginning) && name.ends_with(unfinished)) {
+            ::unlink(at->path().c_str());
+        }
+    }
 }
 
 Result<void> makePrivateFolder(const std::filesystem::path& folder) {

@@ -20,6 +20,10 @@ Result<void> replaceFile(const std::filesystem::path& path, std::string_view byt
 /// for the description.
 Result<void> replaceFileIn(int folder, const std::filesystem::path& path, std::string_view bytes);
 
+/// Removes what calls of `replaceFile` left beside `path` when their process was killed. The caller keeps
+/// others from replacing the file meanwhile.
+void removeUnfinished(const std::filesystem::path& path);
+
 /// Makes `folder` and what is missing on the way to it, each with mode 0700. A folder that is there already
 /// stays as it is.
 Result<void> makePrivateFolder(const std::filesystem::path& folder);

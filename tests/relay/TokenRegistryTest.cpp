@@ -117,6 +117,36 @@ TEST_F(TokenRegistryTest, LosesNoTokenWhenProcessesIssueAtOnce) {
     EXPECT_EQ(std::distance(Iterator(folder()), Iterator()), 2);
 }
 
+TEST_F(TokenRegistryTest, KeepsTheNewestTokensOfAnAddressAndNoFileThatCouldNotBeRead) {
+    const auto other = issue("bob@example.org");
+    std::vector<std::string> issued;
+    for (int i = 0; i < 34; ++i) {
+        issued.push_back(issue("ada@example.org"));
+    }
+    const auto left = folder() / ".tokens.json.1a2b.new";  // by a process that was killed
+    std::ofstream(left) << "half of a list";
+    ASSERT_TRUE(tokens_.refresh());
+    EXPECT_FALSE(tokens_.find(issued[1]));
+    EXPECT_TRUE(tokens_.find(issued[2]));
+    EXPECT_TRUE(tokens_.find(issued[33]));
+    EXPECT_TRUE(tokens_.find(other));
+    EXPECT_EQ(tokens_.revoke("ada@example.org").value_or(99), 32U);
+    EXPECT_FALSE(std::filesystem::exists(left));
+
+    const auto good = contents();
+    const std::string entry =
+        good.substr(good.find("{\"sha256"), good.find('}') - good.find("{\"sha256") + 1);
+    std::string full = R"({"tokens":[)" + entry;
+    while (full.size() + entry.size() + 10 < (16U << 20)) {
+        full += "," + entry;
+    }
+    std::ofstream(file(), std::ios::trunc) << full << "]}\n";
+    const auto refused = tokens_.issue(std::string(200, 'a'));
+    ASSERT_FALSE(refused);
+    EXPECT_THAT(refused.error().description, HasSubstr("is full"));
+    EXPECT_TRUE(tokens_.revoke("nobody@example.org"));
+}
+
 TEST_F(TokenRegistryTest, LeavesADamagedFileAloneAndKeepsTheLastGoodTokens) {
     const auto token = issue("ada@example.org");
     ASSERT_TRUE(tokens_.refresh());
