@@ -85,6 +85,12 @@ class Documents(unittest.TestCase):
             self.assertEqual(entry["Desktop Action " + action]["Exec"], "gapplication action com.ostrel.tarn " + action)
             self.assertIn('"%s"' % action, answered)
 
+    def test_only_those_who_sit_at_the_machine_have_a_relay(self):
+        for unit in ("tarn-relay.socket", "tarn-relay.service.in"):
+            parsed = configparser.ConfigParser(strict=False, interpolation=None, delimiters=("=",))
+            parsed.read_string(read("packaging", "systemd", unit))
+            self.assertEqual(parsed["Unit"]["ConditionUser"], "!@system", unit)
+
     def test_versions_agree(self):
         version = re.search(r"project\(tarn VERSION ([0-9.]+)", read("CMakeLists.txt")).group(1)
         self.assertTrue(read("packaging", "debian", "changelog").startswith("tarn (%s) " % version))
