@@ -1,17 +1,27 @@
 #include "TlsClientStream.h"
 
+#include <openssl/x509_vfy.h>
+#include <openssl/x509v3.h>
+
 #include <boost/asio/ip/address.hpp>
-#include <boost/asio/ssl/host_name_verification.hpp>
 
 namespace tarn {
 
 Task<Result<void>> shakeHands(TlsClientStream& stream, const std::string& host) {
     boost::system::error_code isName;
     asio::ip::make_address(host, isName);
-    if (isName && SSL_set_tlsext_host_name(stream.native_handle(), host.c_str()) != 1) {
+    const bool isAddress = !isName;
+    if (!isAddress && SSL_set_tlsext_host_name(stream.native_handle(), host.c_str()) != 1) {
         co_return failure(ErrorKind::tls, "the host name cannot be sent to the server");
     }
-    stream.set_verify_callback(asio::ssl::host_name_verification(host));
+    auto* const wanted = SSL_get0_param(stream.native_handle());
+    X509_VERIFY_PARAM_set_hostflags(
+        wanted, X509_CHECK_FLAG_NEVER_CHECK_SUBJECT | X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS);
+    const int isSet = isAddress ? X509_VERIFY_PARAM_set1_ip_asc(wanted, host.c_str())
+                                : X509_VERIFY_PARAM_set1_host(wanted, host.c_str(), host.size());
+    if (isSet != 1) {
+        co_return failure(ErrorKind::tls, "the host name cannot be checked");
+    }
     const auto [error] = co_await stream.async_handshake(asio::ssl::stream_base::client, asValue);
     if (!error) {
         co_return Result<void>();
@@ -20,9 +30,10 @@ Task<Result<void>> shakeHands(TlsClientStream& stream, const std::string& host) 
     if (verdict == X509_V_OK) {
         co_return failure(ErrorKind::tls, "no TLS connection with " + host + ": " + error.message());
     }
-    // The check of the name leaves no verdict of its own behind, where the check of the chain always does.
-    const std::string reason = verdict == X509_V_ERR_UNSPECIFIED ? "it is not for this host"
-                                                                 : X509_verify_cert_error_string(verdict);
+    const bool isForAnother =
+        verdict == X509_V_ERR_HOSTNAME_MISMATCH || verdict == X509_V_ERR_IP_ADDRESS_MISMATCH;
+    const std::string reason =
+        isForAnother ? "it is not for this host" : X509_verify_cert_error_string(verdict);
     co_return failure(ErrorKind::tls, "the certificate of " + host + " is refused: " + reason);
 }
 

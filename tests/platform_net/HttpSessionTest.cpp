@@ -100,6 +100,7 @@ TEST_F(HttpSessionTest, BelievesOnlyACertificateForThisHostFromATrustedAuthority
         {"localhost", certificates.issue("DNS:other.test"), "not for this host"},
         {"127.0.0.1", certificates.issue("DNS:localhost"), "not for this host"},
         {"localhost", certificates.issue("DNS:localhost", days(-2), days(-1)), "expired"},
+        {"localhost", certificates.issue(""), "not for this host"},
         {"localhost", certificates.issue("DNS:localhost", days(1), days(2)), "not yet valid"},
         {"localhost", strangers.issue("DNS:localhost"), "issuer"},
     };

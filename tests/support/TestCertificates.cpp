@@ -97,8 +97,11 @@ TestCertificates::Identity TestCertificates::issue(const std::string& names, std
                                                    std::chrono::days validTo) const {
     const auto key = makeKey();
     X509* const issuer = authority_->certificate.get();
-    const auto certificate = makeCertificate("Test server", key.get(), issuer, 2, validFrom, validTo);
-    addExtension(certificate.get(), issuer, NID_subject_alt_name, names);
+    const auto certificate = makeCertificate(names.empty() ? "localhost" : "Test server", key.get(), issuer,
+                                             2, validFrom, validTo);
+    if (!names.empty()) {
+        addExtension(certificate.get(), issuer, NID_subject_alt_name, names);
+    }
     X509_sign(certificate.get(), authority_->key.get(), EVP_sha256());
     return {certificatePem(certificate.get()), toPem([&](BIO* out) {
                 PEM_write_bio_PrivateKey(out, key.get(), nullptr, nullptr, 0, nullptr, nullptr);

@@ -20,7 +20,8 @@ public:
         std::string certificate;
         std::string key;
     };
-    /// `names`: subject alternative names as OpenSSL writes them ("DNS:localhost,IP:127.0.0.1").
+    /// `names`: subject alternative names as OpenSSL writes them ("DNS:localhost,IP:127.0.0.1");
+    /// empty: none, and the subject is called "localhost".
     Identity issue(const std::string& names, std::chrono::days validFrom = std::chrono::days(-1),
                    std::chrono::days validTo = std::chrono::days(1)) const;
 
