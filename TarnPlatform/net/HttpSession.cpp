@@ -20,6 +20,7 @@ namespace {
 namespace http = boost::beast::http;
 
 constexpr std::size_t maxAnswerBytes = std::size_t{4} * 1024 * 1024;
+constexpr int maxInterimAnswers = 16;
 
 http::request<http::string_body> toBeast(const HttpRequest& request) {
     http::request<http::string_body> message;
@@ -45,10 +46,17 @@ Task<Result<HttpResponse>> exchange(Stream& stream, const HttpRequest& request) 
         co_return failure(ErrorKind::connection, "the request was not taken: " + writeError.message());
     }
     boost::beast::flat_buffer buffer;
-    http::response_parser<http::string_body> parser;
-    parser.body_limit(maxAnswerBytes);
-    parser.skip(request.method == "HEAD");
-    const auto [readError, size] = co_await http::async_read(stream, buffer, parser, asValue);
+    std::optional<http::response_parser<http::string_body>> reading;
+    boost::system::error_code readError;
+    int interim = 0;
+    do {
+        reading.emplace();
+        reading->body_limit(maxAnswerBytes);
+        reading->skip(request.method == "HEAD");
+        const auto [error, size] = co_await http::async_read(stream, buffer, *reading, asValue);
+        readError = error;
+    } while (!readError && reading->get().result_int() / 100 == 1 && ++interim <= maxInterimAnswers);
+    auto& parser = *reading;
     if (readError) {
         const bool broken =
             readError == http::error::body_limit ||

@@ -6,6 +6,7 @@
 
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/write.hpp>
 #include <map>
 
 #include "TarnPlatform/net/HttpServer.h"
@@ -99,8 +100,8 @@ TEST_F(HttpSessionTest, BelievesOnlyACertificateForThisHostFromATrustedAuthority
         {"127.0.0.1", certificates.issue("IP:127.0.0.1"), nullptr},
         {"localhost", certificates.issue("DNS:other.test"), "not for this host"},
         {"127.0.0.1", certificates.issue("DNS:localhost"), "not for this host"},
-        {"localhost", certificates.issue("DNS:localhost", days(-2), days(-1)), "expired"},
         {"localhost", certificates.issue(""), "not for this host"},
+        {"localhost", certificates.issue("DNS:localhost", days(-2), days(-1)), "expired"},
         {"localhost", certificates.issue("DNS:localhost", days(1), days(2)), "not yet valid"},
         {"localhost", strangers.issue("DNS:localhost"), "issuer"},
     };
@@ -180,6 +181,19 @@ TEST_F(HttpSessionTest, EndsAtItsLimitWhenNoAnswerComes) {
     }
     EXPECT_EQ(response->error().kind, ErrorKind::timeout);
     EXPECT_THAT(response->error().description, HasSubstr("60 s"));
+}
+
+TEST_F(HttpSessionTest, WaitsThroughInterimAnswersForTheAnswer) {
+    asio::ip::tcp::acceptor hints(context, {asio::ip::address_v4::loopback(), 0});
+    asio::ip::tcp::socket peer(context);
+    const std::string bytes =
+        "HTTP/1.1 103 Early Hints\r\nLink: </x>\r\n\r\nHTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nok";
+    hints.async_accept(peer,
+                       [&](const boost::system::error_code&) { asio::write(peer, asio::buffer(bytes)); });
+    const auto answer = get("http://127.0.0.1:" + std::to_string(hints.local_endpoint().port()) + "/");
+    ASSERT_TRUE(answer) << answer.error().description;
+    EXPECT_EQ(answer->status, 200);
+    EXPECT_EQ(answer->body, "ok");
 }
 
 TEST_F(HttpSessionTest, RefusesAnEndlessAnswer) {
