@@ -32,6 +32,10 @@ constexpr std::array progressEvents = {
 /// memory.
 constexpr std::size_t longestUtterance = std::size_t{1024} * 1024;
 
+// What a server sends stands in the log of the whole desktop.
+constexpr std::size_t longestLine = 400;  // characters
+constexpr int mostLines = 20;             // of one connection
+
 /// The value under `key` when it is there and a string.
 std::optional<std::string_view> stringField(const json::object& object, std::string_view key) {
     const auto* const value = object.if_contains(key);
@@ -59,18 +63,6 @@ bool spend(std::atomic<int>& budget) {
     return false;
 }
 
-/// The first `count` characters, never half of one.
-std::string_view firstCharacters(std::string_view text, std::size_t count) {
-    std::size_t end = 0;
-    for (; end < text.size(); ++end) {
-        const bool startsCharacter = (static_cast<unsigned char>(text[end]) & 0xC0U) != 0x80U;
-        if (startsCharacter && count-- == 0) {
-            break;
-        }
-    }
-    return text.substr(0, end);
-}
-
 }  // namespace
 
 ServerEventHandler::ServerEventHandler(AudioCallback onAudio, TranscriptCallback onTranscript,
@@ -78,6 +70,15 @@ ServerEventHandler::ServerEventHandler(AudioCallback onAudio, TranscriptCallback
     : onAudio_(std::move(onAudio)),
       onTranscript_(std::move(onTranscript)),
       onTarnEvent_(std::move(onTarnEvent)) {}
+
+void ServerEventHandler::tell(std::string_view text) {
+    if (linesTold_ < mostLines) {
+        logLine("[qwen] " + std::string(firstCharacters(text, longestLine)));
+    } else if (linesTold_ == mostLines) {
+        logLine("[qwen] further messages are not shown");
+    }
+    linesTold_ = std::min(linesTold_ + 1, mostLines + 1);
+}
 
 ServerEventHandler::Verdict ServerEventHandler::handle(std::string_view text) {
     boost::system::error_code error;
@@ -141,7 +142,7 @@ ServerEventHandler::Verdict ServerEventHandler::handle(std::string_view text) {
         }
     } else {
         const auto* const detail = objectField(*event, "error");
-        logLine("[qwen] " + std::string(type) + (detail != nullptr ? ": " + json::serialize(*detail) : ""));
+        tell(std::string(type) + (detail != nullptr ? ": " + json::serialize(*detail) : ""));
     }
     return Verdict::goOn;
 }

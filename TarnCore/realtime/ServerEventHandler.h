@@ -57,10 +57,13 @@ public:
     const TarnEventCallback& onTarnEvent() const { return onTarnEvent_; }
 
 private:
+    void tell(std::string_view text);
+
     const AudioCallback onAudio_;
     const TranscriptCallback onTranscript_;
     const TarnEventCallback onTarnEvent_;
     std::string complaint_;
+    int linesTold_ = 0;
     std::string srcBuf_;  ///< source transcript of the current utterance so far
     std::string dstBuf_;  ///< translation of the current utterance so far
 };

@@ -17,4 +17,15 @@ std::string printable(std::string_view text) {
     return clean;
 }
 
+std::string_view firstCharacters(std::string_view text, std::size_t count) {
+    std::size_t end = 0;
+    for (; end < text.size(); ++end) {
+        const bool startsCharacter = (static_cast<unsigned char>(text[end]) & 0xC0U) != 0x80U;
+        if (startsCharacter && count-- == 0) {
+            break;
+        }
+    }
+    return text.substr(0, end);
+}
+
 }  // namespace tarn

@@ -9,4 +9,7 @@ namespace tarn {
 /// obey. UTF-8. Thread: any.
 std::string printable(std::string_view text);
 
+/// The first `count` characters of a UTF-8 text, never half of one. Thread: any.
+std::string_view firstCharacters(std::string_view text, std::size_t count);
+
 }  // namespace tarn

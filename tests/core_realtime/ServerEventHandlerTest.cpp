@@ -132,6 +132,17 @@ TEST(ServerEventHandler, StopsOnlyAtAServiceError) {
                 ElementsAre(goOn, stop, goOn));
 }
 
+TEST(ServerEventHandler, WritesNoMoreOfAServersMessagesThanALogCanBear) {
+    const test::LogCapture log;
+    std::vector<std::string> messages(30, R"({"type":"x","error":{"a":")" + std::string(1000, 'b') + "\"}}");
+    messages.push_back(R"({"type":"error","error":{"code":"c","message":"m"}})");
+    play(messages);
+    ASSERT_EQ(log.lines().size(), 22U);
+    EXPECT_EQ(log.lines()[0], R"([qwen] x: {"a":")" + std::string(391, 'b'));
+    EXPECT_EQ(log.lines()[20], "[qwen] further messages are not shown");
+    EXPECT_EQ(log.lines()[21], "[qwen] server error [c] m");
+}
+
 TEST(ServerEventHandler, WritesDebugLinesOnlyWithinTheirBudgets) {
     const test::LogCapture log;
     DebugBudget::debugAllRemaining = 1;
