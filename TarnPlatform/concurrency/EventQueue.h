@@ -4,6 +4,7 @@
 #include <boost/asio/async_result.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/steady_timer.hpp>
+#include <cstddef>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -22,11 +23,17 @@ template <typename T>
 class EventQueue {
 public:
     EventQueue() : state_(std::make_shared<State>()) {}
+    /// One whose writer can wait for `room`. `weigh`: what a value counts towards `most`.
+    EventQueue(std::size_t most, std::size_t (*weigh)(const T&)) : EventQueue() {
+        state_->most = most;
+        state_->weigh = weigh;
+    }
 
     /// Thread: any. Never waits for the reader.
     void push(T value) const {
         const std::lock_guard lock(state_->mutex);
         if (!state_->finished) {
+            state_->weight += state_->weigh == nullptr ? 0 : state_->weigh(value);
             state_->values.push_back(std::move(value));
             state_->bell.reset();
         }
@@ -37,6 +44,7 @@ public:
         const std::lock_guard lock(state_->mutex);
         state_->finished = true;
         state_->bell.reset();
+        state_->roomBell.reset();
     }
 
     /// The next value, or nothing once the queue is finished and empty.
@@ -47,28 +55,36 @@ public:
         for (;;) {
             {
                 const std::lock_guard lock(state->mutex);
-                if (!state->values.empty()) {
-                    std::optional<T> value(std::move(state->values.front()));
-                    state->values.pop_front();
+                if (auto value = state->take()) {
                     co_return value;
                 }
                 if (state->finished) {
                     co_return std::nullopt;
                 }
             }
-            co_await somethingComes(state);
+            co_await change(state, &State::bell, &State::isQuiet);
         }
     }
 
     /// What is queued right now, without waiting. Thread: any.
     std::optional<T> tryNext() const {
         const std::lock_guard lock(state_->mutex);
-        if (state_->values.empty()) {
-            return std::nullopt;
+        return state_->take();
+    }
+
+    /// Completes when the values that wait weigh less than `most`, or the queue is finished.
+    /// Thread: the writer's own serial executor; one call at a time.
+    Task<void> room() const {
+        const auto state = state_;
+        for (;;) {
+            {
+                const std::lock_guard lock(state->mutex);
+                if (!state->isFull()) {
+                    co_return;
+                }
+            }
+            co_await change(state, &State::roomBell, &State::isFull);
         }
-        std::optional<T> value(std::move(state_->values.front()));
-        state_->values.pop_front();
-        return value;
     }
 
     bool isFinished() const {
@@ -81,21 +97,46 @@ private:
         std::mutex mutex;
         std::deque<T> values;
         std::optional<asio::steady_timer> bell;  ///< what the reader waits for; it rings by being destroyed
+        std::optional<asio::steady_timer> roomBell;  ///< the same for the writer
         bool finished = false;
+        std::size_t weight = 0;  ///< of `values`
+        std::size_t most = 0;
+        std::size_t (*weigh)(const T&) = nullptr;
+
+        bool isQuiet() const { return values.empty() && !finished; }
+        bool isFull() const { return weigh != nullptr && weight >= most && !finished; }
+
+        std::optional<T> take() {
+            if (values.empty()) {
+                return std::nullopt;
+            }
+            std::optional<T> value(std::move(values.front()));
+            values.pop_front();
+            if (weigh != nullptr) {
+                weight -= weigh(*value);
+                if (!isFull()) {
+                    roomBell.reset();
+                }
+            }
+            return value;
+        }
     };
 
-    /// The wait begins under the lock, so that a writer can end it from where it is: a hop to the reader's
-    /// executor only to end it there would wake that thread twice for each value.
-    static auto somethingComes(std::shared_ptr<State> state) {
-        auto begin = [state = std::move(state)](auto reader) {
-            const auto executor = asio::get_associated_executor(reader);
+    /// Waits until `bell` rings, where it is to be waited at all. The wait begins under the lock, so that the
+    /// other side can end it from where it is: a hop to the waiting executor only to end it there would wake
+    /// that thread twice for each value.
+    static auto change(std::shared_ptr<State> state, std::optional<asio::steady_timer> State::* bell,
+                       bool (State::*mustWait)() const) {
+        auto begin = [state = std::move(state), bell, mustWait](auto waiting) {
+            const auto executor = asio::get_associated_executor(waiting);
             const std::lock_guard lock(state->mutex);
-            if (state->values.empty() && !state->finished) {
-                state->bell.emplace(executor, asio::steady_timer::time_point::max());
-                state->bell->async_wait(std::move(reader));
+            if (((*state).*mustWait)()) {
+                auto& timer = (*state).*bell;
+                timer.emplace(executor, asio::steady_timer::time_point::max());
+                timer->async_wait(std::move(waiting));
             } else {
-                asio::post(executor, [reader = std::move(reader)]() mutable {
-                    std::move(reader)(boost::system::error_code());
+                asio::post(executor, [waiting = std::move(waiting)]() mutable {
+                    std::move(waiting)(boost::system::error_code());
                 });
             }
         };
