@@ -39,6 +39,7 @@ public:
     Task<void> close() override { return inner_->close(); }
     bool isAlive() const override { return inner_->isAlive(); }
     Task<std::string> waitDead() override { return inner_->waitDead(); }
+    Task<bool> waitHeard() override { return inner_->waitHeard(); }
     const EventQueue<ConnectionHealth>& health() const override { return inner_->health(); }
 
     /// Shows every event to `observer` and then to whoever reads `events`, to the end; the voice, which would

@@ -9,6 +9,24 @@
 namespace tarn {
 namespace {
 
+/// Events that nobody has read; a minute of the translated voice weighs as much.
+constexpr std::size_t mostUnread = std::size_t{8} * 1024 * 1024;
+constexpr std::size_t minuteOfVoice = std::size_t{60} * 24000 * 2;  // bytes
+
+std::size_t weigh(const TarnTranslateEvent& event) {
+    std::size_t weight = sizeof event;
+    if (const auto* const audio = std::get_if<translate::TranslatedAudio>(&event)) {
+        weight += audio->bytes.size() * mostUnread / minuteOfVoice;
+    } else if (const auto* const source = std::get_if<translate::SourceText>(&event)) {
+        weight += source->text.size();
+    } else if (const auto* const translation = std::get_if<translate::TranslatedText>(&event)) {
+        weight += translation->text.size();
+    } else if (const auto* const error = std::get_if<translate::Error>(&event)) {
+        weight += error->message.size();
+    }
+    return weight;
+}
+
 Task<void> closeAndFinish(std::shared_ptr<QwenClient> client, EventQueue<TarnTranslateEvent> events) {
     co_await client->close();
     events.push(translate::Closed{});
@@ -36,7 +54,7 @@ RealTarnTranslateStream::RealTarnTranslateStream(EventQueue<TarnTranslateEvent> 
 
 Task<ServerResult<std::shared_ptr<TarnTranslateStream>>> RealTarnTranslateStream::open(
     Url url, std::string pat, QwenConfig config, NetworkContext network) {
-    const EventQueue<TarnTranslateEvent> events;
+    const EventQueue<TarnTranslateEvent> events(mostUnread, weigh);
     auto onAudio = [events](std::vector<std::byte> bytes) {
         events.push(translate::TranslatedAudio{std::move(bytes)});
     };
@@ -58,9 +76,9 @@ Task<ServerResult<std::shared_ptr<TarnTranslateStream>>> RealTarnTranslateStream
         std::make_shared<QwenClient>(std::move(url), "Bearer " + pat, std::move(config), std::move(onAudio),
                                      std::move(onTranscript), std::move(onTarnEvent), network);
     const EventQueue<ConnectionHealth> health;
-    client->onAnswering = [health](bool answers) {
-        health.push({answers ? ConnectionHealth::State::answering : ConnectionHealth::State::stalled});
-    };
+    client->onHealth = [health](ConnectionHealth now) { health.push(std::move(now)); };
+    client->roomForEvents = [events] { return events.room(); };
+    client->onGap = [events](double seconds) { events.push(translate::Gap{seconds}); };
     const auto connected = co_await client->connect();
     if (!connected) {
         events.finish();
@@ -79,6 +97,10 @@ RealTarnTranslateStream::~RealTarnTranslateStream() {
 
 Task<void> RealTarnTranslateStream::sendAudio(std::vector<std::byte> bytes) {
     return client_->sendAudio(std::move(bytes));
+}
+
+Task<bool> RealTarnTranslateStream::waitHeard() {
+    return client_->waitHeard();
 }
 
 Task<void> RealTarnTranslateStream::close() {

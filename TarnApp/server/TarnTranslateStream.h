@@ -21,11 +21,18 @@ public:
     /// itself shows here as silence: see `health`.
     virtual const EventQueue<TarnTranslateEvent>& events() const = 0;
 
-    /// Each change, the first of them from `answering`; ends after `close`.
+    /// Each change, the first of them from `answering`; ends after `close`. `slow` comes again when its
+    /// seconds change.
     virtual const EventQueue<ConnectionHealth>& health() const = 0;
 
-    /// Sends s16le, 16 kHz, mono. Never fails: once the connection has died the bytes are dropped.
+    /// Sends s16le, 16 kHz, mono. Never fails: once the connection has died the bytes are dropped. Completes
+    /// when they have left; where the network is too slow, the oldest are left out and told as `Gap`.
     virtual Task<void> sendAudio(std::vector<std::byte> bytes) = 0;
+
+    /// Completes when all that was given to `sendAudio` before (but less than a twentieth of a second at its
+    /// end) has been read by the server: true; false when the connection ends first. What the server makes of
+    /// it may still come.
+    virtual Task<bool> waitHeard() = 0;
 
     /// Ends the connection and the events, `Closed` being the last of them. May be called more than once.
     virtual Task<void> close() = 0;

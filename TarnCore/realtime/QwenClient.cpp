@@ -17,6 +17,13 @@ namespace {
 
 constexpr std::chrono::seconds connectLimit{60};
 constexpr std::size_t chunkBytes = qwenChunkBytes;
+constexpr std::size_t bytesPerSecond = static_cast<std::size_t>(qwenInputSampleRate) * 2;
+/// Sent bytes that may stand before the unsent ones.
+constexpr std::size_t mostSentKept = 64 * chunkBytes;
+
+double secondsOf(std::size_t bytes) {
+    return static_cast<double>(bytes) / static_cast<double>(bytesPerSecond);
+}
 
 }  // namespace
 
@@ -54,6 +61,10 @@ Task<void> QwenClient::sendAudio(std::vector<std::byte> bytes) {
     return carryOut(strand_, sendAudioOnStrand(shared_from_this(), std::move(bytes)));
 }
 
+Task<bool> QwenClient::waitHeard() {
+    return carryOut(strand_, waitHeardOnStrand(shared_from_this()));
+}
+
 Task<void> QwenClient::close() {
     return carryOut(strand_, closeOnStrand(shared_from_this()));
 }
@@ -64,7 +75,7 @@ Task<std::string> QwenClient::waitDead() {
 
 void QwenClient::markDead() {
     alive_ = false;
-    asio::post(strand_, [self = shared_from_this()] { self->deathBell_.cancel(); });
+    asio::post(strand_, [self = shared_from_this()] { self->ringAll(); });
 }
 
 Task<Result<void>> QwenClient::connectAndWait(std::shared_ptr<QwenClient> self) {
@@ -96,7 +107,13 @@ Task<Result<void>> QwenClient::connectOnStrand(std::shared_ptr<QwenClient> self)
     request.url = self->endpoint_;
     request.headers.push_back({"Authorization", self->authHeader_});
     request.timeout = connectLimit;
-    request.onAnswering = self->onAnswering;
+    if (self->onHealth) {
+        request.onPulse = [weak = self->weak_from_this()](const WebSocketPulse& pulse) {
+            if (const auto client = weak.lock()) {
+                client->judge(pulse);
+            }
+        };
+    }
     const auto task = WebSocketTask::make(self->strand_, std::move(request), self->network_);
     self->task_ = task;
     auto opened = co_await task->resume();
@@ -113,6 +130,9 @@ Task<Result<void>> QwenClient::connectOnStrand(std::shared_ptr<QwenClient> self)
     });
     auto update = sessionUpdateEvent(self->nextEventId("evt_init_"), self->config_);
     auto sent = co_await self->sendJson(std::move(update));
+    if (late || !sent) {
+        task->cancel(closeGoingAway);
+    }
     if (late) {
         co_return failure(ErrorKind::timeout,
                           "the server has not taken the settings within the time to connect");
@@ -137,13 +157,40 @@ Task<void> QwenClient::sendAudioOnStrand(std::shared_ptr<QwenClient> self, std::
         co_return;
     }
     auto& pending = self->pendingInput_;
-    auto& start = self->pendingStart_;
     pending.insert(pending.end(), bytes.begin(), bytes.end());
-    while (pending.size() - start >= chunkBytes) {
+    self->given_ += bytes.size();
+    self->leaveOutOldest();
+    const auto position = self->wholeChunksEnd();
+    if (self->isSending_) {
+        co_await waitUntilGone(self, position);
+        co_return;
+    }
+    self->isSending_ = true;
+    co_await sendUntil(self, position);
+    if (self->alive_ && self->unsentBytes() >= chunkBytes) {
+        asio::co_spawn(self->strand_, sendTheRest(self), asio::detached);  // what others gave meanwhile
+    } else {
+        self->isSending_ = false;
+    }
+}
+
+Task<void> QwenClient::sendTheRest(std::shared_ptr<QwenClient> self) {
+    while (self->alive_ && self->unsentBytes() >= chunkBytes) {
+        co_await sendUntil(self, self->wholeChunksEnd());
+    }
+    self->isSending_ = false;
+}
+
+Task<void> QwenClient::sendUntil(std::shared_ptr<QwenClient> self, std::uint64_t position) {
+    auto& pending = self->pendingInput_;
+    auto& start = self->pendingStart_;
+    while (self->alive_ && self->gone_ < position) {
         auto event =
             audioAppendEvent(self->nextEventId("evt_a_"), std::span(pending).subspan(start, chunkBytes));
         start += chunkBytes;
+        self->isLeaving_ = true;
         const auto sent = co_await self->sendJson(std::move(event));
+        self->isLeaving_ = false;
         if (!sent) {
             if (self->alive_) {
                 logLine("[qwen] send failed: " + sent.error().description);
@@ -151,14 +198,86 @@ Task<void> QwenClient::sendAudioOnStrand(std::shared_ptr<QwenClient> self, std::
             self->die(sent.error().description);
             co_return;
         }
+        self->passed(chunkBytes);
+        if (self->unsentBytes() < chunkBytes || start > mostSentKept) {
+            self->forgetSent();
+        }
     }
-    // Other calls may have added audio during a wait, so the remainder is moved to the front only here.
-    pending.erase(pending.begin(), pending.begin() + static_cast<std::ptrdiff_t>(start));
-    start = 0;
+}
+
+/// Where the last whole chunk ends among all the bytes that were given; the one that is leaving counts.
+std::uint64_t QwenClient::wholeChunksEnd() const {
+    return gone_ + (isLeaving_ ? chunkBytes : 0) + unsentBytes() / chunkBytes * chunkBytes;
+}
+
+void QwenClient::leaveOutOldest() {
+    if (unsentBytes() <= static_cast<std::size_t>(mostUnsent.count()) * bytesPerSecond) {
+        return;
+    }
+    const auto excess = unsentBytes() - static_cast<std::size_t>(keptUnsent.count()) * bytesPerSecond;
+    const auto leftOut = (excess + chunkBytes - 1) / chunkBytes * chunkBytes;
+    pendingStart_ += leftOut;
+    forgetSent();
+    passed(leftOut);
+    if (!hasLeftOut_) {
+        hasLeftOut_ = true;
+        logLine("[qwen] the connection is too slow: sound is left out");
+    }
+    if (onGap) {
+        onGap(secondsOf(leftOut));
+    }
+}
+
+void QwenClient::passed(std::size_t bytes) {
+    gone_ += bytes;
+    while (!waiters_.empty() && waiters_.front().position <= gone_) {
+        waiters_.front().bell->cancel();
+        waiters_.pop_front();
+    }
+}
+
+void QwenClient::forgetSent() {
+    pendingInput_.erase(pendingInput_.begin(),
+                        pendingInput_.begin() + static_cast<std::ptrdiff_t>(pendingStart_));
+    pendingStart_ = 0;
+}
+
+Task<void> QwenClient::waitUntilGone(std::shared_ptr<QwenClient> self, std::uint64_t position) {
+    if (!self->alive_ || self->gone_ >= position) {
+        co_return;
+    }
+    const auto bell =
+        std::make_shared<asio::steady_timer>(self->strand_, asio::steady_timer::time_point::max());
+    self->waiters_.push_back({position, bell});
+    co_await bell->async_wait(asValue);
+}
+
+Task<bool> QwenClient::waitHeardOnStrand(std::shared_ptr<QwenClient> self) {
+    co_await waitUntilGone(self, self->wholeChunksEnd());
+    const auto task = self->task_;
+    if (!self->alive_ || !task) {
+        co_return false;
+    }
+    const auto answered = co_await task->roundTrip();
+    co_return answered.has_value();
+}
+
+void QwenClient::judge(const WebSocketPulse& pulse) {
+    const auto now = network_.clock->now();
+    if (auto changed = judge_.take(pulse, secondsOf(unsentBytes()), secondsOf(given_), now);
+        changed && alive_) {
+        onHealth(std::move(*changed));
+    }
 }
 
 Task<void> QwenClient::receiveLoop(std::shared_ptr<QwenClient> self, std::shared_ptr<WebSocketTask> task) {
     while (self->alive_) {
+        if (self->roomForEvents) {
+            co_await self->roomForEvents();
+            if (!self->alive_) {
+                co_return;
+            }
+        }
         auto message = co_await task->receive();
         if (message) {
             self->handleMessage(message->payload);
@@ -186,7 +305,7 @@ void QwenClient::handleMessage(const std::string& text) {
 
 Task<void> QwenClient::closeOnStrand(std::shared_ptr<QwenClient> self) {
     self->alive_ = false;
-    self->deathBell_.cancel();
+    self->ringAll();
     const auto task = std::exchange(self->task_, nullptr);
     if (task) {
         task->cancel(closeGoingAway);
@@ -209,7 +328,15 @@ void QwenClient::die(const std::string& reason) {
     if (alive_.exchange(false)) {
         deathReason_ = reason;
     }
+    ringAll();
+}
+
+void QwenClient::ringAll() {
     deathBell_.cancel();
+    for (const auto& waiter : waiters_) {
+        waiter.bell->cancel();
+    }
+    waiters_.clear();
 }
 
 std::string QwenClient::nextEventId(const char* prefix) {

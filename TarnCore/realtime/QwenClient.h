@@ -2,12 +2,17 @@
 
 #include <atomic>
 #include <boost/asio/steady_timer.hpp>
+#include <chrono>
 #include <cstddef>
+#include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "ConnectionHealth.h"
+#include "ConnectionJudge.h"
 #include "QwenConfig.h"
 #include "ServerEventHandler.h"
 #include "TarnPlatform/concurrency/Asio.h"
@@ -36,9 +41,19 @@ public:
                TranscriptCallback onTranscript, TarnEventCallback onTarnEvent,
                NetworkContext network = NetworkContext::shared());
 
-    /// Whether the server of an open connection answers, told at each change; the first is that it stops. Set
+    /// Sound that waits for the network is kept for this long; what is older is then left out down to
+    /// `keptUnsent`, in one piece: one gap is understood better than a stutter.
+    static constexpr std::chrono::seconds mostUnsent{10};
+    static constexpr std::chrono::seconds keptUnsent{7};
+
+    /// How an open connection is doing: each change, the first of them from `answering`; never `lost`. Set
     /// before `connect`. Thread: the client's strand.
-    std::function<void(bool answers)> onAnswering;
+    std::function<void(ConnectionHealth health)> onHealth;
+    /// Awaited before a message is read: while it waits, the server has to. Set before `connect`. Thread: the
+    /// client's strand.
+    std::function<Task<void>()> roomForEvents;
+    /// Seconds of sound that were given and are not sent. Set before `connect`. Thread: the client's strand.
+    std::function<void(double seconds)> onGap;
 
     /// URL of the direct route on the configured service host; made on first use.
     static const Url& directEndpoint();
@@ -49,14 +64,19 @@ public:
     Task<Result<void>> connect();
 
     /// Queues audio (s16le, 16 kHz, mono) and sends every full chunk of 1600 bytes in order. Never fails:
-    /// after the connection has died the bytes are dropped. Completes when its chunks have left; a cancelled
-    /// caller stops waiting, and they leave all the same.
+    /// after the connection has died the bytes are dropped, and the oldest where the network is too slow.
+    /// Completes when its chunks have left or were dropped; a cancelled caller stops waiting, and they leave
+    /// all the same.
     Task<void> sendAudio(std::vector<std::byte> bytes);
 
     /// No more audio is sent and no more events are read. Thread: any.
     void markDead();
 
     /// Ends the connection with code 1001. In any state, also twice.
+    /// Completes when every whole chunk given before has left and the server has read it: true; false when
+    /// the connection ends first.
+    Task<bool> waitHeard();
+
     Task<void> close();
 
     /// Whether the connection may still be used; once false it stays so. Thread: any.
@@ -80,12 +100,23 @@ private:
     static Task<std::string> waitDeadFromAnywhere(std::shared_ptr<QwenClient> self);
     static Task<std::string> waitDeadOnStrand(std::shared_ptr<QwenClient> self);
     static Task<void> receiveLoop(std::shared_ptr<QwenClient> self, std::shared_ptr<WebSocketTask> task);
+    static Task<void> sendUntil(std::shared_ptr<QwenClient> self, std::uint64_t position);
+    static Task<void> sendTheRest(std::shared_ptr<QwenClient> self);
+    static Task<void> waitUntilGone(std::shared_ptr<QwenClient> self, std::uint64_t position);
+    static Task<bool> waitHeardOnStrand(std::shared_ptr<QwenClient> self);
     Task<Result<void>> sendJson(std::string text);
     void handleMessage(const std::string& text);
     void die(const std::string& reason);
     std::string nextEventId(const char* prefix);
 
     // Fixed at birth.
+    std::size_t unsentBytes() const { return pendingInput_.size() - pendingStart_; }
+    std::uint64_t wholeChunksEnd() const;
+    void leaveOutOldest();
+    void passed(std::size_t bytes);
+    void forgetSent();
+    void judge(const WebSocketPulse& pulse);
+    void ringAll();
     const NetworkContext network_;
     const SerialExecutor strand_;
     const Url endpoint_;
@@ -102,6 +133,18 @@ private:
     asio::steady_timer deathBell_;
 
     // Any thread.
+    std::uint64_t gone_ = 0;  ///< bytes that have left or were left out, of all that were given
+    std::uint64_t given_ = 0;
+    bool isSending_ = false;
+    bool isLeaving_ = false;  ///< a chunk that counts neither as unsent nor as gone
+    bool hasLeftOut_ = false;
+    /// A caller that waits until `gone_` has come to its `position`.
+    struct Waiter {
+        std::uint64_t position = 0;
+        std::shared_ptr<asio::steady_timer> bell;
+    };
+    std::deque<Waiter> waiters_;  ///< by position
+    ConnectionJudge judge_;
     std::atomic<bool> alive_{true};
     std::atomic<bool> refusedByService_{false};
 };

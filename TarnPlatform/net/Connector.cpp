@@ -51,6 +51,9 @@ void setOptions(Connector::Socket& socket) {
     ::setsockopt(handle, IPPROTO_TCP, TCP_USER_TIMEOUT, &userTimeout, sizeof userTimeout);
     ::setsockopt(handle, IPPROTO_TCP, TCP_KEEPIDLE, &probeAfter, sizeof probeAfter);
     ::setsockopt(handle, IPPROTO_TCP, TCP_KEEPINTVL, &probeEvery, sizeof probeEvery);
+    // What the system takes and cannot send yet, its writer neither sees nor takes back.
+    constexpr int mostUnsent = 8192;
+    ::setsockopt(handle, IPPROTO_TCP, TCP_NOTSENT_LOWAT, &mostUnsent, sizeof mostUnsent);
 }
 
 }  // namespace

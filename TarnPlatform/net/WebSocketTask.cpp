@@ -11,9 +11,11 @@
 #include <boost/beast/core/role.hpp>
 #include <boost/beast/websocket/ssl.hpp>
 #include <boost/beast/websocket/stream.hpp>
+#include <charconv>
 #include <deque>
 
 #include "Connector.h"
+#include "TcpProgress.h"
 #include "TlsClientStream.h"
 
 namespace tarn {
@@ -52,9 +54,11 @@ public:
     virtual Task<boost::system::error_code> write(const std::string& text) = 0;
     virtual Task<boost::system::error_code> read(WebSocketMessage& message) = 0;
     virtual Task<void> close(std::uint16_t code) = 0;
-    virtual Task<void> ping() = 0;
+    virtual Task<void> ping(std::uint64_t number) = 0;
     /// `call` for each control frame that is read.
-    virtual void onControlFrame(std::function<void()> call) = 0;
+    virtual void onControlFrame(
+        std::function<void(websocket::frame_type kind, std::string_view payload)> call) = 0;
+    virtual TcpProgress progress() = 0;
     virtual void cut() = 0;
     virtual std::uint16_t receivedCloseCode() const = 0;  ///< 0: none
 };
@@ -99,11 +103,20 @@ public:
         co_await stream_.async_close(websocket::close_reason(code), asValue);
     }
 
-    Task<void> ping() override { co_await stream_.async_ping(websocket::ping_data(), asValue); }
+    Task<void> ping(std::uint64_t number) override {
+        const websocket::ping_data payload(std::to_string(number));
+        co_await stream_.async_ping(payload, asValue);
+    }
 
-    void onControlFrame(std::function<void()> call) override {
+    void onControlFrame(std::function<void(websocket::frame_type, std::string_view)> call) override {
         stream_.control_callback(
-            [call = std::move(call)](websocket::frame_type, boost::beast::string_view) { call(); });
+            [call = std::move(call)](websocket::frame_type kind, boost::beast::string_view payload) {
+                call(kind, {payload.data(), payload.size()});
+            });
+    }
+
+    TcpProgress progress() override {
+        return tcpProgress(boost::beast::get_lowest_layer(stream_).native_handle());
     }
 
     void cut() override {
@@ -124,6 +137,7 @@ public:
         : executor_(std::move(executor)),
           request_(std::move(request)),
           network_(std::move(network)),
+          pongBell_(executor_, asio::steady_timer::time_point::max()),
           closedBell_(executor_, asio::steady_timer::time_point::max()) {}
 
     Task<Result<void>> resume() override {
@@ -170,7 +184,9 @@ public:
             co_return notOpen();
         }
         WebSocketMessage message;
+        isRead_ = true;
         const auto error = co_await channel_->read(message);
+        isRead_ = false;
         if (!error) {
             heard();
             co_return message;
@@ -198,9 +214,31 @@ public:
                           describe(error));
     }
 
+    Task<Result<void>> roundTrip() override {
+        const auto self = shared_from_this();
+        co_await waitForTurn();
+        while (state_ == State::open && pinging_) {
+            co_await pongBell_.async_wait(asValue);
+        }
+        std::uint64_t number = 0;
+        if (state_ == State::open) {
+            number = pingsSent_ + 1;
+            co_await ping(self);
+        }
+        passTurn();
+        while (state_ == State::open && pingsAnswered_ < number) {
+            co_await pongBell_.async_wait(asValue);
+        }
+        if (number == 0 || pingsAnswered_ < number) {
+            co_return notOpen();
+        }
+        co_return Result<void>();
+    }
+
     void cancel(std::uint16_t code) override {
         if (state_ == State::open) {
             state_ = State::closing;
+            pongBell_.cancel();
             ending_ = ErrorKind::cancelled;
             asio::co_spawn(executor_, closeInTurn(shared_from_this(), code), asio::detached);
         } else if (state_ == State::connecting) {
@@ -218,6 +256,7 @@ public:
     }
 
     std::optional<int> upgradeStatus() const override { return upgradeStatus_; }
+    const std::string& refusal() const override { return refusal_; }
     std::optional<std::uint16_t> closeCode() const override { return closeCode_; }
 
 private:
@@ -249,6 +288,7 @@ private:
             upgradeStatus_ = static_cast<int>(response.result_int());
         }
         if (error == websocket::error::upgrade_declined) {
+            refusal_ = response.body().substr(0, maxRefusalBytes);
             co_return failure(
                 ErrorKind::upgrade,
                 "the server answered the upgrade with status " + std::to_string(*upgradeStatus_),
@@ -307,46 +347,75 @@ private:
     }
 
     void listenForLife() {
-        if (request_.onAnswering) {
-            channel_->onControlFrame([this] { heard(); });
+        channel_->onControlFrame([this](websocket::frame_type kind, std::string_view payload) {
             heard();
-            lookForLife();
+            if (kind == websocket::frame_type::pong) {
+                takePong(payload);
+            }
+        });
+        if (request_.onPulse) {
+            heard();
+            look();
         }
     }
 
-    void heard() {
-        heardAt_ = network_.clock->now();
-        pingedAt_.reset();
-        tellAnswering(true);
+    void heard() { heardAt_ = network_.clock->now(); }
+
+    void takePong(std::string_view payload) {
+        // An answer to one ping answers those before it; one that names none of ours answers all.
+        std::uint64_t number = 0;
+        const auto parsed = std::from_chars(payload.data(), payload.data() + payload.size(), number);
+        pingsAnswered_ =
+            std::max(pingsAnswered_, parsed.ec == std::errc() && number < pingsSent_ ? number : pingsSent_);
+        while (!pings_.empty() && pings_.front().number <= pingsAnswered_) {
+            pings_.pop_front();
+        }
+        pongBell_.cancel();
     }
 
-    void lookForLife() {
+    void look() {
         if (state_ != State::open) {
             return;
         }
         const auto now = network_.clock->now();
-        if (pingedAt_) {
-            tellAnswering(now - *pingedAt_ < pongLimit);
-        } else if (now - heardAt_ >= pingEvery) {
-            pingedAt_ = now;
-            if (!pinging_) {
-                pinging_ = true;
-                asio::co_spawn(executor_, ping(shared_from_this()), asio::detached);
-            }
+        if (!isRead_) {
+            // Answers stay unseen until the owner reads again.
+            heardAt_ = now;
+            pings_.clear();
+        } else if (!pinging_ && now - pingedAt_ >= pingEvery) {
+            asio::co_spawn(executor_, ping(shared_from_this()), asio::detached);
         }
-        lookAgain_ = network_.clock->callAfter(executor_, pingEvery / 2, [this] { lookForLife(); });
+        request_.onPulse(takePulse(now));
+        lookAgain_ = network_.clock->callAfter(executor_, lookEvery, [this] { look(); });
     }
 
-    void tellAnswering(bool answers) {
-        if (answers_ != answers && request_.onAnswering) {
-            answers_ = answers;
-            request_.onAnswering(answers);
+    WebSocketPulse takePulse(Clock::TimePoint now) {
+        const auto progress = channel_->progress();
+        if (progress.arrived > arrived_) {
+            arrived_ = progress.arrived;
+            movedAt_ = now;
         }
+        if (pings_.empty()) {
+            return {};
+        }
+        const auto& oldest = pings_.front();
+        const bool underWay = !oldest.end || *oldest.end > arrived_;
+        const auto age = now - oldest.askedAt;
+        return {age >= pongLimit ? now - heardAt_ : Clock::Duration(), age,
+                underWay && now - movedAt_ < roadLimit};
     }
 
     static Task<void> ping(std::shared_ptr<BeastWebSocketTask> self) {
-        co_await self->channel_->ping();
+        const auto number = ++self->pingsSent_;
+        self->pingedAt_ = self->network_.clock->now();
+        self->pings_.push_back({number, self->pingedAt_, std::nullopt});
+        self->pinging_ = true;
+        co_await self->channel_->ping(number);
         self->pinging_ = false;
+        if (!self->pings_.empty() && self->pings_.back().number == number) {
+            self->pings_.back().end = self->channel_->progress().written;
+        }
+        self->pongBell_.cancel();
     }
 
     /// Frames leave one at a time, in the order in which the turn was asked for.
@@ -373,6 +442,7 @@ private:
     void leave() {
         state_ = State::gone;
         lookAgain_.reset();
+        pongBell_.cancel();
         if (channel_) {
             channel_->cut();
         }
@@ -400,13 +470,26 @@ private:
     std::deque<std::shared_ptr<asio::steady_timer>> waiting_;
     bool sending_ = false;
     bool sendTimedOut_ = false;
-    Clock::TimePoint heardAt_;
-    std::optional<Clock::TimePoint> pingedAt_;  ///< the ping that nothing has answered yet
+    /// A ping that nothing has answered yet.
+    struct Ping {
+        std::uint64_t number = 0;
+        Clock::TimePoint askedAt;
+        std::optional<std::uint64_t> end;  ///< where it ends among the bytes written, once it was
+    };
+    std::deque<Ping> pings_;
+    std::uint64_t pingsSent_ = 0;
+    std::uint64_t pingsAnswered_ = 0;
     bool pinging_ = false;
-    bool answers_ = true;
+    bool isRead_ = false;
+    Clock::TimePoint pingedAt_;
+    Clock::TimePoint heardAt_;
+    Clock::TimePoint movedAt_;
+    std::uint64_t arrived_ = 0;
+    asio::steady_timer pongBell_;  ///< rung when a ping has left or was answered, and at the end
     std::unique_ptr<ScheduledCall> lookAgain_;
     asio::steady_timer closedBell_;
     std::optional<int> upgradeStatus_;
+    std::string refusal_;
     std::optional<std::uint16_t> closeCode_;
 };
 

@@ -16,14 +16,25 @@
 
 namespace tarn {
 
+/// How the peer of an open connection answers.
+struct WebSocketPulse {
+    /// How long nothing has been heard while a ping waits for its answer; 0 where none has waited for
+    /// `WebSocketTask::pongLimit`.
+    Clock::Duration silence{};
+    /// Age of the oldest ping without an answer: what is sent now arrives this much later at least.
+    Clock::Duration late{};
+    /// That ping is still on its way, and the network has taken bytes within `WebSocketTask::roadLimit`.
+    bool isOnTheRoad = false;
+};
+
 struct WebSocketRequest {
     Url url;                          ///< ws or wss
     std::vector<HttpHeader> headers;  ///< added to the upgrade request
     /// Limit on everything up to and including the answered upgrade: name lookup, proxy, every address, TLS.
     std::chrono::milliseconds timeout = std::chrono::seconds(60);
-    /// Told when the peer of an open connection stops answering, and when it answers again. Where it is set,
-    /// a peer that has sent nothing for `WebSocketTask::pingEvery` is pinged. Thread: the task's executor.
-    std::function<void(bool answers)> onAnswering;
+    /// Told every `WebSocketTask::lookEvery` while the connection is open and read. Where it is set, the peer
+    /// is pinged every `WebSocketTask::pingEvery`. Thread: the task's executor.
+    std::function<void(const WebSocketPulse& pulse)> onPulse;
 };
 
 /// One client WebSocket. It connects once and is then used until it fails.
@@ -34,14 +45,15 @@ class WebSocketTask {
 public:
     /// A message longer than this ends the connection.
     static constexpr std::size_t maxMessageBytes = std::size_t{16} * 1024 * 1024;
+    static constexpr std::size_t maxRefusalBytes = 4096;
     /// A peer that takes no byte for this long is dead: the send under way fails with `timeout`.
     static constexpr std::chrono::seconds sendLimit{20};
     /// After `cancel`, how long a peer may take to answer the close before the socket is cut.
     static constexpr std::chrono::seconds closeLimit{2};
-    /// With `WebSocketRequest::onAnswering`: a stall is told `pingEvery` and `pongLimit` after the last sign
-    /// of life at the latest.
+    static constexpr std::chrono::milliseconds lookEvery{250};
     static constexpr std::chrono::milliseconds pingEvery{500};
     static constexpr std::chrono::milliseconds pongLimit{1000};
+    static constexpr std::chrono::milliseconds roadLimit{1500};
 
     virtual ~WebSocketTask() = default;
 
@@ -55,6 +67,10 @@ public:
     /// Waits for the next whole message. One call at a time. A failure is final.
     virtual Task<Result<WebSocketMessage>> receive() = 0;
 
+    /// Completes when the peer has answered a ping that left behind every frame given to `send` before; fails
+    /// when the connection ends first. Needs a `receive` under way.
+    virtual Task<Result<void>> roundTrip() = 0;
+
     /// Sends a close frame with `code` and ends the connection; operations under way fail with `cancelled`.
     /// Frames already given to `send` leave first. Returns at once; in any state, also twice.
     virtual void cancel(std::uint16_t code) = 0;
@@ -64,6 +80,8 @@ public:
     virtual Task<void> waitClosed() = 0;
 
     virtual std::optional<int> upgradeStatus() const = 0;  ///< HTTP status of the answer to the upgrade
+    /// The first `maxRefusalBytes` of what came with a status other than 101, whatever it is.
+    virtual const std::string& refusal() const = 0;
     virtual std::optional<std::uint16_t> closeCode()
         const = 0;  ///< code of the close frame that the peer sent
 

@@ -141,16 +141,18 @@ TEST_F(QwenClientFault, GivesUpOnAPeerThatTakesNothingAndSaysSoOnce) {
     EXPECT_THAT(run(client->waitDead()), HasSubstr("20 s"));
     run(client->sendAudio(silence(1600)));
     // Reading or sending may notice first; only the first of them says so.
-    EXPECT_THAT(log.lines("[qwen]"), ElementsAre(HasSubstr("the server has taken nothing for 20 s")));
+    EXPECT_THAT(log.lines("[qwen]"), ElementsAre(HasSubstr("sound is left out"),
+                                                 HasSubstr("the server has taken nothing for 20 s")));
 }
 
 TEST_F(QwenClientFault, SaysWhenThePeerStopsAnsweringAndWhenItAnswersAgain) {
     const auto clock = std::make_shared<test::ManualClock>();
     network.clock = clock;
-    std::vector<bool> told;
+    using State = ConnectionHealth::State;
+    std::vector<State> told;
     const auto connectTo = [&](const Url& url) {
         const auto client = makeClient(url);
-        client->onAnswering = [&told](bool answers) { told.push_back(answers); };
+        client->onHealth = [&told](const ConnectionHealth& health) { told.push_back(health.state); };
         EXPECT_TRUE(run(client->connect()));
         return client;
     };
@@ -170,14 +172,14 @@ TEST_F(QwenClientFault, SaysWhenThePeerStopsAnsweringAndWhenItAnswersAgain) {
     test::RawWebSocketPeer mute(context.get_executor(), "", test::RawWebSocketPeer::Afterwards::stay);
     const auto unanswered = connectTo(local(mute.port()));
     pass(WebSocketTask::pingEvery + WebSocketTask::pongLimit + WebSocketTask::pingEvery / 2);
-    EXPECT_THAT(told, ElementsAre(false));
+    EXPECT_THAT(told, ElementsAre(State::stalled));
     EXPECT_TRUE(unanswered->isAlive());
     constexpr int pong = 10;
     mute.send(test::serverFrame(pong, ""));
     pass(WebSocketTask::pingEvery);
-    EXPECT_THAT(told, ElementsAre(false, true));
+    EXPECT_THAT(told, ElementsAre(State::stalled, State::answering));
     pass(5s);
-    EXPECT_THAT(told, ElementsAre(false, true, false));
+    EXPECT_THAT(told, ElementsAre(State::stalled, State::answering, State::stalled));
     asio::co_spawn(context, unanswered->close(), asio::detached);
     pass(WebSocketTask::closeLimit);
 }

@@ -73,7 +73,7 @@ TEST_F(QwenClientTest, KeepsTheOrderOfOverlappingCalls) {
     ASSERT_TRUE(run(client->connect()));
     nextMessage(service);
     std::string expected;
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < 120; ++i) {
         const auto size = static_cast<std::size_t>(160 * (1 + i % 23));
         const auto value = static_cast<char>(i);
         expected.append(size, value);
@@ -90,6 +90,35 @@ TEST_F(QwenClientTest, KeepsTheOrderOfOverlappingCalls) {
 }
 
 TEST_F(QwenClientTest, HandsEventsOnInTheirOrder) {
+TEST_F(QwenClientTest, LeavesTheOldestSoundOutInOnePieceWhereItWaitsTooLong) {
+    const auto client = makeClient(service.url());
+    std::vector<double> gaps;
+    client->onGap = [&gaps](double seconds) { gaps.push_back(seconds); };
+    ASSERT_TRUE(run(client->connect()));
+    nextMessage(service);
+    constexpr std::size_t second = 32000;
+    constexpr int given = 13;  // before the network can take any of it
+    for (int i = 0; i < given; ++i) {
+        asio::co_spawn(context, client->sendAudio(std::vector(second, std::byte(i))), asio::detached);
+    }
+    EXPECT_TRUE(run(client->waitHeard()));
+    std::string received;
+    for (int id = 2; auto message = service.messages.tryNext(); ++id) {
+        ASSERT_EQ(eventId(*message), "evt_a_" + std::to_string(id));
+        received += audioOf(*message);
+    }
+    // The first chunk was on its way; when the eleventh second came, the oldest went down to seven.
+    EXPECT_THAT(gaps, ElementsAre(3.95));
+    std::string expected(1600, '\0');
+    for (int i = 4; i < given; ++i) {
+        expected.append(second, static_cast<char>(i));
+    }
+    EXPECT_EQ(received, expected);
+    EXPECT_THAT(log.lines("[qwen]"), ElementsAre("[qwen] the connection is too slow: sound is left out"));
+    run(client->close());
+    EXPECT_FALSE(run(client->waitHeard()));
+}
+
     const auto client = makeClient(service.url());
     ASSERT_TRUE(run(client->connect()));
     const auto socket = *run(service.clients.next());

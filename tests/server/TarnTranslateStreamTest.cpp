@@ -104,6 +104,31 @@ TEST_F(TarnTranslateStreamTest, HandsOnEveryEventInItsOrder) {
     run(stream->close());
 }
 
+TEST_F(TarnTranslateStreamTest, LetsTheServerWaitWhileAMinuteOfVoiceIsUnreadAndLosesNothing) {
+    TestService service(network_);
+    const auto stream = open(service).value();
+    const auto relay = nextClient(service);
+    const std::string second =
+        R"({"type":"response.audio.delta","delta":")" + std::string(64000, 'A') + "\"}";
+    constexpr int sent = 200;
+    for (int i = 0; i < sent; ++i) {
+        relay->send(second);
+    }
+    do {
+        context_.restart();
+    } while (context_.poll() != 0);
+    int taken = 0;
+    while (stream->events().tryNext()) {
+        ++taken;
+    }
+    EXPECT_GT(taken, 55);
+    EXPECT_LE(taken, 61);
+    for (; taken < sent; ++taken) {
+        ASSERT_EQ(next(*stream), "audio 48000");
+    }
+    run(stream->close());
+}
+
 TEST_F(TarnTranslateStreamTest, EndsWithOneClosedEventHoweverOftenItIsClosed) {
     TestService service(network_);
     const auto stream = open(service).value();

@@ -45,6 +45,7 @@ public:
     const EventQueue<TarnTranslateEvent>& events() const override { return events_; }
     Task<void> sendAudio(std::vector<std::byte> bytes) override;
     Task<void> close() override;
+    Task<bool> waitHeard() override { co_return isOpen_; }
     bool isAlive() const override { return isOpen_; }
     Task<std::string> waitDead() override { co_return ""; }
     const EventQueue<ConnectionHealth>& health() const override { return health_; }
