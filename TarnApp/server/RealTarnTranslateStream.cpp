@@ -82,7 +82,7 @@ Task<ServerResult<std::shared_ptr<TarnTranslateStream>>> RealTarnTranslateStream
     const auto connected = co_await client->connect();
     if (!connected) {
         events.finish();
-        co_return std::unexpected(TarnServerError::transport(connected.error()));
+        co_return std::unexpected(TarnServerError::transport(connected.error(), client->refusal()));
     }
     asio::co_spawn(network.executor, tellDeath(client, health), asio::detached);
     co_return std::shared_ptr<TarnTranslateStream>(

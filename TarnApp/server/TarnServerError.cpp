@@ -1,5 +1,10 @@
 #include "TarnServerError.h"
 
+#include <boost/json/parse.hpp>
+
+#include "TarnPlatform/text/Printable.h"
+#include "TarnPlatform/text/Utf8.h"
+
 namespace tarn {
 
 bool TarnServerError::meansSignedOut() const {
@@ -17,6 +22,34 @@ std::string describe(const TarnServerError& error) {
            std::to_string(error.value().index()) + ".)";
 }
 
+std::optional<std::string> serversReason(const TarnServerError& error) {
+    std::string body;
+    if (const auto* const transport = error.as<TarnServerError::Transport>()) {
+        body = transport->body;
+    } else if (const auto* const answer = error.as<TarnServerError::Http>()) {
+        body = answer->body.value_or("");
+    }
+    boost::system::error_code notJson;
+    const auto value = boost::json::parse(body, notJson);
+    std::string sentence = body;
+    if (!notJson) {
+        sentence.clear();
+        for (const char* const key : {"message", "error"}) {
+            const auto* const object = value.if_object();
+            const auto* const field = object == nullptr ? nullptr : object->if_contains(key);
+            if (field != nullptr && field->is_string()) {
+                sentence = std::string(field->as_string());
+            }
+        }
+    }
+    while (sentence.ends_with('\n') || sentence.ends_with('\r')) {
+        sentence.pop_back();
+    }
+    const bool isSentence =
+        !sentence.empty() && isUtf8(sentence) && !sentence.starts_with('<') && !sentence.contains('\n');
+    return isSentence ? std::optional(printable(firstCharacters(sentence, 300))) : std::nullopt;
+}
+
 std::string diagnosis(const TarnServerError& error) {
     if (const auto* const answer = error.as<TarnServerError::Http>()) {
         if (answer->status == 0) {
@@ -28,7 +61,8 @@ std::string diagnosis(const TarnServerError& error) {
         return "the server's answer makes no sense: " + decoding->error.description;
     }
     if (const auto* const transport = error.as<TarnServerError::Transport>()) {
-        return transport->error.description;
+        const auto reason = serversReason(error);
+        return transport->error.description + (reason ? ": " + *reason : "");
     }
     return "not signed in";
 }

@@ -25,6 +25,7 @@ public:
     /// There was no answer.
     struct Transport {
         Error error;
+        std::string body;  ///< what came with a refused upgrade: 4 KiB at most, whatever they are
     };
     /// Nobody is signed in.
     struct NotAuthenticated {};
@@ -35,7 +36,9 @@ public:
         return TarnServerError(Http{status, std::move(body)});
     }
     static TarnServerError decoding(Error error) { return TarnServerError(Decoding{std::move(error)}); }
-    static TarnServerError transport(Error error) { return TarnServerError(Transport{std::move(error)}); }
+    static TarnServerError transport(Error error, std::string body = {}) {
+        return TarnServerError(Transport{std::move(error), std::move(body)});
+    }
     static TarnServerError notAuthenticated() { return TarnServerError(NotAuthenticated{}); }
 
     const Value& value() const { return value_; }
@@ -59,7 +62,12 @@ using ServerResult = std::expected<T, TarnServerError>;
 /// The generic text for a user; the error has none of its own.
 std::string describe(const TarnServerError& error);
 
-/// One line for a log or a terminal that says what happened. Never holds the token or an answer's body.
+/// The sentence in which the server says why it refused: the "error" or "message" of a JSON object, or a
+/// plain line. Printable, 300 characters at most; nothing where its answer holds no such thing.
+std::optional<std::string> serversReason(const TarnServerError& error);
+
+/// One line for a log or a terminal that says what happened. Of an answer's body it holds `serversReason`
+/// where an upgrade was refused; never the token.
 std::string diagnosis(const TarnServerError& error);
 
 }  // namespace tarn

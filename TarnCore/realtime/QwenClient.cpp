@@ -118,6 +118,7 @@ Task<Result<void>> QwenClient::connectOnStrand(std::shared_ptr<QwenClient> self)
     self->task_ = task;
     auto opened = co_await task->resume();
     if (!opened) {
+        self->refusal_ = task->refusal();
         if (task->upgradeStatus() == 401 && self->onTarnEvent()) {
             self->onTarnEvent()(TarnServerEvent::unauthorized());
         }

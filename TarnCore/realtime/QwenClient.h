@@ -63,20 +63,24 @@ public:
     /// `httpStatus` 401 and raises `unauthorized`. Cancelling the coroutine ends the attempt.
     Task<Result<void>> connect();
 
+    /// What came with the answer of a server that refused the upgrade: its first 4 KiB, whatever they are.
+    /// Once `connect` has failed.
+    const std::string& refusal() const { return refusal_; }
+
     /// Queues audio (s16le, 16 kHz, mono) and sends every full chunk of 1600 bytes in order. Never fails:
     /// after the connection has died the bytes are dropped, and the oldest where the network is too slow.
     /// Completes when its chunks have left or were dropped; a cancelled caller stops waiting, and they leave
     /// all the same.
     Task<void> sendAudio(std::vector<std::byte> bytes);
 
-    /// No more audio is sent and no more events are read. Thread: any.
-    void markDead();
-
-    /// Ends the connection with code 1001. In any state, also twice.
     /// Completes when every whole chunk given before has left and the server has read it: true; false when
     /// the connection ends first.
     Task<bool> waitHeard();
 
+    /// No more audio is sent and no more events are read. Thread: any.
+    void markDead();
+
+    /// Ends the connection with code 1001. In any state, also twice.
     Task<void> close();
 
     /// Whether the connection may still be used; once false it stays so. Thread: any.
@@ -96,20 +100,16 @@ private:
     static Task<Result<void>> connectAndWait(std::shared_ptr<QwenClient> self);
     static Task<Result<void>> connectOnStrand(std::shared_ptr<QwenClient> self);
     static Task<void> sendAudioOnStrand(std::shared_ptr<QwenClient> self, std::vector<std::byte> bytes);
-    static Task<void> closeOnStrand(std::shared_ptr<QwenClient> self);
-    static Task<std::string> waitDeadFromAnywhere(std::shared_ptr<QwenClient> self);
-    static Task<std::string> waitDeadOnStrand(std::shared_ptr<QwenClient> self);
-    static Task<void> receiveLoop(std::shared_ptr<QwenClient> self, std::shared_ptr<WebSocketTask> task);
     static Task<void> sendUntil(std::shared_ptr<QwenClient> self, std::uint64_t position);
     static Task<void> sendTheRest(std::shared_ptr<QwenClient> self);
     static Task<void> waitUntilGone(std::shared_ptr<QwenClient> self, std::uint64_t position);
     static Task<bool> waitHeardOnStrand(std::shared_ptr<QwenClient> self);
+    static Task<void> closeOnStrand(std::shared_ptr<QwenClient> self);
+    static Task<std::string> waitDeadFromAnywhere(std::shared_ptr<QwenClient> self);
+    static Task<std::string> waitDeadOnStrand(std::shared_ptr<QwenClient> self);
+    static Task<void> receiveLoop(std::shared_ptr<QwenClient> self, std::shared_ptr<WebSocketTask> task);
     Task<Result<void>> sendJson(std::string text);
     void handleMessage(const std::string& text);
-    void die(const std::string& reason);
-    std::string nextEventId(const char* prefix);
-
-    // Fixed at birth.
     std::size_t unsentBytes() const { return pendingInput_.size() - pendingStart_; }
     std::uint64_t wholeChunksEnd() const;
     void leaveOutOldest();
@@ -117,6 +117,10 @@ private:
     void forgetSent();
     void judge(const WebSocketPulse& pulse);
     void ringAll();
+    void die(const std::string& reason);
+    std::string nextEventId(const char* prefix);
+
+    // Fixed at birth.
     const NetworkContext network_;
     const SerialExecutor strand_;
     const Url endpoint_;
@@ -129,10 +133,6 @@ private:
     int eventCounter_ = 0;                 ///< last event id used
     std::vector<std::byte> pendingInput_;  ///< audio received and not yet sent, from `pendingStart_` on
     std::size_t pendingStart_ = 0;
-    std::string deathReason_;
-    asio::steady_timer deathBell_;
-
-    // Any thread.
     std::uint64_t gone_ = 0;  ///< bytes that have left or were left out, of all that were given
     std::uint64_t given_ = 0;
     bool isSending_ = false;
@@ -145,6 +145,11 @@ private:
     };
     std::deque<Waiter> waiters_;  ///< by position
     ConnectionJudge judge_;
+    std::string deathReason_;
+    std::string refusal_;
+    asio::steady_timer deathBell_;
+
+    // Any thread.
     std::atomic<bool> alive_{true};
     std::atomic<bool> refusedByService_{false};
 };

@@ -178,6 +178,8 @@ TEST_F(TarnTranslateStreamTest, FailsToOpenWithTheStatusOfTheRefusal) {
         ASSERT_NE(transport, nullptr);
         EXPECT_EQ(transport->error.httpStatus, status);
         EXPECT_EQ(stream.error().meansSignedOut(), status == 401);
+        EXPECT_EQ(diagnosis(stream.error()),
+                  "the server answered the upgrade with status " + std::to_string(status) + ": no");
     }
 }
 
