@@ -65,7 +65,9 @@ ServerResult<HttpRequest> RealTarnServerClient::makeRequest(std::string_view pat
     HttpRequest request;
     request.method = method;
     request.url = baseURL_.appendingPathComponent(path);
-    request.headers = {{"Authorization", "Bearer " + *token}, {"Content-Type", "application/json"}};
+    request.headers = {{"Authorization", "Bearer " + *token},
+                       {"Content-Type", "application/json"},
+                       {"User-Agent", Deployment::userAgent}};
     request.timeout = requestTimeout;
     return request;
 }

@@ -44,6 +44,16 @@ bool mayCarryToken(const Url& url, bool allowPlainHttp);
 
 /// This process's values, read on first use. Thread: any.
 const Result<DeploymentValues>& current();
+/// The process's network for these values. Where nobody named the server, anybody on this machine may be the
+/// first to listen at its address: connections then fail unless the listener is this user's or root's.
+NetworkContext networkFor(const DeploymentValues& values);
+
+/// The same for a page of `values.webBase` that another program is to open. Thread: any; does not wait.
+Result<void> mayOpenPage(const DeploymentValues& values);
+
+/// How requests name their sender.
+inline constexpr const char* userAgent = "Tarn (Linux)";
+
 
 /// Of `current()`; empty where that failed or none is configured.
 std::string serviceHost();

@@ -106,6 +106,7 @@ Task<Result<void>> QwenClient::connectOnStrand(std::shared_ptr<QwenClient> self)
     WebSocketRequest request;
     request.url = self->endpoint_;
     request.headers.push_back({"Authorization", self->authHeader_});
+    request.headers.push_back({"User-Agent", Deployment::userAgent});
     request.timeout = connectLimit;
     if (self->onHealth) {
         request.onPulse = [weak = self->weak_from_this()](const WebSocketPulse& pulse) {

@@ -36,6 +36,7 @@ TEST_F(QwenClientTest, SendsItsTokenAndItsConfigurationFirst) {
     ASSERT_EQ(service.requests.size(), 1U);
     EXPECT_EQ(service.requests[0].target, "/tarn/ws/translate-stream?target=es");
     EXPECT_EQ(headerValue(service.requests[0].headers, "authorization"), "Bearer secret");
+    EXPECT_EQ(headerValue(service.requests[0].headers, "user-agent"), "Tarn (Linux)");
     EXPECT_EQ(headerValue(service.requests[0].headers, "sec-websocket-protocol"), "");
     run(client->close());
 }
@@ -89,7 +90,6 @@ TEST_F(QwenClientTest, KeepsTheOrderOfOverlappingCalls) {
     run(client->close());
 }
 
-TEST_F(QwenClientTest, HandsEventsOnInTheirOrder) {
 TEST_F(QwenClientTest, LeavesTheOldestSoundOutInOnePieceWhereItWaitsTooLong) {
     const auto client = makeClient(service.url());
     std::vector<double> gaps;
@@ -119,6 +119,7 @@ TEST_F(QwenClientTest, LeavesTheOldestSoundOutInOnePieceWhereItWaitsTooLong) {
     EXPECT_FALSE(run(client->waitHeard()));
 }
 
+TEST_F(QwenClientTest, HandsEventsOnInTheirOrder) {
     const auto client = makeClient(service.url());
     ASSERT_TRUE(run(client->connect()));
     const auto socket = *run(service.clients.next());
