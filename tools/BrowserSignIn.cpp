@@ -59,6 +59,10 @@ Task<bool> newToken(std::optional<std::string> before) {
 }  // namespace
 
 Task<ExitStatus> loginInBrowser(const Options& options, SerialExecutor main) {
+    if (const auto allowed = Deployment::mayOpenPage(options.deployment); !allowed) {
+        complain(allowed.error().description);
+        co_return ExitStatus::failed;
+    }
     const ViewModelServices services = runServices(main, options.deployment);
     const auto model = TranslateViewModel::make(services);
     const EventQueue<bool> answers;

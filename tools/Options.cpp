@@ -189,6 +189,7 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
         const auto site = Url::parse(base->scheme() + "://" + base->hostHeader());
         options.deployment.webBase = site.value_or(options.deployment.webBase);
         options.deployment.apiBase = std::move(*base);
+        options.deployment.isCompiledDefault = false;
     }
     return options;
 }

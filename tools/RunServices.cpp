@@ -28,6 +28,7 @@ ViewModelServices runServices(SerialExecutor main, const DeploymentValues& deplo
     services.defaults = UserDefaults::inMemory();
     services.makeServerClient = [deployment] { return TarnServerClientFactory::make(deployment); };
     services.webBase = deployment.webBase;
+    services.mayOpenSignInPage = [deployment] { return Deployment::mayOpenPage(deployment); };
     // No list is shown.
     services.inputs = [] { return std::vector<AudioInputDevice>(); };
     services.availableApps = noApps;

@@ -26,10 +26,16 @@ using enum CheckStatus;
 /// The process's session, with less patience.
 class QuickSession final : public HttpSession {
 public:
+    explicit QuickSession(const DeploymentValues& values)
+        : session_(HttpSession::make(Deployment::networkFor(values))) {}
+
     Task<Result<HttpResponse>> send(HttpRequest request) override {
         request.timeout = Checks::patience;
-        return HttpSession::shared()->send(std::move(request));
+        return session_->send(std::move(request));
     }
+
+private:
+    const std::shared_ptr<HttpSession> session_;
 };
 
 /// Where answers arrive. Made before the network thread and as long as the process.
@@ -74,6 +80,11 @@ CheckResult serverResult(const DeploymentValues& values, const Result<HttpRespon
     if (!answer) {
         result.status = fault;
         result.detail = say(DoctorText::serverSilent, {address, answer.error().description});
+        if (answer.error().kind == ErrorKind::unavailable) {
+            result.detail = answer.error().description;
+            result.advice = say(DoctorText::serverOfAnotherAdvice, {sources.file.string()});
+            return result;
+        }
         const bool isRelay = values.apiBase.isLoopback() && answer.error().kind == ErrorKind::connection;
         result.advice = isRelay ? say(DoctorText::serverRelayAdvice, {sources.file.string()})
                                 : say(DoctorText::serverAdvice, {origin});
@@ -146,8 +157,9 @@ CheckResult tokenResult(const Result<DeploymentValues>& values, bool serverAnswe
     }
     using PlainHttp = RealTarnServerClient::PlainHttp;
     const auto client = std::make_shared<RealTarnServerClient>(
-        values->apiBase, [text = *token] { return text; }, std::make_shared<QuickSession>(),
-        NetworkContext::shared(), values->allowPlainHttp ? PlainHttp::anywhere : PlainHttp::onlyLoopback);
+        values->apiBase, [text = *token] { return text; }, std::make_shared<QuickSession>(*values),
+        Deployment::networkFor(*values),
+        values->allowPlainHttp ? PlainHttp::anywhere : PlainHttp::onlyLoopback);
     const auto user = waitFor(client->fetchMe());
     if (user) {
         return {.name = CheckName::token, .detail = say(DoctorText::tokenAccepted)};
@@ -177,7 +189,7 @@ void Checks::account(const Wording& say, const Report& report) {
     } else {
         HttpRequest request;
         request.url = values->apiBase.appendingPathComponent("api").appendingPathComponent("me");
-        answer = waitFor(QuickSession().send(std::move(request)));
+        answer = waitFor(QuickSession(*values).send(std::move(request)));
         report(serverResult(*values, *answer, say));
     }
     report(certificateResult(values, answer, say));

@@ -132,6 +132,14 @@ TARN_DOCTOR_TEXT(serverRelayAdvice,
                  "请启动本机的中继：tarn-relay。若要使用其他服务器，请把地址写入 %1："
                  "{\"apiUrl\": \"account.example.org\"}。")
 TARN_DOCTOR_TEXT(
+    serverOfAnotherAdvice,
+    "Let that relay end, or start yours on another port (tarn-relay --listen 127.0.0.1:8788) and put "
+    "its address into %1: {\"apiUrl\": \"http://127.0.0.1:8788/tarn\"}. Name the other user's relay "
+    "there only if that user may hear all that you translate.",
+    "请让该中继停止，或在另一个端口启动自己的中继（tarn-relay --listen 127.0.0.1:8788），并把地址写入 "
+    "%1：{\"apiUrl\": \"http://127.0.0.1:8788/tarn\"}。只有当您允许那位用户听到您翻译的一切内容时，"
+    "才写入其中继的地址。")
+TARN_DOCTOR_TEXT(
     serverAdvice,
     "Look at the network, at the proxy below, and at the address (%1); the server itself may be down.",
     "请检查网络、下面的代理以及地址（%1）；服务器本身也可能已停机。")

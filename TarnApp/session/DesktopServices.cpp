@@ -81,6 +81,7 @@ ViewModelServices ViewModelServices::real(SerialExecutor main) {
     services.availableApps = [] { return availableAudioApps(); };
     if (deployment) {
         services.webBase = deployment->webBase;
+        services.mayOpenSignInPage = [values = *deployment] { return Deployment::mayOpenPage(values); };
         services.issuesPage = deployment->issuesPage;
     }
     return services;

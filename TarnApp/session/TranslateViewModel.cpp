@@ -313,6 +313,12 @@ void TranslateViewModel::startSignIn() {
         systemLog("[tarn] could not build sign-in URL");
         return;
     }
+    const auto allowed = services_.mayOpenSignInPage ? services_.mayOpenSignInPage() : Result<void>();
+    if (!allowed) {
+        systemLog("[tarn] " + allowed.error().description);
+        showToast(allowed.error().description);
+        return;
+    }
     services_.session.urlOpener->open(page->text());
 }
 

@@ -28,7 +28,9 @@ struct ViewModelServices {
     std::function<std::shared_ptr<TarnServerClient>()> makeServerClient;
     std::function<std::vector<AudioInputDevice>()> inputs;
     std::function<Task<Result<std::vector<AudioCapableApp>>>()> availableApps;
-    std::optional<Url> webBase;     ///< root of the web site with the sign-in page; nothing: not known
+    std::optional<Url> webBase;  ///< root of the web site with the sign-in page; nothing: not known
+    std::function<Result<void>()>
+        mayOpenSignInPage;          ///< fails where that page is another user's; may be empty
     std::optional<Url> issuesPage;  ///< the issue tracker; nothing where none is configured
 
     /// The desktop's own and the process's deployment values, with `main` as the main thread.

@@ -8,6 +8,8 @@
 #include <system_error>
 #include <utility>
 
+#include "TarnPlatform/net/ListenerOwner.h"
+
 namespace tarn::Deployment {
 namespace {
 
@@ -180,6 +182,7 @@ Result<DeploymentValues> load(const Sources& sources) {
         return std::unexpected(api.error());
     }
     values.apiBase = *api;
+    values.isCompiledDefault = !texts.api;
     // The sign-in page is on the account server unless something else is said.
     const auto web =
         texts.web ? baseOf(*texts.web, "", texts.allowPlainHttp) : Result<Url>(api->withPath(""));
@@ -203,6 +206,21 @@ Result<DeploymentValues> load(const Sources& sources) {
         values.serviceHost = std::move(*host);
     }
     return values;
+}
+
+NetworkContext networkFor(const DeploymentValues& values) {
+    auto network = NetworkContext::shared();
+    if (values.isCompiledDefault) {
+        network.mayUse = [](const Url& url) { return checkListenerIsOurs(url.portOrDefault()); };
+    }
+    return network;
+}
+
+Result<void> mayOpenPage(const DeploymentValues& values) {
+    const auto& page = values.webBase;
+    const bool isTheRelays = page.hostHeader() == values.apiBase.hostHeader();
+    return values.isCompiledDefault && isTheRelays ? checkListenerIsOurs(page.portOrDefault())
+                                                   : Result<void>();
 }
 
 const Result<DeploymentValues>& current() {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/net/NetworkContext.h"
 #include "TarnPlatform/net/Url.h"
 
 namespace tarn {
@@ -16,7 +17,8 @@ struct DeploymentValues {
     Url webBase;                    ///< root of the web site with the sign-in page
     std::optional<Url> issuesPage;  ///< the issue tracker; nothing where none is configured
     std::string serviceHost;  ///< host, and port where needed, of the direct route; empty: none configured
-    bool allowPlainHttp = false;  ///< a server that is not this machine may be reached without TLS
+    bool allowPlainHttp = false;     ///< a server that is not this machine may be reached without TLS
+    bool isCompiledDefault = false;  ///< nobody named a server: `apiBase` is the relay of this machine
 };
 
 /// Reads the deployment values: what is compiled in (the local relay), over it a file, over it the
@@ -42,8 +44,6 @@ Result<Url> parseBase(const std::string& text, const std::string& bareHostPath, 
 /// True when a token may travel to `url`: over TLS, to this machine, or in the clear where that is allowed.
 bool mayCarryToken(const Url& url, bool allowPlainHttp);
 
-/// This process's values, read on first use. Thread: any.
-const Result<DeploymentValues>& current();
 /// The process's network for these values. Where nobody named the server, anybody on this machine may be the
 /// first to listen at its address: connections then fail unless the listener is this user's or root's.
 NetworkContext networkFor(const DeploymentValues& values);
@@ -54,6 +54,8 @@ Result<void> mayOpenPage(const DeploymentValues& values);
 /// How requests name their sender.
 inline constexpr const char* userAgent = "Tarn (Linux)";
 
+/// This process's values, read on first use. Thread: any.
+const Result<DeploymentValues>& current();
 
 /// Of `current()`; empty where that failed or none is configured.
 std::string serviceHost();

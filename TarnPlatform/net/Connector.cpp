@@ -85,6 +85,11 @@ Task<Result<Connector::Socket>> Connector::connect(Url url) {
     if (!socket) {
         co_return socket;
     }
+    if (network_.mayUse) {
+        if (const auto allowed = network_.mayUse(url); !allowed) {
+            co_return std::unexpected(allowed.error());
+        }
+    }
     setOptions(*socket);
     if (proxy) {
         const auto opened = co_await openTunnel(*socket, *proxy, url);

@@ -11,6 +11,7 @@
 #include "TarnPlatform/concurrency/Clock.h"
 #include "TarnPlatform/concurrency/Result.h"
 #include "TlsTrust.h"
+#include "Url.h"
 
 namespace tarn {
 
@@ -25,6 +26,9 @@ struct NetworkContext {
     ProxySettings proxy;
     std::shared_ptr<TlsTrust> trust;
     HostLookup lookUp = systemLookup;
+    /// Asked when a connection to `url` stands and before anything is sent: a failure ends the attempt.
+    /// Empty: all may be used. Thread: the connection's.
+    std::function<Result<void>(const Url& url)> mayUse{};
 
     /// The system's resolver (hosts file, DNS).
     static Task<Result<std::vector<asio::ip::address>>> systemLookup(std::string host);

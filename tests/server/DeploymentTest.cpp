@@ -91,6 +91,7 @@ TEST_F(DeploymentTest, LaysTheEnvironmentOverTheFileOverTheLocalRelay) {
         EXPECT_EQ(values->webBase.text(), entry.web);
         EXPECT_EQ(values->issuesPage ? values->issuesPage->text() : "", entry.issues);
         EXPECT_EQ(values->serviceHost, entry.service);
+        EXPECT_EQ(values->isCompiledDefault, entry.api == "http://127.0.0.1:8787/tarn");
     }
 }
 

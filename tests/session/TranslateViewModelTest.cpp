@@ -43,6 +43,7 @@ protected:
         services.inputs = [] { return std::vector<AudioInputDevice>{{"mic-1", "Microphone", 1}}; };
         services.availableApps = [this] { return listApps(*this); };
         services.webBase = Url::parse("https://tarn.example/site").value();
+        services.mayOpenSignInPage = [this] { return mayOpenSignInPage_; };
         model_ = TranslateViewModel::make(std::move(services));
         model_->onAuthLost = [this] { ++authLost_; };
         world_.settle();
@@ -80,6 +81,7 @@ protected:
     Result<std::vector<AudioCapableApp>> apps_ = std::vector<AudioCapableApp>{{"org.vlc", "VLC"}};
     std::shared_ptr<test::ScriptedClient> client_;
     int clientsMade_ = 0;
+    Result<void> mayOpenSignInPage_;
     int authLost_ = 0;
     std::shared_ptr<TranslateViewModel> model_;
 };
@@ -439,6 +441,14 @@ TEST_F(ViewModelTest, ShowsEachNoticeForFourSeconds) {
 TEST_F(ViewModelTest, OpensTheSignInPage) {
     make().startSignIn();
     EXPECT_THAT(world_.openedUrls, ElementsAre("https://tarn.example/site/auth?return_to=macos"));
+}
+
+TEST_F(ViewModelTest, OpensNoSignInPageOfAnotherUser) {
+    mayOpenSignInPage_ = failure(ErrorKind::unavailable, "it belongs to eve");
+    auto& model = make();
+    model.startSignIn();
+    EXPECT_TRUE(world_.openedUrls.empty());
+    EXPECT_EQ(model.toastMessage(), "it belongs to eve");
 }
 
 TEST_F(ViewModelTest, EndsItsTasksQuietlyWhenItGoes) {
