@@ -8,6 +8,7 @@
 #include "BrowserSignIn.h"
 #include "ListCommands.h"
 #include "Options.h"
+#include "TarnPlatform/process/FreeMemory.h"
 #include "TarnPlatform/process/StandardDescriptors.h"
 #include "TranslationRun.h"
 
@@ -69,6 +70,7 @@ ExitStatus start(int argc, const char* const* argv) {
 }  // namespace tarn::cli
 
 int main(int argc, char** argv) {
+    tarn::mapLargeBlocks();
     tarn::holdStandardDescriptors();
     try {
         return static_cast<int>(tarn::cli::start(argc, argv));

@@ -22,6 +22,7 @@
 #include "TarnPlatform/desktop/SchemeRegistration.h"
 #include "TarnPlatform/logging/Log.h"
 #include "TarnPlatform/mainthread/MainThread.h"
+#include "TarnPlatform/process/FreeMemory.h"
 #include "TarnPlatform/process/StandardDescriptors.h"
 #include "TarnPlatform/windows/WindowSystem.h"
 
@@ -141,6 +142,7 @@ int start(int argc, char** argv) {
 }  // namespace tarn
 
 int main(int argc, char** argv) {
+    tarn::mapLargeBlocks();
     tarn::holdStandardDescriptors();
     try {
         return tarn::start(argc, argv);
