@@ -1,11 +1,10 @@
 #include "Log.h"
 
-#include <unistd.h>
-
-#include <cerrno>
+#include <cstdlib>
 #include <mutex>
 #include <string>
 
+#include "StandardError.h"
 #include "TarnPlatform/text/Printable.h"
 
 namespace tarn {
@@ -16,25 +15,25 @@ constexpr std::size_t longestLine = std::size_t{64} * 1024;
 struct Sink {
     std::mutex mutex;
     std::function<void(std::string_view)> write;
+    StandardError standardError;
 };
+
+Sink& currentSink();
+
+/// What a reader that has stopped reads after all is worth this long to the end of a program.
+void flushAtExit() {
+    auto& sink = currentSink();
+    const std::lock_guard lock(sink.mutex);
+    sink.standardError.flush(std::chrono::seconds(1));
+}
 
 Sink& currentSink() {
     // Never destroyed: threads may still log while the process ends.
-    static auto* const sink = new Sink;
+    static auto* const sink = [] {
+        std::atexit(flushAtExit);
+        return new Sink;
+    }();
     return *sink;
-}
-
-void writeToStandardError(std::string_view text) {
-    while (!text.empty()) {
-        const auto written = ::write(STDERR_FILENO, text.data(), text.size());
-        if (written < 0 && errno == EINTR) {
-            continue;
-        }
-        if (written <= 0) {
-            return;  // nowhere left to say so
-        }
-        text.remove_prefix(static_cast<std::size_t>(written));
-    }
 }
 
 }  // namespace
@@ -48,7 +47,7 @@ void logLine(std::string_view line) {
         return;
     }
     text.push_back('\n');
-    writeToStandardError(text);
+    sink.standardError.write(text);
 }
 
 void setLogSink(std::function<void(std::string_view)> write) {

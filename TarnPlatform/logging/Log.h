@@ -5,10 +5,10 @@
 
 namespace tarn {
 
-/// Writes `line` and a newline to standard error in one piece, so that lines of several threads never mix.
-/// Control characters inside the line, which a terminal would obey, are written as spaces, and what goes
-/// beyond 64 KiB is left out. Callers put a bracketed component tag first ("[qwen] …") and keep tokens and
-/// spoken words out. Thread: any.
+/// Writes `line` and a newline to standard error in one piece, so that lines of several threads never mix,
+/// and waits for no reader. Control characters, which a terminal would obey, are written as spaces, and what
+/// goes beyond 64 KiB is left out. Callers put a bracketed component tag first ("[qwen] …") and keep tokens
+/// and spoken words out. Thread: any.
 void logLine(std::string_view line);
 
 /// Sends the lines to `sink` instead of standard error until another sink is set; an empty one restores
