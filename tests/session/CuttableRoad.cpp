@@ -67,6 +67,7 @@ Task<void> CuttableRoad::carry(std::shared_ptr<State> state, std::shared_ptr<tcp
     if (error || state->isCut) {
         co_return;
     }
+    std::erase_if(state->sockets, [](const auto& weak) { return weak.expired(); });
     state->sockets.emplace_back(client);
     state->sockets.emplace_back(onward);
     const auto oneWay = [](std::shared_ptr<tcp::socket> from, std::shared_ptr<tcp::socket> to) -> Task<void> {
