@@ -18,6 +18,7 @@ Task<void> TappedStream::sendAudio(std::vector<std::byte> bytes) {
         std::ranges::fill(bytes, std::byte{0});
     }
     unsent_ += bytes.size();
+    given_ += bytes.size();
     return send(shared_from_this(), std::move(bytes));
 }
 

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <boost/asio/steady_timer.hpp>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 
 #include "TarnApp/server/TarnServerClient.h"
@@ -31,15 +32,17 @@ public:
 
     /// From now on silence goes out in place of what is captured, as much and as fast. Thread: any.
     void mute() { muted_ = true; }
+    /// Seconds of sound given so far.
+    double givenSeconds() const { return static_cast<double>(given_) / 32000; }
     /// Completes when less than a second of sound is on its way to the socket. Thread: main.
     static Task<void> waitForRoom(std::shared_ptr<TappedStream> self);
 
     const EventQueue<TarnTranslateEvent>& events() const override { return events_; }
     Task<void> sendAudio(std::vector<std::byte> bytes) override;
+    Task<bool> waitHeard() override { return inner_->waitHeard(); }
     Task<void> close() override { return inner_->close(); }
     bool isAlive() const override { return inner_->isAlive(); }
     Task<std::string> waitDead() override { return inner_->waitDead(); }
-    Task<bool> waitHeard() override { return inner_->waitHeard(); }
     const EventQueue<ConnectionHealth>& health() const override { return inner_->health(); }
 
     /// Shows every event to `observer` and then to whoever reads `events`, to the end; the voice, which would
@@ -53,7 +56,8 @@ private:
     const std::shared_ptr<TarnTranslateStream> inner_;
     const EventQueue<TarnTranslateEvent> events_;
     std::atomic<bool> muted_{false};
-    std::atomic<std::size_t> unsent_{0};  ///< bytes
+    std::atomic<std::size_t> unsent_{0};   ///< bytes
+    std::atomic<std::uint64_t> given_{0};  ///< bytes
     std::atomic<bool> isAwaited_{false};
     asio::steady_timer bell_;  ///< main thread; cancelled when something was sent
 };

@@ -23,6 +23,12 @@ using std::chrono::milliseconds;
 constexpr milliseconds noticeTime{2500};
 constexpr const char* signInHint = "; sign in with: tarn-cli login";
 
+constexpr double dubBytesPerSecond = 48000;
+// No translation is so much longer than what was said: a server that sends voice without end must not fill
+// the disk.
+constexpr double longestFirstVoice = 60;  // seconds
+constexpr double mostVoicePerSpeech = 4;
+
 /// How often a drain looks whether everything has come.
 constexpr milliseconds drainTick{50};
 /// After an interrupt a reader of our output that has stopped reading is not waited for longer.
@@ -321,7 +327,7 @@ void TranslationRun::event(const TappedStream& stream, const TarnTranslateEvent&
     source.progress.note(event, std::chrono::steady_clock::now());
     printer_->event(*number, event);
     if (const auto* const audio = std::get_if<translate::TranslatedAudio>(&event)) {
-        keepAudio(*audio);
+        keepAudio(stream, *audio);
     } else if (const auto* const error = std::get_if<translate::Error>(&event)) {
         source.complaint = error->message;
     } else if (std::holds_alternative<translate::Unauthorized>(event)) {
@@ -445,8 +451,17 @@ bool TranslationRun::wouldOverwriteInput() const {
            ::stat(options_.dubFile->c_str(), &out) == 0 && in.st_dev == out.st_dev && in.st_ino == out.st_ino;
 }
 
-void TranslationRun::keepAudio(const translate::TranslatedAudio& audio) {
+void TranslationRun::keepAudio(const TappedStream& stream, const translate::TranslatedAudio& audio) {
     if (!dub_) {
+        return;
+    }
+    dubSeconds_ += static_cast<double>(audio.bytes.size()) / dubBytesPerSecond;
+    if (dubSeconds_ > longestFirstVoice + mostVoicePerSpeech * stream.givenSeconds()) {
+        fail("the server sends far more voice than there was speech; what came stands in " +
+             *options_.dubFile);
+        dub_.reset();
+        dubFailed_ = true;
+        ring();
         return;
     }
     const auto written = dub_->write(audio.bytes);

@@ -87,7 +87,7 @@ private:
     /// Why a source did not come up; nothing while it still may.
     const std::optional<std::string>& startFailure(const Source& source) const;
     bool wouldOverwriteInput() const;
-    void keepAudio(const translate::TranslatedAudio& audio);
+    void keepAudio(const TappedStream& stream, const translate::TranslatedAudio& audio);
     void fail(const std::string& text, ExitStatus status = ExitStatus::failed);
 
     asio::io_context& context_;
@@ -101,11 +101,12 @@ private:
     std::vector<OpenStream> streams_;  ///< all that were opened
     std::unique_ptr<InputSource> input_;
     std::optional<SoundFileWriter> dub_;
+    double dubSeconds_ = 0;
     std::optional<TarnServerError> openError_;  ///< of the stream that did not open
     std::vector<TaskHandle> listeners_;
 
     EventQueue<std::monostate> bell_;
-    bool dubFailed_ = false;  ///< the WAV file cannot be made
+    bool dubFailed_ = false;  ///< the WAV file cannot be made, or would have no end
     bool inputEnded_ = false;
     bool timeIsUp_ = false;                   ///< the asked duration
     bool refused_ = false;                    ///< the server refused the token

@@ -272,6 +272,22 @@ TEST_F(CliRun, ADurationEndsTheInput) {
     EXPECT_EQ(cli->out(), "heard: hello\nes: hola [2J\n");
 }
 
+TEST_F(CliRun, AVoiceWithoutEndDoesNotFillTheDisk) {
+    std::string script;
+    const std::string second(64000, 'A');
+    for (int i = 0; i < 100; ++i) {
+        script += R"({"t":0.1,"event":{"type":"response.audio.delta","delta":")" + second + "\"}}\n";
+    }
+    startRelay(script);
+    const auto dub = world.file("dub.wav");
+    const auto cli = start({"--input", toneFile(), "--to", "es", "--dub", dub});
+    EXPECT_EQ(cli->wait(), 1);
+    EXPECT_THAT(cli->err(), HasSubstr("far more voice than there was speech"));
+    const auto kept = static_cast<double>(test::readFile(dub).size()) / 48000;
+    EXPECT_GT(kept, 55);
+    EXPECT_LT(kept, 99);
+}
+
 TEST_F(CliRun, AConnectionThatDiesEndsTheRunWithItsReason) {
     struct Case {
         const char* script;
