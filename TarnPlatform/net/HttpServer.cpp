@@ -3,7 +3,9 @@
 #include <boost/asio/dispatch.hpp>
 #include <boost/asio/ip/address.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/post.hpp>
 #include <boost/asio/strand.hpp>
+#include <boost/asio/use_awaitable.hpp>
 #include <unordered_set>
 #include <utility>
 
@@ -18,7 +20,7 @@ using boost::system::error_code;
 
 /// Connections beyond the limit that are being told so; more are closed without a word.
 constexpr std::size_t maxTurnedAway = 32;
-/// Pause after a failed accept: it means that the process is out of file descriptors or memory.
+/// Pause after a failed accept where nobody could make room: the process is out of descriptors or memory.
 constexpr std::chrono::milliseconds acceptPause{100};
 
 /// Accepts and keeps count. Thread: the network's executor, which also serves every connection's strand.
@@ -73,7 +75,7 @@ public:
                 co_return;
             }
             if (error) {
-                co_await sleepFor(self->network_.clock, acceptPause);
+                co_await makeRoom(self, error);
                 continue;
             }
             self->take(std::move(socket));
@@ -101,6 +103,21 @@ private:
         } else if (turnedAway_ < maxTurnedAway) {
             ++turnedAway_;
             spawnLogged(strand, turnAway(shared_from_this(), std::move(connection)));
+        }
+    }
+
+    /// After a failed accept, which out of descriptors fails whether somebody waits or not.
+    static Task<void> makeRoom(std::shared_ptr<Listener> self, error_code why) {
+        bool dropped = false;
+        if (why == asio::error::no_descriptors) {
+            const auto [failed] = co_await self->acceptor_.async_wait(tcp::acceptor::wait_read, asValue);
+            dropped = !failed && self->dropLongestWaiting();
+        }
+        if (dropped) {
+            // Its descriptor is closed by what was posted before this.
+            co_await asio::post(self->network_.executor, asio::use_awaitable);
+        } else {
+            co_await sleepFor(self->network_.clock, acceptPause);
         }
     }
 

@@ -3,12 +3,17 @@
 // notices.
 
 #include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "RawPeer.h"
 #include "TarnPlatform/concurrency/NetworkThread.h"
+#include "TarnPlatform/files/UniqueDescriptor.h"
 #include "TarnPlatform/net/HttpServer.h"
 
 namespace tarn::test {
@@ -230,6 +235,35 @@ TEST_F(HttpServerTest, GivesANewcomerThePlaceOfWhoHasWaitedLongestWithoutAReques
     ASSERT_THAT(third.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
     busy.sendFrame(textFrame, "unmoved");
     EXPECT_THAT(busy.readFrame(), isFrame(textFrame, "unmoved"));
+}
+
+TEST_F(HttpServerTest, TakesANewcomerInThoughTheProcessHasNoDescriptorLeft) {
+    HttpServer::Limits limits;
+    limits.requestTimeout = std::chrono::hours(1);
+    start(limits);
+    auto idle = connect();
+    idle.send(okRequest);
+    ASSERT_THAT(idle.readHead(), StartsWith("HTTP/1.1 200"));
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit tight{.rlim_cur = 200, .rlim_max = before.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &tight), 0);
+    std::vector<UniqueDescriptor> taken;
+    for (int descriptor = ::dup(0); descriptor >= 0; descriptor = ::dup(0)) {
+        taken.emplace_back(descriptor);
+    }
+    std::optional<RawPeer> newcomer;
+    while (!newcomer) {
+        try {
+            newcomer.emplace(server_->port());
+        } catch (const std::exception&) {
+            taken.pop_back();  // it needs several, and the server has none in the end
+        }
+    }
+    newcomer->send(okRequest);
+    EXPECT_THAT(newcomer->readHead(), StartsWith("HTTP/1.1 200"));
+    ::setrlimit(RLIMIT_NOFILE, &before);
+    EXPECT_THAT(idle.readToEnd(), EndsWith("GET /a?b=c "));
 }
 
 struct BadFrame {
