@@ -25,6 +25,9 @@ using Parser = http::request_parser<http::string_body>;
 /// How long a refused peer may go on talking before its socket is closed under it: closing at once would
 /// reset the connection and could take the answer with it.
 constexpr std::chrono::seconds lingerLimit{1};
+/// What the system may hold for a peer that asks without reading: the answers are small. Streams get more.
+constexpr int answersBuffer = 64 * 1024;
+constexpr int streamBuffer = 4 * 1024 * 1024;
 
 std::string httpDate() {
     const auto now = std::time(nullptr);
@@ -68,6 +71,7 @@ ServerConnection::ServerConnection(asio::ip::tcp::socket socket, std::shared_ptr
       waitingSince_(clock_->now()) {
     error_code ignored;
     socket_.set_option(asio::ip::tcp::no_delay(true), ignored);
+    socket_.set_option(asio::socket_base::send_buffer_size(answersBuffer), ignored);
     const auto peer = socket_.remote_endpoint(ignored);
     remoteAddress_ = peer.address().to_string();
 }
@@ -199,6 +203,8 @@ Task<void> ServerConnection::upgrade(UpgradedConnection::UpgradeRequest request,
 
 Task<void> ServerConnection::refuseUnreadable(error_code error, bool timedOut, bool begun) {
     if (ended_ || (timedOut && !begun)) {
+    error_code ignored;
+    socket_.set_option(asio::socket_base::send_buffer_size(streamBuffer), ignored);
         co_return;  // ended from this side, or a connection that was merely idle
     }
     if (timedOut) {

@@ -266,6 +266,17 @@ TEST_F(HttpServerTest, TakesANewcomerInThoughTheProcessHasNoDescriptorLeft) {
     EXPECT_THAT(idle.readToEnd(), EndsWith("GET /a?b=c "));
 }
 
+TEST_F(HttpServerTest, HoldsLittleForAPeerThatReadsNoAnswers) {
+    HttpServer::Limits limits;
+    limits.sendTimeout = milliseconds(300);
+    start(limits);
+    auto peer = connect();
+    const std::string request = "GET /" + std::string(4000, 'a') + " HTTP/1.1\r\n\r\n";
+    while (peer.send(request)) {
+    }
+    EXPECT_LT(peer.readToEnd().size(), 1'000'000);
+}
+
 struct BadFrame {
     const char* name;
     std::string bytes;
