@@ -2,7 +2,8 @@
 
 #include <array>
 #include <boost/asio/post.hpp>
-#include <boost/beast/http/parser.hpp>
+#include <boost/asio/write.hpp>
+#include <boost/beast/core/string.hpp>
 #include <boost/beast/http/read.hpp>
 #include <boost/beast/http/write.hpp>
 #include <boost/beast/websocket/rfc6455.hpp>
@@ -20,7 +21,6 @@ namespace {
 namespace beast = boost::beast;
 namespace http = beast::http;
 using boost::system::error_code;
-using Parser = http::request_parser<http::string_body>;
 
 /// How long a refused peer may go on talking before its socket is closed under it: closing at once would
 /// reset the connection and could take the answer with it.
@@ -117,8 +117,7 @@ Task<ServerConnection::Next> ServerConnection::serveOne(RequestHandler& handler)
             error_code ignored;
             socket_.shutdown(asio::ip::tcp::socket::shutdown_receive, ignored);
         });
-        const auto [error, count] = co_await http::async_read(socket_, buffer_, parser, asValue);
-        readError = error;
+        readError = co_await readRequest(parser);
     }
     waitingSince_.reset();
     if (readError) {
@@ -157,6 +156,24 @@ Task<ServerConnection::Next> ServerConnection::serveOne(RequestHandler& handler)
     co_return Next::nothing;
 }
 
+/// A peer that asks first whether its body is wanted is told to go on; the handler's answer tells the rest.
+Task<error_code> ServerConnection::readRequest(Parser& parser) {
+    const auto [headError, headCount] = co_await http::async_read_header(socket_, buffer_, parser, asValue);
+    if (headError || parser.is_done()) {
+        co_return headError;
+    }
+    const auto& head = parser.get();
+    if (head.version() == 11 && beast::iequals(head[http::field::expect], "100-continue")) {
+        constexpr std::string_view goOn = "HTTP/1.1 100 Continue\r\n\r\n";
+        const auto [sendError, sent] = co_await asio::async_write(socket_, asio::buffer(goOn), asValue);
+        if (sendError) {
+            co_return sendError;
+        }
+    }
+    const auto [error, count] = co_await http::async_read(socket_, buffer_, parser, asValue);
+    co_return error;
+}
+
 Task<ServerConnection::Next> ServerConnection::answer(ServerResponse response, bool keepAlive, bool isHead) {
     Response message;
     message.version(11);
@@ -186,6 +203,8 @@ Task<void> ServerConnection::refuse(int status, std::string_view message) {
 }
 
 Task<void> ServerConnection::upgrade(UpgradedConnection::UpgradeRequest request, WebSocketHandler handler) {
+    error_code ignored;
+    socket_.set_option(asio::socket_base::send_buffer_size(streamBuffer), ignored);
     upgraded_ = UpgradedConnection::make(std::move(socket_), clock_, limits_);
     const bool accepted = co_await upgraded_->accept(std::move(request));
     if (!accepted) {
@@ -203,8 +222,6 @@ Task<void> ServerConnection::upgrade(UpgradedConnection::UpgradeRequest request,
 
 Task<void> ServerConnection::refuseUnreadable(error_code error, bool timedOut, bool begun) {
     if (ended_ || (timedOut && !begun)) {
-    error_code ignored;
-    socket_.set_option(asio::socket_base::send_buffer_size(streamBuffer), ignored);
         co_return;  // ended from this side, or a connection that was merely idle
     }
     if (timedOut) {

@@ -3,6 +3,7 @@
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/http/message.hpp>
+#include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/string_body.hpp>
 #include <boost/system/error_code.hpp>
 #include <memory>
@@ -35,9 +36,11 @@ public:
 
 private:
     using Response = boost::beast::http::response<boost::beast::http::string_body>;
+    using Parser = boost::beast::http::request_parser<boost::beast::http::string_body>;
     enum class Next { request, nothing };
 
     Task<Next> serveOne(RequestHandler& handler);
+    Task<boost::system::error_code> readRequest(Parser& parser);
     Task<Next> answer(ServerResponse response, bool keepAlive, bool isHead);
     Task<void> refuse(int status, std::string_view message);
     Task<void> upgrade(UpgradedConnection::UpgradeRequest request, WebSocketHandler handler);

@@ -266,6 +266,18 @@ TEST_F(HttpServerTest, TakesANewcomerInThoughTheProcessHasNoDescriptorLeft) {
     EXPECT_THAT(idle.readToEnd(), EndsWith("GET /a?b=c "));
 }
 
+TEST_F(HttpServerTest, TellsAPeerThatAsksFirstToSendItsBody) {
+    start();
+    auto peer = connect();
+    peer.send("POST / HTTP/1.1\r\nContent-Length: 4\r\nExpect: 100-continue\r\n\r\n");
+    EXPECT_THAT(peer.readHead(), StartsWith("HTTP/1.1 100"));
+    peer.send("body");
+    EXPECT_THAT(peer.readHead(), StartsWith("HTTP/1.1 200"));
+    EXPECT_EQ(peer.readBody(11), "POST / body");
+    peer.send("POST / HTTP/1.1\r\nContent-Length: 400000\r\nExpect: 100-continue\r\n\r\n");
+    EXPECT_THAT(peer.readHead(), StartsWith("HTTP/1.1 413"));
+}
+
 TEST_F(HttpServerTest, HoldsLittleForAPeerThatReadsNoAnswers) {
     HttpServer::Limits limits;
     limits.sendTimeout = milliseconds(300);

@@ -133,6 +133,7 @@ TEST_F(RelayServerTest, AnswersTheAccountApi) {
         {"GET /tarn/api/me?x=y", host + authorization(), "200", "ada@"},
         {"GET /tarn/api/me", host + authorization(), "200", told},
         {"GET /healthz", host, "200", told},
+        {"HEAD /healthz", host, "200", "\r\n\r\n"},
         {"POST /tarn/api/me", host + authorization(), "405", "Allow: GET"},
         {"GET /tarn/api/logout", host + authorization(), "405", "Allow: POST"},
         {"POST /tarn/api/logout", host, "401", R"({"error":)"},
