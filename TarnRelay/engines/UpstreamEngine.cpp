@@ -5,19 +5,49 @@
 #include <boost/asio/detached.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/strand.hpp>
+#include <boost/json.hpp>
+#include <optional>
+#include <string_view>
 #include <utility>
 
 #include "RelayErrors.h"
+#include "TarnCore/realtime/EventNames.h"
 #include "TarnPlatform/concurrency/EventQueue.h"
 #include "TarnPlatform/logging/Log.h"
 #include "TarnPlatform/net/WebSocketTask.h"
+#include "TarnPlatform/text/Printable.h"
 
 namespace tarn::relay {
 namespace {
 
+namespace json = boost::json;
+
 /// Messages that wait for a slow service: over four minutes of a client's audio.
 constexpr std::size_t maxWaitingBytes = 8UZ * 1024 * 1024;
 constexpr std::chrono::seconds connectLimit{20};
+
+/// Code and message of an "error" event of the service, fit to be shown; nothing for any other event.
+std::optional<std::string> complaintIn(std::string_view event) {
+    constexpr std::size_t longestEvent = 16384;  // sound and texts need not be read
+    if (event.size() > longestEvent || event.find("\"error\"") == std::string_view::npos) {
+        return std::nullopt;
+    }
+    boost::system::error_code invalid;
+    const auto value = json::parse(event, invalid);
+    const auto* const object = invalid ? nullptr : value.if_object();
+    const auto* const type = object == nullptr ? nullptr : object->if_contains("type");
+    if (type == nullptr || *type != json::value(events::error)) {
+        return std::nullopt;
+    }
+    const auto* const inner = object->if_contains("error");
+    const auto& detail = inner != nullptr && inner->is_object() ? inner->get_object() : *object;
+    const auto text = [&detail](std::string_view name, const char* otherwise) {
+        const auto* const field = detail.if_contains(name);
+        return std::string(field != nullptr && field->is_string() ? field->get_string().c_str() : otherwise);
+    };
+    const auto said = "[" + text("code", "?") + "] " + text("message", "(no message)");
+    return "the translation service refuses: " + printable(said);
+}
 
 /// The road to the service of one client. Thread: its own strand, except where said.
 class Passage : public std::enable_shared_from_this<Passage> {
@@ -66,6 +96,10 @@ private:
             if (!message) {
                 self->giveUp(self->breakFailure());
                 co_return;
+            }
+            if (const auto complaint = complaintIn(message->payload)) {
+                // Before the event, which ends the client's connection.
+                self->sink_->send(errorEvent(*complaint));
             }
             self->sink_->send(std::move(message->payload));
         }

@@ -109,6 +109,29 @@ TEST_F(UpstreamEngineTest, SaysThatTheServiceLeft) {
     EXPECT_EQ(next(sink_->events), "close 1011");
 }
 
+TEST_F(UpstreamEngineTest, TellsTheServicesComplaintAndPassesItOnUnread) {
+    test::TestService service(network_);
+    const auto stream = open(service.url());
+    const auto client = next(service.clients);
+    const std::pair<std::string, std::string> cases[] = {
+        {R"({"type":"error","error":{"code":"quota","message":"Out of\u001b credit"}})",
+         "[quota] Out of  credit"},
+        {R"({"type": "error", "message": "Unknown language"})", "[?] Unknown language"},
+        {R"({"type":"error"})", "[?] (no message)"},
+        {R"({"type":"response.done","status":"error"})", ""},
+        {R"({"type":"error" and no more)", ""},
+        {R"(["error"])", ""},
+    };
+    for (const auto& [event, told] : cases) {
+        client->send(event);
+        if (!told.empty()) {
+            EXPECT_EQ(next(sink_->events),
+                      R"({"type":"tarn.error","error":"the translation service refuses: )" + told + "\"}");
+        }
+        EXPECT_EQ(next(sink_->events), event);
+    }
+}
+
 TEST_F(UpstreamEngineTest, GivesUpOnAServiceThatTakesNothing) {
     test::TestService service(network_);
     const auto stream = open(service.url());
