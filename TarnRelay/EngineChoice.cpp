@@ -97,7 +97,10 @@ Result<ChosenEngine> makeEngine(const EngineChoice& choice, const NetworkContext
     const bool hasCommands =
         !choice.recogniser.empty() || !choice.translator.empty() || !choice.synthesiser.empty();
     if (!choice.script.empty() && choice.name != "script") {
-        return misfit("a script is played by --engine script only");
+        return misfit(
+            "\"" + choice.script +
+            "\" is no command of this program (--help lists them), and a script is played by --engine "
+            "script only");
     }
     if (!choice.serviceHost.empty() && choice.name != "upstream") {
         return misfit("--service-host belongs to --engine upstream");

@@ -157,6 +157,20 @@ Result<void> TokenRegistry::revokeToken(const TokenHash& token) const {
     });
 }
 
+Result<std::vector<TokenRegistry::Issued>> TokenRegistry::list() const {
+    Version version;
+    const auto entries = read(version);
+    if (!entries) {
+        return std::unexpected(entries.error());
+    }
+    std::vector<Issued> issued;
+    issued.reserve(entries->size());
+    for (const auto& entry : *entries) {
+        issued.push_back({entry.email, entry.issued});
+    }
+    return issued;
+}
+
 Result<bool> TokenRegistry::refresh() {
     struct stat status{};
     Version now;

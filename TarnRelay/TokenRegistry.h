@@ -46,6 +46,13 @@ public:
     /// Ends one token, where it exists.
     Result<void> revokeToken(const TokenHash& token) const;
 
+    struct Issued {
+        std::string email;
+        std::string time;  ///< UTC, ISO 8601
+    };
+    /// What the file says of every token, in the order of their issue. Thread: any.
+    Result<std::vector<Issued>> list() const;
+
     // The relay's view. Thread: one.
 
     /// Reads the file if it has changed since; true when it was read. No file: no tokens. After a failure the

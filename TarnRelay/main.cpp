@@ -22,6 +22,7 @@
 #include "TarnPlatform/logging/Log.h"
 #include "TarnPlatform/net/PassedSocket.h"
 #include "TarnPlatform/process/StandardDescriptors.h"
+#include "TarnPlatform/text/Printable.h"
 #include "TokenRegistry.h"
 
 namespace {
@@ -91,6 +92,17 @@ int revokeToken(const TokenRegistry& tokens, const std::string& email) {
     }
     std::fprintf(stderr, "%zu ended\n", *ended);
     return exitOk;
+}
+
+int listTokens(const TokenRegistry& tokens) {
+    const auto issued = tokens.list();
+    if (!issued) {
+        return fail(issued.error());
+    }
+    for (const auto& [email, time] : *issued) {
+        std::printf("%s\t%s\n", printable(email).c_str(), printable(time).c_str());
+    }
+    return std::fflush(stdout) == 0 ? exitOk : fail(exitFailed, "the list could not be written");
 }
 
 /// What the sign-in page offers whoever runs this: "USER@localhost"; empty where the user has no such name.
@@ -178,6 +190,8 @@ int run(int argc, char** argv) {
     issue->add_option("EMAIL", email)->required();
     auto* revoke = app.add_subcommand("revoke-token", "Ends every access token of an e-mail address");
     revoke->add_option("EMAIL", email)->required();
+    auto* list = app.add_subcommand("list-tokens", "Prints address and time of issue of every access token");
+    app.set_version_flag("--version", std::string("tarn-relay 0.1.0"));
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -194,6 +208,9 @@ int run(int argc, char** argv) {
     }
     if (revoke->parsed()) {
         return revokeToken(tokens, email);
+    }
+    if (list->parsed()) {
+        return listTokens(tokens);
     }
     return serve(tokens, listen, choice);
 }

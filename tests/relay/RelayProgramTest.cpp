@@ -138,6 +138,8 @@ TEST_F(RelayProgramTest, EndsWithAStatusThatSaysWhoseFaultItWas) {
     };
     const std::vector<Case> cases{
         {{"--help"}, "ended with status 0"},
+        {{"--version"}, "ended with status 0"},
+        {{"list-tokens"}, "ended with status 0"},
         {{"--listen", taken, "--engine", "script", good}, "ended with status 1"},
         {{"--engine", "script", "/nonexistent"}, "ended with status 1"},
         {{"--engine", "script", "/"}, "ended with status 1"},
@@ -154,6 +156,7 @@ TEST_F(RelayProgramTest, EndsWithAStatusThatSaysWhoseFaultItWas) {
         {{"--engine", "script", good, "--listen", "example.org:80"}, "ended with status 2"},
         {{"--engine", "script", good, "--listen", "127.0.0.1:65536"}, "ended with status 2"},
         {{"--engine", "script", good, "--listen", "::1:80"}, "ended with status 2"},
+        {{"lst-tokens"}, "ended with status 2"},
         {{"issue-token"}, "ended with status 2"},
         {{"issue-token", ""}, "ended with status 2"},
         {{"--frobnicate"}, "ended with status 2"},
@@ -167,6 +170,7 @@ TEST_F(RelayProgramTest, EndsWithAStatusThatSaysWhoseFaultItWas) {
     for (const std::vector<std::string>& arguments :
          {std::vector<std::string>{"issue-token", "ada@example.org"},
           {"revoke-token", "ada@example.org"},
+          {"list-tokens"},
           {"--listen", "127.0.0.1:0", "--engine", "script", good}}) {
         EXPECT_EQ(runRelay(state_, arguments).ending, "ended with status 1") << arguments.front();
     }

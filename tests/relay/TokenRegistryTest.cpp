@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <future>
@@ -130,6 +131,9 @@ TEST_F(TokenRegistryTest, KeepsTheNewestTokensOfAnAddressAndNoFileThatCouldNotBe
     EXPECT_TRUE(tokens_.find(issued[2]));
     EXPECT_TRUE(tokens_.find(issued[33]));
     EXPECT_TRUE(tokens_.find(other));
+    const auto listed = test::runRelay(state_, {"list-tokens"}).output;
+    EXPECT_EQ(std::ranges::count(listed, '\n'), 33);
+    EXPECT_THAT(listed, testing::ContainsRegex("^bob@example.org\t20[-0-9]*T[:0-9]*Z\nada@example.org\t20"));
     EXPECT_EQ(tokens_.revoke("ada@example.org").value_or(99), 32U);
     EXPECT_FALSE(std::filesystem::exists(left));
 
