@@ -136,19 +136,25 @@ Result<std::unique_ptr<ChildProcess>> ChildProcess::start(const ChildCommand& co
     }
     UniqueDescriptor output(ends[0]);
     const UniqueDescriptor childOutput(ends[1]);
-    UniqueDescriptor nowhere;
+    UniqueDescriptor childErrors;
+    UniqueDescriptor errors;
     if (command.errors == ChildErrors::discard) {
-        nowhere = UniqueDescriptor(::open("/dev/null", O_WRONLY | O_CLOEXEC));
-        if (!nowhere) {
+        childErrors = UniqueDescriptor(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+        if (!childErrors) {
             return std::unexpected(systemError("cannot open /dev/null"));
         }
+    } else if (::pipe2(ends.data(), O_CLOEXEC) == 0) {
+        errors = UniqueDescriptor(ends[0]);
+        childErrors = UniqueDescriptor(ends[1]);
+    } else {
+        return std::unexpected(systemError("cannot make a pipe"));
     }
     if (!makeNonBlocking(input) || !makeNonBlocking(output)) {
         return std::unexpected(systemError("cannot set up a pipe"));
     }
     plan.input = childInput.get();
     plan.output = childOutput.get();
-    plan.errors = nowhere.get();
+    plan.errors = childErrors.get();
     const auto id = spawn(plan);
     if (!id) {
         return std::unexpected(id.error());
@@ -161,17 +167,20 @@ Result<std::unique_ptr<ChildProcess>> ChildProcess::start(const ChildCommand& co
         ::waitpid(*id, nullptr, 0);
         return std::unexpected(error);
     }
-    return std::unique_ptr<ChildProcess>(
-        new ChildProcess(*id, std::move(process), std::move(input), std::move(output), command.stop));
+    auto log = errors ? std::make_unique<ChildErrorLog>(std::move(errors)) : nullptr;
+    return std::unique_ptr<ChildProcess>(new ChildProcess(*id, std::move(process), std::move(input),
+                                                          std::move(output), command.stop, std::move(log)));
 }
 
 ChildProcess::ChildProcess(pid_t id, UniqueDescriptor process, UniqueDescriptor input,
-                           UniqueDescriptor output, std::shared_ptr<const StopSignal> stop)
+                           UniqueDescriptor output, std::shared_ptr<const StopSignal> stop,
+                           std::unique_ptr<ChildErrorLog> errors)
     : id_(id),
       process_(std::move(process)),
       input_(std::move(input)),
       output_(std::move(output)),
-      stop_(std::move(stop)) {}
+      stop_(std::move(stop)),
+      errors_(std::move(errors)) {}
 
 ChildProcess::~ChildProcess() {
     input_.reset();

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "ChildErrorLog.h"
 #include "StopSignal.h"
 #include "TarnPlatform/concurrency/Result.h"
 #include "TarnPlatform/files/UniqueDescriptor.h"
@@ -20,7 +21,7 @@ namespace tarn {
 
 /// Where a child's standard error goes.
 enum class ChildErrors {
-    inherit,  ///< to our own standard error
+    log,      ///< to the log, line by line
     discard,  ///< nowhere
 };
 
@@ -98,7 +99,7 @@ private:
     enum class Fill { gotBytes, ended, timedOut, stopped };
 
     ChildProcess(pid_t id, UniqueDescriptor process, UniqueDescriptor input, UniqueDescriptor output,
-                 std::shared_ptr<const StopSignal> stop);
+                 std::shared_ptr<const StopSignal> stop, std::unique_ptr<ChildErrorLog> errors);
     int stopDescriptor() const { return stop_ ? stop_->descriptor() : -1; }
     bool stopped() const { return stop_ && stop_->raised(); }
     Fill fill(TimePoint deadline);
@@ -114,8 +115,9 @@ private:
     UniqueDescriptor input_;
     UniqueDescriptor output_;
     const std::shared_ptr<const StopSignal> stop_;
-    std::string store_;      ///< output that has arrived
-    std::size_t taken_ = 0;  ///< of the store, read by the owner
+    const std::unique_ptr<ChildErrorLog> errors_;  ///< null: nobody reads them
+    std::string store_;                            ///< output that has arrived
+    std::size_t taken_ = 0;                        ///< of the store, read by the owner
     bool outputEnded_ = false;
 };
 

@@ -14,7 +14,7 @@ constexpr std::size_t kDeepest = 8;
 
 ChildCommand userCommand(std::string line) {
     auto command = ChildCommand::shell(std::move(line));
-    command.errors = ChildErrors::inherit;
+    command.errors = ChildErrors::log;
     return command;
 }
 

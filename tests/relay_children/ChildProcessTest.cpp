@@ -14,6 +14,7 @@
 
 #include "Processes.h"
 #include "TarnPlatform/process/ChildConversation.h"
+#include "support/LogCapture.h"
 
 namespace tarn {
 namespace {
@@ -55,6 +56,20 @@ TEST(ChildProcess, InheritsNothingButTheStandardDescriptors) {
     ASSERT_GT(leak.get(), 2);
     const auto child = startShell("ls /proc/self/fd");
     EXPECT_EQ(child->readToEnd(1000, in(10s)), "0\n1\n2\n3\n") << "3 is the folder that ls reads";
+}
+
+TEST(ChildProcess, LogsItsErrorsLineByLineAndFitForATerminal) {
+    const test::LogCapture log;
+    auto command = ChildCommand::shell(R"(printf 'one\n\n\033[31mtwo\nlast' >&2; printf %01500d 0 >&2)");
+    command.errors = ChildErrors::log;
+    {
+        const auto child = ChildProcess::start(command);
+        ASSERT_TRUE(child);
+        ASSERT_TRUE((*child)->finish(in(10s)));
+    }
+    EXPECT_THAT(log.lines("[command]"), testing::ElementsAre("[command] one", "[command]  [31mtwo",
+                                                             "[command] last" + std::string(996, '0'),
+                                                             "[command] " + std::string(504, '0')));
 }
 
 TEST(ChildProcess, SetsVariablesOnTopOfTheEnvironment) {
