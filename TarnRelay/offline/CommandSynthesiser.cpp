@@ -11,8 +11,6 @@
 namespace tarn::relay {
 namespace {
 
-constexpr std::int64_t kMostSound = std::int64_t{64} << 20;  ///< bytes
-
 std::optional<std::int64_t> numberOf(const boost::json::object& object, std::string_view name) {
     const auto* const value = object.if_contains(name);
     if (value == nullptr || !value->is_int64()) {
@@ -31,8 +29,11 @@ Result<Speech> readSpeech(ChildProcess& child, std::string_view question, ChildP
     if (!rate || *rate < kLowestSpeechRate || *rate > kHighestSpeechRate) {
         return failure(ErrorKind::protocol, "wrote a line without a usable \"rate\"");
     }
-    if (!bytes || *bytes < 0 || *bytes > kMostSound || *bytes % 2 != 0) {
+    if (!bytes || *bytes < 0 || *bytes % 2 != 0) {
         return failure(ErrorKind::protocol, "wrote a line without a usable number of \"bytes\"");
+    }
+    if (*bytes > *rate * 2 * kLongestSpeechSeconds) {
+        return failure(ErrorKind::protocol, "announced more than a minute of sound for one text");
     }
     const auto sound = child.readExactly(static_cast<std::size_t>(*bytes), deadline);
     if (!sound) {

@@ -22,7 +22,7 @@ public:
     bool speaks(const std::string&) const override { return true; }
 
     /// Fails with `invalidInput` for a text that is not UTF-8, with `timeout`, `closed` or `protocol` where
-    /// the command failed (more than 64 MiB of sound, a rate outside 8 to 192 kHz), and with `unavailable`
+    /// the command failed (more than a minute of sound, a rate outside 8 to 192 kHz), and with `unavailable`
     /// while a command that always dies is left alone for a second.
     Result<Speech> speak(const std::string& text, const std::string& voice,
                          const std::string& language) override;

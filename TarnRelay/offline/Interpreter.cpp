@@ -181,7 +181,10 @@ void Interpreter::speak(const std::string& text, const std::string& response) {
     if (outlet_->isShut()) {
         return;
     }
-    const auto speech = job_.synthesiser->speak(text, job_.voice, job_.target);
+    auto speech = job_.synthesiser->speak(text, job_.voice, job_.target);
+    if (speech && speech->samples.size() / kLongestSpeechSeconds > static_cast<std::size_t>(speech->rate)) {
+        speech = failure(ErrorKind::invalidInput, "it takes longer than a minute");
+    }
     const auto sound = speech ? toServiceSpeech(*speech) : std::unexpected(speech.error());
     if (!sound) {
         outlet_->sendError("a sentence could not be spoken: " + sound.error().description);

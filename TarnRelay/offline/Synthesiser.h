@@ -11,6 +11,7 @@ namespace tarn::relay {
 
 inline constexpr int kLowestSpeechRate = 8000;     ///< Hz
 inline constexpr int kHighestSpeechRate = 192000;  ///< Hz
+inline constexpr int kLongestSpeechSeconds = 60;   ///< of one text, that a client is sent
 
 /// Mono speech.
 struct Speech {

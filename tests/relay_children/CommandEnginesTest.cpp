@@ -114,6 +114,7 @@ for line in sys.stdin:
     if how == "die in sound": head(16000, 1000); out.write(b"x" * 500); out.flush(); os._exit(0)
     elif how == "hang in sound": head(16000, 1000); out.write(b"x" * 500); out.flush(); time.sleep(1000)
     elif how == "huge": head(16000, 10 ** 12)
+    elif how == "long": head(8000, 8000 * 2 * 61)
     elif how == "negative": head(16000, -2)
     elif how == "odd": head(16000, 3)
     elif how == "fraction": head(16000, 4.5)
@@ -132,7 +133,7 @@ for line in sys.stdin:
     works("start");
     auto faults = kCommonFaults;
     faults.insert(faults.end(), {{"die in sound", ErrorKind::closed}, {"hang in sound", ErrorKind::timeout}});
-    for (const auto* const how : {"huge", "negative", "odd", "fraction", "rate", "untexted"}) {
+    for (const auto* const how : {"huge", "long", "negative", "odd", "fraction", "rate", "untexted"}) {
         faults.push_back({how, ErrorKind::protocol});
     }
     for (const auto& [how, kind] : faults) {

@@ -86,7 +86,7 @@ private:
     std::promise<void> stopped_;
 };
 
-/// 100 ms of sound for each text. "<mute>" cannot be spoken.
+/// 100 ms of sound for each text, a minute more for "<endless>". "<mute>" cannot be spoken.
 class BeepSynthesiser : public Synthesiser {
 public:
     bool speaks(const std::string& language) const override { return language == "es"; }
@@ -94,7 +94,8 @@ public:
         if (text == "<mute>") {
             return failure(ErrorKind::timeout, "the voice does not answer");
         }
-        return Speech{.rate = 24000, .samples = std::vector<std::int16_t>(2400, 1000)};
+        const std::size_t seconds = text == "<endless>" ? 61 : 0;
+        return Speech{.rate = 24000, .samples = std::vector<std::int16_t>(24000 * seconds + 2400, 1000)};
     }
 };
 
@@ -147,11 +148,12 @@ TEST_F(OfflineFailures, CostOneSentenceWhereTheTranslatorFails) {
 }
 
 TEST_F(OfflineFailures, CostOneSentencesVoiceWhereTheSynthesiserFails) {
-    openHearing({"mute", "two"});
-    sayPieces(2);
-    ASSERT_TRUE(log_->waitFor(events::responseDone, 2));
-    EXPECT_THAT(complaints(), ElementsAre("a sentence could not be spoken: the voice does not answer"));
-    EXPECT_THAT(translations(), ElementsAre("<mute>", "<two>"));
+    openHearing({"mute", "endless", "two"});
+    sayPieces(3);
+    ASSERT_TRUE(log_->waitFor(events::responseDone, 3));
+    EXPECT_THAT(complaints(), ElementsAre("a sentence could not be spoken: the voice does not answer",
+                                          "a sentence could not be spoken: it takes longer than a minute"));
+    EXPECT_THAT(translations(), ElementsAre("<mute>", "<endless>", "<two>"));
     EXPECT_EQ(log_->all(events::audioDelta, "delta").size(), 1);
 }
 
