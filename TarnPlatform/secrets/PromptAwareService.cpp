@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "TarnPlatform/logging/Log.h"
+
 namespace tarn {
 namespace {
 
@@ -105,6 +107,7 @@ private:
         } else {
             g_variant_unref(answer);
             wait->isShown_ = true;
+            logLine("[secrets] the keyring waits to be unlocked: its prompt is open on the desktop");
             if (wait->limit_ != nullptr) {
                 wait->limit_->promptBegins();
             }
