@@ -311,6 +311,18 @@ SecretResult<std::optional<std::string>> getFrom(Conversation& keyring, const Se
     return secretOf(locked);
 }
 
+/// An older one in another collection could be found in place of what was just stored.
+void removeOutside(Conversation& keyring, const SecretKey& key, const std::string& collection) {
+    const auto items = keyring.find(key, SECRET_SEARCH_NONE);
+    for (auto* entry = items ? items->get() : nullptr; entry != nullptr; entry = entry->next) {
+        const std::string_view path = g_dbus_proxy_get_object_path(G_DBUS_PROXY(entry->data));
+        Failure failure;
+        if (!path.starts_with(collection + "/")) {
+            secret_item_delete_sync(SECRET_ITEM(entry->data), keyring.cancellable(), failure.out());
+        }
+    }
+}
+
 SecretResult<void> replaceIn(Conversation& keyring, const SecretKey& key, std::string_view value) {
     Failure failure;
     const Object<SecretCollection> collection(
@@ -342,6 +354,9 @@ SecretResult<void> replaceIn(Conversation& keyring, const SecretKey& key, std::s
             return fail(SecretFault::locked, "the keyring was never set up, and its prompt was dismissed");
         }
         return asFailure(failure, keyring.limit());
+    }
+    if (collection) {
+        removeOutside(keyring, key, g_dbus_proxy_get_object_path(G_DBUS_PROXY(collection.get())));
     }
     return {};
 }
