@@ -1,13 +1,40 @@
 #include "CallLimit.h"
 
+#include <set>
+#include <utility>
+
 namespace tarn {
+namespace {
+
+/// The calls under way.
+struct Calls {
+    std::mutex mutex;
+    std::set<CallLimit*> all;
+    bool promptsAreOver = false;
+};
+
+Calls& calls() {
+    // Never destroyed: a call may be under way while the process ends.
+    static auto* const instance = new Calls;
+    return *instance;
+}
+
+}  // namespace
+
 CallLimit::CallLimit(std::chrono::milliseconds limit)
     : limit_(limit),
       cancellable_(g_cancellable_new()),
       deadline_(std::chrono::steady_clock::now() + limit),
-      watcher_([this] { watch(); }) {}
+      watcher_([this] { watch(); }) {
+    const std::lock_guard lock(calls().mutex);
+    calls().all.insert(this);
+}
 
 CallLimit::~CallLimit() {
+    {
+        const std::lock_guard lock(calls().mutex);
+        calls().all.erase(this);
+    }
     {
         const std::lock_guard lock(mutex_);
         finished_ = true;
@@ -23,9 +50,32 @@ bool CallLimit::hasPassed() const {
 }
 
 void CallLimit::promptBegins() {
+    const std::lock_guard all(calls().mutex);
     {
         const std::lock_guard lock(mutex_);
         promptIsUp_ = true;
+    }
+    if (calls().promptsAreOver) {
+        giveUpPrompt();
+    }
+    changed_.notify_one();
+}
+
+void CallLimit::endPrompts() {
+    const std::lock_guard all(calls().mutex);
+    calls().promptsAreOver = true;
+    for (auto* const call : calls().all) {
+        call->giveUpPrompt();
+    }
+}
+
+void CallLimit::giveUpPrompt() {
+    {
+        const std::lock_guard lock(mutex_);
+        if (!std::exchange(promptIsUp_, false)) {
+            return;
+        }
+        deadline_ = std::chrono::steady_clock::now();
     }
     changed_.notify_one();
 }

@@ -24,10 +24,14 @@ public:
     bool hasPassed() const;
 
     void promptBegins();
+    /// Whoever waits for a prompt waits no more, now and from now on. Thread: any.
+    static void endPrompts();
+
     void promptEnds();  ///< the service has the whole limit again to finish
 
 private:
     void watch();
+    void giveUpPrompt();
 
     const std::chrono::milliseconds limit_;
     GCancellable* const cancellable_;

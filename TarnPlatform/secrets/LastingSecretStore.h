@@ -19,6 +19,10 @@ public:
         auto kept = refused_.get(key);
         return *kept ? std::move(kept) : lasting_->get(key);
     }
+    SecretResult<std::optional<std::string>> peek(const SecretKey& key) override {
+        auto kept = refused_.get(key);
+        return *kept ? std::move(kept) : lasting_->peek(key);
+    }
     SecretResult<void> replace(const SecretKey& key, std::string_view value) override {
         auto stored = lasting_->replace(key, value);
         if (stored) {

@@ -405,7 +405,7 @@ SecretResult<T> SecretServiceStore::report(SecretResult<T> result) {
     return result;
 }
 
-SecretResult<std::optional<std::string>> SecretServiceStore::peek(const SecretKey& key) const {
+SecretResult<std::optional<std::string>> SecretServiceStore::peek(const SecretKey& key) {
     Conversation keyring(limit_);
     if (const auto opened = keyring.open(); !opened) {
         return std::unexpected(opened.error());

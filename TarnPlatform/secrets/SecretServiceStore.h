@@ -36,9 +36,8 @@ public:
     SecretResult<void> replace(const SecretKey& key, std::string_view value) override;
     SecretResult<bool> remove(const SecretKey& key) override;
 
-    /// As `get`, without ever asking the user: fails with `locked` where only a prompt would help. Says
-    /// nothing on standard error.
-    SecretResult<std::optional<std::string>> peek(const SecretKey& key) const;
+    /// Says nothing on standard error.
+    SecretResult<std::optional<std::string>> peek(const SecretKey& key) override;
     /// Whether the keyring that secrets go to is closed; never shows a prompt. A keyring that was never used
     /// is not.
     SecretResult<bool> isLocked() const;

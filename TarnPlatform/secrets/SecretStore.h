@@ -39,6 +39,9 @@ public:
     /// The secret's bytes, or nothing where there is no such secret.
     virtual SecretResult<std::optional<std::string>> get(const SecretKey& key) = 0;
 
+    /// As `get`, without ever asking the user: fails with `locked` where only that would help.
+    virtual SecretResult<std::optional<std::string>> peek(const SecretKey& key) { return get(key); }
+
     /// Stores `value` in place of what was there. After a failure the old secret is still there.
     virtual SecretResult<void> replace(const SecretKey& key, std::string_view value) = 0;
 

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <string>
 
+#include "CallLimit.h"
 #include "FileSecretStore.h"
 #include "LastingSecretStore.h"
 #include "SecretServiceStore.h"
@@ -67,6 +68,10 @@ std::shared_ptr<SecretStore> sharedSecretStore() {
         current.store = std::make_shared<LastingSecretStore>(openSecretStore());
     }
     return current.store;
+}
+
+void giveUpPrompts() {
+    CallLimit::endPrompts();
 }
 
 void setSharedSecretStore(std::shared_ptr<SecretStore> store) {

@@ -23,4 +23,8 @@ std::shared_ptr<SecretStore> sharedSecretStore();
 /// Uses `store` from now on; none: the desktop's own, chosen on the next use. Thread: any.
 void setSharedSecretStore(std::shared_ptr<SecretStore> store);
 
+/// Ends every prompt of a keyring that a call of this process waits for, as if it had been dismissed, and
+/// every one that comes: for a process that ends. Thread: any.
+void giveUpPrompts();
+
 }  // namespace tarn
