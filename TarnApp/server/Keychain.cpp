@@ -23,10 +23,26 @@ Keychain::Status statusOf(SecretFault fault) {
     return Keychain::io;
 }
 
+/// What is no text in UTF-8 is none of ours.
+SecretResult<std::optional<std::string>> asText(SecretResult<std::optional<std::string>> found) {
+    if (found && *found && !isUtf8(**found)) {
+        return std::nullopt;
+    }
+    return found;
+}
+
 }  // namespace
 
 std::string_view Keychain::accountString(Account account) {
-    return account == Account::pat ? "pat" : "user_email";
+    switch (account) {
+        case Account::pat:
+            return "pat";
+        case Account::userEmail:
+            return "user_email";
+        case Account::server:
+            break;
+    }
+    return "server";
 }
 
 SecretKey Keychain::keyOf(Account account) {
@@ -34,11 +50,15 @@ SecretKey Keychain::keyOf(Account account) {
 }
 
 std::optional<std::string> Keychain::get(Account account) {
-    auto found = sharedSecretStore()->get(keyOf(account));
-    if (!found || !*found || !isUtf8(**found)) {
-        return std::nullopt;
-    }
-    return std::move(*found);
+    return read(account).value_or(std::nullopt);
+}
+
+SecretResult<std::optional<std::string>> Keychain::read(Account account) {
+    return asText(sharedSecretStore()->get(keyOf(account)));
+}
+
+SecretResult<std::optional<std::string>> Keychain::peek(Account account) {
+    return asText(sharedSecretStore()->peek(keyOf(account)));
 }
 
 bool Keychain::set(std::string_view value, Account account) {

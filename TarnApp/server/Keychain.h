@@ -10,14 +10,15 @@
 
 namespace tarn {
 
-/// The only place where the access token and the signed-in user's e-mail address are kept, under the service
-/// "com.ostrel.tarn". "Signed in" means that there is a `pat`. No failure reaches the user from here.
-/// Thread: any. The functions wait for the desktop's keyring: 3 s at most, unless its own prompt is up.
+/// The only place where the access token, its server and the signed-in user's e-mail address are kept, under
+/// the service "com.ostrel.tarn". "Signed in" means that there is a `pat`. No failure reaches the user from
+/// here. Thread: any. The functions wait for the desktop's keyring: 3 s at most, unless its own prompt is up.
 class Keychain {
 public:
     enum class Account : std::uint8_t {
         pat,        ///< "pat": the access token
         userEmail,  ///< "user_email"
+        server,     ///< "server": the one that issued the token
     };
 
     /// The outcome of an operation, as it is written in the log line of `set`.
@@ -32,6 +33,11 @@ public:
 
     /// Nothing when there is no such item, it cannot be had, or it is not text in UTF-8.
     static std::optional<std::string> get(Account account);
+
+    /// As `get`, with the reason where it cannot be had.
+    static SecretResult<std::optional<std::string>> read(Account account);
+    /// As `read`, without ever asking the user to unlock anything.
+    static SecretResult<std::optional<std::string>> peek(Account account);
 
     /// Stores `value` in place of what was there. False, and a line on standard error, when that failed.
     static bool set(std::string_view value, Account account);

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gio/gio.h>
+#include <libsecret/secret.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
@@ -262,6 +263,26 @@ void PrivateKeyring::lock() {
              g_variant_new("(@ao)", g_variant_new_objv(paths, 1)))
             .empty()) {
         failSetup("the keyring did not lock");
+    }
+}
+
+void PrivateKeyring::addItem(const std::string& collection, const std::string& schema,
+                             const std::map<std::string, std::string>& attributes,
+                             const std::string& secret) {
+    auto* const table = g_hash_table_new_full(g_str_hash, g_str_equal, g_free, g_free);
+    for (const auto& [name, value] : attributes) {
+        g_hash_table_insert(table, g_strdup(name.c_str()), g_strdup(value.c_str()));
+    }
+    g_hash_table_insert(table, g_strdup("xdg:schema"), g_strdup(schema.c_str()));
+    GError* error = nullptr;
+    const auto stored = secret_password_storev_sync(nullptr, table, collection.c_str(), "another's",
+                                                    secret.c_str(), nullptr, &error);
+    g_hash_table_unref(table);
+    secret_service_disconnect();
+    if (stored == FALSE) {
+        const std::string reason = error->message;
+        g_error_free(error);
+        failSetup("cannot add an item: " + reason);
     }
 }
 

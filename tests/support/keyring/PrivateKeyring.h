@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <string>
 
@@ -31,6 +32,9 @@ public:
     void killDaemon();  ///< it is gone, and nobody starts another
     void killBus();     ///< the bus is gone, and the keyring with its name
     void lock();        ///< closes the default collection
+    /// As another program stores one: in the collection of that alias, under a schema of its name.
+    static void addItem(const std::string& collection, const std::string& schema,
+                        const std::map<std::string, std::string>& attributes, const std::string& secret);
     bool isRunning() const;
     std::filesystem::path folder() const { return folder_; }  ///< private to this keyring, removed at the end
 

@@ -1,0 +1,284 @@
+#include "Credentials.h"
+
+#include <boost/asio/post.hpp>
+#include <boost/asio/thread_pool.hpp>
+#include <string_view>
+#include <utility>
+
+#include "Keychain.h"
+#include "TarnPlatform/concurrency/CarryOut.h"
+#include "TarnPlatform/concurrency/TaskHandle.h"
+#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/secrets/SecretStores.h"
+
+namespace tarn {
+namespace {
+
+using enum Keychain::Account;
+using SteadyClock = std::chrono::steady_clock;
+
+/// The only thread that waits for the keyring.
+class KeyringThread {
+public:
+    KeyringThread() = default;
+    ~KeyringThread() {
+        giveUpPrompts();
+        pool_.join();
+    }
+    KeyringThread(const KeyringThread&) = delete;
+    KeyringThread& operator=(const KeyringThread&) = delete;
+
+    SerialExecutor executor() { return pool_.get_executor(); }
+
+private:
+    asio::thread_pool pool_{1};
+};
+
+Task<TokenResult> give(std::optional<std::string> token) {
+    co_return token;
+}
+
+template <typename T>
+Task<void> pass(Task<T> answer, std::function<void(const T&)> receiver) {
+    const T value = co_await std::move(answer);
+    receiver(value);
+}
+
+Task<TokenResult> ask(std::shared_ptr<Credentials> credentials) {
+    return credentials->token();
+}
+
+}  // namespace
+
+PatProvider fixedPat(std::optional<std::string> token) {
+    return [token = std::move(token)] { return give(token); };
+}
+
+struct Credentials::Found {
+    TokenResult token;
+    std::optional<std::string> otherServer{};
+};
+
+/// What happens on the keyring's executor, for one server.
+class Credentials::Vault {
+public:
+    Vault(std::string server, bool isConfigured) : server_(std::move(server)), isConfigured_(isConfigured) {}
+
+    /// May ask the user. Whoever waited for an answer that came meanwhile is given that one: four sources
+    /// that start wait once.
+    static Task<Found> read(std::shared_ptr<Vault> self, SteadyClock::time_point asked) {
+        if (!self->last_ || self->lastRead_ < asked) {
+            self->last_ = self->found(Keychain::read);
+            self->lastRead_ = SteadyClock::now();
+        }
+        co_return *self->last_;
+    }
+    static Task<Found> peek(std::shared_ptr<Vault> self) { co_return self->found(Keychain::peek); }
+
+    static Task<std::optional<std::string>> email() {
+        co_return Keychain::peek(userEmail).value_or(std::nullopt);
+    }
+
+    void store(const std::string& token, const std::optional<std::string>& email) {
+        // A token that is stored while the process dies is never one of the server before.
+        isWell_ = Keychain::read(server).value_or(std::nullopt) == server_ || Keychain::remove(server);
+        isWell_ = Keychain::set(token, pat) && isWell_;
+        isWell_ = Keychain::set(server_, server) && isWell_;
+        isWell_ = (email ? Keychain::set(*email, userEmail) : Keychain::remove(userEmail)) && isWell_;
+        last_.reset();
+    }
+
+    void confirm(const std::string& email) {
+        const auto kept = Keychain::peek(userEmail);
+        if (kept && *kept != email) {
+            Keychain::set(email, userEmail);
+        }
+    }
+
+    /// `refusedToken`: only that one goes.
+    void remove(const std::optional<std::string>& refusedToken) {
+        last_.reset();
+        if (refusedToken) {
+            const auto stored = Keychain::peek(pat);
+            if (stored && *stored && **stored != *refusedToken) {
+                isWell_ = true;
+                return;
+            }
+        }
+        isWell_ = Keychain::remove(pat) && Keychain::remove(userEmail) && Keychain::remove(server);
+        if (!isWell_) {
+            logLine("[Keychain] the sign-in could not be deleted");
+        }
+    }
+
+    static Task<bool> isWell(std::shared_ptr<Vault> self) { co_return self->isWell_; }
+
+private:
+    Found found(TokenResult (*ask)(Keychain::Account)) const {
+        auto token = ask(pat);
+        if (!token || !*token) {
+            return {std::move(token)};
+        }
+        auto issuer = ask(server);
+        if (!issuer) {
+            return {std::unexpected(issuer.error())};
+        }
+        if (*issuer == server_) {
+            return {std::move(token)};
+        }
+        if (*issuer || !isConfigured_) {
+            return {std::nullopt, issuer->value_or("the configured server")};
+        }
+        Keychain::set(server_, server);  // stored before servers were
+        return {std::move(token)};
+    }
+
+    const std::string server_;
+    const bool isConfigured_;
+    std::optional<Found> last_;
+    SteadyClock::time_point lastRead_;
+    bool isWell_ = true;
+};
+
+std::string Credentials::originOf(const Url& url) {
+    return url.scheme() + "://" + url.hostHeader();
+}
+
+std::shared_ptr<Credentials> Credentials::make(SerialExecutor main, SerialExecutor keyring,
+                                               std::string server, bool isConfigured) {
+    // Not make_shared: the constructor is private.
+    return std::shared_ptr<Credentials>(
+        new Credentials(std::move(main), std::move(keyring), std::move(server), isConfigured));
+}
+
+std::shared_ptr<Credentials> Credentials::real(SerialExecutor main, const DeploymentValues& deployment) {
+    static KeyringThread thread;
+    const auto server = originOf(deployment.apiBase);
+    const auto& configured = Deployment::current();
+    return make(std::move(main), thread.executor(), server,
+                configured && originOf(configured->apiBase) == server);
+}
+
+Credentials::Credentials(SerialExecutor main, SerialExecutor keyring, std::string server, bool isConfigured)
+    : main_(std::move(main)),
+      keyring_(std::move(keyring)),
+      vault_(std::make_shared<Vault>(std::move(server), isConfigured)) {}
+
+Task<TokenResult> Credentials::token() {
+    if (token_) {
+        lookAgain();
+        return give(token_);
+    }
+    return read(shared_from_this());
+}
+
+PatProvider Credentials::provider() {
+    return [self = shared_from_this()] { return ask(self); };
+}
+
+Task<TokenResult> Credentials::read(std::shared_ptr<Credentials> self) {
+    const auto before = self->changes_;
+    const Found found = co_await carryOut(self->keyring_, Vault::read(self->vault_, SteadyClock::now()));
+    if (self->changes_ != before) {
+        co_return self->token_;
+    }
+    co_return self->take(found);
+}
+
+TokenResult Credentials::take(const Found& found) {
+    if (!found.token) {
+        return found.token;
+    }
+    otherServer_ = found.otherServer;
+    token_ = *found.token;
+    if (token_ && token_ == forgotten_) {
+        token_.reset();
+    }
+    return token_;
+}
+
+void Credentials::lookAgain() {
+    if (!std::exchange(isLooking_, true)) {
+        TaskHandle::start(main_, look(weak_from_this()));
+    }
+}
+
+Task<void> Credentials::look(std::weak_ptr<Credentials> weak) {
+    auto self = weak.lock();
+    if (!self) {
+        co_return;
+    }
+    const auto before = self->changes_;
+    auto asking = carryOut(self->keyring_, Vault::peek(self->vault_));
+    self.reset();
+    const Found found = co_await std::move(asking);
+    self = weak.lock();
+    if (!self) {
+        co_return;
+    }
+    self->isLooking_ = false;
+    if (self->changes_ != before) {
+        co_return;
+    }
+    const TokenResult now = self->take(found);
+    if (now && !*now && self->onVanished) {
+        self->onVanished();
+    }
+}
+
+Task<std::optional<std::string>> Credentials::email(std::shared_ptr<Credentials> self) {
+    if (self->email_) {
+        co_return self->email_;
+    }
+    co_return co_await carryOut(self->keyring_, Vault::email());
+}
+
+void Credentials::tellToken(std::function<void(const TokenResult&)> receiver) {
+    TaskHandle::start(main_, pass(token(), std::move(receiver)));
+}
+
+void Credentials::tellEmail(std::function<void(const std::optional<std::string>&)> receiver) {
+    TaskHandle::start(main_, pass(email(shared_from_this()), std::move(receiver)));
+}
+
+void Credentials::signIn(std::string token, std::optional<std::string> email) {
+    ++changes_;
+    forgotten_.reset();
+    otherServer_.reset();
+    token_ = token;
+    email_ = email;
+    asio::post(keyring_, [vault = vault_, token = std::move(token), email = std::move(email)] {
+        vault->store(token, email);
+    });
+}
+
+void Credentials::confirm(std::string email) {
+    if (!token_ || email_ == email) {
+        return;
+    }
+    email_ = email;
+    asio::post(keyring_, [vault = vault_, email = std::move(email)] { vault->confirm(email); });
+}
+
+void Credentials::forget() {
+    drop(false);
+}
+
+void Credentials::refused() {
+    drop(true);
+}
+
+void Credentials::drop(bool wasRefused) {
+    ++changes_;
+    forgotten_ = std::exchange(token_, std::nullopt);
+    email_.reset();
+    otherServer_.reset();
+    asio::post(keyring_,
+               [vault = vault_, only = wasRefused ? forgotten_ : std::nullopt] { vault->remove(only); });
+}
+
+Task<bool> Credentials::settled() {
+    return carryOut(keyring_, Vault::isWell(vault_));
+}
+
+}  // namespace tarn
