@@ -186,7 +186,7 @@ EventServer::~EventServer() {
 
 std::shared_ptr<TarnServerClient> EventServer::client() const {
     const auto base = Url::parse("http://127.0.0.1:" + std::to_string(server_->port()) + "/tarn").value();
-    return std::make_shared<RealTarnServerClient>(base, [] { return std::optional<std::string>("token"); });
+    return std::make_shared<RealTarnServerClient>(base, fixedPat("token"));
 }
 
 std::string sourceTextEvent(const std::string& text) {

@@ -124,10 +124,9 @@ ViewModelServices services(SessionBed& bed, const MainThread& main, std::shared_
     ViewModelServices made = ViewModelServices::real(main.executor());
     made.defaults = std::move(defaults);
     made.session.workers = bed.services(nullptr).workers;
-    made.makeServerClient = [port, token] {
+    made.makeServerClient = [port, token](const PatProvider&) {
         return std::make_shared<RealTarnServerClient>(
-            Url::parse("http://127.0.0.1:" + port + "/tarn").value(),
-            [token] { return std::optional(token); });
+            Url::parse("http://127.0.0.1:" + port + "/tarn").value(), fixedPat(token));
     };
     return made;
 }

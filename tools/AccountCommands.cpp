@@ -5,7 +5,7 @@
 
 #include "RunServices.h"
 #include "TarnApp/server/AccessToken.h"
-#include "TarnApp/server/Keychain.h"
+#include "TarnApp/server/Credentials.h"
 #include "TarnApp/server/TarnServerClientFactory.h"
 #include "TarnPlatform/text/Printable.h"
 
@@ -29,14 +29,13 @@ std::optional<std::string> readToken() {
 
 }  // namespace
 
-Task<ExitStatus> loginWithToken(const Options& options) {
+Task<ExitStatus> loginWithToken(const Options& options, SerialExecutor main) {
     const auto token = readToken();
     if (!token) {
         complain("standard input holds no access token");
         co_return ExitStatus::failed;
     }
-    const auto server = TarnServerClientFactory::make(
-        options.deployment, [token = *token]() -> std::optional<std::string> { return token; });
+    const auto server = TarnServerClientFactory::make(options.deployment, fixedPat(token));
     const auto account = co_await server->fetchMe();
     if (!account && account.error().meansSignedOut()) {
         complain("the server refused the token: nothing was stored");
@@ -45,42 +44,57 @@ Task<ExitStatus> loginWithToken(const Options& options) {
     if (!account) {
         complain("the token could not be checked and is stored all the same: " + diagnosis(account.error()));
     }
-    if (!Keychain::set(*token, Keychain::Account::pat)) {
+    const auto credentials = Credentials::real(main, options.deployment);
+    credentials->signIn(*token, account ? std::optional(account->email) : std::nullopt);
+    if (!co_await credentials->settled()) {
         complain("the token could not be stored");
         co_return ExitStatus::failed;
     }
-    Keychain::remove(Keychain::Account::userEmail);
     if (account) {
-        Keychain::set(account->email, Keychain::Account::userEmail);
         std::cout << "signed in as " << printable(account->email) << '\n';
     }
     co_return ExitStatus::ended;
 }
 
-Task<ExitStatus> logout(const Options& options) {
-    const auto server = TarnServerClientFactory::make(options.deployment);
-    static_cast<void>(co_await server->logout());  // the token goes here also when the server cannot be told
-    const bool tokenGone = Keychain::remove(Keychain::Account::pat);
-    const bool emailGone = Keychain::remove(Keychain::Account::userEmail);
-    if (!tokenGone || !emailGone) {
+Task<ExitStatus> logout(const Options& options, SerialExecutor main) {
+    const auto credentials = Credentials::real(main, options.deployment);
+    const TokenResult token = co_await credentials->token();
+    if (!token) {
+        complain(keyringError(token.error()).description);
+        co_return ExitStatus::failed;
+    }
+    if (const auto& other = credentials->otherServer()) {
+        complain("nobody is signed in here; the sign-in at " + *other + " is kept");
+        co_return ExitStatus::ended;
+    }
+    credentials->forget();
+    if (!co_await credentials->settled()) {
         complain("the stored token could not be deleted");
         co_return ExitStatus::failed;
+    }
+    if (*token) {
+        auto server = TarnServerClientFactory::make(options.deployment, fixedPat(*token));
+        if (!co_await endsOnServer(std::move(server), Clock::system())) {
+            complain("the server could not be told of the sign-out: the token is still good there");
+        }
     }
     std::cout << "signed out\n";
     co_return ExitStatus::ended;
 }
 
-Task<ExitStatus> showStatus(const Options& options) {
+Task<ExitStatus> showStatus(const Options& options, SerialExecutor main) {
     std::cout << "server: " << options.deployment.apiBase.text() << '\n';
-    useTokenOfEnvironment();
-    const auto server = TarnServerClientFactory::make(options.deployment);
+    useTokenOfEnvironment(options.deployment);
+    const auto credentials = Credentials::real(main, options.deployment);
+    const auto server = TarnServerClientFactory::make(options.deployment, credentials->provider());
     const auto account = co_await server->fetchMe();
     if (account) {
         std::cout << "signed in as " << printable(account->email) << '\n';
         co_return ExitStatus::ended;
     }
     if (account.error().as<TarnServerError::NotAuthenticated>() != nullptr) {
-        std::cout << "not signed in\n";
+        const auto& other = credentials->otherServer();
+        std::cout << "not signed in" << (other ? " here, but at " + printable(*other) : "") << '\n';
         co_return ExitStatus::notSignedIn;
     }
     if (account.error().meansSignedOut()) {

@@ -7,11 +7,11 @@ namespace tarn::cli {
 
 /// Reads a token from standard input, asks the server whose it is, and stores it unless the server refuses
 /// it.
-Task<ExitStatus> loginWithToken(const Options& options);
+Task<ExitStatus> loginWithToken(const Options& options, SerialExecutor main);
 
-/// Ends the token on the server where that can be reached, and forgets it in any case.
-Task<ExitStatus> logout(const Options& options);
+/// Forgets the token, and ends it on the server where that can be told within 5 s.
+Task<ExitStatus> logout(const Options& options, SerialExecutor main);
 
-Task<ExitStatus> showStatus(const Options& options);
+Task<ExitStatus> showStatus(const Options& options, SerialExecutor main);
 
 }  // namespace tarn::cli

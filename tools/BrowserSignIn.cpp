@@ -8,7 +8,6 @@
 #include <memory>
 
 #include "RunServices.h"
-#include "TarnApp/server/Keychain.h"
 #include "TarnApp/session/AppLinks.h"
 #include "TarnApp/session/URLSchemeHandler.h"
 #include "TarnPlatform/concurrency/EventQueue.h"
@@ -46,10 +45,10 @@ Task<bool> firstAnswer(EventQueue<bool> answers) {
 }
 
 /// For the token that another program stores. One that only goes, since the server refuses it, is none.
-Task<bool> newToken(std::optional<std::string> before) {
+Task<bool> newToken(std::shared_ptr<Credentials> credentials, std::optional<std::string> before) {
     for (;;) {
-        const auto token = Keychain::get(Keychain::Account::pat);
-        if (token && token != before) {
+        const TokenResult token = co_await credentials->token();
+        if (token && *token && *token != before) {
             co_return true;
         }
         co_await sleepFor(Clock::system(), lookEvery);
@@ -65,6 +64,12 @@ Task<ExitStatus> loginInBrowser(const Options& options, SerialExecutor main) {
     }
     const ViewModelServices services = runServices(main, options.deployment);
     const auto model = TranslateViewModel::make(services);
+    // Whoever is signed in already is no answer.
+    const EventQueue<bool> looked;
+    QObject::connect(model.get(), &TranslateViewModel::accountChecked, model.get(),
+                     [looked] { looked.push(true); });
+    co_await looked.next();
+    const auto before = services.credentials->heldToken();
     const EventQueue<bool> answers;
     QObject::connect(model.get(), &TranslateViewModel::isLoggedInChanged, model.get(),
                      [answers, state = model.get()] {
@@ -73,10 +78,10 @@ Task<ExitStatus> loginInBrowser(const Options& options, SerialExecutor main) {
                          }
                      });
     URLSchemeHandler handler;
+    handler.credentials = services.credentials;
     handler.viewModel = model;
     // Also by the page of a sign-in that was cancelled. A sign-in has been told by then.
     handler.bringToFront = [answers] { answers.push(false); };
-    const auto before = Keychain::get(Keychain::Account::pat);
     SingleInstance::Callbacks callbacks;
     callbacks.open = [&handler](const std::vector<std::string>& urls) {
         for (const std::string& url : urls) {
@@ -91,18 +96,18 @@ Task<ExitStatus> loginInBrowser(const Options& options, SerialExecutor main) {
                   << std::endl;
     }
     model->startSignIn();
-    auto signIn = instance->isPrimary() ? firstAnswer(answers) : newToken(before);
+    auto signIn = instance->isPrimary() ? firstAnswer(answers) : newToken(services.credentials, before);
     auto limit = sleepFor(Clock::system(), patience);
     const auto outcome = co_await (std::move(signIn) || std::move(limit) || interrupted(main));
     if (outcome.index() != 0 || !std::get<0>(outcome)) {
         complain("nobody signed in");
         co_return ExitStatus::notSignedIn;
     }
-    if (!Keychain::get(Keychain::Account::pat)) {
+    if (!co_await services.credentials->settled()) {
         complain("the token could not be stored");
         co_return ExitStatus::failed;
     }
-    const auto email = Keychain::get(Keychain::Account::userEmail);
+    const auto email = co_await services.credentials->email();
     std::cout << "signed in" << (email ? " as " + printable(*email) : "") << '\n';
     co_return ExitStatus::ended;
 }

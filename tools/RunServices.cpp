@@ -26,7 +26,10 @@ Task<Result<std::vector<AudioCapableApp>>> noApps() {
 ViewModelServices runServices(SerialExecutor main, const DeploymentValues& deployment) {
     ViewModelServices services = ViewModelServices::real(std::move(main));
     services.defaults = UserDefaults::inMemory();
-    services.makeServerClient = [deployment] { return TarnServerClientFactory::make(deployment); };
+    services.credentials = Credentials::real(services.session.main, deployment);
+    services.makeServerClient = [deployment](PatProvider pat) {
+        return TarnServerClientFactory::make(deployment, std::move(pat));
+    };
     services.webBase = deployment.webBase;
     services.mayOpenSignInPage = [deployment] { return Deployment::mayOpenPage(deployment); };
     // No list is shown.
@@ -35,11 +38,12 @@ ViewModelServices runServices(SerialExecutor main, const DeploymentValues& deplo
     return services;
 }
 
-void useTokenOfEnvironment() {
+void useTokenOfEnvironment(const DeploymentValues& deployment) {
     const char* const token = std::getenv("TARN_TOKEN");
     if (token != nullptr && *token != '\0') {
         Keychain::useStore(std::make_shared<MemorySecretStore>());
         Keychain::set(token, Keychain::Account::pat);
+        Keychain::set(Credentials::originOf(deployment.apiBase), Keychain::Account::server);
     }
 }
 

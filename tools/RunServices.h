@@ -12,8 +12,9 @@ namespace tarn::cli {
 /// The desktop's own, but with settings that end with the process, so that the window's stay as they are.
 ViewModelServices runServices(SerialExecutor main, const DeploymentValues& deployment);
 
-/// Where TARN_TOKEN holds one, that token is the one that is signed in with, and the keyring is left alone.
-void useTokenOfEnvironment();
+/// Where TARN_TOKEN holds one, that token is the one that is signed in with, at whichever server, and the
+/// keyring is left alone.
+void useTokenOfEnvironment(const DeploymentValues& deployment);
 
 /// A player that needs no audio server and is never heard.
 std::shared_ptr<AudioPlayer> silentPlayer();

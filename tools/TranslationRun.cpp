@@ -99,7 +99,7 @@ Task<bool> TranslationRun::prepare() {
 }
 
 Task<void> TranslationRun::translate() {
-    useTokenOfEnvironment();
+    useTokenOfEnvironment(deployment_);
     model_ = TranslateViewModel::make(services());
     model_->onAuthLost = [weak = weak_from_this()] {
         if (const auto self = weak.lock()) {
@@ -107,7 +107,6 @@ Task<void> TranslationRun::translate() {
             self->ring();
         }
     };
-    // Until here, where a keyring may still ask its user, an interrupt simply ends the program.
     interrupts_.add(SIGINT);
     interrupts_.add(SIGTERM);
     configure();
@@ -126,9 +125,10 @@ Task<void> TranslationRun::translate() {
 ViewModelServices TranslationRun::services() {
     ViewModelServices services = runServices(context_.get_executor(), deployment_);
     services.makeServerClient = [make = services.makeServerClient, weak = weak_from_this(),
-                                 main = services.session.main, plays = options_.playDub] {
+                                 main = services.session.main, plays = options_.playDub](PatProvider pat) {
         const auto run = weak.lock();
-        return run ? tapped(make(), run, main, plays) : make();
+        auto client = make(std::move(pat));
+        return run ? tapped(std::move(client), run, main, plays) : client;
     };
     if (!options_.playDub) {
         services.session.makePlayer = silentPlayer;
@@ -352,7 +352,7 @@ Task<bool> TranslationRun::waitUntilRunning() {
         }
         for (const Source& source : sources_) {
             if (const auto& why = startFailure(source); why && !refused_) {
-                const bool signedOut = !model_->isLoggedIn() || (openError_ && openError_->meansSignedOut());
+                const bool signedOut = model_->isSignedOut() || (openError_ && openError_->meansSignedOut());
                 fail((openError_ ? diagnosis(*openError_) : *why) + (signedOut ? signInHint : ""),
                      signedOut ? ExitStatus::notSignedIn : ExitStatus::failed);
                 co_return false;

@@ -24,11 +24,11 @@ Task<ExitStatus> perform(asio::io_context& context, const Options& options) {
         case Command::login:
             co_return co_await loginInBrowser(options, context.get_executor());
         case Command::loginWithToken:
-            co_return co_await loginWithToken(options);
+            co_return co_await loginWithToken(options, context.get_executor());
         case Command::logout:
-            co_return co_await logout(options);
+            co_return co_await logout(options, context.get_executor());
         case Command::status:
-            co_return co_await showStatus(options);
+            co_return co_await showStatus(options, context.get_executor());
         case Command::run:
             break;
     }

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "Checks.h"
+#include "TarnApp/server/Credentials.h"
 #include "TarnApp/server/Keychain.h"
 #include "TarnApp/server/RealTarnServerClient.h"
 #include "TarnCore/deployment/Deployment.h"
@@ -125,8 +126,8 @@ CheckResult certificateResult(const Result<DeploymentValues>& values,
     return result;
 }
 
-SecretResult<std::optional<std::string>> storedToken(const Wording& say) {
-    const SecretKey key = Keychain::keyOf(Keychain::Account::pat);
+SecretResult<std::optional<std::string>> stored(Keychain::Account account, const Wording& say) {
+    const SecretKey key = Keychain::keyOf(account);
     switch (SecretServiceStore::presence(Checks::patience)) {
         case SecretServicePresence::absent:
         case SecretServicePresence::noBus:
@@ -140,7 +141,7 @@ SecretResult<std::optional<std::string>> storedToken(const Wording& say) {
 
 CheckResult tokenResult(const Result<DeploymentValues>& values, bool serverAnswers, const Wording& say) {
     CheckResult result{.name = CheckName::token, .status = warning};
-    const auto token = storedToken(say);
+    const auto token = stored(Keychain::Account::pat, say);
     if (!token) {
         result.detail = say(DoctorText::tokenUnreadable, {token.error().description});
         result.advice = say(DoctorText::tokenUnreadableAdvice);
@@ -151,13 +152,19 @@ CheckResult tokenResult(const Result<DeploymentValues>& values, bool serverAnswe
         result.advice = say(DoctorText::tokenAbsentAdvice);
         return result;
     }
+    const auto issuer = stored(Keychain::Account::server, say).value_or(std::nullopt);
+    if (issuer && values && *issuer != Credentials::originOf(values->apiBase)) {
+        result.detail = say(DoctorText::tokenElsewhere, {*issuer});
+        result.advice = say(DoctorText::tokenAbsentAdvice);
+        return result;
+    }
     if (!serverAnswers) {
         result.detail = say(DoctorText::tokenUntested);
         return result;
     }
     using PlainHttp = RealTarnServerClient::PlainHttp;
     const auto client = std::make_shared<RealTarnServerClient>(
-        values->apiBase, [text = *token] { return text; }, std::make_shared<QuickSession>(*values),
+        values->apiBase, fixedPat(*token), std::make_shared<QuickSession>(*values),
         Deployment::networkFor(*values),
         values->allowPlainHttp ? PlainHttp::anywhere : PlainHttp::onlyLoopback);
     const auto user = waitFor(client->fetchMe());

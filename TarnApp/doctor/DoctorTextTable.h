@@ -103,6 +103,7 @@ TARN_DOCTOR_TEXT(tokenAbsentAdvice,
                  "YOU@EXAMPLE.ORG | tarn-cli login --token-stdin.",
                  "请登录：使用窗口中的按钮，或 tarn-cli login。使用中继时：tarn-relay issue-token "
                  "YOU@EXAMPLE.ORG | tarn-cli login --token-stdin。")
+TARN_DOCTOR_TEXT(tokenElsewhere, "of another server: %1", "属于另一台服务器：%1")
 TARN_DOCTOR_TEXT(tokenAccepted, "accepted by the server", "服务器已接受")
 TARN_DOCTOR_TEXT(tokenRefused, "refused by the server (401)", "被服务器拒绝（401）")
 TARN_DOCTOR_TEXT(

@@ -1,11 +1,16 @@
 #include "LoginSlideState.h"
 
-#include "TarnApp/server/Keychain.h"
-
 namespace tarn {
 
 void LoginSlideState::setViewModel(TranslateViewModel* value) {
+    if (viewModel_) {
+        disconnect(viewModel_, nullptr, this, nullptr);
+    }
     viewModel_ = value;
+    if (value != nullptr) {
+        connect(value, &TranslateViewModel::accountChanged, this, &LoginSlideState::followSignIn);
+    }
+    followSignIn();
     Q_EMIT viewModelChanged();
 }
 
@@ -43,8 +48,25 @@ void LoginSlideState::signIn() {
 
 void LoginSlideState::followSignIn() {
     isLoggedIn_ = coordinator_ && coordinator_->isLoggedIn();
-    email_ = isLoggedIn_ ? QString::fromStdString(Keychain::get(Keychain::Account::userEmail).value_or(""))
-                         : QString();
+    email_.clear();
+    Q_EMIT signInChanged();
+    if (!isLoggedIn_ || !viewModel_) {
+        return;
+    }
+    if (const auto& account = viewModel_->account()) {  // what the server says, not the link
+        setEmail(account->email);
+        return;
+    }
+    viewModel_->services().credentials->tellEmail(
+        [self = QPointer(this)](const std::optional<std::string>& email) {
+            if (self && self->isLoggedIn_ && self->email_.isEmpty()) {
+                self->setEmail(email.value_or(""));
+            }
+        });
+}
+
+void LoginSlideState::setEmail(const std::string& email) {
+    email_ = QString::fromStdString(email);
     Q_EMIT signInChanged();
 }
 

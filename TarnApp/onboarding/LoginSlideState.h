@@ -47,6 +47,7 @@ Q_SIGNALS:
 
 private:
     void followSignIn();
+    void setEmail(const std::string& email);
 
     QPointer<TranslateViewModel> viewModel_;
     QPointer<OnboardingCoordinator> coordinator_;

@@ -1,8 +1,7 @@
 #include "OnboardingCoordinator.h"
 
+#include <QPointer>
 #include <utility>
-
-#include "TarnApp/server/Keychain.h"
 
 namespace tarn {
 namespace {
@@ -12,13 +11,18 @@ constexpr std::string_view stepKey = "onboarding.step";
 
 }  // namespace
 
-OnboardingCoordinator::OnboardingCoordinator(std::shared_ptr<UserDefaults> defaults)
-    : defaults_(std::move(defaults)) {
+OnboardingCoordinator::OnboardingCoordinator(std::shared_ptr<UserDefaults> defaults,
+                                             std::shared_ptr<Credentials> credentials)
+    : defaults_(std::move(defaults)), credentials_(std::move(credentials)) {
     recompute();
 }
 
 void OnboardingCoordinator::recompute() {
-    setIsLoggedIn(Keychain::get(Keychain::Account::pat).has_value());
+    credentials_->tellToken([self = QPointer(this)](const TokenResult& token) {
+        if (self && token) {
+            self->setIsLoggedIn(token->has_value());
+        }
+    });
     setStep(defaults_->boolean(doneKey).value_or(false) ? OnboardingStep::ready : OnboardingStep::running);
 }
 

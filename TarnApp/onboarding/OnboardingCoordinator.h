@@ -23,8 +23,8 @@ class OnboardingCoordinator : public QObject, public SignInFollower {
     Q_PROPERTY(bool shouldShowOnboarding READ shouldShowOnboarding NOTIFY shouldShowOnboardingChanged)
 
 public:
-    /// Reads the step and the sign-in; waits for the keyring as `Keychain` does.
-    explicit OnboardingCoordinator(std::shared_ptr<UserDefaults> defaults = UserDefaults::standard());
+    /// Reads the step; the sign-in is known once `credentials` have told.
+    OnboardingCoordinator(std::shared_ptr<UserDefaults> defaults, std::shared_ptr<Credentials> credentials);
 
     OnboardingStep step() const { return step_; }
     bool manuallyReopened() const { return manuallyReopened_; }  ///< the user has asked to see it again
@@ -53,6 +53,7 @@ Q_SIGNALS:
 private:
     OnboardingStep step_ = OnboardingStep::running;
     const std::shared_ptr<UserDefaults> defaults_;
+    const std::shared_ptr<Credentials> credentials_;
     bool manuallyReopened_ = false;
     bool isLoggedIn_ = false;
 };

@@ -36,28 +36,33 @@ RealTarnServerClient::RealTarnServerClient(Url baseURL, PatProvider patProvider,
       network_(std::move(network)),
       plainHttp_(plainHttp) {}
 
-ServerResult<std::string> RealTarnServerClient::usableToken() const {
-    auto token = patProvider_();
+Task<ServerResult<std::string>> RealTarnServerClient::usableToken() const {
+    auto asking = patProvider_();
+    auto answer = co_await std::move(asking);
+    if (!answer) {
+        co_return std::unexpected(TarnServerError::transport(keyringError(answer.error())));
+    }
+    auto& token = *answer;
     if (!token) {
-        return std::unexpected(TarnServerError::notAuthenticated());
+        co_return std::unexpected(TarnServerError::notAuthenticated());
     }
     if (!fitsInHeader(*token)) {
-        return std::unexpected(TarnServerError::transport(
+        co_return std::unexpected(TarnServerError::transport(
             {ErrorKind::invalidInput, "the access token holds control characters and was not sent", 0}));
     }
     if (!Deployment::mayCarryToken(baseURL_, plainHttp_ == PlainHttp::anywhere)) {
-        return std::unexpected(TarnServerError::transport(
+        co_return std::unexpected(TarnServerError::transport(
             {ErrorKind::invalidInput,
              "the access token is not sent unencrypted to " + baseURL_.hostHeader() + "; use https", 0}));
     }
-    return std::move(*token);
+    co_return std::move(*token);
 }
 
-ServerResult<HttpRequest> RealTarnServerClient::makeRequest(std::string_view path,
-                                                            std::string_view method) const {
-    const auto token = usableToken();
+Task<ServerResult<HttpRequest>> RealTarnServerClient::makeRequest(std::string_view path,
+                                                                  std::string_view method) const {
+    const auto token = co_await usableToken();
     if (!token) {
-        return std::unexpected(token.error());
+        co_return std::unexpected(token.error());
     }
     if (path.starts_with('/')) {
         path.remove_prefix(1);
@@ -69,7 +74,7 @@ ServerResult<HttpRequest> RealTarnServerClient::makeRequest(std::string_view pat
                        {"Content-Type", "application/json"},
                        {"User-Agent", Deployment::userAgent}};
     request.timeout = requestTimeout;
-    return request;
+    co_return request;
 }
 
 template <typename Record>
@@ -96,7 +101,7 @@ Task<ServerResult<Record>> RealTarnServerClient::perform(std::shared_ptr<HttpSes
 
 template <typename Record>
 Task<ServerResult<Record>> RealTarnServerClient::postJSON(std::string_view path, std::string body) const {
-    auto request = makeRequest(path, "POST");
+    auto request = co_await makeRequest(path, "POST");
     if (!request) {
         co_return std::unexpected(request.error());
     }
@@ -105,7 +110,7 @@ Task<ServerResult<Record>> RealTarnServerClient::postJSON(std::string_view path,
 }
 
 Task<ServerResult<UserAccount>> RealTarnServerClient::fetchMe() {
-    auto request = makeRequest("/api/me", "GET");
+    auto request = co_await makeRequest("/api/me", "GET");
     if (!request) {
         co_return std::unexpected(request.error());
     }
@@ -159,7 +164,7 @@ ServerResult<Url> RealTarnServerClient::relayUrl(
 Task<ServerResult<std::shared_ptr<TarnTranslateStream>>> RealTarnServerClient::openTranslateStream(
     std::optional<std::string> sourceLang, std::string targetLang, std::optional<std::string> voice,
     std::string voiceClone, std::optional<int> silenceMs) {
-    auto token = usableToken();
+    auto token = co_await usableToken();
     if (!token) {
         co_return std::unexpected(token.error());
     }

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "PatProvider.h"
 #include "TarnPlatform/net/HttpSession.h"
 #include "TarnPlatform/net/NetworkContext.h"
 #include "TarnPlatform/net/Url.h"
@@ -13,15 +13,11 @@
 
 namespace tarn {
 
-/// The access token of this moment, or nothing when signed out. Called on the caller's executor for every
-/// operation; may be called from several threads.
-using PatProvider = std::function<std::optional<std::string>()>;
-
 /// Talks to the account server under a base URL. Keeps no token: it asks for it every time, so that a sign-in
 /// or sign-out counts from the next operation on.
 ///
 /// A token goes nowhere in the clear but to this machine, unless plain http is allowed, and a token that no
-/// header can hold goes nowhere at all: both fail with `transport`.
+/// header can hold goes nowhere at all: both fail with `transport`, and so does a keyring that does not tell.
 class RealTarnServerClient final : public TarnServerClient,
                                    public std::enable_shared_from_this<RealTarnServerClient> {
 public:
@@ -44,8 +40,8 @@ public:
                                       const std::string& voiceClone, std::optional<int> silenceMs);
 
 private:
-    ServerResult<std::string> usableToken() const;
-    ServerResult<HttpRequest> makeRequest(std::string_view path, std::string_view method) const;
+    Task<ServerResult<std::string>> usableToken() const;
+    Task<ServerResult<HttpRequest>> makeRequest(std::string_view path, std::string_view method) const;
     template <typename Record>
     static Task<ServerResult<Record>> perform(std::shared_ptr<HttpSession> session, HttpRequest request);
     template <typename Record>

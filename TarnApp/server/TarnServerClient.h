@@ -5,6 +5,7 @@
 #include <string>
 
 #include "TarnPlatform/concurrency/Asio.h"
+#include "TarnPlatform/concurrency/Clock.h"
 #include "TarnServerError.h"
 #include "TarnTranslateStream.h"
 #include "UserAccount.h"
@@ -30,5 +31,9 @@ public:
         std::optional<std::string> sourceLang, std::string targetLang, std::optional<std::string> voice,
         std::string voiceClone, std::optional<int> silenceMs) = 0;
 };
+
+/// Ends the token of `client` on its server, waiting for 5 s of `clock` at most. False where that could not
+/// be told.
+Task<bool> endsOnServer(std::shared_ptr<TarnServerClient> client, std::shared_ptr<Clock> clock);
 
 }  // namespace tarn

@@ -17,6 +17,17 @@ bool TarnServerError::meansSignedOut() const {
     return as<NotAuthenticated>() != nullptr;
 }
 
+Error keyringError(const SecretError& error) {
+    switch (error.fault) {
+        case SecretFault::locked:
+            return {ErrorKind::unavailable, error.description + ": unlock the keyring and start again", 0};
+        case SecretFault::timedOut:
+            return {ErrorKind::timeout, error.description + ": unlock the keyring and start again", 0};
+        default:
+            return {ErrorKind::unavailable, "the sign-in cannot be read: " + error.description, 0};
+    }
+}
+
 std::string describe(const TarnServerError& error) {
     return "The operation couldn’t be completed. (TarnServerError error " +
            std::to_string(error.value().index()) + ".)";

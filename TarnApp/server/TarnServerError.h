@@ -7,6 +7,7 @@
 #include <variant>
 
 #include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/secrets/SecretStore.h"
 
 namespace tarn {
 
@@ -58,6 +59,9 @@ private:
 
 template <typename T>
 using ServerResult = std::expected<T, TarnServerError>;
+
+/// Why no token could be had; `Transport` carries it. What the user can do stands in it.
+Error keyringError(const SecretError& error);
 
 /// The generic text for a user; the error has none of its own.
 std::string describe(const TarnServerError& error);

@@ -74,8 +74,10 @@ ViewModelServices ViewModelServices::real(SerialExecutor main) {
     services.session = SessionServices::real(std::move(main));
     services.defaults = UserDefaults::standard();
     const auto& deployment = Deployment::current();
-    services.makeServerClient = [values = deployment.value_or(DeploymentValues())] {
-        return TarnServerClientFactory::make(values);
+    const auto values = deployment.value_or(DeploymentValues());
+    services.credentials = Credentials::real(services.session.main, values);
+    services.makeServerClient = [values](PatProvider pat) {
+        return TarnServerClientFactory::make(values, std::move(pat));
     };
     services.inputs = [] { return AudioDevices::inputs(); };
     services.availableApps = [] { return availableAudioApps(); };

@@ -5,7 +5,8 @@
 #include <chrono>
 #include <utility>
 
-#include "TarnApp/server/Keychain.h"
+#include "SignInTexts.h"
+#include "TarnPlatform/concurrency/CarryOut.h"
 #include "TarnPlatform/logging/Log.h"
 #include "TarnPlatform/logging/SystemLog.h"
 
@@ -18,6 +19,21 @@ QVariantMap entry(const std::string& id, const std::string& name) {
     return {{"id", QString::fromStdString(id)}, {"name", QString::fromStdString(name)}};
 }
 
+std::string keyringText(const SecretError& error) {
+    switch (error.fault) {
+        case SecretFault::locked:
+            return signInText(SignInText::keyringLocked);
+        case SecretFault::timedOut:
+            return signInText(SignInText::keyringSilent);
+        default:
+            return signInText(SignInText::unreadable, error.description);
+    }
+}
+
+Task<std::vector<AudioInputDevice>> listInputs(std::function<std::vector<AudioInputDevice>()> inputs) {
+    co_return inputs();
+}
+
 }  // namespace
 
 std::shared_ptr<TranslateViewModel> TranslateViewModel::make(ViewModelServices services) {
@@ -28,12 +44,14 @@ std::shared_ptr<TranslateViewModel> TranslateViewModel::make(ViewModelServices s
 }
 
 TranslateViewModel::TranslateViewModel(ViewModelServices services)
-    : services_(std::move(services)), serverClient_(services_.makeServerClient()) {
+    : services_(std::move(services)),
+      serverClient_(services_.makeServerClient(services_.credentials->provider())) {
     load();
 }
 
 TranslateViewModel::~TranslateViewModel() {
-    for (TaskHandle* const task : {&toastTask_, &appsTask_, &accountTask_, &signOutTask_}) {
+    for (TaskHandle* const task :
+         {&toastTask_, &appsTask_, &micsTask_, &learnTask_, &accountTask_, &signOutTask_}) {
         task->cancel();
     }
     for (const auto& connection : subs_) {
@@ -52,7 +70,7 @@ void TranslateViewModel::load() {
 }
 
 void TranslateViewModel::begin() {
-    availableMics_ = services_.inputs();
+    refreshMics();
     if (services_.session.screenCapture->preflight()) {
         appsTask_ = TaskHandle::start(services_.session.main,
                                       loadApps(weak_from_this(), "[vm] initial refreshApps failed: "));
@@ -62,10 +80,12 @@ void TranslateViewModel::begin() {
     wireSession(sessions_.front());
     applyMode();
     observeSessions();
-    isLoggedIn_ = Keychain::get(Keychain::Account::pat).has_value();
-    if (isLoggedIn_) {
-        accountTask_ = TaskHandle::start(services_.session.main, checkAccount(weak_from_this()));
-    }
+    services_.credentials->onVanished = [weak = weak_from_this()] {
+        if (const auto self = weak.lock(); self && self->isLoggedIn()) {
+            self->sessionExpired();
+        }
+    };
+    learnTask_ = TaskHandle::start(services_.session.main, learnSignIn(weak_from_this()));
 }
 
 void TranslateViewModel::setRate(double value) {
@@ -117,8 +137,9 @@ void TranslateViewModel::setScreenRecNeededEvent(bool value) {
     Q_EMIT screenRecNeededEventChanged();
 }
 
-void TranslateViewModel::setIsLoggedIn(bool value) {
-    isLoggedIn_ = value;
+void TranslateViewModel::setSignIn(SignIn value) {
+    signIn_ = value;
+    isStartBlind_ = isStartBlind_ && value != SignIn::present;
     Q_EMIT isLoggedInChanged();
 }
 
@@ -183,10 +204,9 @@ void TranslateViewModel::removeSession(const std::shared_ptr<TranslateSession>& 
 }
 
 void TranslateViewModel::wireSession(const std::shared_ptr<TranslateSession>& session) {
-    session->onAuthFailure = [weak = weak_from_this()] {
+    session->onAuthFailure = [weak = weak_from_this(), failed = session.get()] {
         if (const auto self = weak.lock()) {
-            forgetCredentials();
-            self->handleLoggedOut();
+            self->authFailed(*failed);
         }
     };
     session->onScreenRecNeeded = [weak = weak_from_this()] {
@@ -244,12 +264,17 @@ void TranslateViewModel::setLiveParams(const TranslateSession& session) const {
 }
 
 void TranslateViewModel::startAll() {
-    if (!isLoggedIn_) {
-        sessions_.front()->setState(ConnectionState::error("not signed in"));
-        sessions_.front()->setErrorMessage("Sign in to start translating");
+    if (isSignedOut()) {
+        showSignedOut();
         return;
     }
+    isStartBlind_ = signIn_ == SignIn::unknown;
     launchSessions(backend());
+}
+
+void TranslateViewModel::showSignedOut() {
+    sessions_.front()->setState(ConnectionState::error("not signed in"));
+    sessions_.front()->setErrorMessage("Sign in to start translating");
 }
 
 void TranslateViewModel::launchSessions(const TranslateSession::Backend& backend) {
@@ -268,7 +293,7 @@ void TranslateViewModel::stopAll() {
 }
 
 void TranslateViewModel::reconnect(const std::shared_ptr<TranslateSession>& session) {
-    if (isLoggedIn_) {
+    if (!isSignedOut()) {
         session->reconnect(static_cast<float>(rate_), static_cast<float>(outputGain_), backend());
     }
 }
@@ -322,14 +347,60 @@ void TranslateViewModel::startSignIn() {
     services_.session.urlOpener->open(page->text());
 }
 
+Task<void> TranslateViewModel::learnSignIn(std::weak_ptr<TranslateViewModel> weak) {
+    auto self = weak.lock();
+    if (!self) {
+        co_return;
+    }
+    auto reading = self->services_.credentials->token();
+    self.reset();
+    const TokenResult token = co_await std::move(reading);
+    self = weak.lock();
+    if (!self) {
+        co_return;
+    }
+    if (self->signIn_ == SignIn::unknown) {
+        if (!token) {
+            logLine("[vm] " + keyringError(token.error()).description);
+            self->showTransientStatus(keyringText(token.error()));
+        } else if (*token) {
+            self->setSignIn(SignIn::present);
+            self->accountTask_ = TaskHandle::start(self->services_.session.main, checkAccount(weak));
+        } else {
+            self->setSignIn(SignIn::absent);
+        }
+    }
+    Q_EMIT self->accountChecked();
+}
+
+void TranslateViewModel::authFailed(TranslateSession& session) {
+    if (isStartBlind_ && !isLoggedIn() && !services_.credentials->heldToken()) {
+        session.setState(ConnectionState::idle());
+        session.setErrorMessage(std::nullopt);
+        setSignIn(SignIn::absent);
+        showSignedOut();
+        return;
+    }
+    if (isSignedOut() && userSignedOut_) {
+        session.setErrorMessage(std::nullopt);
+        session.stop();
+        return;
+    }
+    services_.credentials->refused();
+    handleLoggedOut();
+}
+
 void TranslateViewModel::handleLoginSucceeded() {
-    setIsLoggedIn(true);
+    userSignedOut_ = false;
+    announcesSignIn_ = true;
+    setSignIn(SignIn::present);
+    setAccount(std::nullopt);  // it may be another one
     rebuildServerClient();
     accountTask_ = TaskHandle::start(services_.session.main, checkAccount(weak_from_this()));
 }
 
 void TranslateViewModel::handleLoggedOut() {
-    setIsLoggedIn(false);
+    setSignIn(SignIn::absent);
     setAccount(std::nullopt);
     rebuildServerClient();
     if (onAuthLost) {
@@ -338,21 +409,40 @@ void TranslateViewModel::handleLoggedOut() {
 }
 
 void TranslateViewModel::signOut() {
-    signOutTask_ = TaskHandle::start(services_.session.main, signOutOnServer(weak_from_this()));
+    if (isSignedOut()) {
+        return;
+    }
+    const auto& token = services_.credentials->heldToken();
+    const auto& session = services_.session;
+    if (token) {
+        signOutTask_ = TaskHandle::start(
+            session.main,
+            tellSignOut(weak_from_this(), services_.makeServerClient(fixedPat(token)), session.clock));
+    }
+    services_.credentials->forget();
+    TaskHandle::start(session.main, watchDeletion(weak_from_this(), services_.credentials));
+    userSignedOut_ = true;
+    handleLoggedOut();
 }
 
-Task<void> TranslateViewModel::signOutOnServer(std::weak_ptr<TranslateViewModel> weak) {
-    auto self = weak.lock();
-    if (!self) {
+Task<void> TranslateViewModel::tellSignOut(std::weak_ptr<TranslateViewModel> weak,
+                                           std::shared_ptr<TarnServerClient> client,
+                                           std::shared_ptr<Clock> clock) {
+    const bool isTold = co_await endsOnServer(std::move(client), std::move(clock));
+    if (isTold) {
         co_return;
     }
-    const auto client = self->serverClient_;
-    self.reset();
-    static_cast<void>(co_await client->logout());  // signed out here, whatever the server says
-    self = weak.lock();
-    if (self && self->serverClient_ == client) {  // else signed in anew, or out, in the meantime
-        forgetCredentials();
-        self->handleLoggedOut();
+    logLine("[vm] the server could not be told of the sign-out");
+    if (const auto self = weak.lock()) {
+        self->showToast(signInText(SignInText::serverNotTold));
+    }
+}
+
+Task<void> TranslateViewModel::watchDeletion(std::weak_ptr<TranslateViewModel> weak,
+                                             std::shared_ptr<Credentials> credentials) {
+    const bool isGone = co_await credentials->settled();
+    if (const auto self = weak.lock(); self && !isGone && self->isSignedOut()) {
+        self->showToast(signInText(SignInText::notDeleted));
     }
 }
 
@@ -377,12 +467,16 @@ Task<void> TranslateViewModel::checkAccount(std::weak_ptr<TranslateViewModel> we
 
 void TranslateViewModel::takeAccount(ServerResult<UserAccount> account) {
     if (account) {
+        services_.credentials->confirm(account->email);
         setAccount(std::move(*account));
+        if (std::exchange(announcesSignIn_, false)) {
+            showToast(signInText(SignInText::signedInAs, account_->email));
+        }
         return;
     }
     const auto* const http = account.error().as<TarnServerError::Http>();
     const bool noToken = account.error().as<TarnServerError::NotAuthenticated>() != nullptr;
-    if ((noToken && isLoggedIn_) || (http != nullptr && http->status == 401)) {
+    if ((noToken && isLoggedIn()) || (http != nullptr && http->status == 401)) {
         sessionExpired();
     } else if (noToken) {
         setAccount(std::nullopt);
@@ -392,18 +486,13 @@ void TranslateViewModel::takeAccount(ServerResult<UserAccount> account) {
 }
 
 void TranslateViewModel::sessionExpired() {
-    forgetCredentials();
+    services_.credentials->refused();
     handleLoggedOut();
     showTransientStatus("Session expired — please sign in again");
 }
 
-void TranslateViewModel::forgetCredentials() {
-    Keychain::remove(Keychain::Account::pat);
-    Keychain::remove(Keychain::Account::userEmail);
-}
-
 void TranslateViewModel::rebuildServerClient() {
-    serverClient_ = services_.makeServerClient();
+    serverClient_ = services_.makeServerClient(services_.credentials->provider());
 }
 
 // Notices.
@@ -445,7 +534,21 @@ void TranslateViewModel::reconnect(TranslateSession* session) {
 }
 
 void TranslateViewModel::refreshMics() {
-    setAvailableMics(services_.inputs());
+    micsTask_ = TaskHandle::start(services_.session.main, loadMics(weak_from_this()));
+}
+
+Task<void> TranslateViewModel::loadMics(std::weak_ptr<TranslateViewModel> weak) {
+    auto self = weak.lock();
+    if (!self) {
+        co_return;
+    }
+    auto listing = carryOut(self->services_.session.workers, listInputs(self->services_.inputs));
+    self.reset();
+    auto mics = co_await std::move(listing);
+    self = weak.lock();
+    if (self) {
+        self->setAvailableMics(std::move(mics));
+    }
 }
 
 QString TranslateViewModel::modeText() const {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "AppMode.h"
+#include "TarnApp/server/Credentials.h"
 #include "TarnApp/server/TarnServerClient.h"
 #include "TarnCore/audio/AudioCapableApp.h"
 #include "TarnCore/audio/AudioDevices.h"
@@ -25,8 +26,9 @@ namespace tarn {
 struct ViewModelServices {
     SessionServices session;
     std::shared_ptr<UserDefaults> defaults;
-    std::function<std::shared_ptr<TarnServerClient>()> makeServerClient;
-    std::function<std::vector<AudioInputDevice>()> inputs;
+    std::shared_ptr<Credentials> credentials;
+    std::function<std::shared_ptr<TarnServerClient>(PatProvider)> makeServerClient;
+    std::function<std::vector<AudioInputDevice>()> inputs;  ///< called on the workers, which it may block
     std::function<Task<Result<std::vector<AudioCapableApp>>>()> availableApps;
     std::optional<Url> webBase;  ///< root of the web site with the sign-in page; nothing: not known
     std::function<Result<void>()>
@@ -54,6 +56,7 @@ class TranslateViewModel : public QObject, public std::enable_shared_from_this<T
     Q_PROPERTY(bool screenRecNeededEvent READ screenRecNeededEvent WRITE setScreenRecNeededEvent NOTIFY
                    screenRecNeededEventChanged)
     Q_PROPERTY(bool isLoggedIn READ isLoggedIn NOTIFY isLoggedInChanged)
+    Q_PROPERTY(bool isSignedOut READ isSignedOut NOTIFY isLoggedInChanged)
     Q_PROPERTY(QString mode READ modeText WRITE takeMode NOTIFY modeChanged)  ///< "solo" or "conversation"
     Q_PROPERTY(QVariantList availableMics READ micList NOTIFY availableMicsChanged)  ///< {id, name} each
     Q_PROPERTY(QVariantList availableApps READ appList NOTIFY availableAppsChanged)  ///< {id, name} each
@@ -87,7 +90,9 @@ public:
     bool anyRunning() const { return anyRunning_; }
     bool screenRecNeededEvent() const { return screenRecNeededEvent_; }
     void setScreenRecNeededEvent(bool value);
-    bool isLoggedIn() const { return isLoggedIn_; }
+    /// Neither is so until the keyring has told. A start is possible then, and finds out.
+    bool isLoggedIn() const { return signIn_ == SignIn::present; }
+    bool isSignedOut() const { return signIn_ == SignIn::absent; }
     const std::optional<UserAccount>& account() const { return account_; }
     const std::optional<std::string>& toastMessage() const { return toastMessage_; }
     const std::vector<std::shared_ptr<TranslateSession>>& sessions() const {
@@ -136,16 +141,24 @@ Q_SIGNALS:
     void screenRecNeededEventChanged();
     void isLoggedInChanged();
     void accountChanged();
-    void accountChecked();  ///< a check that followed the start or a sign-in is over, whatever came of it
+    void
+    accountChecked();  ///< the look at the start, or a check after a sign-in, is over, whatever came of it
     void toastMessageChanged();
     void sessionsChanged();
 
 private:
+    enum class SignIn : std::uint8_t { unknown, absent, present };
+
     explicit TranslateViewModel(ViewModelServices services);
 
     static Task<void> loadApps(std::weak_ptr<TranslateViewModel> weak, std::string failurePrefix);
+    static Task<void> loadMics(std::weak_ptr<TranslateViewModel> weak);
+    static Task<void> learnSignIn(std::weak_ptr<TranslateViewModel> weak);
     static Task<void> checkAccount(std::weak_ptr<TranslateViewModel> weak);
-    static Task<void> signOutOnServer(std::weak_ptr<TranslateViewModel> weak);
+    static Task<void> tellSignOut(std::weak_ptr<TranslateViewModel> weak,
+                                  std::shared_ptr<TarnServerClient> client, std::shared_ptr<Clock> clock);
+    static Task<void> watchDeletion(std::weak_ptr<TranslateViewModel> weak,
+                                    std::shared_ptr<Credentials> credentials);
     static Task<void> hideToast(std::weak_ptr<TranslateViewModel> weak, std::shared_ptr<Clock> clock,
                                 std::uint64_t number);
 
@@ -161,11 +174,12 @@ private:
     void setLiveParams(const TranslateSession& session) const;
     void launchSessions(const TranslateSession::Backend& backend);
     void rebuildServerClient();
-    void setIsLoggedIn(bool value);
+    void setSignIn(SignIn value);
+    void authFailed(TranslateSession& session);
+    void showSignedOut();
     void setAccount(std::optional<UserAccount> value);
     void takeAccount(ServerResult<UserAccount> account);
     void sessionExpired();
-    static void forgetCredentials();
     TranslateSession::Backend backend() const { return TranslateSession::Backend::server(serverClient_); }
     QString modeText() const;
     void takeMode(const QString& raw);
@@ -185,11 +199,16 @@ private:
     std::vector<AudioCapableApp> availableApps_;
     bool anyRunning_ = false;
     bool screenRecNeededEvent_ = false;
-    bool isLoggedIn_ = false;
+    SignIn signIn_ = SignIn::unknown;
+    bool isStartBlind_ = false;     ///< started before it was known whether somebody is signed in
+    bool userSignedOut_ = false;    ///< what still runs ends without a complaint
+    bool announcesSignIn_ = false;  ///< when the account is known
     std::optional<UserAccount> account_;
     std::optional<std::string> toastMessage_;
     TaskHandle toastTask_;
     TaskHandle appsTask_;
+    TaskHandle micsTask_;
+    TaskHandle learnTask_;
     TaskHandle accountTask_;
     TaskHandle signOutTask_;
     std::uint64_t toastNumber_ = 0;  ///< of the latest notice

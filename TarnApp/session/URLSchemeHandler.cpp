@@ -7,7 +7,6 @@
 
 #include "Link.h"
 #include "TarnApp/server/AccessToken.h"
-#include "TarnApp/server/Keychain.h"
 #include "TarnPlatform/logging/Log.h"
 
 namespace tarn {
@@ -47,10 +46,7 @@ void URLSchemeHandler::handle(const std::string& text) const {
 }
 
 void URLSchemeHandler::signedIn(const std::string& token, const std::optional<std::string>& email) const {
-    Keychain::set(token, Keychain::Account::pat);
-    if (email) {
-        Keychain::set(*email, Keychain::Account::userEmail);
-    }
+    credentials->signIn(token, email);
     if (const auto model = viewModel.lock()) {
         model->handleLoginSucceeded();
     }
@@ -61,8 +57,7 @@ void URLSchemeHandler::signedIn(const std::string& token, const std::optional<st
 }
 
 void URLSchemeHandler::signedOut() const {
-    Keychain::remove(Keychain::Account::pat);
-    Keychain::remove(Keychain::Account::userEmail);
+    credentials->forget();
     if (const auto model = viewModel.lock()) {
         model->handleLoggedOut();
     }

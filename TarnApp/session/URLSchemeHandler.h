@@ -18,6 +18,7 @@ public:
 /// Carries out the addresses of the scheme "tarn" that the desktop opens in this program. Thread: main.
 class URLSchemeHandler {
 public:
+    std::shared_ptr<Credentials> credentials;
     std::weak_ptr<TranslateViewModel> viewModel;
     std::weak_ptr<SignInFollower> onboarding;
     std::function<void()> bringToFront;

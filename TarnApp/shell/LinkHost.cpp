@@ -68,8 +68,9 @@ LinkHost::Position LinkHost::takePosition(const std::vector<std::string>& links)
 
 void LinkHost::openModel() {
     model_ = TranslateViewModel::make(ViewModelServices::real(main_));
+    handler_.credentials = model_->services().credentials;
     handler_.viewModel = model_;
-    checks_ = model_->isLoggedIn() ? 1 : 0;
+    checks_ = 1;  // whether somebody is signed in
     QObject::connect(model_.get(), &TranslateViewModel::isLoggedInChanged, [this] {
         // Every sign-in is followed by a check.
         checks_ += model_->isLoggedIn() ? 1 : 0;

@@ -20,7 +20,7 @@ constexpr std::chrono::seconds stopLimit{1};
 
 TarnApp::TarnApp(ViewModelServices services, MainWindowLoader& loader)
     : vm_(TranslateViewModel::make(services)),
-      onboarding_(std::make_shared<OnboardingCoordinator>(services.defaults)),
+      onboarding_(std::make_shared<OnboardingCoordinator>(services.defaults, services.credentials)),
       appearance_(services.session.main),
       loader_(loader),
       appDelegate_(loader.engine(), services) {
@@ -111,6 +111,7 @@ void TarnApp::activate() {
 
 void TarnApp::openUrls(const std::vector<std::string>& urls) {
     auto& handler = appDelegate_.urlSchemeHandler();
+    handler.credentials = vm_->services().credentials;
     handler.viewModel = vm_;
     handler.onboarding = onboarding_;
     for (const auto& url : urls) {

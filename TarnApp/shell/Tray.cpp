@@ -31,7 +31,7 @@ TrayContent Tray::content() const {
     content.tooltip = text(isRunning ? LocKey::statusRunning : LocKey::statusIdle);
     content.pictures = trayPictures(isRunning);
     content.rows = {
-        {.id = "start", .label = text(LocKey::start), .isEnabled = !isRunning && vm_.isLoggedIn()},
+        {.id = "start", .label = text(LocKey::start), .isEnabled = !isRunning && !vm_.isSignedOut()},
         {.id = "stop", .label = text(LocKey::stop), .isEnabled = isRunning},
         {},
         {.id = "mini-mode", .label = shellText(ShellText::trayMiniMode), .isChecked = vm_.miniMode()},

@@ -17,7 +17,9 @@ class OnboardingTest : public testing::Test {
 protected:
     explicit OnboardingTest(bool signedIn = false) {
         world.renew(signedIn);
-        coordinator = std::make_shared<OnboardingCoordinator>(world.sessions().defaults);
+        coordinator = std::make_shared<OnboardingCoordinator>(world.sessions().defaults,
+                                                              world.vm()->services().credentials);
+        world.settle();
     }
 
     std::string setting(const char* key) { return world.setting(key).toString().toStdString(); }

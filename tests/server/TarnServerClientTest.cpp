@@ -30,8 +30,8 @@ protected:
     std::shared_ptr<TarnServerClient> clientOf(const std::string& base,
                                                PlainHttp plainHttp = PlainHttp::onlyLoopback) {
         return std::make_shared<RealTarnServerClient>(
-            Url::parse(base).value(), [this] { return pat_; }, HttpSession::make(network_), network_,
-            plainHttp);
+            Url::parse(base).value(), [this] { return fixedPat(pat_)(); }, HttpSession::make(network_),
+            network_, plainHttp);
     }
     std::string base(const std::string& path = "/tarn") const {
         return "http://127.0.0.1:" + std::to_string(server_->port()) + path;

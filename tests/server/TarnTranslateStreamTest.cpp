@@ -20,8 +20,8 @@ class TarnTranslateStreamTest : public testing::Test {
 protected:
     ServerResult<std::shared_ptr<TarnTranslateStream>> open(const TestService& service) {
         const auto base = Url::parse("http://127.0.0.1:" + std::to_string(service.port()) + "/tarn").value();
-        const auto client = std::make_shared<RealTarnServerClient>(
-            base, [] { return std::optional<std::string>("secret"); }, HttpSession::make(network_), network_);
+        const auto client = std::make_shared<RealTarnServerClient>(base, fixedPat("secret"),
+                                                                   HttpSession::make(network_), network_);
         return run(client->openTranslateStream("", "de", "Cherry", "always", 900));
     }
     template <typename T>

@@ -20,21 +20,24 @@ using namespace std::chrono_literals;
 
 class AccountFaultsTest : public testing::Test {
 protected:
-    AccountFaultsTest() { Keychain::useStore(std::make_shared<test::MemorySecretStore>()); }
+    AccountFaultsTest() { Keychain::useStore(secrets_); }
     ~AccountFaultsTest() override {
         model_.reset();
         Keychain::useStore(nullptr);
     }
 
     void make(std::uint16_t port) {
-        Keychain::set("token", Keychain::Account::pat);
+        if (!secrets_->fault) {
+            Keychain::set("token", Keychain::Account::pat);
+        }
         ViewModelServices services;
         services.session = world_.services();
         services.defaults = world_.defaults;
-        services.makeServerClient = [this, port] {
+        services.credentials = Credentials::make(services.session.main, services.session.main, "server");
+        services.makeServerClient = [this, port](const PatProvider& pat) {
             return std::make_shared<RealTarnServerClient>(
-                Url::parse("http://127.0.0.1:" + std::to_string(port) + "/tarn").value(),
-                [] { return Keychain::get(Keychain::Account::pat); }, HttpSession::make(network_), network_);
+                Url::parse("http://127.0.0.1:" + std::to_string(port) + "/tarn").value(), pat,
+                HttpSession::make(network_), network_);
         };
         services.inputs = [] { return std::vector<AudioInputDevice>(); };
         services.availableApps = noApps;
@@ -50,6 +53,7 @@ protected:
     }
 
     test::LogCapture log_;
+    std::shared_ptr<test::MemorySecretStore> secrets_ = std::make_shared<test::MemorySecretStore>();
     test::SessionWorld world_;
     NetworkContext network_{world_.main.get_executor(), world_.clock, {}, TlsTrust::system()};
     std::shared_ptr<TranslateViewModel> model_;
@@ -60,13 +64,13 @@ constexpr const char* noStream = "The operation couldn’t be completed. (TarnSe
 TEST_F(AccountFaultsTest, ARefusedTokenSignsOut) {
     test::TestService server(network_, 401);
     make(server.port());
-    until("the check is answered", [this] { return !model_->isLoggedIn(); });
+    until("the check is answered", [this] { return model_->isSignedOut(); });
     EXPECT_EQ(session().errorMessage(), "Session expired — please sign in again");
     EXPECT_EQ(session().state(), ConnectionState::idle());
 
     make(server.port());
     start();  // asks for a stream before the check is answered
-    until("the refusal is seen", [this] { return !model_->isLoggedIn(); });
+    until("the refusal is seen", [this] { return model_->isSignedOut(); });
     EXPECT_EQ(Keychain::get(Keychain::Account::pat), std::nullopt);
     // Refused at the stream's door, or not even sent, if the check's answer came first.
     EXPECT_THAT(session().state().reason(),
@@ -102,6 +106,55 @@ TEST_F(AccountFaultsTest, OtherAnswersAndSilenceLeaveTheUserSignedInAndAStartSho
         EXPECT_EQ(session().errorMessage(), noStream);
         EXPECT_TRUE(model_->isLoggedIn());
     }
+}
+
+TEST_F(AccountFaultsTest, AKeyringThatCannotBeReadTakesNothingAwayAndAStartCanBeRepeated) {
+    test::TestService server(network_);
+    for (const auto fault :
+         {SecretFault::locked, SecretFault::timedOut, SecretFault::unavailable, SecretFault::refused}) {
+        for (const bool isKnown : {false, true}) {
+            SCOPED_TRACE(std::to_string(static_cast<int>(fault)) +
+                         (isKnown ? ", in a run" : ", at the start"));
+            secrets_->fault.reset();
+            if (!isKnown) {
+                Keychain::set("token", Keychain::Account::pat);
+                secrets_->fault = fault;
+            }
+            make(server.port());
+            world_.settle();
+            secrets_->fault = fault;
+            EXPECT_FALSE(model_->isSignedOut());
+            model_->startAll();
+            if (isKnown) {  // from memory
+                until("it runs", [this] { return session().state() == ConnectionState::running(); });
+            } else {
+                until("the start is decided", [this] { return !model_->anyRunning(); });
+                EXPECT_EQ(session().state().kind(), ConnectionState::Case::error);
+                EXPECT_NE(session().errorMessage(), "Sign in to start translating");
+            }
+            EXPECT_FALSE(model_->isSignedOut());
+            secrets_->fault.reset();
+            EXPECT_EQ(Keychain::get(Keychain::Account::pat), "token");
+            if (!isKnown) {
+                model_->startAll();
+                until("it runs", [this] { return session().state() == ConnectionState::running(); });
+            }
+            model_->stopAll();
+            until("it has stopped", [this] { return session().state() == ConnectionState::idle(); });
+        }
+    }
+}
+
+TEST_F(AccountFaultsTest, AStartBeforeTheKeyringHasToldFindsThatNobodyIsSignedIn) {
+    test::TestService server(network_);
+    make(server.port());
+    Keychain::remove(Keychain::Account::pat);
+    model_->startAll();
+    EXPECT_FALSE(model_->isSignedOut());
+    until("the start is decided", [this] { return !model_->anyRunning(); });
+    EXPECT_TRUE(model_->isSignedOut());
+    EXPECT_EQ(session().state(), ConnectionState::error("not signed in"));
+    EXPECT_EQ(session().errorMessage(), "Sign in to start translating");
 }
 
 }  // namespace

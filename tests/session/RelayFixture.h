@@ -53,8 +53,8 @@ public:
 
     std::shared_ptr<TarnServerClient> client() {
         const auto base = Url::parse("http://127.0.0.1:" + std::to_string(road->port()) + "/tarn").value();
-        return std::make_shared<RealTarnServerClient>(
-            base, [this] { return std::optional(token); }, HttpSession::make(context()), context());
+        return std::make_shared<RealTarnServerClient>(base, fixedPat(token), HttpSession::make(context()),
+                                                      context());
     }
     std::uint16_t port() const { return server_->port(); }
     /// As its health report has it.

@@ -56,7 +56,7 @@ protected:
         Keychain::set(relay_.token, Keychain::Account::pat);
         auto services = ViewModelServices::real(main_.get_executor());
         services.defaults = UserDefaults::open(folder_.file("settings.json"));
-        services.makeServerClient = [this] { return relay_.client(); };
+        services.makeServerClient = [this](const PatProvider&) { return relay_.client(); };
         model_ = TranslateViewModel::make(std::move(services));
     }
     ~SessionGraphTest() override {

@@ -181,6 +181,11 @@ Task<ServerResult<UserAccount>> ScriptedClient::fetchMe() {
 
 Task<ServerResult<EmptyResponse>> ScriptedClient::logout() {
     ++logouts;
+    if (pat && tokensEnded != nullptr) {
+        auto asking = pat();
+        const TokenResult token = co_await std::move(asking);
+        tokensEnded->push_back(token.value_or(std::nullopt).value_or("none"));
+    }
     co_await logoutBarrier.passed();
     co_return loggedOut();
 }

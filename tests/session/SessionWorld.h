@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "TarnApp/server/PatProvider.h"
 #include "TarnApp/session/TranslateSession.h"
 #include "TarnPlatform/rendering/AudioPlayerNode.h"
 #include "core_audio/FakeEngine.h"
@@ -70,6 +71,8 @@ public:
 
     std::function<ServerResult<UserAccount>()> account = [] { return UserAccount{"u1", "ada@example.org"}; };
     std::function<ServerResult<EmptyResponse>()> loggedOut = [] { return EmptyResponse{}; };
+    PatProvider pat;  ///< whose token a sign-out ends; none: nobody looks
+    std::vector<std::string>* tokensEnded = nullptr;
     Barrier accountBarrier;
     Barrier logoutBarrier;
     int logouts = 0;

@@ -10,6 +10,7 @@
 #include "TarnApp/server/Keychain.h"
 #include "TarnApp/session/URLSchemeHandler.h"
 #include "support/LogCapture.h"
+#include "support/RunTask.h"
 
 namespace tarn {
 namespace {
@@ -34,10 +35,15 @@ protected:
         ViewModelServices services;
         services.session = world_.services();
         services.defaults = world_.defaults;
-        services.makeServerClient = [this] {
+        services.credentials = credentials_ =
+            Credentials::make(services.session.main, services.session.main, server_);
+        services.makeServerClient = [this](const PatProvider& pat) {
             ++clientsMade_;
             client_ = std::make_shared<test::ScriptedClient>(world_);
             client_->account = account_;
+            client_->logoutBarrier.isClosed = logoutIsHeld_;
+            client_->pat = pat;
+            client_->tokensEnded = &tokensEnded_;
             return client_;
         };
         services.inputs = [] { return std::vector<AudioInputDevice>{{"mic-1", "Microphone", 1}}; };
@@ -82,7 +88,11 @@ protected:
     std::shared_ptr<test::ScriptedClient> client_;
     int clientsMade_ = 0;
     Result<void> mayOpenSignInPage_;
+    bool logoutIsHeld_ = false;
+    std::vector<std::string> tokensEnded_;
     int authLost_ = 0;
+    std::string server_ = "https://tarn.example";
+    std::shared_ptr<Credentials> credentials_;
     std::shared_ptr<TranslateViewModel> model_;
 };
 
@@ -342,38 +352,71 @@ TEST_F(ViewModelTest, SignsOutWhateverTheServerSays) {
     for (const bool reached : {true, false}) {
         auto& model = makeSignedIn();
         const auto client = client_;
-        if (!reached) {
-            client->loggedOut = [] {
-                return ServerResult<EmptyResponse>(
-                    std::unexpected(TarnServerError::transport(Error{ErrorKind::connection, "down"})));
-            };
-        }
         authLost_ = 0;
-        client->logoutBarrier.isClosed = true;
+        logoutIsHeld_ = !reached;
         model.signOut();
-        model.signOut();
+        EXPECT_FALSE(model.isLoggedIn()) << "at once";
         world_.settle();
-        EXPECT_TRUE(model.isLoggedIn()) << "not before the server has had its chance";
-        client->logoutBarrier.open();
-        world_.settle();
-        EXPECT_GE(client->logouts, 1);
-        EXPECT_FALSE(model.isLoggedIn());
-        EXPECT_FALSE(hasCredentials());
+        EXPECT_FALSE(hasCredentials()) << "before the server has answered";
+        EXPECT_EQ(Keychain::get(server), std::nullopt);
         EXPECT_EQ(model.account(), std::nullopt);
-        EXPECT_EQ(authLost_, 1) << "two clicks are one sign-out";
+        EXPECT_EQ(authLost_, 1);
         EXPECT_NE(model.serverClient(), client);
+        world_.pass(4999ms);
+        EXPECT_EQ(model.toastMessage(), std::nullopt);
+        world_.pass(1ms);
+        EXPECT_EQ(model.toastMessage(),
+                  reached ? std::nullopt
+                          : std::optional<std::string>("Signed out here. The server could not be told."));
+        logoutIsHeld_ = false;
     }
+    EXPECT_EQ(tokensEnded_, (std::vector<std::string>{"token", "token"}));
     auto& model = makeSignedIn();
-    client_->logoutBarrier.isClosed = true;
-    const auto client = client_;
+    logoutIsHeld_ = true;
     model.signOut();
     world_.settle();
-    Keychain::set("newer", pat);
+    credentials_->signIn("newer", std::nullopt);
     model.handleLoginSucceeded();
-    client->logoutBarrier.open();
-    world_.settle();
+    world_.pass(6s);
     EXPECT_EQ(Keychain::get(pat), "newer") << "a slow sign-out leaves the next user alone";
     EXPECT_TRUE(model.isLoggedIn());
+}
+
+TEST_F(ViewModelTest, ASignOutThatTheKeyringDoesNotTakeIsToldOf) {
+    auto& model = makeSignedIn();
+    secrets_->fault = SecretFault::timedOut;
+    model.signOut();
+    world_.settle();
+    EXPECT_FALSE(model.isLoggedIn());
+    EXPECT_EQ(model.toastMessage(),
+              "Signed out, but the keyring did not delete the sign-in: it is back at the next start");
+    secrets_->fault.reset();
+    model.startAll();
+    world_.settle();
+    EXPECT_EQ(states(), "error(not signed in) ") << "it does not come back from the keyring";
+}
+
+TEST_F(ViewModelTest, ASourceThatRunsAtTheSignOutEndsWithoutAComplaint) {
+    auto& model = makeSignedIn();
+    model.startAll();
+    world_.settle();
+    model.signOut();
+    world_.streams.front().lock()->events().push(translate::Unauthorized{});
+    world_.settle();
+    EXPECT_EQ(states(), "idle ");
+    EXPECT_EQ(model.sessions()[0]->errorMessage(), std::nullopt);
+    EXPECT_EQ(world_.streamsOpen, 0);
+}
+
+TEST_F(ViewModelTest, ATokenThatHasVanishedFromTheKeyringSignsOut) {
+    auto& model = makeSignedIn();
+    Keychain::remove(pat);
+    world_.settle();
+    EXPECT_TRUE(model.isLoggedIn());
+    static_cast<void>(test::runTask(world_.main, credentials_->token()));
+    world_.settle();
+    EXPECT_FALSE(model.isLoggedIn());
+    EXPECT_EQ(model.sessions()[0]->errorMessage(), "Session expired — please sign in again");
 }
 
 TEST_F(ViewModelTest, ARefusedTokenInARunSignsOutAndLeavesOtherSessionsRunning) {
@@ -453,16 +496,17 @@ TEST_F(ViewModelTest, OpensNoSignInPageOfAnotherUser) {
 
 TEST_F(ViewModelTest, EndsItsTasksQuietlyWhenItGoes) {
     auto& model = makeSignedIn();
-    client_->accountBarrier.isClosed = client_->logoutBarrier.isClosed = true;
+    client_->accountBarrier.isClosed = logoutIsHeld_ = true;
     const auto client = client_;
     model.handleLoginSucceeded();
     model.refreshApps();
     model.signOut();
+    const auto leaving = client_;
     model.startAll();
     model_.reset();
     world_.settle();
     client->accountBarrier.open();
-    client->logoutBarrier.open();
+    leaving->logoutBarrier.open();
     world_.settle();
     EXPECT_EQ(world_.streamsOpen, 0);
     EXPECT_EQ(world_.enginesRunning, 0);
@@ -479,6 +523,7 @@ protected:
 
     UrlSchemeTest() {
         make();
+        handler_.credentials = credentials_;
         handler_.viewModel = model_;
         handler_.onboarding = follower_;
         handler_.bringToFront = [this] { ++activated_; };
@@ -520,13 +565,21 @@ TEST_F(UrlSchemeTest, SignsInWithTheFirstTokenOfALogin) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.url.substr(0, 80));
         handler_.handle("tarn://logout");
+        world_.settle();
         activated_ = 0;
-        open(c.url);
-        EXPECT_TRUE(stored() == c.stored) << stored().substr(0, 80);
+        handler_.handle(c.url);
+        client_->accountBarrier.isClosed = true;
+        world_.settle();
+        const std::string storedAtOnce = stored();
+        client_->accountBarrier.open();
+        world_.settle();
+        EXPECT_TRUE(storedAtOnce == c.stored) << storedAtOnce.substr(0, 80);
+        EXPECT_EQ(Keychain::get(userEmail), "ada@example.org") << "as the server says";
         EXPECT_TRUE(model_->isLoggedIn());
         EXPECT_EQ(follower_->isLoggedIn, true);
         EXPECT_EQ(activated_, 1);
         EXPECT_EQ(model_->account()->userId, "u1") << "checked anew";
+        EXPECT_EQ(model_->toastMessage(), "Signed in as ada@example.org") << "whatever the link says";
     }
 }
 

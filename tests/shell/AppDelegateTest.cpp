@@ -64,8 +64,8 @@ protected:
     QGuiApplication& application_ = application();
     ViewWorld world_;
     LocalizationManager language_;
-    std::shared_ptr<OnboardingCoordinator> coordinator_ =
-        std::make_shared<OnboardingCoordinator>(world_.vm()->services().defaults);
+    std::shared_ptr<OnboardingCoordinator> coordinator_ = std::make_shared<OnboardingCoordinator>(
+        world_.vm()->services().defaults, world_.vm()->services().credentials);
     QQmlEngine engine_;
     QQuickWindow window_;
     std::unique_ptr<AppDelegate> delegate_;
@@ -101,7 +101,8 @@ TEST_F(AppDelegateTest, BringsTheMainWindowBackWhenOnboardingIsClosedAndAsksAgai
     QCoreApplication::processEvents();
     EXPECT_TRUE(window_.isVisible());
     EXPECT_EQ(terminations_, 0);
-    EXPECT_TRUE(OnboardingCoordinator(world_.vm()->services().defaults).shouldShowOnboarding());
+    EXPECT_TRUE(OnboardingCoordinator(world_.vm()->services().defaults, world_.vm()->services().credentials)
+                    .shouldShowOnboarding());
 }
 
 TEST_F(AppDelegateTest, ReopensTheOneOnboardingWindowWheneverTheUserAsks) {

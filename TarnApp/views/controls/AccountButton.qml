@@ -3,7 +3,7 @@ import Tarn.Controls
 import Tarn.Model
 import Tarn.Style
 
-/// Signs in; once signed in, opens the account's panel.
+/// Signs in; unless signed out, opens the account's panel.
 Item {
     id: root
 
@@ -11,12 +11,12 @@ Item {
     required property QtObject onboarding   ///< its `manuallyReopened` is set
     readonly property alias showPopover: popover.opened
 
-    implicitWidth: vm.isLoggedIn ? account.implicitWidth : signIn.implicitWidth
-    implicitHeight: vm.isLoggedIn ? account.implicitHeight : signIn.implicitHeight
+    implicitWidth: vm.isSignedOut ? signIn.implicitWidth : account.implicitWidth
+    implicitHeight: vm.isSignedOut ? signIn.implicitHeight : account.implicitHeight
 
     PushButton {
         id: signIn
-        visible: !root.vm.isLoggedIn
+        visible: root.vm.isSignedOut
         anchors.verticalCenter: parent.verticalCenter
         symbol: "person.crop.circle.badge.plus"
         text: Loc.signIn
@@ -24,7 +24,7 @@ Item {
     }
     SymbolButton {
         id: account
-        visible: root.vm.isLoggedIn
+        visible: !root.vm.isSignedOut
         anchors.verticalCenter: parent.verticalCenter
         symbol: "person.crop.circle"
         trailingSymbol: "chevron.down"

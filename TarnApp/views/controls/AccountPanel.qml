@@ -3,7 +3,7 @@ import Tarn.Controls
 import Tarn.Model
 import Tarn.Style
 
-/// Whether the user is signed in, and what concerns the account.
+/// Whether the user is signed in, as far as that is known, and what concerns the account.
 MenuColumn {
     id: root
 
@@ -20,7 +20,7 @@ MenuColumn {
     }
     MenuRow {
         kind: "heading"
-        text: root.vm.isLoggedIn ? Loc.signedIn : Loc.notSignedIn
+        text: root.vm.isLoggedIn ? Loc.signedIn : root.vm.isSignedOut ? Loc.notSignedIn : Loc.account
     }
     MenuRow {
         kind: "divider"

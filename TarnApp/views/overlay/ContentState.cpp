@@ -67,7 +67,7 @@ int ContentState::conversationMinWidth() const {
 }
 
 bool ContentState::startDisabled() const {
-    return viewModel_ != nullptr && !viewModel_->isLoggedIn() && !viewModel_->anyRunning();
+    return viewModel_ != nullptr && viewModel_->isSignedOut() && !viewModel_->anyRunning();
 }
 
 bool ContentState::isConnecting() const {

@@ -50,7 +50,7 @@ Item {
             tint: root.vm.anyRunning ? Theme.danger : Theme.accent
             tintInk: root.vm.anyRunning ? Theme.dangerInk : Theme.accentInk
             enabled: !root.contentState.startDisabled
-            help: root.vm.isLoggedIn ? Loc.helpStartStop : Loc.helpSignInToStart
+            help: root.vm.isSignedOut ? Loc.helpSignInToStart : Loc.helpStartStop
             onClicked: root.vm.anyRunning ? root.vm.stopAll() : root.vm.startAll()
         }
         SymbolButton {

@@ -64,7 +64,8 @@ void ViewWorld::renew(bool signedIn) {
     ViewModelServices services;
     services.session = world_->services();
     services.defaults = world_->defaults;
-    services.makeServerClient = [this] { return makeClient(*world_, tokenRefused_); };
+    services.credentials = Credentials::make(services.session.main, services.session.main, "server");
+    services.makeServerClient = [this](const PatProvider&) { return makeClient(*world_, tokenRefused_); };
     services.inputs = [this] { return mics_; };
     services.availableApps = [this] { return listApps(*this); };
     services.webBase = Url::parse("https://tarn.example/site").value();
