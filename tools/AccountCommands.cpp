@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iostream>
 
+#include "HiddenInput.h"
 #include "RunServices.h"
 #include "TarnApp/server/AccessToken.h"
 #include "TarnApp/server/Credentials.h"
@@ -14,6 +15,7 @@ namespace {
 
 /// The first line of standard input without surrounding blanks, or nothing where it cannot be a token.
 std::optional<std::string> readToken() {
+    const HiddenInput hidden("access token: ");
     std::string line(longestToken + 2, '\0');
     std::cin.getline(line.data(), static_cast<std::streamsize>(line.size()));
     // The count tells a zero byte in the line from its end; it includes a line feed that was taken.

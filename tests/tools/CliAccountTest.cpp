@@ -1,9 +1,16 @@
 // Arguments, sign-in and exit statuses of the command line.
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <pty.h>
+#include <termios.h>
+#include <unistd.h>
 
+#include <array>
 #include <filesystem>
+#include <utility>
 
 #include "CliFixture.h"
+#include "support/Blackhole.h"
 
 namespace tarn {
 namespace {
@@ -65,6 +72,49 @@ TEST_F(CliAccount, SignsInShowsItAndSignsOut) {
     const auto again = start({"login", "--token-stdin"}, issued);
     EXPECT_EQ(again->wait(), 3);
     EXPECT_THAT(again->err(), HasSubstr("refused"));
+}
+
+TEST_F(CliAccount, SendsATokenToNoOtherServerAndSignsOutThereNobody) {
+    startRelay("");
+    const auto issued = world.write("token", token + "\n");
+    token.clear();
+    ASSERT_EQ(start({"login", "--token-stdin"}, issued)->wait(), 0);
+    const test::Blackhole other("127.0.0.1");  // whoever is asked there waits
+    const auto own = std::exchange(server, "http://127.0.0.1:" + std::to_string(other.port()) + "/tarn");
+    const auto status = start({"status"});
+    EXPECT_EQ(status->wait(), 3);
+    EXPECT_THAT(status->out(), HasSubstr("not signed in here, but at " + own.substr(0, own.rfind('/'))));
+    const auto logout = start({"logout"});
+    EXPECT_EQ(logout->wait(), 0);
+    EXPECT_THAT(logout->err(), HasSubstr("is kept"));
+    server = own;
+    EXPECT_EQ(start({"status"})->wait(), 0);
+    relay.reset();
+    const auto untold = start({"logout"});
+    EXPECT_EQ(untold->wait(), 0);
+    EXPECT_THAT(untold->err(), HasSubstr("could not be told"));
+    EXPECT_EQ(untold->out(), "signed out\n");
+    EXPECT_EQ(start({"status"})->wait(), 3);
+}
+
+TEST_F(CliAccount, ShowsNothingOfATokenThatIsTyped) {
+    int terminal = -1;
+    std::array<char, 64> name{};
+    int typed = -1;
+    ASSERT_EQ(::openpty(&typed, &terminal, name.data(), nullptr, nullptr), 0);
+    const auto login = start({"login", "--token-stdin"}, name.data());
+    login->waitForError("access token: ");
+    ASSERT_EQ(::write(typed, "se cret\n", 8), 8);
+    EXPECT_EQ(login->wait(), 1);
+    ::fcntl(typed, F_SETFL, O_NONBLOCK);
+    std::string echoed(100, '\0');
+    const auto size = ::read(typed, echoed.data(), echoed.size());
+    EXPECT_LE(size, 0) << echoed;
+    termios now{};
+    ASSERT_EQ(::tcgetattr(terminal, &now), 0);
+    EXPECT_NE(now.c_lflag & ECHO, 0U) << "as it was before";
+    ::close(terminal);
+    ::close(typed);
 }
 
 TEST_F(CliAccount, TakesNoTokenThatCannotBeOne) {
