@@ -11,6 +11,7 @@
 #include "Arguments.h"
 #include "EndSignals.h"
 #include "Fonts.h"
+#include "LinkHandover.h"
 #include "LinkHost.h"
 #include "MainWindowLoader.h"
 #include "Renderer.h"
@@ -119,7 +120,17 @@ int carryOutLinks(char** argv, const Arguments& arguments) {
 int start(int argc, char** argv) {
     // A reader that goes away shows as a failed write, not as the end of the process.
     std::signal(SIGPIPE, SIG_IGN);
-    const auto arguments = readArguments(takeArguments(argc, argv));
+    auto words = takeArguments(argc, argv);
+    const bool isHandedOver = words == std::vector<std::string>{LinkHandover::argument};
+    const auto arguments = readArguments(isHandedOver ? LinkHandover::take() : words);
+    if (!isHandedOver && arguments.task == Arguments::Task::links &&
+        LinkHandover::isNeeded(arguments.links)) {
+        if (const auto started = LinkHandover::start(arguments.links)) {
+            return 0;
+        } else {
+            logLine("[tarn] the link stays in sight: " + started.error().description);
+        }
+    }
     if (arguments.task == Arguments::Task::wrong) {
         logLine("tarn: " + arguments.complaint);
         return 2;

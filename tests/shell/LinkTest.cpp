@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "TarnPlatform/secrets/SecretServiceStore.h"
+#include "support/Blackhole.h"
 #include "support/Program.h"
 #include "support/keyring/PrivateKeyring.h"
 
@@ -48,7 +49,7 @@ protected:
 
     std::unique_ptr<Program> start(std::vector<std::string> arguments,
                                    const std::string& program = "tarn") const {
-        arguments.insert(arguments.begin(), binary(program));
+        arguments.insert(arguments.begin(), program.starts_with('/') ? program : binary(program));
         return std::make_unique<Program>(
             Program::Setup{std::move(arguments),
                            {{"DBUS_SESSION_BUS_ADDRESS", std::getenv("DBUS_SESSION_BUS_ADDRESS")},
@@ -124,6 +125,17 @@ TEST_F(LinkTest, KeepsTheTokenWhenTheServerCannotBeAsked) {
     EXPECT_THAT(outcome.said, HasSubstr("[vm] account check failed"));
     EXPECT_THAT(outcome.said, Not(HasSubstr("abc")));
     EXPECT_EQ(stored("pat"), "abc");
+}
+
+TEST_F(LinkTest, LeavesNoTokenInTheCommandLineOfWhoStartedIt) {
+    const Blackhole silent("127.0.0.1");  // the account's check is under way meanwhile
+    server_ = "http://127.0.0.1:" + std::to_string(silent.port()) + "/tarn";
+    // A shell that waits for the program with the link, as xdg-open does.
+    const auto opener =
+        start({"-c", "\"$0\" \"$1\"; echo over", binary("tarn"), "tarn://login?token=abc"}, "/bin/sh");
+    opener->waitForOutput("over");
+    EXPECT_TRUE(isStoredSoon("abc"));
+    EXPECT_EQ(stored("server"), server_.substr(0, server_.rfind('/')));
 }
 
 TEST_F(LinkTest, IgnoresWhatIsNoSignIn) {
