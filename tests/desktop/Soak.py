@@ -1,6 +1,7 @@
 #!/usr/bin/python3
-"""The program with two sources for long, while everything around it dies and comes back at random moments. Prints a table
-of what its user saw, read from the window as a screen reader sees it. Run by scripts/soak.
+"""The program with two sources for long, while everything around it dies and comes back at random moments. Prints a
+table of what its user saw, read from the window as a screen reader sees it. What was said before the healing of a fault
+is no sign of recovery, and the translation must be heard, too. Run by scripts/soak.
 
 Usage: Soak.py FOLDER-OF-PROGRAMS [--minutes N] [--seed S] [--fault NAME…] [--table FILE]"""
 
@@ -18,26 +19,35 @@ import time
 from pathlib import Path
 
 from Desktop import Application, run, start_accessibility, until, window
+from Sound import SENTENCES
 from Surroundings import Surroundings
 
 SEEN_WITHIN = 2.0       # seconds from a fault to its text
 ANSWERS_WITHIN = 1.0    # seconds that a look at the program may take
-FLOWS_WITHIN = 60.0     # seconds from the healing to the next translation of each source
+FLOWS_WITHIN = 60.0     # seconds from the healing until each source translates what is said since, and is heard
+FLAT_WITHIN = 2.0       # MiB by which memory may change in the second half
 TEXTS = dict(re.findall(r'TARN_SESSION_FAULT\((\w+), "([^"]*)"',
                         (Path(__file__).parents[2] / "TarnApp/session/SessionHealthTexts.h").read_text()))
-SENTENCES = ("the meeting will begin in ten minutes", "thank you very much for your help today",
-             "the doctor will see you in half an hour", "i would like a cup of coffee and some water")
+STATES = ("Idle", "Connecting", "Running", "Stopping", "Error")
+
+
+def shown_in(light):
+    """The texts of health that it has, whatever they fill in."""
+    return {text for text in TEXTS.values() if re.search(re.escape(text).replace("%1", ".+"), light)}
 
 
 class Fault:
-    """Something that goes wrong. `texts`: the cases of a session's health, one of which is to be seen in time; none:
-    the user need not notice."""
+    """Something that goes wrong. `texts`: the cases of a session's health, one of which each of the `sources` that have
+    the fault is to show in time; none: the user need not notice. `meanwhile`: what the user does in it. `lasts`: from
+    how many seconds to how many."""
 
-    def __init__(self, name, texts, strike, heal):
+    def __init__(self, name, texts, strike, heal, sources=(0, 1), meanwhile=None,
+                 lasts=(3, 12)):
         self.name, self.texts, self.strike, self.heal = name, [TEXTS[text] for text in texts], strike, heal
+        self.sources, self.meanwhile, self.lasts = sources, meanwhile, lasts
 
 
-def faults(around, tarn):
+def faults(around, tarn, user):
     def kill(*programs):
         return lambda: [one.kill() for one in programs]
 
@@ -47,16 +57,10 @@ def faults(around, tarn):
     def go_on(*programs):
         return lambda: [one.signal(signal.SIGCONT) for one in programs]
 
-    def audio_again():
-        around.wireplumber.kill()
-        around.microphone.kill()
-        around.start_audio()
-
     def manager_again():
-        # WirePlumber 0.4 that comes back while something plays gives no ports to anything new, whoever it is. What
-        # helps on any desktop is to start both again.
-        around.pipewire.kill()
-        audio_again()
+        # What plays while WirePlumber 0.4 comes back blocks it until it is started again.
+        around.start_manager()
+        around.start_sound()
 
     def suspend():
         tarn.send_signal(signal.SIGSTOP)
@@ -71,12 +75,15 @@ def faults(around, tarn):
         Fault("relay hangs", ["connectionStalled"], pause(around.relay), go_on(around.relay)),
         Fault("network cut", ["connectionLost"], around.network.cut, around.network.mend),
         Fault("network swallows all", ["connectionStalled"], around.network.swallow, around.network.mend),
-        Fault("PipeWire killed", ["soundServerGone"], kill(around.pipewire), audio_again),
+        *([Fault("network slow", ["connectionSlow"], lambda: around.network.slow(25000), around.network.mend,
+                 lasts=(30, 45))] if "connectionSlow" in TEXTS else []),
+        Fault("PipeWire killed", ["soundServerGone"], kill(around.pipewire), around.start_audio),
         Fault("WirePlumber killed", ["soundManagerGone"], kill(around.wireplumber), manager_again),
         Fault("PipeWire and WirePlumber killed", ["soundServerGone"], kill(around.pipewire, around.wireplumber),
-              audio_again),
-        Fault("microphone gone", ["microphoneGone"], kill(around.microphone), around.start_microphone),
+              around.start_audio),
+        Fault("microphone gone", ["microphoneGone"], kill(around.microphone), around.start_microphone, sources=[1]),
         Fault("keyring killed", [], kill(around.keyring), around.start_keyring),
+        Fault("keyring hangs at Start", [], pause(around.keyring), go_on(around.keyring), meanwhile=user.start_again),
         Fault("machine suspended", [], suspend, wake),
     ]
 
@@ -96,18 +103,19 @@ class User:
         self.slowest = max(self.slowest, time.monotonic() - begin)
         return names
 
-    def health(self):
-        """The texts of health, each once; the light's own name has them all."""
-        return {text for name in self.look() for text in TEXTS.values() if text in name}
+    def lights(self):
+        """What the light of each source says: its state, and what is wrong beside it."""
+        lights = (name for name in self.look() if name.split(".")[0] in STATES)
+        return [(light.split(".")[0], shown_in(light)) for light in lights]
 
     def state(self):
-        return [name.split(".")[0] for name in self.look()
-                if name.split(".")[0] in ("Idle", "Connecting", "Running", "Stopping", "Error")]
+        return [state for state, _ in self.lights()]
 
     def translations(self):
-        """How many each source has had."""
+        """Numbers of the sentences that each source has translated."""
         lines = self.subtitles.read_text(errors="replace").splitlines()
-        return [sum(line.startswith(f"{source} translation:") for line in lines) for source in (1, 2)]
+        return [[next((number for number, (_, words) in enumerate(SENTENCES) if re.search(words, line, re.I)), None)
+                 for line in lines if line.startswith(f"{source} translation:")] for source in (1, 2)]
 
     def do(self, action):
         run("gapplication", "action", "com.ostrel.tarn", action, timeout=10)
@@ -119,8 +127,8 @@ class User:
 
 
 def memory(pid):
-    rollup = Path(f"/proc/{pid}/smaps_rollup").read_text()
-    return int(re.search(r"^Pss:\s+(\d+)", rollup, re.M).group(1)) / 1024
+    """MiB of the program's own: what no file and no other process has."""
+    return int(re.search(r"^RssAnon:\s+(\d+)", Path(f"/proc/{pid}/status").read_text(), re.M).group(1)) / 1024
 
 
 def descriptors(pid):
@@ -141,7 +149,7 @@ class Soak:
         random_source = random.Random(self.options.seed)
         begin = time.monotonic()
         end = begin + 60 * self.options.minutes
-        catalogue = faults(self.around, self.tarn)
+        catalogue = faults(self.around, self.tarn, self.user)
         if self.options.fault:
             catalogue = [fault for fault in catalogue if fault.name in self.options.fault]
         self.rest(60 if self.options.minutes >= 10 else 10)
@@ -149,7 +157,8 @@ class Soak:
         while time.monotonic() < end or (self.options.all and deck):
             if not deck:
                 deck = random_source.sample(catalogue, len(catalogue))  # each once before any twice
-            self.strike(deck.pop(), random_source.uniform(3, 12), time.monotonic() - begin)
+            fault = deck.pop()
+            self.strike(fault, random_source.uniform(*fault.lasts), time.monotonic() - begin)
             self.rest(random_source.uniform(2, 10))
         self.rest(60 if self.options.minutes >= 10 else 5)
         self.user.do("quit")
@@ -157,13 +166,12 @@ class Soak:
             self.missed.append(f"the program ended with {code}")
 
     def prepare(self):
-        self.speech()
         self.around.start()
         config = self.folder / "config/tarn"
         config.mkdir(parents=True)
         (config / "settings.json").write_text(json.dumps({
             "onboarding.done": True, "onboarding.step": "ready", "app.language": "en", "mode": "conversation",
-            "outputGain": 0.0, "session.0.silenceMs": 600, "session.1.silenceMs": 600,
+            "outputGain": 1.0, "session.0.silenceMs": 600, "session.1.silenceMs": 600,
             "session.0.captureSource": "system", "session.0.sourceLang": "en",
             "session.0.targetLang": "es", "session.1.captureSource": "mic", "session.1.sourceLang": "en",
             "session.1.targetLang": "es", "session.1.micDeviceUID": Surroundings.MICROPHONE,
@@ -173,9 +181,10 @@ class Soak:
         self.launcher = start_accessibility()
         programs = Path(self.options.programs)
         token = run(str(programs / "tarn-relay"), "issue-token", "ada@example.org").strip()
+        self.link = f"tarn://login?token={token}&user_email=ada@example.org"
         subtitles = self.folder / "subtitles"
         with open(subtitles, "w") as out, open(self.folder / "tarn.log", "w") as log:
-            self.tarn = subprocess.Popen([str(programs / "tarn"), f"tarn://login?token={token}&user_email=ada@example.org"],
+            self.tarn = subprocess.Popen([str(programs / "tarn"), self.link],
                                          stdout=out, stderr=log)
         until("the window", lambda: window("Tarn"))
         self.user = User(self.tarn, subtitles)
@@ -183,95 +192,132 @@ class Soak:
         self.user.do("start")
         until("both sources run", lambda: self.user.state() == ["Running", "Running"])
         until("both are translated", lambda: all(self.user.translations()), 60)
-
-    def speech(self):
-        parts = []
-        for number, sentence in enumerate(SENTENCES):
-            raw, padded = self.folder / f"{number}-raw.wav", self.folder / f"{number}.wav"
-            run("flite", "-voice", "slt", "-t", sentence, "-o", str(raw))
-            run("sox", "-q", str(raw), "-r", "16000", "-c", "1", "-b", "16", str(padded), "pad", "0.2", "1.2")
-            parts.append(str(padded))
-        run("sox", "-q", *parts, str(self.folder / "speech.wav"), "repeat", str(int(self.options.minutes * 60 / 12) + 30))
+        until("the dub", lambda: self.around.ear.last)
 
     def alive(self, what):
         if self.tarn.poll() is not None:
             raise AssertionError(f"{what}: the program is gone, exit status {self.tarn.returncode}")
-        if self.around.speech.process.poll() is not None and self.around.pipewire.process.poll() is None:
-            self.around.speak()
+        self.around.go_on_speaking()
 
     def rest(self, seconds):
         end = time.monotonic() + seconds
         while time.monotonic() < end:
             self.alive("at rest")
             self.user.look()
-            self.sizes.append((time.monotonic(), memory(self.tarn.pid), descriptors(self.tarn.pid), threads(self.tarn.pid)))
+            pid = self.tarn.pid
+            self.sizes.append((time.monotonic(), memory(pid), descriptors(pid), threads(pid)))
             time.sleep(min(2, max(0, end - time.monotonic())))
 
     def strike(self, fault, lasting, at):
         begin = time.monotonic()
         fault.strike()
-        seen, first = set(), None
+        seen, first = set(), {}
         struck = time.monotonic()
-        if fault.name != "machine suspended":
-            while time.monotonic() < begin + lasting:
-                now = self.user.health()
+        if fault.meanwhile:
+            fault.meanwhile()
+        while time.monotonic() < begin + lasting:
+            if fault.name == "machine suspended":  # which nobody looks at
+                time.sleep(lasting)
+                break
+            for source, (_, now) in enumerate(self.user.lights()):
                 seen |= now
-                if first is None and (now & set(fault.texts) or (not fault.texts and now)):
-                    first = time.monotonic() - begin
-                self.alive(fault.name)
-                time.sleep(0.05)
-        else:
-            time.sleep(lasting)
+                if now & set(fault.texts) or (not fault.texts and now):
+                    first.setdefault(source, time.monotonic() - begin)
+            self.alive(fault.name)
+            time.sleep(0.1)
         fault.heal()
         healed = time.monotonic()
+        flows, left, pressed = self.recover(fault, healed, seen)
+        missed = lambda what: self.missed.append(f"{at:.0f} s, {fault.name}: {what}")  # noqa: E731
+        for source in fault.sources if fault.texts else ():
+            if first.get(source, SEEN_WITHIN + 1) > SEEN_WITHIN:
+                said = f"said so after {first[source]:.1f} s" if source in first else "never said so"
+                missed(f"source {source + 1} {said}")
+        for what, when in flows.items():
+            if when is None:
+                missed(f"{what} within {FLOWS_WITHIN:.0f} s of the healing")
+        if left:
+            missed(f"still shown after the healing: {', '.join(sorted(left))}")
+        if not self.signed_in():
+            missed("signed out")
+            run(str(Path(self.options.programs) / "tarn"), self.link, timeout=20)
+            until("signed in again", self.signed_in)
+        if None in flows.values():
+            self.user.start_again()  # so that what comes next is not a consequence
+        self.rows.append((at, fault.name, struck - begin + lasting, "; ".join(sorted(seen)) or "nothing",
+                          max(first.values(), default=None), list(flows.values()), pressed))
+        print(self.line(self.rows[-1]), flush=True)
+
+    def recover(self, fault, healed, seen):
+        """When each source had translated something that was said after the healing, and when it was heard then; what
+        is still shown in the end, and whether Stop and Start were pressed."""
+        talkers = (self.around.speech, self.around.microphone)
+        before = [len(numbers) for numbers in self.user.translations()]
+        since = [talker.upcoming(healed) for talker in talkers]
+        flows = dict.fromkeys(("no translation of source 1", "no translation of source 2", "no dub"))
         pressed = False
-        before = self.user.translations()
-        flowing = [None, None]
-        while None in flowing and time.monotonic() < healed + FLOWS_WITHIN:
+        left = set()
+        while time.monotonic() < healed + FLOWS_WITHIN:
             self.alive(fault.name)
-            shown = self.user.health()
-            seen |= shown
-            states = self.user.state()
-            if not pressed and (TEXTS["connectionLost"] in shown or "Error" in states):
+            lights = self.user.lights()
+            left = set().union(*(now for _, now in lights))
+            seen |= left
+            if not pressed and (TEXTS["connectionLost"] in left or "Error" in (state for state, _ in lights)):
                 self.user.start_again()
                 pressed = True
-            for source, count in enumerate(self.user.translations()):
-                if flowing[source] is None and count > before[source]:
-                    flowing[source] = time.monotonic() - healed
+            for source, numbers in enumerate(self.user.translations()):
+                what = f"no translation of source {source + 1}"
+                # One that was said shortly before the healing would be of the other half of the round.
+                if flows[what] is None and any((number - since[source]) % len(SENTENCES) < len(SENTENCES) // 2
+                                               for number in numbers[before[source]:] if number is not None):
+                    flows[what] = time.monotonic() - healed
+            texts = [flows["no translation of source 1"], flows["no translation of source 2"]]
+            if flows["no dub"] is None and None not in texts and self.around.ear.last > healed + max(texts):
+                flows["no dub"] = self.around.ear.last - healed
+            if None not in flows.values():
+                break
             time.sleep(0.1)
-        left = self.user.health()
-        late = first is None or first > SEEN_WITHIN
-        if fault.texts and late:
-            self.missed.append(f"{at:.0f} s, {fault.name}: " + ("never seen" if first is None else f"seen after {first:.1f} s"))
-        if None in flowing:
-            self.missed.append(f"{at:.0f} s, {fault.name}: no translation within {FLOWS_WITHIN:.0f} s of the healing")
-        if left:
-            self.missed.append(f"{at:.0f} s, {fault.name}: still shown after the healing: {', '.join(sorted(left))}")
-        self.rows.append((at, fault.name, struck - begin + lasting, "; ".join(sorted(seen)) or "nothing", first,
-                          None if None in flowing else max(flowing), pressed))
-        print(self.line(self.rows[-1]), flush=True)
+        return flows, left, pressed
+
+    def signed_in(self):
+        return subprocess.run([str(Path(self.options.programs) / "tarn-cli"), "status"], stdout=subprocess.DEVNULL,
+                              stderr=subprocess.DEVNULL, timeout=30).returncode == 0
 
     @staticmethod
     def line(row):
         at, name, lasting, seen, first, flows, pressed = row
+        text, dub = (None if None in part else max(part) for part in (flows[:2], flows[2:]))
+        shown = lambda when: "never" if when is None else f"{when:.1f}"  # noqa: E731
         return (f"| {at:.0f} | {name} | {lasting:.1f} | {seen} | {'–' if first is None else f'{first:.2f}'} | "
-                f"{'never' if flows is None else f'{flows:.1f}'} | {'Stop, Start' if pressed else 'by itself'} |")
+                f"{shown(text)} | {shown(dub)} | {'Stop, Start' if pressed else 'by itself'} |")
+
+    def memory_curve(self):
+        """The middle of each minute; of a soak that is long enough, the second half must be flat."""
+        minutes = {}
+        for size in self.sizes:
+            minutes.setdefault(int((size[0] - self.sizes[0][0]) // 60), []).append(size[1])
+        curve = [sorted(values)[len(values) // 2] for _, values in sorted(minutes.items())]
+        half = curve[len(curve) // 2:]
+        if len(curve) >= 10 and max(half) - min(half) > FLAT_WITHIN:
+            self.missed.append(f"memory moved by {max(half) - min(half):.1f} MiB in the second half")
+        return (f"memory (RssAnon), MiB, each minute: {' '.join(f'{size:.1f}' for size in curve)}; "
+                f"second half from {min(half):.1f} to {max(half):.1f}")
 
     def table(self):
-        lines = ["| at (s) | fault | lasted (s) | the user saw | after (s) | translations again (s after healing) | how |",
-                 "|--:|---|--:|---|--:|--:|---|"]
+        lines = ["| at (s) | fault | lasted (s) | the user saw | after (s) | translations again (s after healing) | "
+                 "dub again | how |", "|--:|---|--:|---|--:|--:|--:|---|"]
         lines += [self.line(row) for row in self.rows]
         if self.sizes:
-            begin, last = self.sizes[0][0], self.sizes[-1][0]
             lines.append("")
-            for what, index, unit in (("PSS", 1, " MiB"), ("descriptors", 2, ""), ("threads", 3, "")):
+            lines.append(self.memory_curve())
+            begin, last = self.sizes[0][0], self.sizes[-1][0]
+            for what, index, unit in (("descriptors", 2, ""), ("threads", 3, "")):
                 early = [size[index] for size in self.sizes if size[0] <= begin + 60]
                 late = [size[index] for size in self.sizes if size[0] >= last - 60]
                 middle = lambda values: sorted(values)[len(values) // 2]  # noqa: E731
                 lines.append(f"{what}: {middle(early):.1f}{unit} in the first minute, {middle(late):.1f}{unit} in the last, "
                              f"{max(size[index] for size in self.sizes):.1f}{unit} at most")
-                allowed = {1: max(8.0, 0.1 * middle(early)), 2: 4, 3: 2}[index]
-                if middle(late) - middle(early) > allowed:
+                if middle(late) - middle(early) > {2: 4, 3: 2}[index]:
                     self.missed.append(f"{what} grew by {middle(late) - middle(early):.1f}{unit}")
             lines.append(f"slowest look at the whole window: {self.user.slowest:.2f} s")
             if self.user.slowest > ANSWERS_WITHIN:

@@ -1,20 +1,26 @@
-"""What the program needs around it, each part to be killed and brought back: audio server, session manager, a microphone
-that hears the loudspeaker, keyring, relay, and the network between it and the relay."""
+"""What the program needs around it, each part to be killed and brought back: audio server, session manager, a program
+and a microphone that speak, keyring, relay, and the network between it and the relay."""
 
 import os
 import socket
 import struct
 import subprocess
 import threading
+import time
 from pathlib import Path
 
 from Desktop import run, until
+from Sound import Ear, Program, Talker
 
-PIPEWIRE = """context.objects = [
-  { factory = adapter
-    args = { factory.name = support.null-audio-sink  node.name = soak-speaker  node.description = "Loudspeaker"
-             media.class = Audio/Sink  object.linger = true  audio.position = [ FL FR ] } }
-]
+SPEAKER = """-- Made by the session manager, and gone with it, as sound cards are.
+local properties = {}
+properties["factory.name"] = "support.null-audio-sink"
+properties["node.name"] = "soak-speaker"
+properties["node.description"] = "Loudspeaker"
+properties["media.class"] = "Audio/Sink"
+properties["audio.position"] = "FL,FR"
+speaker = Node("adapter", properties)
+speaker:activate(Feature.Proxy.BOUND)
 """
 NO_HARDWARE = "alsa_monitor.enabled = false\nv4l2_monitor.enabled = false\n" \
               "if libcamera_monitor then libcamera_monitor.enabled = false end\n"
@@ -22,31 +28,6 @@ NO_HARDWARE = "alsa_monitor.enabled = false\nv4l2_monitor.enabled = false\n" \
 
 def succeeds(*words):
     return subprocess.run(words, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=10).returncode == 0
-
-
-class Program:
-    """One that is started again and again."""
-
-    def __init__(self, log, *words, stdin=None, **environment):
-        self.words, self.log, self.stdin = words, log, stdin
-        self.environment = environment
-        self.process = None
-
-    def start(self):
-        with open(self.log, "ab") as log:
-            self.process = subprocess.Popen(self.words, env=dict(os.environ, **self.environment), stdout=log, stderr=log,
-                                            stdin=subprocess.PIPE if self.stdin is not None else subprocess.DEVNULL)
-        if self.stdin is not None:
-            self.process.stdin.write(self.stdin)
-            self.process.stdin.close()
-
-    def signal(self, which):
-        self.process.send_signal(which)
-
-    def kill(self):
-        if self.process is not None:
-            self.process.kill()
-            self.process.wait()
 
 
 class Network:
@@ -58,7 +39,10 @@ class Network:
         self.flows = threading.Event()
         self.flows.set()
         self.sockets = set()
+        self.upward = None  # bytes a second that go to the server; none: all
         self.listener = socket.create_server(("127.0.0.1", 0))
+        # What waits here would hide that it is slow.
+        self.listener.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 16384)
         self.port = self.listener.getsockname()[1]
         threading.Thread(target=self._accept, daemon=True).start()
 
@@ -73,7 +57,11 @@ class Network:
 
     def mend(self):
         self.is_cut = False
+        self.upward = None
         self.flows.set()
+
+    def slow(self, upward):
+        self.upward = upward
 
     def swallow(self):
         self.flows.clear()
@@ -89,14 +77,16 @@ class Network:
             except OSError:
                 client.close()
                 continue
-            for ends in ((client, onward), (onward, client)):
+            for ends in ((client, onward, True), (onward, client, False)):
                 self.sockets.add(ends[0])
                 threading.Thread(target=self._carry, args=ends, daemon=True).start()
 
-    def _carry(self, source, target):
+    def _carry(self, source, target, is_upward):
         try:
-            while data := source.recv(65536):
+            while data := source.recv(4096):
                 self.flows.wait()
+                if is_upward and self.upward:
+                    time.sleep(len(data) / self.upward)
                 target.sendall(data)
             if not self.is_cut:
                 target.shutdown(socket.SHUT_WR)
@@ -121,7 +111,8 @@ class Surroundings:
         for name in ("CONFIG", "DATA", "STATE", "CACHE"):
             os.environ[f"XDG_{name}_HOME"] = str(self.folder / name.lower())
         own = self.folder / "audio"
-        for place, text in (("pipewire/pipewire.conf.d/50-speaker.conf", PIPEWIRE),
+        for place, text in (("wireplumber/scripts/speaker.lua", SPEAKER),
+                            ("wireplumber/main.lua.d/95-speaker.lua", "load_script('speaker.lua')\n"),
                             ("wireplumber/main.lua.d/51-no-hardware.lua", NO_HARDWARE),
                             ("wireplumber/bluetooth.lua.d/51-no-hardware.lua", "bluez_monitor.enabled = false\n")):
             (own / place).parent.mkdir(parents=True, exist_ok=True)
@@ -130,11 +121,12 @@ class Surroundings:
         log = lambda name: self.folder / f"{name}.log"  # noqa: E731
         self.pipewire = Program(log("pipewire"), "pipewire", **where)
         self.wireplumber = Program(log("wireplumber"), "wireplumber", **where)
-        self.microphone = Program(
-            log("microphone"), "pw-loopback",
-            "--capture-props", "node.name=soak-headset-in node.target=soak-speaker stream.capture.sink=true",
-            "--playback-props", f"media.class=Audio/Source node.name={self.MICROPHONE} node.description=Headset")
-        self.speech = Program(log("speech"), "pw-cat", "-p", str(self.folder / "speech.wav"))
+        self.speech = Talker(self.folder, "speech")
+        # A stream that is a microphone itself, so that it hears nothing else and is not heard by the system's capture.
+        self.microphone = Talker(self.folder, "microphone", "--properties",
+                                 f"{{ media.class = Audio/Source  node.name = {self.MICROPHONE}  "
+                                 "node.description = Headset }")
+        self.ear = Ear(log("ear"), "soak-speaker")
         self.keyring = Program(log("keyring"), "gnome-keyring-daemon", "--unlock", "--foreground",
                                "--components=secrets", stdin=b"secret")
         with socket.create_server(("127.0.0.1", 0)) as free:
@@ -143,7 +135,7 @@ class Surroundings:
                              f"127.0.0.1:{port}")
         self.relay_port = port
         self.network = Network(port)
-        self.all = [self.speech, self.microphone, self.wireplumber, self.pipewire, self.keyring, self.relay]
+        self.all = [self.ear, self.speech, self.microphone, self.wireplumber, self.pipewire, self.keyring, self.relay]
 
     def start(self):
         self.start_audio()
@@ -151,10 +143,23 @@ class Surroundings:
         self.start_relay()
 
     def start_audio(self):
+        self.wireplumber.kill()
         self.pipewire.start()
         until("the audio server", lambda: succeeds("pw-cli", "info", "0"))
         self.start_manager()
+        self.start_sound()
+
+    def start_sound(self):
+        """Everything that speaks or hears, anew."""
         self.start_microphone()
+        self.speech.start()
+        self.ear.start()
+
+    def go_on_speaking(self):
+        """Where a recording has come to its end."""
+        for talker in (self.speech, self.microphone):
+            if talker.process.poll() == 0:
+                talker.start()
 
     def start_manager(self):
         self.wireplumber.start()
@@ -167,12 +172,6 @@ class Surroundings:
         # Which of the two would be the default is for nobody to guess.
         run("pw-metadata", "-n", "default", "0", "default.configured.audio.source", f'{{"name":"{self.MICROPHONE}"}}',
             "Spa:String:JSON")
-        self.speak()
-
-    def speak(self):
-        """Starts the speech anew."""
-        self.speech.kill()
-        self.speech.start()
 
     def start_keyring(self):
         self.keyring.start()
