@@ -16,6 +16,7 @@ namespace tarn::bench {
 namespace {
 
 constexpr std::size_t mostHeap = 205UZ << 10;  // what allocators and libraries keep for the next time
+constexpr std::size_t mostDescriptors = 4;  // libpipewire's of streams that ended early: see stream_leftovers
 
 struct Holdings {
     std::size_t heap = heapInUse();
@@ -87,8 +88,8 @@ bool run(int cycles, unsigned seed, bool quietly, const std::string& source) {
                     static_cast<double>(after.heap) / (1 << 20), after.descriptors);
         std::fflush(stdout);
     }
-    const bool isGood =
-        after.heap <= before.heap + mostHeap && after.descriptors <= before.descriptors && errors == 0;
+    const bool isGood = after.heap <= before.heap + mostHeap &&
+                        after.descriptors <= before.descriptors + mostDescriptors && errors == 0;
     std::printf(
         "seed %u, %d cycles in %.0f s: heap %.2f -> %.2f MiB, descriptors %zu -> %zu, errors %d  %s\n", seed,
         cycles, secondsSince(begin), static_cast<double>(before.heap) / (1 << 20),
