@@ -138,6 +138,20 @@ TEST_F(ViewModelTest, StartsWithTheDefaultsAndWithWhatWasStored) {
     EXPECT_EQ(odd.mode(), AppMode::solo);
 }
 
+TEST_F(ViewModelTest, ListsMicrophonesOnTheWorkers) {
+    world_.workersRest = true;  // as while the audio server hangs
+    auto& model = make();
+    EXPECT_THAT(model.availableMics(), IsEmpty());
+    world_.workersRest = false;
+    world_.settle();
+    EXPECT_EQ(model.availableMics().size(), 1U);
+    model.setAvailableMics({});
+    model.refreshMics();
+    EXPECT_THAT(model.availableMics(), IsEmpty());
+    world_.settle();
+    EXPECT_EQ(model.availableMics().size(), 1U);
+}
+
 TEST_F(ViewModelTest, KeepsTheSessionsInStepWithTheMode) {
     auto& model = make();
     model.addSession();
