@@ -234,13 +234,16 @@ void AudioServer::removeObserver(AudioServerObserver& observer) {
     std::erase(observers_, &observer);
 }
 
-Result<void> AudioServer::roundTrip() {
+Result<void> AudioServer::roundTrip(std::chrono::steady_clock::time_point deadline) {
     const int sequence = pw_core_sync(connection_->core, PW_ID_CORE, 0);
     const std::uint64_t mine = connections_;
     const auto alive = [this, mine] {
         return connection_ != nullptr && connections_ == mine && !connection_->broken;
     };
-    const bool done = waitUntil([&] { return !alive() || connection_->answered >= sequence; });
+    const auto left =
+        std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+    const bool done = waitUntil([&] { return !alive() || connection_->answered >= sequence; },
+                                std::max(left, std::chrono::milliseconds(0)));
     if (!alive()) {
         return audioServerAbsent();
     }
@@ -258,9 +261,10 @@ Result<void> AudioServer::reach() {
 Result<Graph> AudioServer::snapshot() {
     const Lock lock(*this);
     Result<void> fresh = connect();
+    const auto deadline = std::chrono::steady_clock::now() + answerLimit;
     // The first answer completes the list of what is there, the second what each says of itself.
     for (int trip = 0; trip < 2 && fresh; ++trip) {
-        fresh = roundTrip();
+        fresh = roundTrip(deadline);
     }
     if (!fresh) {
         return std::unexpected(fresh.error());

@@ -110,7 +110,7 @@ private:
     void lost();
     void dropBrokenConnection();
     void tryAgain();
-    Result<void> roundTrip();
+    Result<void> roundTrip(std::chrono::steady_clock::time_point deadline);
     void changed();
     void forEachObserver(const std::function<void(AudioServerObserver&)>& tell);
 
