@@ -21,6 +21,7 @@
 #include "RequestCheck.h"
 #include "TarnPlatform/logging/Log.h"
 #include "TarnPlatform/net/PassedSocket.h"
+#include "TarnPlatform/process/FreeMemory.h"
 #include "TarnPlatform/process/StandardDescriptors.h"
 #include "TarnPlatform/text/Printable.h"
 #include "TokenRegistry.h"
@@ -219,6 +220,7 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     tarn::holdStandardDescriptors();
+    tarn::mapLargeBlocks();
     try {
         return run(argc, argv);
     } catch (const std::exception& error) {

@@ -37,7 +37,10 @@ void EngineUpkeep::endIdleLater(Clock::Duration delay) {
         idling_.reset();
         if (const auto next = translator_->endIdle(idleTime)) {
             endIdleLater(*next);
+            return;
         }
+        // What was freed since the last recogniser had gone, by one that was loaded meanwhile.
+        giveMemoryBack_();
     });
 }
 

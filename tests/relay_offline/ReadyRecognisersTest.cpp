@@ -78,13 +78,28 @@ TEST(ReadyRecognisers, HandsOutTheOneThatIsLoadedAndLoadsAnotherOfTheKindAskedFo
     EXPECT_EQ(gone, 6);  // two that were ready in vain are among them
 }
 
+/// Has something to end at the first look.
+class IdleTranslator : public Translator {
+public:
+    std::vector<std::pair<std::string, std::string>> pairs() const override { return {}; }
+    Result<std::string> translate(const std::string& text, const std::string&, const std::string&) override {
+        return text;
+    }
+    std::optional<Clock::Duration> endIdle(Clock::Duration) override {
+        return asked_++ == 0 ? std::optional<Clock::Duration>(std::chrono::minutes(5)) : std::nullopt;
+    }
+
+private:
+    int asked_ = 0;
+};
+
 TEST(EngineUpkeep, GivesMemoryBackOnceAfterTheLastOfSeveralRecognisers) {
     asio::thread_pool workers(1);
     const auto clock = std::make_shared<test::ManualClock>();
     int given = 0;
-    const auto upkeep =
-        std::make_shared<EngineUpkeep>(clock, workers.get_executor(), nullptr, [&given] { ++given; });
-    const auto pass = [&](std::chrono::milliseconds time) {
+    const auto upkeep = std::make_shared<EngineUpkeep>(
+        clock, workers.get_executor(), std::make_shared<IdleTranslator>(), [&given] { ++given; });
+    const auto pass = [&](Clock::Duration time) {
         settle(workers);
         clock->advance(time);
         settle(workers);
@@ -98,9 +113,14 @@ TEST(EngineUpkeep, GivesMemoryBackOnceAfterTheLastOfSeveralRecognisers) {
     EXPECT_EQ(pass(std::chrono::hours(1)), 1);
     upkeep->recogniserGone();
     EXPECT_EQ(pass(std::chrono::seconds(1)), 2);
+    upkeep->translatorNeeded();
+    EXPECT_EQ(pass(EngineUpkeep::idleTime), 2);
+    EXPECT_EQ(pass(std::chrono::minutes(5)), 3);  // with the last of the translator's programs
+    EXPECT_EQ(pass(std::chrono::hours(1)), 3);
     upkeep->recogniserGone();
+    upkeep->translatorNeeded();
     upkeep->stop();
-    EXPECT_EQ(pass(std::chrono::hours(1)), 2);
+    EXPECT_EQ(pass(std::chrono::hours(1)), 3);
     workers.join();
 }
 
