@@ -102,7 +102,7 @@ public:
     const std::string& sourceText() const { return sourceText_; }            ///< of the latest utterance
     const std::string& translationText() const { return translationText_; }  ///< of the latest utterance
     const std::optional<std::string>& errorMessage() const { return errorMessage_; }
-    float inputLevel() const { return inputLevel_; }  ///< linear
+    float inputLevel() const { return inputLevel_; }  ///< linear; 0 where nothing is captured
     /// What is wrong with a run that goes on, after an error that the service told of, too.
     const SessionFaults& health() const { return health_; }
     void setState(ConnectionState value);
@@ -194,6 +194,7 @@ private:
 
     void continueStart(Start start);
     void startStopping(Call call);
+    void stopHearing();
     void leaveOldRun();
     void showError(Call call, const std::string& reason, const std::string& message);
     void apply(const TarnTranslateEvent& event, Call start);
@@ -249,6 +250,7 @@ private:
     std::shared_ptr<SessionAttempt> attempt_;  ///< of a run that has not
     Call lastCall_ = 0;
     Call lastStart_ = 0;
+    Call heard_ = 0;          ///< the start whose capture's level is shown
     bool stopAsked_ = false;  ///< by the last call; the state may not show it yet
 
     const std::shared_ptr<UserDefaults> defaults_;

@@ -69,7 +69,7 @@ void TranslateSession::start(float rate, float gain, Backend backend) {
         return;
     }
     stopAsked_ = false;
-    lastStart_ = ++lastCall_;
+    lastStart_ = heard_ = ++lastCall_;
     const Start call{lastCall_, rate, gain, std::move(backend)};
     leaveOldRun();
     transportFaults_.clear();
@@ -159,6 +159,7 @@ Task<void> TranslateSession::run(Run run) {
         co_return;
     }
     run.teardowns->begin(std::move(parts));
+    self->stopHearing();
     const PipelineFailure& failure = built.error();
     self->showError(run.start.call, failure.description, failure.description);
     if (failure.meansSignedOut && self->onAuthFailure) {
@@ -335,6 +336,7 @@ std::function<void()> TranslateSession::captureEndReceiver(const Run& run) {
         asio::post(main, [weak, call] {
             const auto self = weak.lock();
             if (self && self->lastStart_ == call) {
+                self->stopHearing();
                 self->setFault(SessionFault::captureEnded, true);
             }
         });
@@ -396,12 +398,20 @@ std::function<void(float)> TranslateSession::levelReceiver(const Run& run) {
     return [main = run.services.main, weak = run.session, call = run.start.call](float level) {
         asio::post(main, [weak, call, level] {
             const auto self = weak.lock();
-            if (self && self->lastStart_ == call) {
+            if (self && self->heard_ == call) {
                 self->inputLevel_ = level;
                 Q_EMIT self->inputLevelChanged();
             }
         });
     };
+}
+
+void TranslateSession::stopHearing() {
+    heard_ = 0;
+    if (inputLevel_ != 0) {
+        inputLevel_ = 0;
+        Q_EMIT inputLevelChanged();
+    }
 }
 
 void TranslateSession::stop() {
@@ -410,6 +420,7 @@ void TranslateSession::stop() {
 
 void TranslateSession::startStopping(Call call) {
     stopAsked_ = true;
+    stopHearing();
     Stop order{call, SessionPipeline(), false, teardowns_->enter()};
     if (const auto attempt = std::exchange(attempt_, nullptr)) {
         order.parts = attempt->abandon();

@@ -514,12 +514,18 @@ TEST_F(SessionPipelineTest, ShowsTheLevelOfTheRunThatIsShown) {
     world_.settle();
     EXPECT_EQ(session_->inputLevel(), 0.5F);
     stop();
+    EXPECT_EQ(session_->inputLevel(), 0.0F) << "nothing is listened to";
     old->onLevel(0.25F);
+    world_.settle();
+    EXPECT_EQ(session_->inputLevel(), 0.0F);
     start();
     EXPECT_EQ(session_->inputLevel(), 0.0F);
     session_->sink()->onLevel(0.75F);
     world_.settle();
     EXPECT_EQ(session_->inputLevel(), 0.75F);
+    session_->sink()->onEnd();
+    world_.settle();
+    EXPECT_EQ(session_->inputLevel(), 0.0F) << "the capture has ended by itself";
 }
 
 /// A sine at 48 kHz on the first channel, silence on the others.
