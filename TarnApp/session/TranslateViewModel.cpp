@@ -168,7 +168,7 @@ void TranslateViewModel::applyMode() {
 }
 
 void TranslateViewModel::appendSession() {
-    const std::string storageNamespace = "session." + std::to_string(sessions_.size());
+    const std::string storageNamespace = freeNamespace();
     auto session =
         std::make_shared<TranslateSession>(storageNamespace, services_.defaults, services_.session);
     if (!services_.defaults->contains(storageNamespace + ".sourceLang")) {
@@ -178,6 +178,19 @@ void TranslateViewModel::appendSession() {
     }
     wireSession(session);
     sessions_.push_back(std::move(session));
+}
+
+std::string TranslateViewModel::freeNamespace() const {
+    const auto named = [](std::size_t number) { return "session." + std::to_string(number); };
+    const auto isTaken = [this](const std::string& name) {
+        return std::ranges::any_of(sessions_,
+                                   [&](const auto& session) { return session->storageNamespace() == name; });
+    };
+    std::string name = named(sessions_.size());
+    for (std::size_t number = 0; isTaken(name); ++number) {
+        name = named(number);
+    }
+    return name;
 }
 
 void TranslateViewModel::addSession() {

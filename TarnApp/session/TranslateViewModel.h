@@ -166,6 +166,7 @@ private:
     void begin();
     void applyMode();
     void appendSession();
+    std::string freeNamespace() const;  ///< the next one's, or the lowest where a live session has that
     void wireSession(const std::shared_ptr<TranslateSession>& session);
     void observeSessions();
     void sessionStateChanged(const TranslateSession& session);

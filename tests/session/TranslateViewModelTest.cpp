@@ -188,6 +188,16 @@ TEST_F(ViewModelTest, KeepsTheSessionsInStepWithTheMode) {
     EXPECT_EQ(pairs(), "session.0:>en session.1:en> ");
 }
 
+TEST_F(ViewModelTest, AColumnAddedAfterAMiddleOneWasRemovedHasSettingsOfItsOwn) {
+    auto& model = make();
+    model.setMode(AppMode::conversation);
+    model.addSession();
+    model.sessions()[2]->setTargetLang("de");
+    model.removeSession(model.sessions()[1]);
+    model.addSession();
+    EXPECT_EQ(pairs(), "session.0:zh>en session.2:en>de session.1:en>zh ");
+}
+
 TEST_F(ViewModelTest, StopsTheSessionsThatItDrops) {
     auto& model = makeSignedIn();
     model.setMode(AppMode::conversation);
