@@ -223,7 +223,7 @@ void TranslationRun::stateChanged(std::size_t number) {
             std::dynamic_pointer_cast<TappedStream>(sources_[number].session->serverStream())) {
         sourceOf(*stream);
     }
-    sources_[number].ran = sources_[number].ran || state.kind() == ConnectionState::Case::running;
+    sources_[number].ran = sources_[number].ran || sources_[number].session->hasComeUp();
     ring();
 }
 

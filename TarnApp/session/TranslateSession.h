@@ -105,6 +105,11 @@ public:
     float inputLevel() const { return inputLevel_; }  ///< linear; 0 where nothing is captured
     /// What is wrong with a run that goes on, after an error that the service told of, too.
     const SessionFaults& health() const { return health_; }
+    /// Whether a run is under way, or on its way, or goes on after an error: a stop has something to end.
+    /// Changes with the state, whose signal tells it.
+    bool canStop() const { return state_.isActive() || attempt_ || hasComeUp(); }
+    /// Whether a run has come up, whatever the state says of it, and is not being taken apart.
+    bool hasComeUp() const { return !pipeline_.isEmpty() && !isPipelineLeaving_; }
     void setState(ConnectionState value);
     void setErrorMessage(std::optional<std::string> value);
 

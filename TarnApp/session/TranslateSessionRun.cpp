@@ -155,7 +155,9 @@ Task<void> TranslateSession::run(Run run) {
     if (built) {
         self->pipeline_ = std::move(parts);
         self->watchSound(run);
-        self->setState(ConnectionState::running());
+        // What the service has complained of meanwhile stays to be seen.
+        const bool hasError = self->state_.kind() == ConnectionState::Case::error;
+        self->setState(hasError ? self->state_ : ConnectionState::running());
         co_return;
     }
     run.teardowns->begin(std::move(parts));
@@ -304,6 +306,9 @@ void TranslateSession::apply(const TarnTranslateEvent& event, Call start) {
     } else if (const auto* const error = std::get_if<translate::Error>(&event)) {
         showError(start, error->message, error->message);
     } else if (std::holds_alternative<translate::Unauthorized>(event)) {
+        // Nothing comes of this run any more, so it listens to nobody.
+        leaveOldRun();
+        stopHearing();
         showError(start, "session expired", text(LocKey::errSessionExpired));
         if (onAuthFailure) {
             onAuthFailure();

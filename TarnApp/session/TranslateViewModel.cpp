@@ -242,7 +242,7 @@ void TranslateViewModel::observeSessions() {
 }
 
 void TranslateViewModel::sessionStateChanged(const TranslateSession& session) {
-    if (session.state().kind() == ConnectionState::Case::running) {
+    if (session.hasComeUp()) {
         setLiveParams(session);  // they may have changed since the session was started
     }
     recomputeAnyRunning();
@@ -254,6 +254,12 @@ void TranslateViewModel::recomputeAnyRunning() {
     if (any != anyRunning_) {
         anyRunning_ = any;
         Q_EMIT anyRunningChanged();
+    }
+    const bool stoppable =
+        std::ranges::any_of(sessions_, [](const auto& session) { return session->canStop(); });
+    if (stoppable != canStop_) {
+        canStop_ = stoppable;
+        Q_EMIT canStopChanged();
     }
 }
 

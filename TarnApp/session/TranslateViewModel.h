@@ -53,6 +53,7 @@ class TranslateViewModel : public QObject, public std::enable_shared_from_this<T
     Q_PROPERTY(bool miniMode READ miniMode WRITE setMiniMode NOTIFY miniModeChanged)
     Q_PROPERTY(double subtitleScale READ subtitleScale WRITE setSubtitleScale NOTIFY subtitleScaleChanged)
     Q_PROPERTY(bool anyRunning READ anyRunning NOTIFY anyRunningChanged)
+    Q_PROPERTY(bool canStop READ canStop NOTIFY canStopChanged)
     Q_PROPERTY(bool screenRecNeededEvent READ screenRecNeededEvent WRITE setScreenRecNeededEvent NOTIFY
                    screenRecNeededEventChanged)
     Q_PROPERTY(bool isLoggedIn READ isLoggedIn NOTIFY isLoggedInChanged)
@@ -88,6 +89,8 @@ public:
     const std::vector<AudioCapableApp>& availableApps() const { return availableApps_; }
     void setAvailableMics(std::vector<AudioInputDevice> value);
     bool anyRunning() const { return anyRunning_; }
+    /// Whether any session has something to stop: also a run that goes on after an error.
+    bool canStop() const { return canStop_; }
     bool screenRecNeededEvent() const { return screenRecNeededEvent_; }
     void setScreenRecNeededEvent(bool value);
     /// Neither is so until the keyring has told. A start is possible then, and finds out.
@@ -138,6 +141,7 @@ Q_SIGNALS:
     void availableMicsChanged();
     void availableAppsChanged();
     void anyRunningChanged();
+    void canStopChanged();
     void screenRecNeededEventChanged();
     void isLoggedInChanged();
     void accountChanged();
@@ -199,6 +203,7 @@ private:
     std::vector<AudioInputDevice> availableMics_;
     std::vector<AudioCapableApp> availableApps_;
     bool anyRunning_ = false;
+    bool canStop_ = false;
     bool screenRecNeededEvent_ = false;
     SignIn signIn_ = SignIn::unknown;
     bool isStartBlind_ = false;     ///< started before it was known whether somebody is signed in

@@ -90,6 +90,6 @@ Window {
     Shortcut {
         sequences: ["Ctrl+Return", "Ctrl+Enter"]
         enabled: !root.preview && root.content && !root.content.contentState.startDisabled
-        onActivated: root.vm.anyRunning ? root.vm.stopAll() : root.vm.startAll()
+        onActivated: root.vm.canStop ? root.vm.stopAll() : root.vm.startAll()
     }
 }

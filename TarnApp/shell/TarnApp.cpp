@@ -120,7 +120,7 @@ void TarnApp::openUrls(const std::vector<std::string>& urls) {
 }
 
 void TarnApp::perform(const std::string& action) {
-    if (action == "start" || (action == "start-stop" && !vm_->anyRunning())) {
+    if (action == "start" || (action == "start-stop" && !vm_->canStop())) {
         vm_->startAll();
     } else if (action == "stop" || action == "start-stop") {
         vm_->stopAll();
@@ -141,7 +141,7 @@ void TarnApp::stopSessions() {
     vm_->stopAll();
     const auto isOver = [this] {
         return std::ranges::none_of(vm_->sessions(), [](const auto& session) {
-            return session->state().isActive() || session->state().kind() == ConnectionState::Case::stopping;
+            return session->canStop() || session->state().kind() == ConnectionState::Case::stopping;
         });
     };
     QEventLoop loop;

@@ -12,7 +12,7 @@ Tray::Tray(TranslateViewModel& vm, FloatingOverlay& overlay, LocalizationManager
       overlay_(overlay),
       icon_("tarn", vm.services().session.main,
             [perform = std::move(perform)](const std::string& row) { perform(row.empty() ? "show" : row); }) {
-    connect(&vm_, &TranslateViewModel::anyRunningChanged, this, &Tray::follow);
+    connect(&vm_, &TranslateViewModel::canStopChanged, this, &Tray::follow);
     connect(&vm_, &TranslateViewModel::isLoggedInChanged, this, &Tray::follow);
     connect(&vm_, &TranslateViewModel::miniModeChanged, this, &Tray::follow);
     connect(&overlay_, &FloatingOverlay::clickThroughChanged, this, &Tray::follow);
@@ -25,7 +25,7 @@ void Tray::follow() {
 }
 
 TrayContent Tray::content() const {
-    const bool isRunning = vm_.anyRunning();
+    const bool isRunning = vm_.canStop();
     TrayContent content;
     content.title = "Tarn";
     content.tooltip = text(isRunning ? LocKey::statusRunning : LocKey::statusIdle);

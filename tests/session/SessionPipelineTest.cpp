@@ -160,6 +160,8 @@ TEST_F(SessionPipelineTest, ShowsEachEventAndKeepsOnReading) {
     EXPECT_EQ(state(), "error(quota)");
     EXPECT_EQ(session_->errorMessage(), "quota");
     EXPECT_EQ(world_.capturesRunning, 1) << "the run goes on";
+    EXPECT_TRUE(session_->canStop());
+    world_.closeBarrier.isClosed = true;
     world_.defaults->set("app.language", "en");
     tell(translate::Unauthorized{});
     EXPECT_EQ(state(), "error(session expired)");
@@ -168,14 +170,16 @@ TEST_F(SessionPipelineTest, ShowsEachEventAndKeepsOnReading) {
     tell(translate::Unauthorized{});
     EXPECT_EQ(session_->errorMessage(), "会话已过期——请重新登录");
     EXPECT_EQ(authFailures_, 2);
+    EXPECT_EQ(world_.capturesRunning, 0) << "nobody is listened to for nothing";
+    EXPECT_FALSE(session_->canStop());
     tell(translate::TranslatedText{"still", false});
     EXPECT_EQ(session_->translationText(), "still");
     session_->reconnect(1, 1, world_.backend());
     world_.pass(1s);
     EXPECT_EQ(state(), "error(session expired)") << "a failed session does not reconnect";
-    tell(translate::Closed{});
-    tell(translate::TranslatedText{"too late", false});
-    EXPECT_EQ(session_->translationText(), "still");
+    world_.openBarriers();
+    world_.settle();
+    expectNothingLeft();
     stop();
     EXPECT_EQ(session_->sourceText(), "你好世界") << "a stop leaves what is shown";
     EXPECT_EQ(session_->translationText(), "still");
@@ -435,6 +439,7 @@ TEST_F(SessionPipelineTest, AnErrorWhileConnectingDoesNotKeepANewStartFromReplac
     start(CaptureSource::system);
     tell(translate::Error{"early"});
     EXPECT_EQ(state(), "error(early)");
+    EXPECT_TRUE(session_->canStop());
     start();
     EXPECT_EQ(state(), "connecting");
     world_.openBarriers();
@@ -444,6 +449,22 @@ TEST_F(SessionPipelineTest, AnErrorWhileConnectingDoesNotKeepANewStartFromReplac
     EXPECT_EQ(world_.streamsOpen, 1);
     EXPECT_EQ(world_.capturesRunning, 1);
     EXPECT_EQ(world_.enginesRunningAtMost, 1);
+}
+
+TEST_F(SessionPipelineTest, WhatTheServiceSaysWhileConnectingStaysToBeSeen) {
+    for (const bool refuses : {false, true}) {
+        world_.captureBarrier.isClosed = true;
+        start(CaptureSource::system);
+        tell(refuses ? TarnTranslateEvent(translate::Unauthorized{}) : translate::Error{"early"});
+        world_.openBarriers();
+        world_.settle();
+        EXPECT_EQ(state(), refuses ? "error(session expired)" : "error(early)");
+        EXPECT_EQ(session_->canStop(), !refuses) << "a run that was refused is none";
+        EXPECT_EQ(world_.capturesRunning, refuses ? 0 : 1);
+        stop();
+        EXPECT_EQ(state(), "idle");
+        expectNothingLeft();
+    }
 }
 
 TEST_F(SessionPipelineTest, ObserversMayCallTheSession) {

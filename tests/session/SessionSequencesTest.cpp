@@ -247,8 +247,7 @@ private:
                 break;
             case ConnectionState::Case::running: {
                 EXPECT_FALSE(stopAsked_);
-                EXPECT_TRUE(before_ == ConnectionState::Case::connecting ||
-                            before_ == ConnectionState::Case::error);
+                EXPECT_EQ(before_, ConnectionState::Case::connecting) << "an error is not overwritten";
                 EXPECT_EQ(world_.enginesRunning, 1);
                 EXPECT_NE(session_->serverStream(), nullptr);
                 EXPECT_EQ(session_->stream() != nullptr, session_->player() != nullptr);
@@ -299,7 +298,10 @@ private:
         if (screenRefused_ == run_) {
             EXPECT_EQ(text, "idle");
         } else if (end.kind() == ConnectionState::Case::error) {
-            return;  // checked as it came
+            EXPECT_EQ(world_.streamsOpen, session_->canStop() ? 1 : 0);
+            EXPECT_EQ(world_.enginesRunning, session_->canStop() ? 1 : 0);
+            EXPECT_TRUE(text != "error(session expired)" || !session_->canStop());
+            return;
         } else {
             EXPECT_EQ(text, "running");
         }

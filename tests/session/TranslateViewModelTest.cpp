@@ -239,6 +239,10 @@ TEST_F(ViewModelTest, IsRunningFromTheFirstSessionThatConnectsToTheLastThatEnds)
     world_.streams.front().lock()->events().push(translate::Error{"broken"});
     world_.settle();
     EXPECT_FALSE(model.anyRunning()) << "an error is not running";
+    EXPECT_TRUE(model.canStop()) << "but goes on";
+    model.stopAll();
+    world_.settle();
+    EXPECT_FALSE(model.canStop());
     EXPECT_THAT(changes, ElementsAre(true, false));
 }
 
@@ -451,6 +455,7 @@ TEST_F(ViewModelTest, ARefusedTokenInARunSignsOutAndLeavesOtherSessionsRunning) 
     world_.streams.front().lock()->events().push(translate::Unauthorized{});
     world_.settle();
     EXPECT_EQ(states(), "error(session expired) running ");
+    EXPECT_EQ(world_.capturesRunning, 1) << "the refused one listens no more";
     EXPECT_FALSE(model.isLoggedIn());
     EXPECT_FALSE(hasCredentials());
     EXPECT_EQ(authLost_, 1);

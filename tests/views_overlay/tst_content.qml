@@ -113,6 +113,17 @@ Item {
             compare(button.help, row.signIn)
             verify(names("error")[0].message !== "")
         }
+        function test_aRunThatGoesOnAfterAnErrorCanBeStopped() {
+            const button = one("startStop")
+            world.vm.startAll()
+            world.settle()
+            world.fail(0, "The service is busy")
+            verify(!world.vm.anyRunning)
+            compare(button.text, "Stop")
+            press(button)
+            world.settle()
+            compare(button.text, "Start")
+        }
         function test_aRunsHealthIsSaidBesideItsLightInBothLanguages() {
             compare(names("health").length, 0)
             world.vm.startAll()

@@ -27,6 +27,7 @@ void ContentState::setViewModel(TranslateViewModel* value) {
         wasMini_ = value->miniMode();
         connect(value, &TranslateViewModel::miniModeChanged, this, &ContentState::miniModeChanged);
         connect(value, &TranslateViewModel::anyRunningChanged, this, &ContentState::changed);
+        connect(value, &TranslateViewModel::canStopChanged, this, &ContentState::changed);
         connect(value, &TranslateViewModel::isLoggedInChanged, this, &ContentState::changed);
         connect(value, &TranslateViewModel::modeChanged, this, &ContentState::changed);
         connect(value, &TranslateViewModel::sessionsChanged, this, &ContentState::followSessions);
@@ -67,7 +68,7 @@ int ContentState::conversationMinWidth() const {
 }
 
 bool ContentState::startDisabled() const {
-    return viewModel_ != nullptr && viewModel_->isSignedOut() && !viewModel_->anyRunning();
+    return viewModel_ != nullptr && viewModel_->isSignedOut() && !viewModel_->canStop();
 }
 
 bool ContentState::isConnecting() const {

@@ -45,13 +45,13 @@ Item {
             prominent: true
             minimumWidth: 60
             busy: root.contentState.isConnecting
-            symbol: root.vm.anyRunning ? "stop.fill" : "play.fill"
-            text: root.contentState.isConnecting ? Loc.connecting : root.vm.anyRunning ? Loc.stop : Loc.start
-            tint: root.vm.anyRunning ? Theme.danger : Theme.accent
-            tintInk: root.vm.anyRunning ? Theme.dangerInk : Theme.accentInk
+            symbol: root.vm.canStop ? "stop.fill" : "play.fill"
+            text: root.contentState.isConnecting ? Loc.connecting : root.vm.canStop ? Loc.stop : Loc.start
+            tint: root.vm.canStop ? Theme.danger : Theme.accent
+            tintInk: root.vm.canStop ? Theme.dangerInk : Theme.accentInk
             enabled: !root.contentState.startDisabled
             help: root.vm.isSignedOut ? Loc.helpSignInToStart : Loc.helpStartStop
-            onClicked: root.vm.anyRunning ? root.vm.stopAll() : root.vm.startAll()
+            onClicked: root.vm.canStop ? root.vm.stopAll() : root.vm.startAll()
         }
         SymbolButton {
             objectName: "settings"
