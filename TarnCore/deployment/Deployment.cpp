@@ -99,8 +99,8 @@ Result<void> readInto(Texts& texts, const std::filesystem::path& path) {
     return {};
 }
 
-Result<Url> baseOf(const Text& text, const std::string& bareHostPath, bool allowPlainHttp) {
-    auto url = parseBase(text.value, bareHostPath, allowPlainHttp);
+Result<Url> baseOf(const Text& text, const std::string& usualPath, bool allowPlainHttp) {
+    auto url = parseBase(text.value, usualPath, allowPlainHttp);
     if (!url) {
         return failure(ErrorKind::invalidInput, text.origin + ": " + url.error().description);
     }
@@ -136,10 +136,14 @@ Sources Sources::ofProcess() {
     return {folder / "tarn" / "deployment.json", read};
 }
 
-Result<Url> parseBase(const std::string& text, const std::string& bareHostPath, bool allowPlainHttp) {
+Result<Url> parseBase(const std::string& text, const std::string& usualPath, bool allowPlainHttp) {
     const bool isBareHost = !text.contains("://");
     auto url = Url::parse(isBareHost ? "https://" + text : text);
-    if (!url || url->host().empty() || (url->scheme() != "https" && url->scheme() != "http")) {
+    if (isBareHost && url && url->isLoopback()) {
+        url = Url::parse("http://" + text);  // as this machine's own relay speaks
+    }
+    const bool isTorn = isBareHost && text.contains(":/");  // a scheme with a slash too few
+    if (!url || isTorn || url->host().empty() || (url->scheme() != "https" && url->scheme() != "http")) {
         return failure(ErrorKind::invalidInput, "must be an http or https URL, or a host name");
     }
     if (!url->userInfo().empty() || !url->query().empty() || text.contains('#')) {
@@ -151,8 +155,8 @@ Result<Url> parseBase(const std::string& text, const std::string& bareHostPath, 
                            " would send the sign-in unencrypted to another machine; use https, or set "
                            "\"allowPlainHttp\": true in deployment.json for a network of your own");
     }
-    if (isBareHost && (url->path().empty() || url->path() == "/")) {
-        return url->withPath(bareHostPath);
+    if (url->path().empty() || url->path() == "/") {
+        return url->withPath(usualPath);
     }
     return *url;
 }

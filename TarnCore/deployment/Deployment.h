@@ -37,9 +37,9 @@ struct Sources {
 Result<DeploymentValues> load(const Sources& sources);
 
 /// Reads a server's base URL as a person writes one: a URL of scheme http or https, or a bare host name (and
-/// port) that stands for https and `bareHostPath`. Plain http to another machine fails unless
-/// `allowPlainHttp`.
-Result<Url> parseBase(const std::string& text, const std::string& bareHostPath, bool allowPlainHttp);
+/// port) that stands for https, and for http where it is this machine's. Without a path `usualPath` is meant.
+/// Plain http to another machine fails unless `allowPlainHttp`.
+Result<Url> parseBase(const std::string& text, const std::string& usualPath, bool allowPlainHttp);
 
 /// True when a token may travel to `url`: over TLS, to this machine, or in the clear where that is allowed.
 bool mayCarryToken(const Url& url, bool allowPlainHttp);
