@@ -24,7 +24,8 @@ public:
     virtual Task<Result<std::optional<std::vector<std::byte>>>> next() = 0;
 };
 
-/// `input`: path of a sound file, or "-" for standard input. The error is one line that names the file.
+/// `input`: path of a sound file, or "-" for standard input: a sound file that is piped in, or else raw
+/// s16le 16 kHz mono. The error is one line that names the file.
 Result<std::unique_ptr<InputSource>> openInput(const std::string& input, const SerialExecutor& executor);
 
 }  // namespace tarn::cli

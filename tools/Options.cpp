@@ -23,8 +23,10 @@ struct RawOptions {
 };
 
 void addRunOptions(CLI::App& app, RawOptions& raw) {
-    app.add_option("--input", raw.input,
-                   "Read speech from a sound file, or with - raw s16le 16 kHz mono from standard input");
+    app.add_option(
+        "--input", raw.input,
+        "Read speech from a sound file, or with - from standard input: WAV, FLAC, Ogg, else raw s16le "
+        "16 kHz mono");
     app.add_flag("--fast", raw.fast, "Send the input as fast as it is taken instead of in real time");
     app.add_option("--rate", raw.run.rate, "Speed of the played voice")
         ->check(CLI::Range(0.5, 2.0))
@@ -129,7 +131,9 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
     RawOptions raw;
     SourceGroups groups(app);
     addRunOptions(app, raw);
-    app.add_option("--server", raw.server, "Base URL of the account server's API, path included");
+    app.add_option(
+        "--server", raw.server,
+        "The account server: the address that tarn-relay prints, a host, or the base URL of the API");
     app.set_version_flag("--version", std::string("tarn-cli 0.1.0"));
     app.require_subcommand(0, 1);
     app.fallthrough();
