@@ -32,6 +32,7 @@ ViewModelServices runServices(SerialExecutor main, const DeploymentValues& deplo
     };
     services.webBase = deployment.webBase;
     services.mayOpenSignInPage = [deployment] { return Deployment::mayOpenPage(deployment); };
+    services.session.log = [](const std::string&) {};  // the run says it itself
     // No list is shown.
     services.inputs = [] { return std::vector<AudioInputDevice>(); };
     services.availableApps = noApps;

@@ -353,7 +353,7 @@ Task<bool> TranslationRun::waitUntilRunning() {
         for (const Source& source : sources_) {
             if (const auto& why = startFailure(source); why && !refused_) {
                 const bool signedOut = model_->isSignedOut() || (openError_ && openError_->meansSignedOut());
-                fail((openError_ ? diagnosis(*openError_) : *why) + (signedOut ? signInHint : ""),
+                fail((openError_ ? explain(*openError_) : *why) + (signedOut ? signInHint : ""),
                      signedOut ? ExitStatus::notSignedIn : ExitStatus::failed);
                 co_return false;
             }

@@ -1,6 +1,7 @@
 #include "TarnServerError.h"
 
 #include <boost/json/parse.hpp>
+#include <cctype>
 
 #include "TarnPlatform/text/Printable.h"
 #include "TarnPlatform/text/Utf8.h"
@@ -26,11 +27,6 @@ Error keyringError(const SecretError& error) {
         default:
             return {ErrorKind::unavailable, "the sign-in cannot be read: " + error.description, 0};
     }
-}
-
-std::string describe(const TarnServerError& error) {
-    return "The operation couldn’t be completed. (TarnServerError error " +
-           std::to_string(error.value().index()) + ".)";
 }
 
 std::optional<std::string> serversReason(const TarnServerError& error) {
@@ -76,6 +72,20 @@ std::string diagnosis(const TarnServerError& error) {
         return transport->error.description + (reason ? ": " + *reason : "");
     }
     return "not signed in";
+}
+
+std::string explain(const TarnServerError& error) {
+    const auto* const answer = error.as<TarnServerError::Http>();
+    const auto reason = answer != nullptr && answer->status != 0 ? serversReason(error) : std::nullopt;
+    return diagnosis(error) + (reason ? ": " + *reason : "");
+}
+
+std::string describe(const TarnServerError& error) {
+    std::string text = explain(error);
+    if (!text.empty()) {
+        text.front() = static_cast<char>(std::toupper(static_cast<unsigned char>(text.front())));
+    }
+    return text;
 }
 
 }  // namespace tarn

@@ -63,9 +63,6 @@ using ServerResult = std::expected<T, TarnServerError>;
 /// Why no token could be had; `Transport` carries it. What the user can do stands in it.
 Error keyringError(const SecretError& error);
 
-/// The generic text for a user; the error has none of its own.
-std::string describe(const TarnServerError& error);
-
 /// The sentence in which the server says why it refused: the "error" or "message" of a JSON object, or a
 /// plain line. Printable, 300 characters at most; nothing where its answer holds no such thing.
 std::optional<std::string> serversReason(const TarnServerError& error);
@@ -73,5 +70,11 @@ std::optional<std::string> serversReason(const TarnServerError& error);
 /// One line for a log or a terminal that says what happened. Of an answer's body it holds `serversReason`
 /// where an upgrade was refused; never the token.
 std::string diagnosis(const TarnServerError& error);
+
+/// One line for people: the diagnosis with `serversReason` behind it, whatever was refused.
+std::string explain(const TarnServerError& error);
+
+/// The same as a sentence for the window.
+std::string describe(const TarnServerError& error);
 
 }  // namespace tarn

@@ -23,6 +23,7 @@ namespace tarn {
 struct PipelineFailure {
     std::string description;      ///< for the user
     bool meansSignedOut = false;  ///< the server does not accept the token, or there is none
+    std::string diagnosis = {};   ///< the server's failure for the log; empty: of another kind
 };
 
 template <typename T>

@@ -16,6 +16,7 @@
 #include "TarnPlatform/concurrency/Result.h"
 #include "TarnPlatform/desktop/ScreenCaptureAccess.h"
 #include "TarnPlatform/desktop/UrlOpener.h"
+#include "TarnPlatform/logging/Log.h"
 
 namespace tarn {
 
@@ -36,6 +37,7 @@ struct SessionServices {
     std::function<Task<Result<std::shared_ptr<CaptureStream>>>(std::shared_ptr<AudioSink> sink,
                                                                std::optional<std::string> bundleID)>
         startCapture;
+    std::function<void(const std::string& line)> log = [](const std::string& line) { logLine(line); };
     WatchSound watchSound = [](auto&&...) { return nullptr; };
 
     /// The desktop's own, with `main` as the main thread.

@@ -163,6 +163,9 @@ Task<void> TranslateSession::run(Run run) {
     run.teardowns->begin(std::move(parts));
     self->stopHearing();
     const PipelineFailure& failure = built.error();
+    if (!failure.diagnosis.empty()) {
+        run.services.log("[vm] " + self->storageNamespace_ + " does not start: " + failure.diagnosis);
+    }
     self->showError(run.start.call, failure.description, failure.description);
     if (failure.meansSignedOut && self->onAuthFailure) {
         self->onAuthFailure();
@@ -257,7 +260,10 @@ Task<PipelineResult<SendAudio>> TranslateSession::openTransport(const Run& run, 
         co_return abandoned();
     }
     if (!opened) {
-        co_return std::unexpected(PipelineFailure{describe(opened.error()), opened.error().meansSignedOut()});
+        const TarnServerError& error = opened.error();
+        const bool isSignedOut = error.meansSignedOut();
+        co_return std::unexpected(PipelineFailure{
+            isSignedOut ? text(LocKey::errSessionExpired) : describe(error), isSignedOut, diagnosis(error)});
     }
     const std::shared_ptr<TarnTranslateStream> stream = std::move(*opened);
     attempt.parts.serverStream = stream;

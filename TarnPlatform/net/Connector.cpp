@@ -10,6 +10,7 @@
 #include <boost/beast/http/empty_body.hpp>
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/read.hpp>
+#include <cctype>
 #include <span>
 
 #include "Base64.h"
@@ -202,6 +203,10 @@ void Connector::attemptEnded(std::size_t index, const boost::system::error_code&
     if (error) {
         if (!winner_ && !aborted_) {
             lastFailure_ = error.message();
+            if (!lastFailure_.empty()) {  // it stands in the middle of a sentence
+                lastFailure_.front() =
+                    static_cast<char>(std::tolower(static_cast<unsigned char>(lastFailure_.front())));
+            }
         }
         startNextAttempt();
     } else if (!winner_) {

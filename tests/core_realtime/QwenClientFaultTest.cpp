@@ -332,7 +332,7 @@ TEST_F(QwenClientFault, NamesWhatIsWrongWithAnAddressThatCannotBeReached) {
     const auto refused = run(makeClient(local(closedPort))->connect());
     ASSERT_FALSE(refused);
     EXPECT_EQ(refused.error().kind, ErrorKind::connection);
-    EXPECT_THAT(refused.error().description, HasSubstr("Connection refused"));
+    EXPECT_THAT(refused.error().description, HasSubstr("connection refused"));
 
     const auto unknown = run(makeClient(local(80, "no-such-host.invalid"))->connect());
     ASSERT_FALSE(unknown);

@@ -162,8 +162,19 @@ TEST(TarnServerErrorTest, KnowsWhichFailuresASignInCures) {
     EXPECT_TRUE(transport(401).meansSignedOut());
     EXPECT_FALSE(transport(403).meansSignedOut());
     EXPECT_FALSE(TarnServerError::http(500, "x").meansSignedOut());
-    EXPECT_EQ(describe(transport(401)), "The operation couldn’t be completed. (TarnServerError error 2.)");
+    EXPECT_EQ(describe(transport(403)), "Refused");
     EXPECT_EQ(diagnosis(TarnServerError::http(500, "secret body")), "the server answered with status 500");
+}
+
+TEST(TarnServerErrorTest, SaysWithTheServersOwnSentenceWhatHappened) {
+    for (const auto& [body, quoted] : {std::pair<std::string, std::string>{"", ""},
+                                       {R"({"error":"quota\n used"})", ": quota  used"},
+                                       {"\x1b[2Jused up\n", ":  [2Jused up"},
+                                       {"<html>", ""},
+                                       {"\xff\xfe", ""}}) {
+        EXPECT_EQ(describe(TarnServerError::http(500, body)), "The server answered with status 500" + quoted);
+    }
+    EXPECT_EQ(explain(TarnServerError::http(0, "no response")), "no response");
 }
 
 }  // namespace

@@ -253,7 +253,8 @@ TEST_F(SessionPipelineTest, ShowsWhyAStartFailedReleasesItAllAndStartsAgain) {
     const auto engineFails = [](test::SessionWorld& world) {
         world.engine = [] { return Result<void>(failure(ErrorKind::unavailable, "no audio server")); };
     };
-    const std::string generic = "The operation couldn’t be completed. (TarnServerError error ";
+    const std::string expired = "Session expired — please sign in again";
+    world_.defaults->set("app.language", "en");
     const auto refused = TarnServerError::transport(Error{ErrorKind::upgrade, "refused", 401});
     std::vector<Case> cases{
         {"player", CaptureSource::system, engineFails, "no audio server"},
@@ -266,15 +267,15 @@ TEST_F(SessionPipelineTest, ShowsWhyAStartFailedReleasesItAllAndStartsAgain) {
          MicError{MicError::InvalidInputFormat{16000, 0}}.errorDescription()},
     };
     for (const auto source : {CaptureSource::system, CaptureSource::mic}) {
-        cases.push_back({"401", source, opening(TarnServerError::http(401, "no")), generic + "0.)", true});
-        cases.push_back({"500", source, opening(TarnServerError::http(500, "no")), generic + "0.)"});
-        cases.push_back({"rubbish", source, opening(TarnServerError::decoding({})), generic + "1.)"});
+        cases.push_back({"401", source, opening(TarnServerError::http(401, "no")), expired, true});
+        cases.push_back({"500", source, opening(TarnServerError::http(500, "no")),
+                         "The server answered with status 500: no"});
+        cases.push_back({"rubbish", source, opening(TarnServerError::decoding({})),
+                         "The server's answer makes no sense: "});
         cases.push_back({"no answer", source,
-                         opening(TarnServerError::transport(Error{ErrorKind::timeout, "late"})),
-                         generic + "2.)"});
-        cases.push_back({"upgrade refused", source, opening(refused), generic + "2.)", true});
-        cases.push_back(
-            {"no token", source, opening(TarnServerError::notAuthenticated()), generic + "3.)", true});
+                         opening(TarnServerError::transport(Error{ErrorKind::timeout, "late"})), "Late"});
+        cases.push_back({"upgrade refused", source, opening(refused), expired, true});
+        cases.push_back({"no token", source, opening(TarnServerError::notAuthenticated()), expired, true});
     }
     const auto engine = world_.engine;
     const auto open = world_.open;

@@ -6,6 +6,7 @@
 #include <random>
 
 #include "SessionWorld.h"
+#include "TarnApp/localization/LocKey.h"
 
 namespace tarn {
 namespace {
@@ -31,7 +32,7 @@ public:
                 return std::nullopt;
             }
             const auto error = pick(2) == 0 ? TarnServerError::http(401, "") : TarnServerError::http(500, "");
-            mayShow_.push_back(describe(error));
+            mayShow_.push_back(error.meansSignedOut() ? text(LocKey::errSessionExpired) : describe(error));
             return error;
         };
         QObject::connect(session_.get(), &TranslateSession::stateChanged, session_.get(),

@@ -142,7 +142,7 @@ TEST_F(CliAccount, TellsARefusedTokenFromAServerThatIsNotThere) {
     relay.reset();
     const auto gone = start({"--input", "-", "--to", "es"}, input);
     EXPECT_EQ(gone->wait(), 1);
-    EXPECT_THAT(gone->err(), HasSubstr("Connection refused"));
+    EXPECT_THAT(gone->err(), HasSubstr("connection refused"));
     EXPECT_EQ(start({"status"})->wait(), 1);
 }
 
