@@ -9,6 +9,10 @@ class AudioServerAccess final : public ScreenCaptureAccess {
 public:
     bool preflight() override { return AudioServer::shared().reach().has_value(); }
     bool request() override { return preflight(); }
+    std::optional<Error> obstacle() override {
+        const auto reached = AudioServer::shared().reach();
+        return reached ? std::nullopt : std::optional(reached.error());
+    }
 };
 
 }  // namespace

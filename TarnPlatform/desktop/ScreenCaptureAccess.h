@@ -1,6 +1,9 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+
+#include "TarnPlatform/concurrency/Result.h"
 
 namespace tarn {
 
@@ -14,6 +17,8 @@ public:
     virtual bool preflight() = 0;
     /// Asks the user where the desktop can, and returns at once: whether it is allowed now.
     virtual bool request() = 0;
+    /// What is missing where nobody has denied anything; nothing after a denial, and where it is allowed.
+    virtual std::optional<Error> obstacle() { return std::nullopt; }
 
     static std::shared_ptr<ScreenCaptureAccess> desktop();
 };
