@@ -20,6 +20,8 @@ using SessionFaults = std::set<SessionFault>;
 
 /// "connectionLost", …
 std::string_view nameOf(SessionFault fault);
+/// What the window says of it in English, with `value` in its place.
+std::string englishText(SessionFault fault, const std::string& value);
 
 /// What a run uses of the desktop's sound.
 struct SoundInUse {

@@ -48,6 +48,15 @@ QStringList TranslateSession::healthNames() const {
     return names;
 }
 
+QStringList TranslateSession::healthValueTexts() const {
+    QStringList values;
+    for (const SessionFault fault : health_) {
+        const auto found = healthValues_.find(fault);
+        values.push_back(found == healthValues_.end() ? QString() : QString::fromStdString(found->second));
+    }
+    return values;
+}
+
 QString TranslateSession::captureSourceText() const {
     const std::string_view raw = rawValue(captureSource_);
     return QString::fromUtf8(raw.data(), static_cast<qsizetype>(raw.size()));

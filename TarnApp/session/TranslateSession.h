@@ -5,6 +5,7 @@
 #include <QStringList>
 #include <QUuid>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -48,6 +49,7 @@ class TranslateSession : public QObject, public std::enable_shared_from_this<Tra
     Q_PROPERTY(QString translationText READ translationTextText NOTIFY translationTextChanged)
     Q_PROPERTY(QString errorMessage READ errorMessageText NOTIFY errorMessageChanged)
     Q_PROPERTY(QStringList health READ healthNames NOTIFY healthChanged)
+    Q_PROPERTY(QStringList healthValues READ healthValueTexts NOTIFY healthChanged)  ///< one for each fault
     Q_PROPERTY(float inputLevel READ inputLevel NOTIFY inputLevelChanged)
 
 public:
@@ -105,6 +107,8 @@ public:
     float inputLevel() const { return inputLevel_; }  ///< linear; 0 where nothing is captured
     /// What is wrong with a run that goes on, after an error that the service told of, too.
     const SessionFaults& health() const { return health_; }
+    /// What the service said, or how many seconds, by the faults that have a value.
+    const std::map<SessionFault, std::string>& healthValues() const { return healthValues_; }
     /// Whether a run is under way, or on its way, or goes on after an error: a stop has something to end.
     /// Changes with the state, whose signal tells it.
     bool canStop() const { return state_.isActive() || attempt_ || hasComeUp(); }
@@ -193,7 +197,10 @@ private:
     static std::function<void()> captureEndReceiver(const Run& run);
     void watchSound(const Run& run);
     void takeSoundFaults(SessionFaults faults, Call start);
-    void setFault(SessionFault fault, bool isThere);
+    void takeConnection(const ConnectionHealth& now);
+    void takeGap(double seconds);
+    void markFault(SessionFault fault, bool isThere, std::string value = {});
+    void setFault(SessionFault fault, bool isThere, std::string value = {});
     void showHealth();
     static std::function<void(float)> levelReceiver(const Run& run);
 
@@ -225,6 +232,7 @@ private:
     QString applicationNameText() const { return QString::fromStdString(applicationName_); }
     QString stateText() const;
     QStringList healthNames() const;
+    QStringList healthValueTexts() const;
     QString sourceTextText() const { return QString::fromStdString(sourceText_); }
     QString translationTextText() const { return QString::fromStdString(translationText_); }
     QString errorMessageText() const { return QString::fromStdString(errorMessage_.value_or("")); }
@@ -245,9 +253,13 @@ private:
     std::string translationText_;
     std::optional<std::string> errorMessage_;
     float inputLevel_ = 0;
-    SessionFaults health_;           ///< as shown
+    SessionFaults health_;  ///< as shown
+    std::map<SessionFault, std::string> healthValues_;
     SessionFaults transportFaults_;  ///< of the connection and the capture
     SessionFaults soundFaults_;
+    std::map<SessionFault, std::string> faultValues_;   ///< of `transportFaults_`
+    double leftOut_ = 0;                                ///< seconds, in this run
+    std::unique_ptr<ScheduledCall> gapShown_;           ///< until then a gap is told of
     std::unique_ptr<ScheduledCall> soundFaultsSettle_;  ///< until then they are not shown
 
     SessionPipeline pipeline_;                 ///< of a run that has come up

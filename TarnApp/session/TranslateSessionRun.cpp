@@ -4,11 +4,14 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/strand.hpp>
 #include <chrono>
+#include <cmath>
 #include <utility>
 
 #include "MicDenialHelp.h"
+#include "TarnApp/localization/LanguagePreference.h"
 #include "TarnApp/localization/LocKey.h"
 #include "TarnPlatform/concurrency/CarryOut.h"
+#include "TarnPlatform/text/Printable.h"
 #include "TranslateSession.h"
 
 namespace tarn {
@@ -17,6 +20,11 @@ namespace {
 constexpr std::chrono::milliseconds reconnectDelay{300};
 // A desktop that goes over to another device is without one for a moment.
 constexpr std::chrono::milliseconds soundSettles{300};
+constexpr std::chrono::seconds gapIsTold{30};
+constexpr std::size_t mostOfAComplaint = 300;  // characters
+
+constexpr const char* startSound = "systemctl --user start pipewire.socket pipewire wireplumber";
+constexpr const char* restartSound = "systemctl --user restart pipewire wireplumber";
 
 std::optional<std::string> nonEmpty(const std::string& text) {
     return text.empty() ? std::nullopt : std::optional(text);
@@ -43,6 +51,19 @@ std::function<void(const PcmBuffer&)> makeSender(std::shared_ptr<AudioResampler>
             send(std::move(*chunk));
         }
     };
+}
+
+/// What is missing before anything can be captured, and what to do.
+std::string captureObstacleText(const Error& missing) {
+    const bool isSilent = missing.kind == ErrorKind::timeout;
+    if (LanguagePreference::stored().appLanguage() == AppLanguage::zh) {
+        return std::string(isSilent ? "音频服务器（PipeWire）没有应答。请重新启动它："
+                                    : "音频服务器（PipeWire）未运行。请启动它：") +
+               (isSilent ? restartSound : startSound);
+    }
+    return std::string(isSilent ? "The audio server (PipeWire) does not answer. Restart it: "
+                                : "The audio server (PipeWire) is not running. Start it: ") +
+           (isSilent ? restartSound : startSound);
 }
 
 std::unexpected<PipelineFailure> abandoned() {
@@ -73,6 +94,9 @@ void TranslateSession::start(float rate, float gain, Backend backend) {
     const Start call{lastCall_, rate, gain, std::move(backend)};
     leaveOldRun();
     transportFaults_.clear();
+    faultValues_.clear();
+    leftOut_ = 0;
+    gapShown_.reset();
     soundFaults_.clear();
     errorMessage_.reset();
     sourceText_.clear();
@@ -93,6 +117,8 @@ void TranslateSession::start(float rate, float gain, Backend backend) {
         TaskHandle::start(services_.main, askForMicrophone(weak_from_this(), call));
     } else if (services_.screenCapture->preflight()) {
         continueStart(call);
+    } else if (const auto missing = services_.screenCapture->obstacle()) {
+        showError(call.call, missing->description, captureObstacleText(*missing));
     } else {
         services_.screenCapture->request();
         setState(ConnectionState::idle());
@@ -307,6 +333,8 @@ void TranslateSession::apply(const TarnTranslateEvent& event, Call start) {
         if (translation->done) {
             Q_EMIT translationFinished(translationTextText());
         }
+    } else if (const auto* const gap = std::get_if<translate::Gap>(&event)) {
+        takeGap(gap->seconds);
     } else if (!isLatest(start)) {
         return;  // the run is being taken apart: the stop tells where the session stands
     } else if (const auto* const error = std::get_if<translate::Error>(&event)) {
@@ -337,9 +365,26 @@ Task<void> TranslateSession::watchConnection(std::weak_ptr<TranslateSession> wea
         if (!now || !self || self->lastStart_ != start) {
             co_return;
         }
-        self->setFault(SessionFault::connectionStalled, now->state == ConnectionHealth::State::stalled);
-        self->setFault(SessionFault::connectionLost, now->state == ConnectionHealth::State::lost);
+        self->takeConnection(*now);
     }
+}
+
+void TranslateSession::takeConnection(const ConnectionHealth& now) {
+    using enum ConnectionHealth::State;
+    markFault(SessionFault::connectionStalled, now.state == stalled);
+    markFault(SessionFault::connectionSlow, now.state == slow,
+              std::to_string(std::lround(now.behindSeconds)));
+    const bool isRefused = now.state == lost && now.refusedByService;
+    markFault(SessionFault::serviceRefuses, isRefused, printable(firstCharacters(now.reason, mostOfAComplaint)));
+    markFault(SessionFault::connectionLost, now.state == lost && !isRefused);
+    showHealth();
+}
+
+void TranslateSession::takeGap(double seconds) {
+    leftOut_ += seconds;
+    setFault(SessionFault::soundLeftOut, true, std::to_string(std::lround(leftOut_)));
+    gapShown_ = services_.clock->callAfter(services_.main, gapIsTold,
+                                           [this] { setFault(SessionFault::soundLeftOut, false); });
 }
 
 std::function<void()> TranslateSession::captureEndReceiver(const Run& run) {
@@ -381,26 +426,37 @@ void TranslateSession::takeSoundFaults(SessionFaults faults, Call start) {
     }
 }
 
-void TranslateSession::setFault(SessionFault fault, bool isThere) {
+void TranslateSession::setFault(SessionFault fault, bool isThere, std::string value) {
+    markFault(fault, isThere, std::move(value));
+    showHealth();
+}
+
+void TranslateSession::markFault(SessionFault fault, bool isThere, std::string value) {
+    faultValues_.erase(fault);
     if (isThere) {
         transportFaults_.insert(fault);
+        if (!value.empty()) {
+            faultValues_.emplace(fault, std::move(value));
+        }
     } else {
         transportFaults_.erase(fault);
     }
-    showHealth();
 }
 
 void TranslateSession::showHealth() {
     SessionFaults now;
+    std::map<SessionFault, std::string> values;
     // A service's complaint shows as an error and ends no run.
     const bool goesOn = state_.kind() == ConnectionState::Case::running ||
                         (state_.kind() == ConnectionState::Case::error && !pipeline_.isEmpty());
     if (goesOn && !stopAsked_) {
         now = transportFaults_;
         now.insert(soundFaults_.begin(), soundFaults_.end());
+        values = faultValues_;
     }
-    if (now != health_) {
+    if (now != health_ || values != healthValues_) {
         health_ = std::move(now);
+        healthValues_ = std::move(values);
         Q_EMIT healthChanged();
     }
 }

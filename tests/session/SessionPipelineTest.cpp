@@ -237,6 +237,15 @@ TEST_F(SessionPipelineTest, AsksForTheScreenAndStaysIdleWithoutIt) {
         EXPECT_EQ(session_->errorMessage(), std::nullopt);
     }
     EXPECT_EQ(screenNeeded_, 2);
+
+    world_.captureObstacle = Error{ErrorKind::unavailable, "no audio server"};
+    world_.defaults->set("app.language", "en");
+    start();
+    EXPECT_EQ(state(), "error(no audio server)");
+    EXPECT_EQ(session_->errorMessage(),
+              "The audio server (PipeWire) is not running. Start it: systemctl --user start pipewire.socket "
+              "pipewire wireplumber");
+    EXPECT_EQ(screenNeeded_, 2) << "nobody has denied anything";
 }
 
 TEST_F(SessionPipelineTest, ShowsWhyAStartFailedReleasesItAllAndStartsAgain) {
@@ -590,6 +599,28 @@ TEST_F(SessionPipelineTest, SaysWhatIsWrongWithARunThatGoesOn) {
     connection(ConnectionHealth::State::stalled);
     EXPECT_EQ(health(), "connectionStalled");
     connection(ConnectionHealth::State::answering);
+    EXPECT_EQ(health(), "");
+    const auto say = [this](ConnectionHealth now, SessionFault fault) {
+        world_.streams.back().lock()->health().push(std::move(now));
+        world_.settle();
+        const auto& values = session_->healthValues();
+        return values.contains(fault) ? englishText(fault, values.at(fault)) : "nothing";
+    };
+    using State = ConnectionHealth::State;
+    EXPECT_EQ(say({State::slow, "", false, 12}, SessionFault::connectionSlow),
+              "The connection is too slow: 12 s behind");
+    EXPECT_EQ(health(), "connectionSlow");
+    EXPECT_EQ(say({State::slow, "", false, 13}, SessionFault::connectionSlow),
+              "The connection is too slow: 13 s behind");
+    EXPECT_EQ(say({State::lost, "[quota] Out of\ncredit", true}, SessionFault::serviceRefuses),
+              "The service refuses: [quota] Out of credit");
+    EXPECT_EQ(health(), "serviceRefuses");
+    EXPECT_EQ(say({State::answering}, SessionFault::serviceRefuses), "nothing");
+    tell(translate::Gap{1.2});
+    tell(translate::Gap{2.4});
+    EXPECT_EQ(health(), "soundLeftOut");
+    EXPECT_EQ(session_->healthValues().at(SessionFault::soundLeftOut), "4") << "in all";
+    world_.pass(31s);
     EXPECT_EQ(health(), "");
 
     world_.tellSound({SessionFault::outputGone});

@@ -76,6 +76,7 @@ class WorldScreen final : public ScreenCaptureAccess {
 public:
     explicit WorldScreen(SessionWorld& world) : world_(world) {}
     bool preflight() override { return world_.screenAllowed; }
+    std::optional<Error> obstacle() override { return world_.captureObstacle; }
     bool request() override {
         world_.note("screen asked");
         return false;

@@ -128,6 +128,7 @@ public:
 
     // What happens when it is asked for.
     bool screenAllowed = true;
+    std::optional<Error> captureObstacle;
     bool microphoneGranted = true;
     AuthorizationStatus microphoneStatus = AuthorizationStatus::authorized;
     std::function<Result<void>()> engine = [] { return Result<void>(); };

@@ -9,7 +9,9 @@ Rectangle {
     id: root
 
     property list<string> faults        ///< `TranslateSession.health`
-    readonly property var lines: [Loc[StateLook.labelKey(state)]].concat(faults.map(fault => HealthTexts[fault]))
+    property list<string> values        ///< `TranslateSession.healthValues`
+    readonly property var lines: [Loc[StateLook.labelKey(state)]].concat(
+        faults.map((fault, i) => HealthTexts[fault].replace("%1", () => values[i] || "")))
 
     state: "idle"
     implicitWidth: 8

@@ -8,12 +8,14 @@ ErrorChip {
     id: root
 
     required property list<string> faults       ///< `TranslateSession.health`
+    property list<string> values                ///< `TranslateSession.healthValues`
 
     readonly property bool isHealthy: faults.length === 0
+    readonly property var lines: faults.map((fault, i) => HealthTexts[fault].replace("%1", () => values[i] || ""))
 
     visible: !isHealthy
-    message: isHealthy ? "" : HealthTexts[faults[0]]
-    details: faults.map(fault => HealthTexts[fault]).join("\n")
+    message: isHealthy ? "" : lines[0]
+    details: lines.join("\n")
     ink: Theme.orange
     // It is read over any picture, and not in a header.
     color: Theme.panelOpaque

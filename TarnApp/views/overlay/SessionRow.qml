@@ -53,6 +53,7 @@ Item {
             id: dot
             state: root.session.state
             faults: root.session.health
+            values: root.session.healthValues
         }
         Item {
             visible: root.healthFits

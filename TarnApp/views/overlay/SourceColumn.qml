@@ -95,6 +95,7 @@ Item {
         id: health
         objectName: "health"
         faults: root.session.health
+        values: root.session.healthValues
         x: row.x + (row.healthFits ? row.besideDot : 0)
         y: row.healthFits ? row.y + (28 - height) / 2 : header.height
         width: Math.min(implicitWidth, root.width - 2 * row.x)

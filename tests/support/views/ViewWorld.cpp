@@ -106,7 +106,11 @@ void ViewWorld::translate(int index, const QString& text, bool done) {
 void ViewWorld::connection(int index, const QString& health) {
     if (const auto to = stream(index)) {
         using enum ConnectionHealth::State;
-        to->health().push({health == "stalled" ? stalled : health == "lost" ? lost : answering});
+        to->health().push({health == "stalled"                       ? stalled
+                           : health == "slow"                        ? slow
+                           : health == "lost" || health == "refused" ? lost
+                                                                     : answering,
+                           "[quota] Out of credit", health == "refused", 12});
         settle();
     }
 }
