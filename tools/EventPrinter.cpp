@@ -5,8 +5,10 @@
 
 #include <algorithm>
 #include <array>
+#include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
 #include <boost/json/serialize.hpp>
+#include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <vector>
@@ -23,17 +25,88 @@ struct Overloaded : Visitors... {
     using Visitors::operator()...;
 };
 
+/// "connection-lost" of "connectionLost".
+std::string kebab(std::string_view name) {
+    std::string text;
+    for (const char c : name) {
+        if (std::isupper(static_cast<unsigned char>(c)) != 0) {
+            text += '-';
+        }
+        text += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    }
+    return text;
+}
+
+/// Of a fault that a line says: gaps have lines of their own, and so has the end that a lost connection is.
+bool isSaid(SessionFault fault) {
+    return fault != SessionFault::soundLeftOut && fault != SessionFault::connectionLost &&
+           fault != SessionFault::serviceRefuses && fault != SessionFault::captureEnded;
+}
+
+/// Says on standard error what is wrong with a source, once for each change.
+class HealthLines {
+public:
+    explicit HealthLines(bool numbered) : numbered_(numbered) {}
+
+    void say(std::size_t source, const SessionFaults& faults,
+             const std::map<SessionFault, std::string>& values) {
+        SessionFaults said;
+        std::string text;
+        for (const SessionFault fault : faults) {
+            if (isSaid(fault)) {
+                said.insert(fault);
+                const auto value = values.find(fault);
+                std::string one = englishText(fault, value == values.end() ? "" : value->second);
+                one.front() = static_cast<char>(std::tolower(static_cast<unsigned char>(one.front())));
+                text += (text.empty() ? "" : "; ") + one;
+            }
+        }
+        if (auto& before = said_[source]; said != before) {
+            before = std::move(said);
+            complain((numbered_ ? "source " + std::to_string(source + 1) + ": " : "") +
+                     (text.empty() ? "all is well again" : text));
+        }
+    }
+
+private:
+    const bool numbered_;
+    std::map<std::size_t, SessionFaults> said_;
+};
+
 class JsonLinesPrinter final : public EventPrinter {
 public:
     JsonLinesPrinter(bool numbered, std::chrono::steady_clock::time_point start,
                      std::function<void(std::string)> write)
-        : numbered_(numbered), start_(start), write_(std::move(write)) {}
+        : numbered_(numbered), start_(start), write_(std::move(write)), lines_(numbered) {}
 
     void state(std::size_t source, const std::string& value) override {
         line(source, {{"event", "state"}, {"value", value}});
     }
 
     void level(std::size_t /*source*/, float /*level*/) override {}
+
+    void health(std::size_t source, const SessionFaults& faults,
+                const std::map<SessionFault, std::string>& values) override {
+        json::array names;
+        for (const SessionFault fault : faults) {
+            if (fault != SessionFault::soundLeftOut) {  // which events tell of
+                names.emplace_back(kebab(nameOf(fault)));
+            }
+        }
+        const auto behind = values.find(SessionFault::connectionSlow);
+        const auto refusal = values.find(SessionFault::serviceRefuses);
+        json::object fields{{"event", "health"},
+                            {"faults", std::move(names)},
+                            {"behind_s", behind == values.end() ? 0 : std::stoi(behind->second)}};
+        if (refusal != values.end()) {
+            fields["message"] = refusal->second;
+        }
+        if (fields != lastHealth_[source]) {
+            lastHealth_[source] = fields;
+            line(source, std::move(fields));
+        }
+        lines_.say(source, faults, values);
+    }
 
     void event(std::size_t source, const TarnTranslateEvent& event) override {
         std::visit(Overloaded{
@@ -78,6 +151,8 @@ private:
     const bool numbered_;
     const std::chrono::steady_clock::time_point start_;
     const std::function<void(std::string)> write_;
+    std::map<std::size_t, json::object> lastHealth_;
+    HealthLines lines_;
 };
 
 /// Finals as lines; on a terminal the text that is still changing, and how loud it is, stand below them and
@@ -85,7 +160,9 @@ private:
 class TextPrinter final : public EventPrinter {
 public:
     TextPrinter(const RunOptions& options, std::function<void(std::string)> write)
-        : write_(std::move(write)), onTerminal_(::isatty(STDOUT_FILENO) == 1) {
+        : write_(std::move(write)),
+          onTerminal_(::isatty(STDOUT_FILENO) == 1),
+          lines_(options.isConversation()) {
         for (const SourceOptions& source : options.sources) {
             const std::string number =
                 options.isConversation() ? std::to_string(sources_.size() + 1) + " " : std::string();
@@ -101,6 +178,12 @@ public:
         if (!sources_[source].isRunning) {
             eraseRunning();
         }
+    }
+
+    void health(std::size_t source, const SessionFaults& faults,
+                const std::map<SessionFault, std::string>& values) override {
+        eraseRunning();
+        lines_.say(source, faults, values);
     }
 
     void level(std::size_t source, float level) override {
@@ -245,6 +328,7 @@ private:
     bool running_ = false;  ///< the last line on the terminal is to be written over
     std::string latest_;    ///< the text that is still changing
     std::chrono::steady_clock::time_point lastLevel_{};
+    HealthLines lines_;
 };
 
 }  // namespace

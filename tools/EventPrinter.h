@@ -3,11 +3,13 @@
 #include <chrono>
 #include <cstddef>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 
 #include "Options.h"
 #include "TarnApp/server/TarnTranslateEvent.h"
+#include "TarnApp/session/SessionHealth.h"
 
 namespace tarn::cli {
 
@@ -21,6 +23,9 @@ public:
     /// `value`: "connecting", "running", "stopping", "idle" or "error".
     virtual void state(std::size_t source, const std::string& value) = 0;
     virtual void event(std::size_t source, const TarnTranslateEvent& event) = 0;
+    /// What is wrong with a run that goes on, at each change.
+    virtual void health(std::size_t source, const SessionFaults& faults,
+                        const std::map<SessionFault, std::string>& values) = 0;
     /// How loud the captured sound is: linear, 0 to 1. Shown on a terminal only.
     virtual void level(std::size_t source, float level) = 0;
 

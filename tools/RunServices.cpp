@@ -1,5 +1,6 @@
 #include "RunServices.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <utility>
 
@@ -54,6 +55,15 @@ std::shared_ptr<AudioPlayer> silentPlayer() {
 
 std::shared_ptr<ScreenCaptureAccess> alwaysAllowed() {
     return std::make_shared<AlwaysAllowed>();
+}
+
+void leaveOutLinesOfTheEnd() {
+    setLogSink([](std::string_view line) {
+        if (!line.starts_with("[qwen] recv ended: ") && !line.starts_with("[qwen] server error ")) {
+            const std::string text = std::string(line) + "\n";
+            std::fwrite(text.data(), 1, text.size(), stderr);
+        }
+    });
 }
 
 }  // namespace tarn::cli

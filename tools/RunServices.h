@@ -22,4 +22,8 @@ std::shared_ptr<AudioPlayer> silentPlayer();
 /// For a capture that is none of the desktop's.
 std::shared_ptr<ScreenCaptureAccess> alwaysAllowed();
 
+/// Keeps the log's lines about the end of a connection from standard error: the run says it in one of its
+/// own.
+void leaveOutLinesOfTheEnd();
+
 }  // namespace tarn::cli

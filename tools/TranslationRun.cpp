@@ -99,6 +99,7 @@ Task<bool> TranslationRun::prepare() {
 }
 
 Task<void> TranslationRun::translate() {
+    leaveOutLinesOfTheEnd();
     useTokenOfEnvironment(deployment_);
     model_ = TranslateViewModel::make(services());
     model_->onAuthLost = [weak = weak_from_this()] {
@@ -205,6 +206,11 @@ void TranslationRun::watch(std::size_t number) {
             self->stateChanged(number);
         }
     });
+    QObject::connect(session, &TranslateSession::healthChanged, session, [weak = weak_from_this(), number] {
+        if (const auto self = weak.lock()) {
+            self->healthChanged(number);
+        }
+    });
     QObject::connect(session, &TranslateSession::inputLevelChanged, session,
                      [weak = weak_from_this(), number, session] {
                          if (const auto self = weak.lock()) {
@@ -224,6 +230,15 @@ void TranslationRun::stateChanged(std::size_t number) {
         sourceOf(*stream);
     }
     sources_[number].ran = sources_[number].ran || sources_[number].session->hasComeUp();
+    ring();
+}
+
+void TranslationRun::healthChanged(std::size_t number) {
+    const TranslateSession& session = *sources_[number].session;
+    printer_->health(number, session.health(), session.healthValues());
+    capturesEnded_ = capturesEnded_ || std::ranges::all_of(sources_, [](const Source& source) {
+                         return source.session->health().contains(SessionFault::captureEnded);
+                     });
     ring();
 }
 
@@ -326,6 +341,8 @@ void TranslationRun::event(const TappedStream& stream, const TarnTranslateEvent&
     Source& source = sources_[*number];
     source.progress.note(event, std::chrono::steady_clock::now());
     printer_->event(*number, event);
+    source.complainedLast = std::holds_alternative<translate::Error>(event) ||
+                            (source.complainedLast && std::holds_alternative<translate::Closed>(event));
     if (const auto* const audio = std::get_if<translate::TranslatedAudio>(&event)) {
         keepAudio(stream, *audio);
     } else if (const auto* const error = std::get_if<translate::Error>(&event)) {
@@ -389,9 +406,23 @@ Task<bool> TranslationRun::waitForEnd() {
     if (refused_) {
         fail(std::string("the server refused the access token (401)") + signInHint, ExitStatus::notSignedIn);
     } else if (deathReason_ && !interrupted_) {
-        fail("the connection ended: " + *deathReason_);
+        sayWhyConnectionEnded();
+    } else if (capturesEnded_ && !interrupted_) {
+        fail("listening has ended: the audio server took the capture away");
     }
     co_return !isCutShort();
+}
+
+void TranslationRun::sayWhyConnectionEnded() {
+    // A complaint that came last is the reason, and stands on a terminal already.
+    const auto complained = std::ranges::find_if(sources_, &Source::complainedLast);
+    if (complained == sources_.end()) {
+        fail("the connection ended: " + *deathReason_);
+    } else if (options_.format == Format::jsonl) {
+        fail(complained->complaint);
+    } else {
+        status_ = ExitStatus::failed;
+    }
 }
 
 Task<void> TranslationRun::drain() {

@@ -41,8 +41,9 @@ private:
         std::shared_ptr<TranslateSession> session;
         RunProgress progress = {};
         std::string shownState = {};
-        bool ran = false;            ///< the session has said that it runs
-        std::string complaint = {};  ///< what the relay complained of last
+        bool ran = false;             ///< the session has said that it runs
+        std::string complaint = {};   ///< what the relay complained of last
+        bool complainedLast = false;  ///< nothing has come since
     };
 
     struct OpenStream {
@@ -76,17 +77,19 @@ private:
     static Task<void> watchStream(std::shared_ptr<TranslationRun> self, std::shared_ptr<TappedStream> stream);
     static Task<void> watchOutput(std::shared_ptr<TranslationRun> self);
     bool isCutShort() const {
-        return interrupted_ || output_.failure() || refused_ || deathReason_ || dubFailed_;
+        return interrupted_ || output_.failure() || refused_ || deathReason_ || dubFailed_ || capturesEnded_;
     }
 
     OpenStream* openStream(const TappedStream& stream);
     std::optional<std::size_t> sourceOf(const TappedStream& stream);
     void stateChanged(std::size_t number);
+    void healthChanged(std::size_t number);
     void showState(std::size_t number, const std::string& value);
     void announceSources();
     /// Why a source did not come up; nothing while it still may.
     const std::optional<std::string>& startFailure(const Source& source) const;
     bool wouldOverwriteInput() const;
+    void sayWhyConnectionEnded();
     void keepAudio(const TappedStream& stream, const translate::TranslatedAudio& audio);
     void fail(const std::string& text, ExitStatus status = ExitStatus::failed);
 
@@ -110,6 +113,7 @@ private:
     bool inputEnded_ = false;
     bool timeIsUp_ = false;                   ///< the asked duration
     bool refused_ = false;                    ///< the server refused the token
+    bool capturesEnded_ = false;              ///< of all sources, by themselves
     bool interrupted_ = false;                ///< by Ctrl-C or SIGTERM
     std::optional<std::string> deathReason_;  ///< of a stream that died by itself
     ExitStatus status_ = ExitStatus::ended;
