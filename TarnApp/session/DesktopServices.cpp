@@ -8,6 +8,7 @@
 #include "TarnCore/deployment/Deployment.h"
 #include "TarnPlatform/concurrency/NetworkThread.h"
 #include "TarnPlatform/engine/SoundWatch.h"
+#include "TarnPlatform/text/PreferredLanguages.h"
 #include "TranslateViewModel.h"
 
 namespace tarn {
@@ -81,6 +82,7 @@ ViewModelServices ViewModelServices::real(SerialExecutor main) {
     };
     services.inputs = [] { return AudioDevices::inputs(); };
     services.availableApps = [] { return availableAudioApps(); };
+    services.preferredLanguages = [] { return tarn::preferredLanguages(); };
     if (deployment) {
         services.webBase = deployment->webBase;
         services.mayOpenSignInPage = [values = *deployment] { return Deployment::mayOpenPage(values); };

@@ -1,6 +1,7 @@
 #include "FirstLanguages.h"
 
 #include <algorithm>
+#include <iterator>
 #include <string_view>
 
 #include "Languages.h"
@@ -24,6 +25,10 @@ Codes offered(IsWanted isWanted) {
         }
     }
     return codes;
+}
+
+bool isOffered(const std::string& code) {
+    return std::ranges::find(Languages::supported, code, &Language::code) != Languages::supported.end();
 }
 
 /// "zh" of "zh_CN".
@@ -65,13 +70,11 @@ std::optional<LanguagePair> firstPair(const ServerLanguages& server, const Langu
         return source != target && holds(sources, source) && (!targets || holds(*targets, target));
     };
     Codes wanted;
-    for (const std::string& locale : wish.preferred) {
-        wanted.push_back(codeOf(locale));
-    }
     if (wish.chosenTarget) {
-        wanted = {*wish.chosenTarget};
+        wanted.push_back(*wish.chosenTarget);
     } else {
-        wanted = offered([&](const std::string& code) { return holds(wanted, code); }).empty() ? Codes() : wanted;
+        std::ranges::transform(wish.preferred, std::back_inserter(wanted), codeOf);
+        std::erase_if(wanted, [](const std::string& code) { return !isOffered(code); });
     }
     for (const std::string& target : wanted) {
         for (const std::string& source : sources) {

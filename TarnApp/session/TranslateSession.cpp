@@ -74,6 +74,17 @@ void TranslateSession::setTargetLang(std::string value) {
     defaults_->set(key("targetLang"), targetLang_);
 }
 
+void TranslateSession::suggestLanguages(const std::string& source, const std::string& target) {
+    if (!hasChosenSourceLang() && sourceLang_ != source) {
+        sourceLang_ = source;
+        Q_EMIT sourceLangChanged();
+    }
+    if (!hasChosenTargetLang() && targetLang_ != target) {
+        targetLang_ = target;
+        Q_EMIT targetLangChanged();
+    }
+}
+
 void TranslateSession::setVoice(std::string value) {
     voice_ = std::move(value);
     Q_EMIT voiceChanged();

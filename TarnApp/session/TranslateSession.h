@@ -99,6 +99,12 @@ public:
     void setApplicationName(std::string value);
     void setVoiceProcessing(bool value);
 
+    /// Whether the user has ever chosen it; what `suggestLanguages` took is no choice.
+    bool hasChosenSourceLang() const { return defaults_->contains(key("sourceLang")); }
+    bool hasChosenTargetLang() const { return defaults_->contains(key("targetLang")); }
+    /// Takes these where nothing is chosen, and stores nothing: another server may suggest others.
+    void suggestLanguages(const std::string& source, const std::string& target);
+
     // Live.
     const ConnectionState& state() const { return state_; }
     const std::string& sourceText() const { return sourceText_; }            ///< of the latest utterance

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <utility>
 
+#include "FirstLanguages.h"
 #include "SignInTexts.h"
 #include "TarnPlatform/concurrency/CarryOut.h"
 #include "TarnPlatform/logging/Log.h"
@@ -14,6 +15,14 @@ namespace tarn {
 namespace {
 
 constexpr std::chrono::seconds toastTime{4};
+
+QStringList texts(const std::optional<std::vector<std::string>>& codes) {
+    QStringList list;
+    for (const std::string& code : codes.value_or(std::vector<std::string>())) {
+        list.push_back(QString::fromStdString(code));
+    }
+    return list;
+}
 
 QVariantMap entry(const std::string& id, const std::string& name) {
     return {{"id", QString::fromStdString(id)}, {"name", QString::fromStdString(name)}};
@@ -145,7 +154,34 @@ void TranslateViewModel::setSignIn(SignIn value) {
 
 void TranslateViewModel::setAccount(std::optional<UserAccount> value) {
     account_ = std::move(value);
+    suggestLanguages();
     Q_EMIT accountChanged();
+}
+
+void TranslateViewModel::suggestLanguages() {
+    if (!account_ || !account_->languages || services_.preferredLanguages == nullptr) {
+        return;
+    }
+    TranslateSession& first = *sessions_.front();
+    LanguageWish wish{{first.sourceLang(), first.targetLang()}, {}, {}, services_.preferredLanguages()};
+    if (first.hasChosenSourceLang()) {
+        wish.chosenSource = first.sourceLang();
+    }
+    if (first.hasChosenTargetLang()) {
+        wish.chosenTarget = first.targetLang();
+    }
+    if (const auto pair = firstPair(*account_->languages, wish)) {
+        first.suggestLanguages(pair->source, pair->target);
+    }
+}
+
+QStringList TranslateViewModel::heardLanguages() const {
+    return account_ && account_->languages ? texts(heardBy(*account_->languages)) : QStringList();
+}
+
+QStringList TranslateViewModel::targetLanguages(const QString& source) const {
+    return account_ && account_->languages ? texts(targetsOf(*account_->languages, source.toStdString()))
+                                           : QStringList();
 }
 
 // Sessions.

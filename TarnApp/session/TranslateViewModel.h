@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <QVariantList>
 #include <cstdint>
 #include <functional>
@@ -33,6 +34,8 @@ struct ViewModelServices {
     std::optional<Url> webBase;  ///< root of the web site with the sign-in page; nothing: not known
     std::function<Result<void>()>
         mayOpenSignInPage;          ///< fails where that page is another user's; may be empty
+    std::function<std::vector<std::string>()> preferredLanguages;  ///< of the user; nothing: not asked
+    std::optional<Url> webBase;     ///< root of the web site with the sign-in page; nothing: not known
     std::optional<Url> issuesPage;  ///< the issue tracker; nothing where none is configured
 
     /// The desktop's own and the process's deployment values, with `main` as the main thread.
@@ -59,6 +62,8 @@ class TranslateViewModel : public QObject, public std::enable_shared_from_this<T
     Q_PROPERTY(bool isLoggedIn READ isLoggedIn NOTIFY isLoggedInChanged)
     Q_PROPERTY(bool isSignedOut READ isSignedOut NOTIFY isLoggedInChanged)
     Q_PROPERTY(QString mode READ modeText WRITE takeMode NOTIFY modeChanged)  ///< "solo" or "conversation"
+    /// What the server can hear, by code; empty where it does not tell.
+    Q_PROPERTY(QStringList heardLanguages READ heardLanguages NOTIFY accountChanged)
     Q_PROPERTY(QVariantList availableMics READ micList NOTIFY availableMicsChanged)  ///< {id, name} each
     Q_PROPERTY(QVariantList availableApps READ appList NOTIFY availableAppsChanged)  ///< {id, name} each
     Q_PROPERTY(int sessionCount READ sessionCount NOTIFY sessionsChanged)
@@ -107,6 +112,10 @@ public:
     const ViewModelServices& services() const { return services_; }
 
     std::function<void()> onAuthLost;  ///< whenever the model goes to signed out
+
+    QStringList heardLanguages() const;
+    /// What the server can translate `source` into; empty where it does not tell.
+    Q_INVOKABLE QStringList targetLanguages(const QString& source) const;
 
     Q_INVOKABLE void addSession();
     void removeSession(const std::shared_ptr<TranslateSession>& session);
@@ -183,6 +192,7 @@ private:
     void authFailed(TranslateSession& session);
     void showSignedOut();
     void setAccount(std::optional<UserAccount> value);
+    void suggestLanguages();
     void takeAccount(ServerResult<UserAccount> account);
     void sessionExpired();
     TranslateSession::Backend backend() const { return TranslateSession::Backend::server(serverClient_); }

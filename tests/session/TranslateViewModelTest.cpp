@@ -48,6 +48,7 @@ protected:
         };
         services.inputs = [] { return std::vector<AudioInputDevice>{{"mic-1", "Microphone", 1}}; };
         services.availableApps = [this] { return listApps(*this); };
+        services.preferredLanguages = [] { return std::vector<std::string>{"fr_FR"}; };
         services.webBase = Url::parse("https://tarn.example/site").value();
         services.mayOpenSignInPage = [this] { return mayOpenSignInPage_; };
         model_ = TranslateViewModel::make(std::move(services));
@@ -346,6 +347,23 @@ TEST_F(ViewModelTest, ChecksTheAccountAtTheStartAndAfterEverySignIn) {
     for (const auto& line : log_.lines()) {
         EXPECT_THAT(line, Not(testing::HasSubstr("secret"))) << "no answer's body in the log";
     }
+}
+
+TEST_F(ViewModelTest, TheFirstRunTakesLanguagesThatTheServerHasAndAChoiceStays) {
+    account_ = [] {
+        return UserAccount{"u1", "ada@example.org", ServerLanguages{{"en"}, {{"en", {"es", "fr"}}}, {}}};
+    };
+    auto& model = makeSignedIn();
+    EXPECT_EQ(pairs(), "session.0:en>fr ");
+    EXPECT_FALSE(world_.defaults->contains("session.0.targetLang")) << "no choice of the user's";
+    EXPECT_EQ(model.heardLanguages(), QStringList{"en"});
+    EXPECT_EQ(model.targetLanguages("en"), (QStringList{"es", "fr"}));
+    model.sessions().front()->setTargetLang("ja");
+    makeSignedIn();
+    EXPECT_EQ(pairs(), "session.0:zh>ja ") << "nothing the server has fits the choice";
+    model_->sessions().front()->setSourceLang("ko");
+    makeSignedIn();
+    EXPECT_EQ(pairs(), "session.0:ko>ja ");
 }
 
 TEST_F(ViewModelTest, ForgetsAnAnswerAboutAUserWhoIsGone) {

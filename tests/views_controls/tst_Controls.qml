@@ -34,6 +34,7 @@ Item {
     }
     StatusDot { id: dot; state: "idle" }
     ErrorChip { id: chip; y: 20; message: "" }
+    LangPicker { id: some; y: 80; label: "Source"; selection: "en"; offered: ["en", "es"] }
     LangPicker { id: language; y: 40; label: "Source"; selection: ""; includeAuto: true; onPicked: code => selection = code }
     LevelMeter { id: meter; y: 80; level: 0 }
 
@@ -271,6 +272,8 @@ Item {
         function test_language_picker_keeps_what_is_not_listed() {
             compare(language.text, "Auto-detect")
             compare(language.choices.length, 17)
+            compare(language.choices.filter(choice => choice.note).length, 0)
+            compare(some.choices.filter(choice => !choice.note).map(choice => choice.value), ["en", "es"])
             language.selection = "zh"
             compare(language.text, "中文 (zh)")
             language.selection = "tlh-Latn"

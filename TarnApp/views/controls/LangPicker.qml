@@ -10,9 +10,10 @@ MenuPicker {
     required property string label      ///< what it is the language of
     required property string selection  ///< a code; with `includeAuto`, "" is the automatic choice
     property bool includeAuto: false
+    property list<string> offered       ///< codes that the server has; empty: it does not tell
 
     name: label
     help: label
-    choices: LanguageRows.choices(includeAuto ? Loc.langAutoDetect : "")
+    choices: LanguageRows.choices(includeAuto ? Loc.langAutoDetect : "", offered)
     value: selection
 }

@@ -3,6 +3,7 @@
 #include <QtQml/qqmlregistration.h>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <QVariantList>
 
 namespace tarn {
@@ -14,9 +15,10 @@ class LanguageRows : public QObject {
     QML_SINGLETON
 
 public:
-    /// {value, label} each: the code, and "中文 (zh)". With `autoLabel`, an entry of that name with the empty
-    /// code comes first.
-    Q_INVOKABLE static QVariantList choices(const QString& autoLabel);
+    /// {value, label, note} each: the code, "中文 (zh)", and what is said of one that is not among `offered`;
+    /// that is empty where nobody tells what is offered. With `autoLabel`, an entry of that name with the
+    /// empty code comes first.
+    Q_INVOKABLE static QVariantList choices(const QString& autoLabel, const QStringList& offered);
 };
 
 }  // namespace tarn

@@ -103,6 +103,7 @@ Item {
             label: Loc.langSourceLabel
             selection: root.session.sourceLang
             includeAuto: true
+            offered: root.vm.heardLanguages
             onPicked: value => root.session.sourceLang = value
         }
         Text {
@@ -121,6 +122,10 @@ Item {
             label: Loc.langTargetLabel
             selection: root.session.targetLang
             includeAuto: false
+            offered: {
+                const told = root.vm.heardLanguages  // changes when the server tells others
+                return told.length > 0 ? root.vm.targetLanguages(root.session.sourceLang) : []
+            }
             onPicked: value => root.session.targetLang = value
         }
         Item {

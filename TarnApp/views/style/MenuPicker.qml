@@ -5,7 +5,7 @@ import Tarn.Style
 PushButton {
     id: root
 
-    required property var choices   ///< list of {value, label}
+    required property var choices   ///< list of {value, label} or {value, label, note}
     required property var value     ///< that of the chosen one; one that is not listed is shown as it is
     property string name            ///< what is chosen, for screen readers
     readonly property alias opened: list.opened
@@ -39,6 +39,7 @@ PushButton {
                 MenuRow {
                     required property var modelData
                     text: modelData.label
+                    note: modelData.note || ""
                     chosen: modelData.value === root.value
                     onClicked: {
                         const value = modelData.value

@@ -8,6 +8,7 @@ T.MenuItem {
     id: root
 
     property string symbol
+    property string note            ///< what is to be known before it is chosen
     property bool chosen: false
     property bool markable: true    ///< keeps room for the mark
     property string kind: "entry"   ///< "entry", "heading", "divider"
@@ -30,7 +31,7 @@ T.MenuItem {
 
     Accessible.ignored: kind !== "entry"
     Accessible.role: Accessible.MenuItem
-    Accessible.name: text
+    Accessible.name: note === "" ? text : text + ", " + note
     Accessible.checkable: kind === "entry" && markable
     Accessible.checked: chosen
     Accessible.onPressAction: press()
@@ -75,10 +76,19 @@ T.MenuItem {
             maximumLineCount: 1
             font.pixelSize: root.kind === "heading" ? Theme.caption : Theme.callout
             font.weight: root.kind === "heading" ? Font.DemiBold : Font.Normal
-            color: root.kind === "heading" ? Theme.secondaryText : Theme.primaryText
+            color: root.kind === "heading" || root.note !== "" ? Theme.secondaryText : Theme.primaryText
             Accessible.ignored: root.kind !== "heading"
             Accessible.role: Accessible.Heading
             Accessible.name: text
+        }
+        Text {
+            anchors.verticalCenter: parent.verticalCenter
+            visible: root.note !== ""
+            text: root.note
+            textFormat: Text.PlainText
+            font.pixelSize: Theme.caption
+            color: Theme.secondaryText
+            Accessible.ignored: true
         }
     }
     SpokenCheck {
