@@ -84,6 +84,7 @@ public:
     }
 
     void level(std::size_t /*source*/, float /*level*/) override {}
+    void languages(std::size_t /*source*/, const std::string& /*from*/, const std::string& /*to*/) override {}
 
     void health(std::size_t source, const SessionFaults& faults,
                 const std::map<SessionFault, std::string>& values) override {
@@ -164,13 +165,19 @@ public:
           onTerminal_(::isatty(STDOUT_FILENO) == 1),
           lines_(options.isConversation()) {
         for (const SourceOptions& source : options.sources) {
-            const std::string number =
-                options.isConversation() ? std::to_string(sources_.size() + 1) + " " : std::string();
             Source& shown = sources_.emplace_back();
-            shown.heardTag = number + (source.sourceLang.empty() ? "heard" : source.sourceLang);
-            shown.translatedTag = number + source.targetLang;
+            if (options.isConversation()) {
+                shown.number = std::to_string(sources_.size()) + " ";
+            }
+            languages(sources_.size() - 1, source.sourceLang, source.targetLang);
             shown.isLive = source.input.empty();
         }
+    }
+
+    void languages(std::size_t source, const std::string& from, const std::string& to) override {
+        Source& shown = sources_[source];
+        shown.heardTag = shown.number + (from.empty() ? "heard" : from);
+        shown.translatedTag = shown.number + to;
     }
 
     void state(std::size_t source, const std::string& value) override {
@@ -225,6 +232,7 @@ public:
 
 private:
     struct Source {
+        std::string number;  ///< where there are several
         std::string heardTag;
         std::string translatedTag;
         std::string openHeard;  ///< the line of a text that is not final yet

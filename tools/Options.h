@@ -30,6 +30,7 @@ struct SourceOptions {
     bool voiceProcessing = true;  ///< of a microphone only
     std::string sourceLang;       ///< empty: detect
     std::string targetLang = "en";
+    bool namesLanguages = false;  ///< one of the two was given
     std::string voice;
     std::string voiceClone = "none";
     int silenceMs = 2000;  ///< below 1: not sent

@@ -18,8 +18,10 @@ SourceGroups::SourceGroups(CLI::App& app) : app_(app) {
     apply_[processing] = [this](SourceOptions& source, std::size_t n) {
         source.voiceProcessing = voiceProcessingValues_[n] == "on";
     };
-    addText("--from", "Language code of the speech; left out: detected", &SourceOptions::sourceLang);
-    addText("--to", "Language code of the translation [en]", &SourceOptions::targetLang);
+    addText("--from", "Language code of the speech; left out: detected, or what the server hears",
+            &SourceOptions::sourceLang);
+    addText("--to", "Language code of the translation [yours where the server has it, else en]",
+            &SourceOptions::targetLang);
     addText("--voice", "Voice of the translated speech; left out: the service's own", &SourceOptions::voice);
     addText("--clone", "Clone the speaker's voice: none, once or always [none]", &SourceOptions::voiceClone)
         ->check(CLI::IsMember({"none", "once", "always"}));
@@ -32,7 +34,11 @@ SourceGroups::SourceGroups(CLI::App& app) : app_(app) {
 CLI::Option* SourceGroups::addText(const char* name, const char* help, std::string SourceOptions::* field) {
     auto& values = textValues_[name];
     CLI::Option* const option = app_.add_option(name, values, help)->allow_extra_args(false);
-    apply_[option] = [&values, field](SourceOptions& source, std::size_t n) { source.*field = values[n]; };
+    const bool isLanguage = field == &SourceOptions::sourceLang || field == &SourceOptions::targetLang;
+    apply_[option] = [&values, field, isLanguage](SourceOptions& source, std::size_t n) {
+        source.*field = values[n];
+        source.namesLanguages = source.namesLanguages || isLanguage;
+    };
     return option;
 }
 

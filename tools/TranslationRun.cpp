@@ -12,6 +12,8 @@
 
 #include "InputCapture.h"
 #include "RunServices.h"
+#include "TarnApp/session/FirstLanguages.h"
+#include "TarnPlatform/text/PreferredLanguages.h"
 
 namespace tarn::cli {
 namespace {
@@ -21,6 +23,8 @@ using std::chrono::milliseconds;
 
 /// Beyond the silence that ends an utterance: what a distant service needs to notice and to answer.
 constexpr milliseconds noticeTime{2500};
+/// A start does not wait longer for what the server tells of itself.
+constexpr milliseconds accountLimit{5000};
 constexpr const char* signInHint = "; sign in with: tarn-cli login";
 
 constexpr double dubBytesPerSecond = 48000;
@@ -113,6 +117,9 @@ Task<void> TranslationRun::translate() {
     configure();
     listenFor(watchInterrupts(shared_from_this()));
     listenFor(watchOutput(shared_from_this()));
+    if (!std::ranges::all_of(options_.sources, &SourceOptions::namesLanguages)) {
+        co_await takeServersLanguages();
+    }
     model_->startAll();
     if (co_await waitUntilRunning() && co_await waitForEnd()) {
         co_await drain();
@@ -197,6 +204,41 @@ void TranslationRun::configure() {
         sources_.push_back(Source{.session = session});
         watch(number);
     }
+}
+
+/// Where the server tells what it can do, a source that names no languages takes some that it has.
+Task<void> TranslationRun::takeServersLanguages() {
+    QObject::connect(model_.get(), &TranslateViewModel::accountChanged, model_.get(), [this] { ring(); });
+    QObject::connect(model_.get(), &TranslateViewModel::accountChecked, model_.get(), [this] {
+        isAccountChecked_ = true;
+        ring();
+    });
+    auto limit = TaskHandle::start(context_.get_executor(), endAccountWait(shared_from_this()));
+    while (model_->isLoggedIn() && !model_->account() && !isAccountChecked_ && !isCutShort()) {
+        co_await bell_.next();
+    }
+    limit.cancel();
+    const auto& account = model_->account();
+    for (std::size_t number = 0; account && account->languages && number < sources_.size(); ++number) {
+        if (options_.sources[number].namesLanguages) {
+            continue;
+        }
+        TranslateSession& session = *sources_[number].session;
+        const LanguageWish wish{{session.sourceLang(), session.targetLang()}, {}, {}, preferredLanguages()};
+        if (const auto pair = firstPair(*account->languages, wish)) {
+            session.setSourceLang(pair->source);
+            session.setTargetLang(pair->target);
+            printer_->languages(number, pair->source, pair->target);
+            complain("translating " + pair->source + " to " + pair->target +
+                     ", which the server can; choose with --from and --to");
+        }
+    }
+}
+
+Task<void> TranslationRun::endAccountWait(std::shared_ptr<TranslationRun> self) {
+    co_await sleepFor(Clock::system(), accountLimit);
+    self->isAccountChecked_ = true;
+    self->ring();
 }
 
 void TranslationRun::watch(std::size_t number) {

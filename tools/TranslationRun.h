@@ -66,6 +66,7 @@ private:
                                                                    SerialExecutor main,
                                                                    std::shared_ptr<Clock> clock);
     void configure();
+    Task<void> takeServersLanguages();
     void watch(std::size_t number);
 
     // What happens is noted in the fields below, and whoever waits is told.
@@ -73,6 +74,7 @@ private:
     void listenFor(Task<void> task);
     void ring() { bell_.push({}); }
     static Task<void> watchTime(std::shared_ptr<TranslationRun> self, Clock::Duration duration);
+    static Task<void> endAccountWait(std::shared_ptr<TranslationRun> self);
     static Task<void> watchInterrupts(std::shared_ptr<TranslationRun> self);
     static Task<void> watchStream(std::shared_ptr<TranslationRun> self, std::shared_ptr<TappedStream> stream);
     static Task<void> watchOutput(std::shared_ptr<TranslationRun> self);
@@ -109,7 +111,8 @@ private:
     std::vector<TaskHandle> listeners_;
 
     EventQueue<std::monostate> bell_;
-    bool dubFailed_ = false;  ///< the WAV file cannot be made, or would have no end
+    bool dubFailed_ = false;         ///< the WAV file cannot be made, or would have no end
+    bool isAccountChecked_ = false;  ///< or has been waited for long enough
     bool inputEnded_ = false;
     bool timeIsUp_ = false;                   ///< the asked duration
     bool refused_ = false;                    ///< the server refused the token

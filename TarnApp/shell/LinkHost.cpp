@@ -44,7 +44,8 @@ LinkHost::Position LinkHost::takePosition(const std::vector<std::string>& links)
         instance_.reset();
         instance_ = SingleInstance::claim(
             applicationID, main_,
-            {.activate = [] { logLine("[tarn] this build has no window yet; use tarn-cli"); },
+            {.activate =
+                 [] { logLine("[tarn] there is no display for a window; tarn-cli works without one"); },
              .open = [this](const std::vector<std::string>& urls) { carryOut(urls); },
              .action = {}});
         if (instance_->isPrimary()) {

@@ -157,6 +157,23 @@ TEST_F(CliRun, ReadsRawSpeechFromAPipeAndSoundFilesOfEveryKind) {
         runs.emplace_back(name, start({"--input", world.write(std::string(name) + ".wav", content), "--to",
                                        "es", "--fast", "--silence-ms", "50"}));
     }
+    for (const auto& [name, content] : files) {
+        runs.emplace_back("piped " + std::string(name),
+                          start({"--input", "-", "--to", "es", "--fast", "--silence-ms", "50"},
+                                world.file(std::string(name) + ".wav")));
+    }
+    const std::string plain = wav(1, 16000, 1, 16, pcm16);
+    const auto bytes = static_cast<std::uint32_t>(pcm16.size());
+    const std::string unknown = little(0xFFFFFFFF, 4);
+    const std::string rf64 = "RF64" + unknown + "WAVEds64" + little(28, 4) + little(bytes + 72, 8) +
+                             little(bytes, 8) + little(bytes / 2, 8) + little(0, 4) + plain.substr(12, 28) +
+                             unknown + pcm16;
+    for (const auto& [name, content] :
+         {std::pair<std::string, std::string>{"of unknown length", plain.substr(0, 40) + unknown + pcm16},
+          {"of another make", rf64}}) {
+        runs.emplace_back("piped " + name,
+                          start({"--input", "-", "--to", "es", "--fast"}, world.write(name, content)));
+    }
     runs.emplace_back("pipe",
                       start({"--input", "-", "--to", "es", "--fast"}, world.write("raw", pcm16 + "x")));
     for (const auto& [name, cli] : runs) {
@@ -177,6 +194,14 @@ TEST_F(CliRun, SaysInOneLineWhatIsWrongWithAnInput) {
         const auto cli = start({"--input", path, "--to", "es"});
         EXPECT_EQ(cli->wait(), 1) << path;
         EXPECT_THAT(cli->err(), HasSubstr(name));
+        EXPECT_EQ(std::ranges::count(cli->err(), '\n'), 1) << cli->err();
+    }
+    for (const std::string& content :
+         {std::string("RIFF"), wav(17, 16000, 1, 4, "").substr(0, 40) + little(0xFFFFFFFF, 4) + "sound",
+          std::string("fLaC and nothing more")}) {
+        const auto cli = start({"--input", "-", "--to", "es"}, world.write("piped", content));
+        EXPECT_EQ(cli->wait(), 1) << content;
+        EXPECT_THAT(cli->err(), testing::StartsWith("tarn-cli: standard input "));
         EXPECT_EQ(std::ranges::count(cli->err(), '\n'), 1) << cli->err();
     }
     const auto noFrames = start(
@@ -305,12 +330,33 @@ TEST_F(CliRun, AConnectionThatDiesEndsTheRunWithItsReason) {
         EXPECT_EQ(cli->wait(), status) << complaint;
         EXPECT_THAT(cli->err(), HasSubstr(complaint));
     }
+    startRelay(R"({"t":0.1,"event":{"type":"tarn.error","error":"cannot recognise"}}
+{"t":0.1,"close":1003}
+)");
+    const auto refused = start({"--input", toneFile(20), "--to", "es"});
+    EXPECT_EQ(refused->wait(), 1);
+    EXPECT_EQ(refused->err(), "tarn-cli: cannot recognise\n");
+
     startRelay(dialogue);
     const auto cli = start({"--input", toneFile(20), "--to", "es"});
     cli->waitForOutput("hola");
     relay->signal(SIGKILL);
     EXPECT_EQ(cli->wait(), 1);
     EXPECT_THAT(cli->err(), HasSubstr("tarn-cli: the connection ended: "));
+}
+
+TEST_F(CliRun, SaysWhatIsWrongWithARunThatGoesOn) {
+    startRelay(dialogue);
+    const auto cli = start({"--input", toneFile(60), "--to", "es", "--format", "jsonl"});
+    cli->waitForOutput("hola");
+    relay->signal(SIGSTOP);
+    cli->waitForOutput(R"("event":"health","faults":["connection-stalled"],"behind_s":0})");
+    EXPECT_THAT(cli->err(), HasSubstr("tarn-cli: the server does not answer\n"));
+    relay->signal(SIGCONT);
+    cli->waitForOutput(R"("event":"health","faults":[],"behind_s":0})");
+    cli->signal(SIGINT);
+    EXPECT_EQ(cli->wait(), 0);
+    EXPECT_THAT(cli->err(), testing::EndsWith("tarn-cli: all is well again\n"));
 }
 
 TEST_F(CliRun, StopsWhenNobodyReadsItsOutput) {
