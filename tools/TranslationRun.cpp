@@ -324,6 +324,25 @@ Task<void> TranslationRun::watchStream(std::shared_ptr<TranslationRun> self,
     self->ring();
 }
 
+Task<void> TranslationRun::watchHeard(std::shared_ptr<TranslationRun> self,
+                                      std::shared_ptr<TappedStream> stream) {
+    const bool isHeard = co_await stream->waitHeard();
+    if (auto* const open = isHeard ? self->openStream(*stream) : nullptr) {
+        open->heardAt = Clock::system()->now();
+    }
+}
+
+std::optional<Clock::TimePoint> TranslationRun::heardAt() const {
+    std::optional<Clock::TimePoint> last;
+    for (const OpenStream& open : streams_) {
+        if (!open.heardAt) {
+            return std::nullopt;
+        }
+        last = std::max(last, open.heardAt);
+    }
+    return last;
+}
+
 Task<void> TranslationRun::watchOutput(std::shared_ptr<TranslationRun> self) {
     co_await self->output_.waitForFailure();
     self->ring();
@@ -475,21 +494,25 @@ Task<void> TranslationRun::drain() {
     const auto clock = Clock::system();
     const auto start = clock->now();
     const auto end = start + toDuration(options_.drain);
-    const auto noticed = start + milliseconds(longestPause) + noticeTime;
+    const auto notice = milliseconds(longestPause) + noticeTime;
     for (const auto& open : streams_) {
         open.stream->mute();
+        listenFor(watchHeard(shared_from_this(), open.stream));
     }
     while (clock->now() < end && !isCutShort()) {
         const auto now = std::chrono::steady_clock::now();
-        if (clock->now() >= noticed && std::ranges::all_of(sources_, [now](const Source& source) {
-                return source.progress.isSettled(now);
-            })) {
+        const auto heard = heardAt();
+        if (heard && clock->now() >= *heard + notice &&
+            std::ranges::all_of(sources_,
+                                [now](const Source& source) { return source.progress.isSettled(now); })) {
             break;
         }
         co_await sleepFor(clock, drainTick);
     }
     if (refused_ || (deathReason_ && !interrupted_)) {
         co_await waitForEnd();
+    } else if (!interrupted_ && options_.drain > 0 && !heardAt()) {
+        fail("the last sound did not reach the server within the drain time: its translation is missing");
     } else if (!interrupted_ && !std::ranges::all_of(sources_, [](const Source& source) {
                    return source.progress.isFinal();
                })) {

@@ -48,8 +48,9 @@ private:
 
     struct OpenStream {
         std::shared_ptr<TappedStream> stream;
-        std::optional<std::size_t> source;  ///< whose it is, once that is known
-        bool ended = false;                 ///< its last event has been seen
+        std::optional<std::size_t> source;                       ///< whose it is, once that is known
+        bool ended = false;                                      ///< its last event has been seen
+        std::optional<Clock::TimePoint> heardAt = std::nullopt;  ///< when the server had read all the sound
     };
 
     Task<bool> prepare();
@@ -77,6 +78,7 @@ private:
     static Task<void> endAccountWait(std::shared_ptr<TranslationRun> self);
     static Task<void> watchInterrupts(std::shared_ptr<TranslationRun> self);
     static Task<void> watchStream(std::shared_ptr<TranslationRun> self, std::shared_ptr<TappedStream> stream);
+    static Task<void> watchHeard(std::shared_ptr<TranslationRun> self, std::shared_ptr<TappedStream> stream);
     static Task<void> watchOutput(std::shared_ptr<TranslationRun> self);
     bool isCutShort() const {
         return interrupted_ || output_.failure() || refused_ || deathReason_ || dubFailed_ || capturesEnded_;
@@ -92,6 +94,8 @@ private:
     const std::optional<std::string>& startFailure(const Source& source) const;
     bool wouldOverwriteInput() const;
     void sayWhyConnectionEnded();
+    /// When the servers of all streams had read what was to be translated; nothing as long as one has not.
+    std::optional<Clock::TimePoint> heardAt() const;
     void keepAudio(const TappedStream& stream, const translate::TranslatedAudio& audio);
     void fail(const std::string& text, ExitStatus status = ExitStatus::failed);
 

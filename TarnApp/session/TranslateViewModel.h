@@ -33,9 +33,8 @@ struct ViewModelServices {
     std::function<Task<Result<std::vector<AudioCapableApp>>>()> availableApps;
     std::optional<Url> webBase;  ///< root of the web site with the sign-in page; nothing: not known
     std::function<Result<void>()>
-        mayOpenSignInPage;          ///< fails where that page is another user's; may be empty
+        mayOpenSignInPage;  ///< fails where that page is another user's; may be empty
     std::function<std::vector<std::string>()> preferredLanguages;  ///< of the user; nothing: not asked
-    std::optional<Url> webBase;     ///< root of the web site with the sign-in page; nothing: not known
     std::optional<Url> issuesPage;  ///< the issue tracker; nothing where none is configured
 
     /// The desktop's own and the process's deployment values, with `main` as the main thread.
