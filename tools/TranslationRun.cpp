@@ -298,6 +298,7 @@ void TranslationRun::listenFor(Task<void> task) {
 void TranslationRun::endInput(const std::optional<Error>& error) {
     if (error) {
         fail(error->description);
+        inputFailed_ = true;
     }
     inputEnded_ = true;
     ring();
@@ -471,7 +472,7 @@ Task<bool> TranslationRun::waitForEnd() {
     } else if (capturesEnded_ && !interrupted_) {
         fail("listening has ended: the audio server took the capture away");
     }
-    co_return !isCutShort();
+    co_return !isCutShort() && !inputFailed_;
 }
 
 void TranslationRun::sayWhyConnectionEnded() {

@@ -118,6 +118,7 @@ private:
     bool dubFailed_ = false;         ///< the WAV file cannot be made, or would have no end
     bool isAccountChecked_ = false;  ///< or has been waited for long enough
     bool inputEnded_ = false;
+    bool inputFailed_ = false;
     bool timeIsUp_ = false;                   ///< the asked duration
     bool refused_ = false;                    ///< the server refused the token
     bool capturesEnded_ = false;              ///< of all sources, by themselves

@@ -201,7 +201,7 @@ TEST_F(CliRun, SaysInOneLineWhatIsWrongWithAnInput) {
           std::string("fLaC and nothing more")}) {
         const auto cli = start({"--input", "-", "--to", "es"}, world.write("piped", content));
         EXPECT_EQ(cli->wait(), 1) << content;
-        EXPECT_THAT(cli->err(), testing::StartsWith("tarn-cli: standard input "));
+        EXPECT_THAT(cli->err(), testing::StartsWith("tarn-cli: standard input"));
         EXPECT_EQ(std::ranges::count(cli->err(), '\n'), 1) << cli->err();
     }
     const auto noFrames = start(
