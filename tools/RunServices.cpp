@@ -1,6 +1,5 @@
 #include "RunServices.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <utility>
 
@@ -58,11 +57,8 @@ std::shared_ptr<ScreenCaptureAccess> alwaysAllowed() {
 }
 
 void leaveOutLinesOfTheEnd() {
-    setLogSink([](std::string_view line) {
-        if (!line.starts_with("[qwen] recv ended: ") && !line.starts_with("[qwen] server error ")) {
-            const std::string text = std::string(line) + "\n";
-            std::fwrite(text.data(), 1, text.size(), stderr);
-        }
+    leaveOutOfLog([](std::string_view line) {
+        return line.starts_with("[qwen] recv ended: ") || line.starts_with("[qwen] server error ");
     });
 }
 

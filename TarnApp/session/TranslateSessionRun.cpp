@@ -375,7 +375,8 @@ void TranslateSession::takeConnection(const ConnectionHealth& now) {
     markFault(SessionFault::connectionSlow, now.state == slow,
               std::to_string(std::lround(now.behindSeconds)));
     const bool isRefused = now.state == lost && now.refusedByService;
-    markFault(SessionFault::serviceRefuses, isRefused, printable(firstCharacters(now.reason, mostOfAComplaint)));
+    markFault(SessionFault::serviceRefuses, isRefused,
+              printable(firstCharacters(now.reason, mostOfAComplaint)));
     markFault(SessionFault::connectionLost, now.state == lost && !isRefused);
     showHealth();
 }

@@ -15,6 +15,7 @@ constexpr std::size_t longestLine = std::size_t{64} * 1024;
 struct Sink {
     std::mutex mutex;
     std::function<void(std::string_view)> write;
+    std::function<bool(std::string_view)> isLeftOut;
     StandardError standardError;
 };
 
@@ -42,12 +43,21 @@ void logLine(std::string_view line) {
     std::string text = printable(line.substr(0, longestLine));
     auto& sink = currentSink();
     const std::lock_guard lock(sink.mutex);
+    if (sink.isLeftOut && sink.isLeftOut(text)) {
+        return;
+    }
     if (sink.write) {
         sink.write(text);
         return;
     }
     text.push_back('\n');
     sink.standardError.write(text);
+}
+
+void leaveOutOfLog(std::function<bool(std::string_view)> isLeftOut) {
+    auto& sink = currentSink();
+    const std::lock_guard lock(sink.mutex);
+    sink.isLeftOut = std::move(isLeftOut);
 }
 
 void setLogSink(std::function<void(std::string_view)> write) {

@@ -16,4 +16,8 @@ void logLine(std::string_view line);
 /// logging thread, one call at a time.
 void setLogSink(std::function<void(std::string_view)> sink);
 
+/// Leaves out the lines for which `isLeftOut` is true: for a program that says what they say in words of its
+/// own. Thread: any; `isLeftOut` is called like a sink.
+void leaveOutOfLog(std::function<bool(std::string_view)> isLeftOut);
+
 }  // namespace tarn
