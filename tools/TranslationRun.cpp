@@ -210,11 +210,12 @@ void TranslationRun::configure() {
 Task<void> TranslationRun::takeServersLanguages() {
     QObject::connect(model_.get(), &TranslateViewModel::accountChanged, model_.get(), [this] { ring(); });
     QObject::connect(model_.get(), &TranslateViewModel::accountChecked, model_.get(), [this] {
-        isAccountChecked_ = true;
+        // The first time it is known whether somebody is signed in, the second time who.
+        isAccountChecked_ = std::exchange(isSignInKnown_, true);
         ring();
     });
     auto limit = TaskHandle::start(context_.get_executor(), endAccountWait(shared_from_this()));
-    while (model_->isLoggedIn() && !model_->account() && !isAccountChecked_ && !isCutShort()) {
+    while (!model_->isSignedOut() && !model_->account() && !isAccountChecked_ && !isCutShort()) {
         co_await bell_.next();
     }
     limit.cancel();

@@ -115,7 +115,8 @@ private:
     std::vector<TaskHandle> listeners_;
 
     EventQueue<std::monostate> bell_;
-    bool dubFailed_ = false;         ///< the WAV file cannot be made, or would have no end
+    bool dubFailed_ = false;  ///< the WAV file cannot be made, or would have no end
+    bool isSignInKnown_ = false;
     bool isAccountChecked_ = false;  ///< or has been waited for long enough
     bool inputEnded_ = false;
     bool inputFailed_ = false;
