@@ -60,6 +60,7 @@ std::vector<Trouble> troubles() {
          .room = {.rt60 = 0.3, .delay = 0.120, .gainDb = 0, .driftPpm = 50, .clipDb = 6},
          .noiseSnrDb = 20,
          .jitterBlocks = 1},
+        {.name = "headphones", .room = {.gainDb = -200}},
         {.name = "far silent", .room = {}, .farSilent = true},
         {.name = "far silent, noise 20 dB", .room = {}, .noiseSnrDb = 20, .farSilent = true},
         {.name = "far silent, noise 10 dB", .room = {}, .noiseSnrDb = 10, .farSilent = true},

@@ -13,7 +13,10 @@ constexpr std::size_t lookBehind =
 constexpr double earliest = 32;  // samples: the echo's peak must not lie nearer to the filter's begin,
 constexpr double latest = 400;   // nor further behind: what is not rendered yet must not be read
 constexpr double wanted = 160;   // where the peak is put
-constexpr double moved = 48;     // samples: nearer peaks are the same echo
+// The reference may be as much later than its echo: an output's monitor is read a cycle after what is heard
+// at once in a loop without devices.
+constexpr double lead = 320;  // samples
+constexpr double moved = 48;  // samples: nearer peaks are the same echo
 constexpr int looksForMove = 2;
 constexpr float fainter = 0.6F;       // of the new peak: the old one has gone
 constexpr double driftGain = 0.8;     // of the slope, at each correction
@@ -59,33 +62,36 @@ bool EchoAligner::run(std::span<const float> microphone, std::span<float> refere
 }
 
 bool EchoAligner::look() {
-    const double end = position_ - step_ * static_cast<double>(lookBehind);
+    const double end = position_ - step_ * static_cast<double>(lookBehind) + lead;
     track_.read(end - static_cast<double>(DelayEstimator::referenceLength), 1, reference_);
-    const auto found =
-        estimator_.look(reference_, std::span(microphone_).first(DelayEstimator::microphoneLength));
+    auto found = estimator_.look(reference_, std::span(microphone_).first(DelayEstimator::microphoneLength));
+    if (found) {
+        found->delay -= lead;
+    }
     return found && follow(*found);
 }
 
 bool EchoAligner::follow(const DelayEstimator::Found& found) {
-    const bool first = anchor_ < 0;
+    const bool first = !found_;
     if (!first && std::abs(found.delay - delay()) < moved) {
-        candidate_ = -1;
-        const double exact = estimator_.refined(delay());
+        seen_ = 0;
+        const double exact = estimator_.refined(delay() + lead) - lead;
         if (std::abs(exact - delay()) < outlier) {
             measureDrift(exact);
         }
         anchor_ = exact - offset_;
         return false;
     }
-    if (!first && estimator_.strengthAt(delay()) > fainter * found.strength) {
+    if (!first && estimator_.strengthAt(delay() + lead) > fainter * found.strength) {
         return false;  // another reflection of the same echo
     }
-    seen_ = candidate_ >= 0 && std::abs(candidate_ - found.delay) < moved ? seen_ + 1 : 1;
+    seen_ = seen_ > 0 && std::abs(candidate_ - found.delay) < moved ? seen_ + 1 : 1;
     candidate_ = found.delay;
     if (seen_ < looksForMove) {
         return false;
     }
-    candidate_ = -1;
+    seen_ = 0;
+    found_ = true;
     forgetDrift();
     if (!first) {
         // The echo moved as a whole: what was learnt of the room is still right.

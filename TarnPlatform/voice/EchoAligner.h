@@ -33,6 +33,9 @@ public:
     /// The sample of the reference that is beside the microphone's next one, were there no delay.
     double position() const { return position_; }
 
+    /// By how many samples `run` reads the reference ahead of the microphone; below 0: behind it.
+    double ahead() const { return -offset_; }
+
     /// True when the reference moved so that the filter must learn anew.
     bool run(std::span<const float> microphone, std::span<float> reference);
 
@@ -56,10 +59,11 @@ private:
     std::vector<float> reference_;
     double position_ = 0;
     double offset_ = 0;   // samples by which the reference is read earlier
-    double anchor_ = -1;  // where behind that the echo's peak is kept; below 0: not known
+    double anchor_ = 0;   // where behind that the echo's peak is kept
+    bool found_ = false;  // it is known
     double step_ = 1;
-    double candidate_ = -1;  // a new delay that must be seen again
-    int seen_ = 0;
+    double candidate_ = 0;  // a new delay that must be seen again
+    int seen_ = 0;          // how often it was
     std::size_t sinceLook_ = 0;
     std::uint64_t sinceMove_ = 0;  // samples since the pairing changed
     double now_ = 0;               // seconds

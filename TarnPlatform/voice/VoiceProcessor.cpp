@@ -146,9 +146,10 @@ void VoiceProcessor::Engine::process(std::int64_t time, std::span<const float> m
         aligner_.pair(indexAt(pendingTime()));
     }
     std::size_t done = 0;
-    // What came with an earlier block has waited long enough.
+    // What came with an earlier block has waited long enough, unless more of the reference is needed.
+    const auto young = added + static_cast<std::size_t>(std::max(aligner_.ahead(), 0.0));
     while (pending_.size() - done >= hop) {
-        const bool old = done + hop <= pending_.size() - std::min(added, pending_.size());
+        const bool old = done + hop + young <= pending_.size();
         if (!old && !referenceIsHere()) {
             break;
         }
@@ -166,7 +167,8 @@ bool VoiceProcessor::Engine::referenceIsHere() const {
     }
     const double dead = presumedDead + 2 * referenceClock_.longestBlock();
     return microphoneClock_.endTime() - referenceClock_.endTime() > dead ||
-           aligner_.position() + static_cast<double>(hop) <= static_cast<double>(track_.end());
+           aligner_.position() + aligner_.ahead() + static_cast<double>(hop) <=
+               static_cast<double>(track_.end());
 }
 
 // `error_` holds the microphone's hop.
