@@ -7,8 +7,6 @@
 namespace tarn {
 namespace {
 
-constexpr std::size_t referenceSeconds = 2;
-
 // Of one engine's streams, among all programs.
 std::string freshGroup() {
     static std::atomic<int> engines{0};
@@ -55,15 +53,14 @@ Result<void> GraphAudioEngine::start() {
     if (!prepared_) {
         prepare();
     }
-    // With voice processing both streams run in the same cycles, so that what was played and what was heard
+    // With voice processing all streams run in the same cycles, so that what was played and what was heard
     // of it stay together whatever the clocks of the devices do.
     const bool processed = input_.hasTap() && input_.hasVoiceProcessing();
     const std::string group = processed ? freshGroup() : std::string();
-    if (processed) {
-        reference_ =
-            std::make_shared<TimedRing>(static_cast<std::size_t>(format_.sampleRate) * referenceSeconds, 1);
+    auto started = processed ? startMonitoring(group) : Result<void>();
+    if (started) {
+        started = startPlaying(group);
     }
-    auto started = startPlaying(group);
     if (started) {
         started = input_.start(group, reference_);
     }
@@ -76,6 +73,13 @@ Result<void> GraphAudioEngine::start() {
     }
     running_ = true;
     return {};
+}
+
+Result<void> GraphAudioEngine::startMonitoring(const std::string& group) {
+    constexpr auto rate = static_cast<std::uint32_t>(VoiceProcessor::referenceRate);
+    reference_ = std::make_shared<EchoReference>(rate);
+    monitor_ = std::make_unique<OutputMonitor>(server_, rate, reference_);
+    return monitor_->start(group);
 }
 
 Result<void> GraphAudioEngine::startPlaying(const std::string& group) {
@@ -100,15 +104,19 @@ void GraphAudioEngine::stop() {
         ducker_->stop();
         ducker_.reset();
     }
-    if (playback_ != nullptr) {
+    const bool playing = playback_ != nullptr;
+    if (playing) {
         playback_->stop();
         playback_.reset();
-        if (reference_ != nullptr) {
-            // The microphone's stream must hear that its companion has gone before it goes itself:
-            // libpipewire 0.3.65 otherwise keeps the descriptor that one waked the other with, one for each
-            // run.
-            static_cast<void>(server_.snapshot());
-        }
+    }
+    if (monitor_ != nullptr) {
+        monitor_->stop();
+        monitor_.reset();
+    }
+    if (playing && reference_ != nullptr) {
+        // The microphone's stream must hear that its companions have gone before it goes itself: libpipewire
+        // 0.3.65 otherwise keeps the descriptors that they waked one another with, for each run.
+        static_cast<void>(server_.snapshot());
     }
     input_.stop();
     reference_.reset();

@@ -7,6 +7,7 @@
 #include "AudioEngine.h"
 #include "Ducker.h"
 #include "GraphInputNode.h"
+#include "OutputMonitor.h"
 #include "PlaybackStream.h"
 #include "TarnPlatform/audioserver/AudioServer.h"
 #include "TarnPlatform/rendering/MainMixerNode.h"
@@ -30,6 +31,7 @@ public:
     void stop() override;
 
 private:
+    Result<void> startMonitoring(const std::string& group);
     Result<void> startPlaying(const std::string& group);
     void startDucking();
 
@@ -43,7 +45,8 @@ private:
     bool prepared_ = false;
     std::atomic<bool> running_{false};
     // While it runs.
-    std::shared_ptr<TimedRing> reference_;
+    std::shared_ptr<EchoReference> reference_;
+    std::unique_ptr<OutputMonitor> monitor_;
     std::unique_ptr<PlaybackStream> playback_;
     std::unique_ptr<Ducker> ducker_;
 };

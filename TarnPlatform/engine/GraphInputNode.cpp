@@ -79,7 +79,7 @@ void GraphInputNode::removeTap(std::uint32_t bus) {
     }
 }
 
-Result<void> GraphInputNode::start(const std::string& group, std::shared_ptr<TimedRing> reference) {
+Result<void> GraphInputNode::start(const std::string& group, std::shared_ptr<EchoReference> reference) {
     if (!hasTap()) {
         return {};
     }

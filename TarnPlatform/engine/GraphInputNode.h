@@ -5,11 +5,11 @@
 #include <string>
 
 #include "AudioInputNode.h"
+#include "EchoReference.h"
 #include "MicrophoneStream.h"
 #include "MicrophoneWorker.h"
 #include "TarnPlatform/audioserver/AudioServer.h"
 #include "TarnPlatform/voice/VoiceProcessor.h"
-#include "TimedRing.h"
 
 namespace tarn {
 
@@ -32,8 +32,9 @@ public:
     // The engine's.
     bool hasTap() const { return block_ != nullptr; }
     bool hasVoiceProcessing() const { return voice_ != nullptr; }
-    /// Begins to capture where there is a tap. `reference` is what is being played.
-    Result<void> start(const std::string& group, std::shared_ptr<TimedRing> reference);
+    /// Begins to capture where there is a tap. `reference` is what the loudspeakers
+    /// are given.
+    Result<void> start(const std::string& group, std::shared_ptr<EchoReference> reference);
     void stop();
 
 private:

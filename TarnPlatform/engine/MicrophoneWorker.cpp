@@ -16,7 +16,7 @@ constexpr std::uint32_t longestBlock = 8192;  // frames, of silence
 
 std::shared_ptr<MicrophoneWorker> MicrophoneWorker::make(const AudioFormat& captured,
                                                          std::shared_ptr<VoiceProcessor> voice,
-                                                         std::shared_ptr<TimedRing> reference,
+                                                         std::shared_ptr<EchoReference> reference,
                                                          AudioInputNode::TapBlock block) {
     std::shared_ptr<MicrophoneWorker> worker(
         new MicrophoneWorker(captured, std::move(voice), std::move(reference), std::move(block)));
@@ -29,7 +29,7 @@ std::shared_ptr<MicrophoneWorker> MicrophoneWorker::make(const AudioFormat& capt
 }
 
 MicrophoneWorker::MicrophoneWorker(const AudioFormat& captured, std::shared_ptr<VoiceProcessor> voice,
-                                   std::shared_ptr<TimedRing> reference, AudioInputNode::TapBlock block)
+                                   std::shared_ptr<EchoReference> reference, AudioInputNode::TapBlock block)
     : captured_(captured),
       voice_(std::move(voice)),
       reference_(std::move(reference)),

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "AudioInputNode.h"
+#include "EchoReference.h"
 #include "MicrophoneStream.h"
 #include "TarnPlatform/concurrency/SerialQueue.h"
 #include "TarnPlatform/voice/VoiceProcessor.h"
@@ -17,11 +18,11 @@ namespace tarn {
 /// tap, in order, on a thread of its own. A tap may bring about the end of everything but its own call.
 class MicrophoneWorker final : public MicrophoneSink, public std::enable_shared_from_this<MicrophoneWorker> {
 public:
-    /// `captured`: what comes in. Without a `voice` that is what the tap gets. `reference`: what is being
-    /// played; for the voice, whose only reader this is.
+    /// `captured`: what comes in. Without a `voice` that is what the tap gets. `reference`: what the
+    /// loudspeakers are given; for the voice, whose only reader this is.
     static std::shared_ptr<MicrophoneWorker> make(const AudioFormat& captured,
                                                   std::shared_ptr<VoiceProcessor> voice,
-                                                  std::shared_ptr<TimedRing> reference,
+                                                  std::shared_ptr<EchoReference> reference,
                                                   AudioInputNode::TapBlock block);
     /// Requires: nobody delivers to this any more.
     ~MicrophoneWorker();
@@ -36,7 +37,7 @@ public:
 
 private:
     MicrophoneWorker(const AudioFormat& captured, std::shared_ptr<VoiceProcessor> voice,
-                     std::shared_ptr<TimedRing> reference, AudioInputNode::TapBlock block);
+                     std::shared_ptr<EchoReference> reference, AudioInputNode::TapBlock block);
 
     void drain();
     void handle(std::span<const float> interleaved, std::int64_t time);
@@ -46,7 +47,7 @@ private:
     // Fixed at birth.
     const AudioFormat captured_;
     const std::shared_ptr<VoiceProcessor> voice_;
-    const std::shared_ptr<TimedRing> reference_;
+    const std::shared_ptr<EchoReference> reference_;
     TimedRing ring_;
     // The queue's.
     std::shared_ptr<const AudioInputNode::TapBlock> block_;

@@ -16,7 +16,7 @@ constexpr float whisper = 0.001F;  // -60 dB
 }  // namespace
 
 PlaybackStream::PlaybackStream(AudioServer& server, AudioNode& end, std::uint32_t rate,
-                               std::shared_ptr<TimedRing> reference)
+                               std::shared_ptr<EchoReference> reference)
     : server_(server), end_(end), rate_(rate), reference_(std::move(reference)) {}
 
 Result<void> PlaybackStream::start(const std::string& group) {
@@ -133,7 +133,7 @@ void PlaybackStream::renderRt(std::span<float> samples, std::int64_t time) noexc
         done += piece.size();
     }
     if (reference_ != nullptr) {
-        reference_->pushRt(time, samples);
+        reference_->playedRt(samples, time);
     }
     if (std::ranges::any_of(samples, [](float sample) { return std::abs(sample) > whisper; })) {
         heardAt_.store(time, std::memory_order_relaxed);

@@ -5,10 +5,10 @@
 #include <memory>
 #include <string>
 
+#include "EchoReference.h"
 #include "TarnPlatform/audioserver/AudioServer.h"
 #include "TarnPlatform/audioserver/GraphStream.h"
 #include "TarnPlatform/rendering/AudioNode.h"
-#include "TimedRing.h"
 
 namespace tarn {
 
@@ -21,7 +21,7 @@ public:
     /// Requires: `end` outlives this and is prepared for `mostFrames`.
     /// `reference`, where there is one, gets all that is played, with the time of its cycle.
     PlaybackStream(AudioServer& server, AudioNode& end, std::uint32_t rate,
-                   std::shared_ptr<TimedRing> reference);
+                   std::shared_ptr<EchoReference> reference);
     /// Requires: stopped.
     ~PlaybackStream() = default;
     PlaybackStream(const PlaybackStream&) = delete;
@@ -52,7 +52,7 @@ private:
     AudioServer& server_;
     AudioNode& end_;
     const std::uint32_t rate_;
-    const std::shared_ptr<TimedRing> reference_;
+    const std::shared_ptr<EchoReference> reference_;
     std::string group_;
     // The loop's.
     std::unique_ptr<GraphStream> stream_;

@@ -151,7 +151,7 @@ TEST(PlaybackStreamTest, AsksTheHeapForNothingAndServesAnyLength) {
     AudioServer server;
     AudioPlayerNode player;
     player.prepare(PlaybackStream::mostFrames);
-    PlaybackStream stream(server, player, 24000, std::make_shared<TimedRing>(48000, 1));
+    PlaybackStream stream(server, player, 24000, std::make_shared<EchoReference>(24000));
     auto buffer = PcmBuffer::make(EngineBench::dubFormat(), 24000);
     buffer->setFrameLength(24000);
     std::fill_n(buffer->floatChannelData(), 24000, 0.5F);

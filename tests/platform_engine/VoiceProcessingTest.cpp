@@ -1,5 +1,7 @@
 // The microphone hears the output, as it would in a room without any sound of its own.
 #include <cmath>
+#include <functional>
+#include <optional>
 
 #include "EngineFixture.h"
 
@@ -27,10 +29,10 @@ struct VoiceProcessingTest : testing::Test, Session {
     }
 
     /// Level in dB of what the microphone gives of the speech after five seconds of it.
-    double echo(EngineBench& bench, const Sound& sound) {
+    double echo(EngineBench& bench, const std::function<void()>& speak) {
         bench.tap();
         bench.startPlaying();
-        bench.schedule(sound);
+        speak();
         EXPECT_FALSE(bench.heard->next(5).empty());
         const auto rest = bench.heard->next(4);
         EXPECT_FALSE(rest.empty());
@@ -39,20 +41,57 @@ struct VoiceProcessingTest : testing::Test, Session {
     }
 };
 
-TEST_F(VoiceProcessingTest, TakesTheDubOutOfTheMicrophone) {
+enum class Speaker { own, anotherColumn, anotherProgram };
+
+struct EchoOf : VoiceProcessingTest, testing::WithParamInterface<Speaker> {
+    EngineBench another;
+    std::optional<Player> program;
+
+    double echoIn(EngineBench& bench) {
+        if (GetParam() == Speaker::anotherColumn) {
+            another.startPlaying();
+        }
+        const double level = echo(bench, [&] {
+            if (GetParam() == Speaker::anotherProgram) {
+                const auto file = server.newFile(".wav");
+                writeSound(file, speech());
+                program.emplace(server, file);
+            } else {
+                (GetParam() == Speaker::own ? bench : another).schedule(speech());
+            }
+        });
+        program.reset();
+        another.player->stop();
+        another.engine->stop();
+        return level;
+    }
+};
+
+TEST_P(EchoOf, IsTakenOutOfTheMicrophone) {
     openLoudspeaker();
-    const Sound sound = speech();
     EngineBench plain;
-    const double unprocessed = echo(plain, sound);
+    const double unprocessed = echoIn(plain);
     EXPECT_GT(unprocessed, -40);
 
     EngineBench processing;
     const auto enabled = processing.engine->inputNode().setVoiceProcessingEnabled(true);
     ASSERT_TRUE(enabled) << enabled.error().description;
     EXPECT_EQ(processing.engine->inputNode().inputFormat(0).channelCount, 1U);
-    EXPECT_LT(echo(processing, sound), unprocessed - 20);
+    another = EngineBench();
+    EXPECT_LT(echoIn(processing), unprocessed - 20);
     EXPECT_EQ(log.lines(), std::vector<std::string>());
+    until("the ear on the output is gone", [&] { return !server.hasNode("tarn.echo"); });
 }
+
+std::string speakerName(const testing::TestParamInfo<Speaker>& test) {
+    return test.param == Speaker::own             ? "OwnDub"
+           : test.param == Speaker::anotherColumn ? "AnotherColumn"
+                                                  : "AnotherProgram";
+}
+
+INSTANTIATE_TEST_SUITE_P(All, EchoOf,
+                         testing::Values(Speaker::own, Speaker::anotherColumn, Speaker::anotherProgram),
+                         speakerName);
 
 TEST_F(VoiceProcessingTest, IsNotChangedWhileTheEngineRunsAndLeavesTheRawSoundAfterwards) {
     EngineBench bench;
@@ -63,6 +102,13 @@ TEST_F(VoiceProcessingTest, IsNotChangedWhileTheEngineRunsAndLeavesTheRawSoundAf
     bench.tap();
     ASSERT_TRUE(bench.engine->start());
     EXPECT_FALSE(input.setVoiceProcessingEnabled(false));
+    until("the ear on the output is there", [&] { return server.hasNode("tarn.echo"); });
+    std::string inMixers;
+    until("the microphone is shown in mixers", [&] {
+        inMixers = server.answer({"pactl", "list", "source-outputs"}).value_or("");
+        return inMixers.contains("tarn.mic");
+    });
+    EXPECT_FALSE(inMixers.contains("tarn.echo"));
     bench.engine->stop();
     ASSERT_TRUE(input.setVoiceProcessingEnabled(false));
     EXPECT_EQ(input.inputFormat(0), raw);

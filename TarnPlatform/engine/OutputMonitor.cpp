@@ -1,0 +1,73 @@
+#include "OutputMonitor.h"
+
+#include <chrono>
+#include <utility>
+
+namespace tarn {
+namespace {
+
+constexpr std::chrono::milliseconds retryEvery{500};
+
+}  // namespace
+
+OutputMonitor::OutputMonitor(AudioServer& server, std::uint32_t rate,
+                             std::shared_ptr<EchoReference> reference)
+    : server_(server), rate_(rate), reference_(std::move(reference)) {}
+
+Result<void> OutputMonitor::start(const std::string& group) {
+    group_ = group;
+    return server_.addObserver(*this);
+}
+
+void OutputMonitor::stop() {
+    const AudioServer::Lock lock(server_);
+    GraphStream::awaitSettled(server_, stream_);
+    server_.removeObserver(*this);
+    retry_.reset();
+    stream_.reset();
+}
+
+void OutputMonitor::connected() {
+    makeStream();
+}
+
+void OutputMonitor::disconnected() {
+    retry_.reset();
+    stream_.reset();
+}
+
+void OutputMonitor::makeStream() {
+    GraphStream::Description description;
+    description.capture = true;
+    description.name = "Tarn";
+    description.properties = {{"node.name", "tarn.echo"},
+                              {"application.name", "Tarn"},
+                              {"media.class", "Stream/Input/Audio/Internal"},
+                              {"stream.capture.sink", "true"}};
+    if (!group_.empty()) {
+        description.properties["node.group"] = group_;
+    }
+    description.rate = rate_;
+    description.channelNames = {"MONO"};
+    description.autoconnect = true;
+    if (auto made = GraphStream::make(server_, description, *this)) {
+        stream_ = std::move(*made);
+        retry_.reset();
+    }
+}
+
+// Called by the stream itself, which therefore goes a little later.
+void OutputMonitor::ended(const std::string&) {
+    if (server_.core() != nullptr && retry_ == nullptr) {
+        retry_ = server_.startTimer(retryEvery, [this] {
+            stream_.reset();
+            makeStream();
+        });
+    }
+}
+
+void OutputMonitor::receiveRt(std::span<const float> samples, std::int64_t time) noexcept {
+    reference_->monitoredRt(samples, time);
+}
+
+}  // namespace tarn
