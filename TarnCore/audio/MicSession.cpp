@@ -93,6 +93,10 @@ MicSession::Step MicSession::route(const std::string& uid) {
     const auto standard = AudioDevices::defaultInput(hardware_);
     if (standard && standard->id == uid) {
         logLine("[mic] preferred UID == system default; skipping setProperty");
+        // The choice is this device, not the default. Where it has just gone, the default is what is left.
+        if (AudioUnit* const unit = engine_->inputNode().audioUnit(); unit != nullptr) {
+            static_cast<void>(unit->keepCurrentDevice(standard->deviceID));
+        }
         return {};
     }
     logLine("[mic] routing input to device: " + device->name + " (uid=" + uid + ")");

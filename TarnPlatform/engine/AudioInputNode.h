@@ -17,6 +17,10 @@ public:
     /// -ENODEV where there is no such input. Thread: any but the audio server's loop.
     virtual int setCurrentDevice(std::uint32_t deviceId) = 0;
 
+    /// For the device that is captured anyway, because it is the default: stays with it from the next start
+    /// on, whatever the default becomes. Otherwise as `setCurrentDevice`.
+    virtual int keepCurrentDevice(std::uint32_t deviceId) = 0;
+
 protected:
     ~AudioUnit() = default;
 };

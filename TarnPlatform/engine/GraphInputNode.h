@@ -39,6 +39,7 @@ public:
 
 private:
     int setCurrentDevice(std::uint32_t deviceId) override;
+    int keepCurrentDevice(std::uint32_t deviceId) override { return setCurrentDevice(deviceId); }
 
     MicrophoneFormat deviceFormat();
 

@@ -72,6 +72,10 @@ public:
         call("device " + std::to_string(id));
         return script_->deviceStatus;
     }
+    int keepCurrentDevice(std::uint32_t id) override {
+        call("keep " + std::to_string(id));
+        return script_->deviceStatus;
+    }
 
 private:
     struct Mixer : AudioNode {

@@ -62,15 +62,28 @@ TEST_F(MicSessionGraphTest, CapturesThePreferredDeviceAndPlaysTheDub) {
     until("both nodes are gone", [&] { return !server.hasNode("tarn.mic") && !server.hasNode("tarn.dub"); });
 }
 
-TEST_F(MicSessionGraphTest, AnUnknownDeviceAndTheDefaultOneCaptureTheDefault) {
+TEST_F(MicSessionGraphTest, AnUnknownDeviceCapturesTheDefault) {
     const Player speaker(server, server.toneFile(500, -6.0206, 60),
                          {.target = PrivateAudioServer::microphoneFeed});
     ASSERT_TRUE(session->start(1, false, "never seen"));
     until("it is heard", [&] { return std::abs(level - 0.3536F) < 0.02F; });
     EXPECT_EQ(log.lines("[mic]").size(), 5U);
-    session->stop();
-    EXPECT_TRUE(std::make_shared<MicSession>()->start(1, false, PrivateAudioServer::microphone));
+}
+
+TEST_F(MicSessionGraphTest, AChosenDeviceStaysTheCapturedOneWhenItIsNotTheDefaultAnyMore) {
+    const Player speaker(server, server.toneFile(500, -6.0206, 60),
+                         {.target = PrivateAudioServer::microphoneFeed});
+    server.addSource("headset", "FL,FR");
+    server.setDefaultSource(PrivateAudioServer::microphone);
+    ASSERT_TRUE(session->start(1, false, PrivateAudioServer::microphone));
     EXPECT_EQ(log.lines("[mic] preferred UID == system default; skipping setProperty").size(), 1U);
+    until("it is heard", [&] { return std::abs(level - 0.3536F) < 0.02F; });
+    server.setDefaultSource("headset");
+    server.removeSource(PrivateAudioServer::microphone);
+    until("its loss is told", [&] {
+        return log.lines("[mic] the microphone went away; capturing silence until it is back").size() == 1;
+    });
+    EXPECT_EQ(log.lines("[mic] the default microphone is another one now").size(), 0U);
 }
 
 TEST_F(MicSessionGraphTest, AServerThatIsAwayIsAnInputWithoutAFormat) {
