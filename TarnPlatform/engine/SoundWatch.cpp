@@ -1,6 +1,7 @@
 #include "SoundWatch.h"
 
 #include <algorithm>
+#include <chrono>
 #include <string_view>
 #include <utility>
 
@@ -11,6 +12,7 @@ namespace {
 
 /// What the desktop puts in the place of outputs where there is none.
 constexpr std::string_view noOutput = "auto_null";
+constexpr std::chrono::milliseconds retryEvery{500};
 
 bool hasOutput(const Graph& graph) {
     return std::ranges::any_of(graph.nodes, [](const auto& entry) {
@@ -26,6 +28,11 @@ SoundWatch::SoundWatch(AudioServer& server, std::optional<Microphone> microphone
     const AudioServer::Lock lock(server_);
     if (!server_.addObserver(*this)) {
         tell({SoundFault::serverGone});
+        retry_ = server_.startTimer(retryEvery, [this] {
+            if (server_.addObserver(*this)) {
+                retry_.reset();
+            }
+        });
         return;
     }
     if (microphone_ && !microphoneIn(server_.graph(), microphone_->chosen)) {
@@ -35,6 +42,8 @@ SoundWatch::SoundWatch(AudioServer& server, std::optional<Microphone> microphone
 }
 
 SoundWatch::~SoundWatch() {
+    const AudioServer::Lock lock(server_);
+    retry_.reset();
     server_.removeObserver(*this);
 }
 

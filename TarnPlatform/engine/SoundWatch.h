@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -45,7 +46,9 @@ private:
     AudioServer& server_;
     std::optional<Microphone> microphone_;
     const std::function<void(SoundFaults)> changed_;
-    SoundFaults told_;  // the loop's
+    // The loop's.
+    SoundFaults told_;
+    std::unique_ptr<AudioServer::Timer> retry_;  // while there has been no server yet
 };
 
 }  // namespace tarn

@@ -69,5 +69,18 @@ TEST_F(SoundWatchTest, TellsWhatIsGoneAndThatItIsBack) {
     EXPECT_EQ(chosen.faults(), SoundFaults{SoundFault::microphoneGone}) << "it did not come back";
 }
 
+TEST_F(SoundWatchTest, BornWithoutAServerItFollowsOneThatComes) {
+    server.killPipeWire();
+    AudioServer later;
+    Told told;
+    const SoundWatch watch(later, SoundWatch::Microphone{PrivateAudioServer::microphone},
+                           [&told](const SoundFaults& faults) { told.take(faults); });
+    EXPECT_EQ(told.faults(), SoundFaults{SoundFault::serverGone});
+    server.startPipeWire();
+    until("it is told", [&] { return told.faults().empty(); });
+    server.removeSource(PrivateAudioServer::microphone);
+    until("it follows", [&] { return told.faults() == SoundFaults{SoundFault::microphoneGone}; });
+}
+
 }  // namespace
 }  // namespace tarn::test
