@@ -5,12 +5,15 @@
 #include "AudioServerError.h"
 #include "CaptureDelivery.h"
 #include "CaptureFold.h"
+#include "TarnPlatform/logging/Log.h"
 
 namespace tarn {
 
 namespace {
 
 constexpr std::chrono::milliseconds watchEvery{50};
+constexpr std::chrono::milliseconds retryEvery{500};
+constexpr std::chrono::seconds giveUpAfter{10};
 
 GraphStream::Description description() {
     GraphStream::Description stream;
@@ -67,6 +70,7 @@ void GraphCapture::stop() {
     links_.reset();
     stream_.reset();
     failure_.reset();
+    lostFor_.reset();
 }
 
 bool GraphCapture::isReady() const {
@@ -89,21 +93,20 @@ std::unexpected<Error> GraphCapture::reasonForNotStarting() const {
 void GraphCapture::connected() {
     links_.reset();
     stream_.reset();
+    dead_ = false;
     auto stream = GraphStream::make(server_, description(), *this);
     if (stream) {
         stream_ = std::move(*stream);
         links_ = std::make_unique<CaptureLinks>(server_, chosen_);
     } else if (server_.core() != nullptr) {
-        failure_ = stream.error();
-        if (timer_ != nullptr) {
-            receiver_.ended(stream.error());
-        }
+        lose(stream.error());
     }
 }
 
 void GraphCapture::disconnected() {
     links_.reset();
     stream_.reset();
+    lostFor_.reset();
 }
 
 void GraphCapture::graphChanged(const Graph& graph) {
@@ -128,19 +131,45 @@ void GraphCapture::ended(const std::string& error) {
     if (server_.core() == nullptr) {
         return;
     }
-    failure_ =
-        Error{.kind = ErrorKind::closed,
-              .description = "the audio server ended the capture" + (error.empty() ? "" : ": " + error)};
-    if (timer_ != nullptr) {
-        receiver_.ended(*failure_);
-    }
+    lose({.kind = ErrorKind::closed,
+          .description = "the audio server ended the capture" + (error.empty() ? "" : ": " + error)});
     server_.wake();
+}
+
+// May be called by the stream itself, which therefore goes a little later.
+void GraphCapture::lose(const Error& error) {
+    failure_ = error;
+    dead_ = true;
+    if (timer_ != nullptr && !lostFor_) {
+        lostFor_.emplace(0);
+        logLine("[capture] the audio server let go of the stream; trying again");
+    }
+}
+
+void GraphCapture::recover() {
+    if (server_.core() == nullptr) {
+        return;  // the connection broke; the next one gets a stream
+    }
+    if (!dead_ && isReady()) {
+        lostFor_.reset();
+        return;
+    }
+    *lostFor_ += watchEvery;
+    if (*lostFor_ >= giveUpAfter) {
+        lostFor_.reset();
+        receiver_.ended(*failure_);
+    } else if (dead_ && *lostFor_ % retryEvery == std::chrono::milliseconds(0)) {
+        connected();
+    }
 }
 
 void GraphCapture::watch() {
     receiver_.tick();
     if (stream_ != nullptr) {
         links_->watch(server_.graph(), stream_->isStreaming(), watchEvery);
+    }
+    if (lostFor_) {
+        recover();
     }
 }
 

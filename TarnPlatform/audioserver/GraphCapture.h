@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <span>
 
 #include "AudioServer.h"
@@ -21,7 +22,8 @@ public:
         virtual void receiveRt(std::span<const float> surround) noexcept = 0;
         /// Every 50 ms while the capture runs, whatever the server does. Thread: the loop, held.
         virtual void tick() noexcept = 0;
-        /// The stream was taken from the graph while the server went on. Thread: the loop, held.
+        /// The stream was taken from the graph while the server went on, and could not be made again for
+        /// 10 s. Once. Thread: the loop, held.
         virtual void ended(const Error& error) = 0;
 
     protected:
@@ -52,6 +54,8 @@ private:
 
     bool isReady() const;
     std::unexpected<Error> reasonForNotStarting() const;
+    void lose(const Error& error);
+    void recover();
     void watch();
 
     // Fixed at birth.
@@ -64,6 +68,8 @@ private:
     std::unique_ptr<CaptureLinks> links_;
     std::unique_ptr<AudioServer::Timer> timer_;
     std::optional<Error> failure_;
+    std::optional<std::chrono::milliseconds> lostFor_;  // running, and without a stream that works
+    bool dead_ = false;                                 // the stream ended
 };
 
 }  // namespace tarn

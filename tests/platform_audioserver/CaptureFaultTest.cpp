@@ -116,18 +116,30 @@ TEST_F(CaptureFault, OfTheDefaultOutputIsNotHeard) {
     EXPECT_THAT(log.lines(), IsEmpty());
 }
 
-TEST_F(CaptureFault, OfItsOwnStreamIsToldOnce) {
+TEST_F(CaptureFault, OfItsOwnStreamIsMended) {
+    test::Player player(session, tone());
     const auto capture = captureAll();
     ASSERT_TRUE(capture.started);
-    const auto graph = server.snapshot();
-    ASSERT_TRUE(graph);
-    const GraphNode* node = graph->nodeNamed("tarn-capture");
-    ASSERT_NE(node, nullptr);
-    ASSERT_TRUE(session.answer({"pw-cli", "destroy", std::to_string(node->id)}));
+    for (const std::size_t times : {1U, 2U}) {
+        ASSERT_TRUE(capture.probe->hears(440, -12));
+        ASSERT_TRUE(session.answer({"pw-cli", "destroy", "tarn-capture"}));
+        test::until("the loss is told", [&] { return log.lines("[capture]").size() == times; });
+    }
+    EXPECT_TRUE(capture.probe->hears(440, -12));
+    EXPECT_EQ(log.lines().back(), "[capture] the audio server let go of the stream; trying again");
+    EXPECT_TRUE(capture.stop());
+}
+
+TEST_F(CaptureFault, OfItsOwnStreamThatLastsIsToldOnce) {
+    const auto capture = captureAll();
+    ASSERT_TRUE(capture.started);
+    session.stopWirePlumber();
+    ASSERT_TRUE(session.answer({"pw-cli", "destroy", "tarn-capture"}));
     const auto error = capture.probe->awaitEnd();
     ASSERT_TRUE(error);
     EXPECT_THAT(error->description, HasSubstr("the audio server ended the capture"));
     EXPECT_FALSE(capture.stop());
+    session.startWirePlumber();
     const auto next = captureAll();
     EXPECT_TRUE(next.started);
 }
