@@ -14,6 +14,8 @@
 
 namespace tarn {
 
+class GraphLink;
+
 /// The links from the programs that a capture hears to the capture's own stream, for one connection.
 /// Thread: the loop, or under the server's Lock.
 class CaptureLinks {
@@ -39,7 +41,6 @@ public:
     void watch(const Graph& graph, bool streaming, std::chrono::milliseconds elapsed);
 
 private:
-    class Link;
     using Ends = std::pair<GraphId, GraphId>;  // ports: the program's, ours
 
     std::map<Ends, GraphId> wanted(const Graph& graph) const;
@@ -48,7 +49,7 @@ private:
     const Choose chosen_;
     GraphId own_ = 0;
     std::map<std::string, GraphId, std::less<>> inputs_;  // by channel
-    std::map<Ends, std::unique_ptr<Link>> links_;
+    std::map<Ends, std::unique_ptr<GraphLink>> links_;
 };
 
 }  // namespace tarn
