@@ -47,6 +47,11 @@ const GraphNode* Graph::nodeNamed(std::string_view name) const {
     return found == nodes.end() ? nullptr : &found->second;
 }
 
+const GraphNode* Graph::defaultOutput() const {
+    const GraphNode* node = defaultSink ? nodeNamed(*defaultSink) : nullptr;
+    return node != nullptr && node->isSink() ? node : nullptr;
+}
+
 const GraphClient* Graph::clientOf(const GraphNode& node) const {
     const std::string& text = property(node.properties, "client.id");
     GraphId id = 0;

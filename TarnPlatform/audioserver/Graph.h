@@ -60,6 +60,7 @@ struct Graph {
     std::optional<GraphId> ownClient;          ///< of the connection that this was read through
 
     const GraphNode* nodeNamed(std::string_view name) const;
+    const GraphNode* defaultOutput() const;  ///< null where there is none
     const GraphClient* clientOf(const GraphNode& node) const;
 };
 

@@ -74,6 +74,7 @@ public:
     /// Nothing until the server has taken it. Requires: a Lock.
     std::optional<GraphId> nodeId() const;
     bool isStreaming() const { return streaming_; }  ///< Requires: a Lock.
+    bool isCapture() const { return capture_; }
 
 private:
     struct Events;

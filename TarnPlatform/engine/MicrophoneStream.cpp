@@ -42,6 +42,7 @@ void MicrophoneStream::stop() {
     GraphStream::awaitSettled(server_, stream_);
     server_.removeObserver(*this);
     timer_.reset();
+    links_.drop();
     stream_.reset();
 }
 
@@ -50,6 +51,7 @@ void MicrophoneStream::connected() {
 }
 
 void MicrophoneStream::disconnected() {
+    links_.drop();
     stream_.reset();
     ended_ = false;
     serial_.clear();
@@ -141,6 +143,7 @@ void MicrophoneStream::tick() {
             capture(*microphone);
         }
     }
+    links_.watch(ended_ ? nullptr : stream_.get(), microphoneIn(server_.graph(), chosen_), tickEvery);
     deliverSilence();
 }
 

@@ -10,6 +10,7 @@
 #include "MicrophoneChoice.h"
 #include "TarnPlatform/audioserver/AudioServer.h"
 #include "TarnPlatform/audioserver/GraphStream.h"
+#include "TarnPlatform/audioserver/StandInLinks.h"
 
 namespace tarn {
 
@@ -68,6 +69,7 @@ private:
     std::string group_;
     // The loop's.
     std::unique_ptr<GraphStream> stream_;
+    StandInLinks links_{server_};
     std::unique_ptr<AudioServer::Timer> timer_;
     std::string serial_;            // of the microphone that is, or was last, captured
     std::string name_;              // likewise, of any connection

@@ -7,6 +7,7 @@ namespace tarn {
 namespace {
 
 constexpr std::chrono::milliseconds retryEvery{500};
+constexpr std::chrono::milliseconds watchEvery{250};
 
 }  // namespace
 
@@ -16,14 +17,21 @@ OutputMonitor::OutputMonitor(AudioServer& server, std::uint32_t rate,
 
 Result<void> OutputMonitor::start(const std::string& group) {
     group_ = group;
-    return server_.addObserver(*this);
+    const AudioServer::Lock lock(server_);
+    auto following = server_.addObserver(*this);
+    if (following) {
+        watch_ = server_.startTimer(watchEvery, [this] { watch(); });
+    }
+    return following;
 }
 
 void OutputMonitor::stop() {
     const AudioServer::Lock lock(server_);
     GraphStream::awaitSettled(server_, stream_);
     server_.removeObserver(*this);
+    watch_.reset();
     retry_.reset();
+    links_.drop();
     stream_.reset();
 }
 
@@ -33,6 +41,7 @@ void OutputMonitor::connected() {
 
 void OutputMonitor::disconnected() {
     retry_.reset();
+    links_.drop();
     stream_.reset();
 }
 
@@ -54,6 +63,10 @@ void OutputMonitor::makeStream() {
         stream_ = std::move(*made);
         retry_.reset();
     }
+}
+
+void OutputMonitor::watch() {
+    links_.watch(stream_.get(), server_.graph().defaultOutput(), watchEvery);
 }
 
 // Called by the stream itself, which therefore goes a little later.

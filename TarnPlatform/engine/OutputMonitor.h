@@ -6,6 +6,7 @@
 #include "EchoReference.h"
 #include "TarnPlatform/audioserver/AudioServer.h"
 #include "TarnPlatform/audioserver/GraphStream.h"
+#include "TarnPlatform/audioserver/StandInLinks.h"
 
 namespace tarn {
 
@@ -32,6 +33,7 @@ private:
     void ended(const std::string& error) override;
 
     void makeStream();
+    void watch();
 
     // Fixed at birth, `group_` at the start.
     AudioServer& server_;
@@ -41,6 +43,8 @@ private:
     // The loop's.
     std::unique_ptr<GraphStream> stream_;
     std::unique_ptr<AudioServer::Timer> retry_;
+    StandInLinks links_{server_};
+    std::unique_ptr<AudioServer::Timer> watch_;
 };
 
 }  // namespace tarn

@@ -11,6 +11,7 @@ namespace tarn {
 namespace {
 
 constexpr std::chrono::milliseconds retryEvery{500};
+constexpr std::chrono::milliseconds watchEvery{250};
 constexpr float whisper = 0.001F;  // -60 dB
 
 }  // namespace
@@ -29,6 +30,8 @@ Result<void> PlaybackStream::start(const std::string& group) {
             started = made_;
         } else if (!done || lost_) {
             started = reasonForNotStarting();
+        } else {
+            watch_ = server_.startTimer(watchEvery, [this] { watch(); });
         }
     }
     if (!started) {
@@ -44,15 +47,18 @@ std::unexpected<Error> PlaybackStream::reasonForNotStarting() const {
     if (stream_ != nullptr && !stream_->nodeId()) {
         return audioServerSilent();
     }
-    return failure(ErrorKind::unavailable,
-                   "the audio session manager (WirePlumber) gives the sound no output");
+    return failure(
+        ErrorKind::unavailable,
+        "the audio session manager (WirePlumber) gives the sound no output: restart it with PipeWire");
 }
 
 void PlaybackStream::stop() {
     const AudioServer::Lock lock(server_);
     GraphStream::awaitSettled(server_, stream_);
     server_.removeObserver(*this);
+    watch_.reset();
     retry_.reset();
+    links_.drop();
     stream_.reset();
 }
 
@@ -62,6 +68,7 @@ void PlaybackStream::connected() {
 
 void PlaybackStream::disconnected() {
     retry_.reset();
+    links_.drop();
     stream_.reset();
 }
 
@@ -89,6 +96,10 @@ void PlaybackStream::makeStream() {
     }
     made_ = {};
     stream_ = std::move(*made);
+}
+
+void PlaybackStream::watch() {
+    links_.watch(stream_.get(), server_.graph().defaultOutput(), watchEvery);
 }
 
 // Also where nothing plays yet: the session manager gives a stream its ports before it links them.

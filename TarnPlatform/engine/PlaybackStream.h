@@ -8,6 +8,7 @@
 #include "EchoReference.h"
 #include "TarnPlatform/audioserver/AudioServer.h"
 #include "TarnPlatform/audioserver/GraphStream.h"
+#include "TarnPlatform/audioserver/StandInLinks.h"
 #include "TarnPlatform/rendering/AudioNode.h"
 
 namespace tarn {
@@ -44,6 +45,7 @@ private:
     void ended(const std::string& error) override;
 
     void makeStream();
+    void watch();
     void makeStreamLater(const std::string& why);
     bool isTaken() const;
     std::unexpected<Error> reasonForNotStarting() const;
@@ -57,6 +59,8 @@ private:
     // The loop's.
     std::unique_ptr<GraphStream> stream_;
     std::unique_ptr<AudioServer::Timer> retry_;
+    StandInLinks links_{server_};
+    std::unique_ptr<AudioServer::Timer> watch_;
     Result<void> made_;
     bool lost_ = false;  // and not yet back
 

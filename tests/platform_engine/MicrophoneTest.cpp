@@ -115,6 +115,19 @@ TEST_F(Microphone, AStreamThatIsTakenFromUsIsMadeAgain) {
     EXPECT_EQ(log.lines("[mic]").back(), "[mic] the audio server let go of the stream; trying again");
 }
 
+TEST_F(Microphone, IsHeardWithoutTheSessionManager) {
+    server.addSource("headset", "MONO");
+    until("the headset is listed", [] { return idOf("headset") != 0; });
+    ASSERT_EQ(engine->inputNode().audioUnit()->setCurrentDevice(idOf("headset")), 0);
+    startCapturing();
+    const Player speaker = speakInto("headset", server.toneFile(500, -6, 120));
+    until("it is heard", [&] { return levelOf(500) > -6.1; });
+    server.stopWirePlumber();
+    until("the loss is told", [&] { return log.lines("[audio] the session manager").size() == 1; });
+    until("it is heard again", [&] { return levelOf(500) > -6.1; });
+    EXPECT_EQ(log.lines().size(), 1U);
+}
+
 TEST_F(Microphone, IsSilentWhileTheServerIsAwayAndThenGoesOn) {
     startCapturing();
     server.killPipeWire();

@@ -89,6 +89,27 @@ TEST_F(Playback, AStreamThatIsTakenFromUsIsMadeAgain) {
     EXPECT_EQ(log.lines().back(), "[dub] the audio server let go of the stream; trying again");
 }
 
+TEST_F(Playback, IsHeardWithoutTheSessionManagerAndWithOneThatCameLater) {
+    startPlaying();
+    scheduleTone(500, -6, 120);
+    const auto playsOn = [&] {
+        const auto left = player->queuedFrames();
+        until("half a second is played", [&] {
+            return static_cast<double>(player->queuedFrames()) < static_cast<double>(left) - dubRate / 2;
+        });
+    };
+    playsOn();
+    server.stopWirePlumber();
+    until("the loss is told", [&] { return log.lines("[audio] the session manager").size() == 1; });
+    playsOn();
+    const auto later = server.runWirePlumber();
+    playsOn();
+    playsOn();
+    const auto links = server.answer({"pw-link", "-l"}).value_or("");
+    EXPECT_TRUE(links.contains("tarn.dub:output_FL\n  |-> tarn-test-out:playback_FL")) << links;
+    EXPECT_EQ(log.lines().size(), 1U);
+}
+
 TEST_F(Playback, StopLeavesNothingInTheGraphAndMayComeAtAnyTime) {
     engine->stop();
     startPlaying();
@@ -133,18 +154,20 @@ TEST_P(PlaybackFault, EndsTheStartWithAClearError) {
 
 INSTANTIATE_TEST_SUITE_P(
     All, PlaybackFault,
-    testing::Values(Broken{"noServer",
-                           {},
-                           [](PrivateAudioServer& server) { server.killPipeWire(); },
-                           "the audio server (PipeWire) is not running"},
-                    Broken{"hungServer",
-                           {},
-                           [](PrivateAudioServer& server) { server.pausePipeWire(); },
-                           "the audio server (PipeWire) does not answer"},
-                    Broken{"noSessionManager",
-                           {.sessionManager = false, .pulse = false},
-                           [](PrivateAudioServer&) {},
-                           "the audio session manager (WirePlumber) gives the sound no output"}),
+    testing::Values(
+        Broken{"noServer",
+               {},
+               [](PrivateAudioServer& server) { server.killPipeWire(); },
+               "the audio server (PipeWire) is not running"},
+        Broken{"hungServer",
+               {},
+               [](PrivateAudioServer& server) { server.pausePipeWire(); },
+               "the audio server (PipeWire) does not answer"},
+        Broken{
+            "noSessionManager",
+            {.sessionManager = false, .pulse = false},
+            [](PrivateAudioServer&) {},
+            "the audio session manager (WirePlumber) gives the sound no output: restart it with PipeWire"}),
     [](const auto& test) { return test.param.name; });
 
 TEST(PlaybackStreamTest, AsksTheHeapForNothingAndServesAnyLength) {

@@ -225,6 +225,13 @@ void PrivateAudioServer::startWirePlumber() {
     waitForSession();
 }
 
+SessionProgram PrivateAudioServer::runWirePlumber() {
+    auto manager = run({"env", "XDG_CONFIG_HOME=" + (folder() / "etc").string(),
+                        "XDG_STATE_HOME=" + (folder() / "state").string(), "wireplumber"});
+    until("the session manager", [&] { return hasDefault("sink"); });
+    return manager;
+}
+
 void PrivateAudioServer::addSink(const std::string& name, const std::string& channelMap) {
     addNode(name, channelMap, "Audio/Sink");
 }

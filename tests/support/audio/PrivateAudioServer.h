@@ -54,6 +54,8 @@ public:
     void resumePipeWire();  ///< it works on (SIGCONT)
     void stopWirePlumber();
     void startWirePlumber();
+    /// One that ends with the returned program. Not all links come back while something plays.
+    SessionProgram runWirePlumber();
 
     /// Adds an output or a microphone; `channelMap` is like "FL,FR". The microphone hears what is linked to
     /// its input ports (`NAME:input_FL`; of one channel: "MONO").
