@@ -28,6 +28,10 @@ public:
     /// order. Less than one sample is nothing; never fails.
     void enqueue(std::span<const std::byte> bytes) { chain_.enqueue(bytes); }
 
+    /// Of speech that waits to be played, at its own speed. Grows without limit where more comes than is
+    /// played; where nothing is played, the oldest is dropped beyond 15 s.
+    double queuedSeconds() const { return chain_.queuedSeconds(); }
+
     /// Drops what is queued, then ends the engine.
     void stop();
 

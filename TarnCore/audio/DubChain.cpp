@@ -4,8 +4,16 @@
 
 #include "PlaybackControls.h"
 #include "ReceivedAudio.h"
+#include "TarnPlatform/logging/Log.h"
 
 namespace tarn {
+namespace {
+
+constexpr double mostWaiting = 15;  // seconds
+constexpr double keptWaiting = 10;
+constexpr std::chrono::seconds patience{2};
+
+}  // namespace
 
 void DubChain::connect(AudioEngine& engine, float rate) {
     engine.attach(node_);
@@ -20,9 +28,30 @@ void DubChain::connect(AudioEngine& engine, float rate) {
 }
 
 void DubChain::enqueue(std::span<const std::byte> bytes) {
-    if (auto buffer = decodeReceivedAudio(bytes)) {
-        node_->scheduleBuffer(std::move(*buffer));
+    auto buffer = decodeReceivedAudio(bytes);
+    if (!buffer) {
+        return;
     }
+    if (const auto played = node_->counters().framesPlayed; played != played_ || node_->queuedFrames() == 0) {
+        played_ = played;
+        playedAt_ = std::chrono::steady_clock::now();
+    }
+    node_->scheduleBuffer(std::move(*buffer));
+    dropWhatNobodyPlays();
+}
+
+void DubChain::dropWhatNobodyPlays() {
+    if (queuedSeconds() <= mostWaiting || std::chrono::steady_clock::now() - playedAt_ < patience) {
+        return;
+    }
+    node_->keepNewest(static_cast<std::uint64_t>(keptWaiting * playbackFormat().sampleRate));
+    if (!std::exchange(saidDropped_, true)) {
+        logLine("[dub] the output plays nothing: speech that has waited too long is dropped");
+    }
+}
+
+double DubChain::queuedSeconds() const {
+    return static_cast<double>(node_->queuedFrames()) / playbackFormat().sampleRate;
 }
 
 void DubChain::setRate(float rate) {

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <span>
 
@@ -23,8 +25,13 @@ public:
     void play() { node_->play(); }
     void stop() { node_->stop(); }
 
-    /// Queues one chunk of received speech behind the others; less than a sample is nothing.
+    /// Queues one chunk of received speech behind the others; less than a sample is nothing. While the output
+    /// has played nothing for 2 s, at most 15 s wait: beyond, all but the newest 10 s are dropped, and the
+    /// log says so once. What waits for an output that plays is never dropped.
     void enqueue(std::span<const std::byte> bytes);
+
+    /// Of speech that waits to be played, at its own speed.
+    double queuedSeconds() const;
 
     float rate() const { return timePitch_->rate(); }
     void setRate(float rate);
@@ -33,10 +40,16 @@ public:
     AudioPlayerNode::Counters counters() const { return node_->counters(); }
 
 private:
+    void dropWhatNobodyPlays();
+
     const std::shared_ptr<AudioPlayerNode> node_ = std::make_shared<AudioPlayerNode>();
     const std::shared_ptr<AudioUnitTimePitch> timePitch_ = std::make_shared<AudioUnitTimePitch>();
     const std::shared_ptr<AudioUnitEQ> gainNode_ = std::make_shared<AudioUnitEQ>();
     std::atomic<float> gain_{1.0F};
+    // Of `enqueue`.
+    std::uint64_t played_ = 0;  // frames
+    std::chrono::steady_clock::time_point playedAt_;
+    bool saidDropped_ = false;
 };
 
 }  // namespace tarn

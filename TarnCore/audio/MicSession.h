@@ -54,6 +54,7 @@ public:
 
     /// As `AudioPlayer::enqueue`.
     void enqueueAudio(std::span<const std::byte> bytes) { chain_.enqueue(bytes); }
+    double queuedSeconds() const { return chain_.queuedSeconds(); }
 
     float rate() const { return chain_.rate(); }
     void setRate(float rate) { chain_.setRate(rate); }

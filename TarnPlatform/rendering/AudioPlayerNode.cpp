@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <new>
-#include <optional>
 #include <utility>
 
 #include "TarnPlatform/logging/Log.h"
@@ -11,11 +10,21 @@ namespace tarn {
 namespace {
 
 struct Item {
-    std::optional<PcmBuffer> buffer;  // none: the list's beginning
+    std::shared_ptr<const PcmBuffer> buffer;  // none: the list's beginning
     const float* samples = nullptr;
     std::size_t length = 0;
     std::atomic<Item*> next{nullptr};
 };
+
+Item* newItem(std::shared_ptr<const PcmBuffer> buffer) {
+    auto* const item = new (std::nothrow) Item;
+    if (item != nullptr) {
+        item->samples = buffer->floatChannelData();
+        item->length = buffer->frameLength();
+        item->buffer = std::move(buffer);
+    }
+    return item;
+}
 
 }  // namespace
 
@@ -78,16 +87,13 @@ AudioPlayerNode::~AudioPlayerNode() = default;
 void AudioPlayerNode::scheduleBuffer(PcmBuffer buffer) {
     const bool fits =
         std::as_const(buffer).floatChannelData() != nullptr && buffer.format().channelCount == 1;
-    auto* const item = fits ? new (std::nothrow) Item : nullptr;
+    auto* const item = fits ? newItem(std::make_shared<const PcmBuffer>(std::move(buffer))) : nullptr;
     if (item == nullptr) {
         buffersRefused_.fetch_add(1, std::memory_order_relaxed);
         logLine(fits ? "[player] no memory to queue a buffer"
                      : "[player] cannot play a buffer of " + buffer.format().description());
         return;
     }
-    item->buffer = std::move(buffer);
-    item->samples = std::as_const(*item->buffer).floatChannelData();
-    item->length = item->buffer->frameLength();
     const std::lock_guard lock(mutex_);
     queue_->append(item);
     freeLeftBehind();
@@ -101,8 +107,37 @@ void AudioPlayerNode::stop() {
     auto empty = std::make_unique<Queue>();
     const std::lock_guard lock(mutex_);
     playing_.store(false);
-    current_.store(empty.get());
-    retired_.push_back(std::exchange(queue_, std::move(empty)));
+    replaceQueue(std::move(empty));
+}
+
+std::uint64_t AudioPlayerNode::keepNewest(std::uint64_t frames) {
+    const std::lock_guard lock(mutex_);
+    const std::uint64_t before = queuedLocked();
+    if (before <= frames) {
+        return 0;
+    }
+    const Item* const playing = queue_->playing.load(std::memory_order_acquire);
+    std::uint64_t waiting = 0;
+    for (const Item* item = playing; (item = item->next.load(std::memory_order_relaxed)) != nullptr;) {
+        waiting += item->length;
+    }
+    auto kept = std::make_unique<Queue>();
+    for (const Item* item = playing; (item = item->next.load(std::memory_order_relaxed)) != nullptr;) {
+        if (waiting <= frames) {
+            if (auto* const again = newItem(item->buffer)) {
+                kept->append(again);
+            }
+        } else {
+            waiting -= item->length;
+        }
+    }
+    replaceQueue(std::move(kept));
+    return before - queuedLocked();
+}
+
+void AudioPlayerNode::replaceQueue(std::unique_ptr<Queue> queue) {
+    current_.store(queue.get());
+    retired_.push_back(std::exchange(queue_, std::move(queue)));
     freeLeftBehind();
 }
 
@@ -116,6 +151,10 @@ void AudioPlayerNode::freeLeftBehind() {
 
 std::uint64_t AudioPlayerNode::queuedFrames() const {
     const std::lock_guard lock(mutex_);
+    return queuedLocked();
+}
+
+std::uint64_t AudioPlayerNode::queuedLocked() const {
     const auto played = queue_->played.load(std::memory_order_relaxed);
     return queue_->scheduled.load(std::memory_order_relaxed) - played;
 }

@@ -16,9 +16,9 @@ namespace tarn {
 /// Threads: `scheduleBuffer`, `play`, `stop` and the questions may come from any threads that are not RT; a
 /// lock keeps them apart, and the audio thread never takes it. Between them and the audio thread stands a
 /// linked list: callers append at one end, the audio thread moves on towards it, and what it has left behind
-/// is freed by the next caller. `stop` puts an empty list in place of the old one, which is freed at once
-/// unless the audio thread is just now in it; then a later call, or the destructor, frees it. So no side
-/// ever waits for the other, whether or not somebody renders.
+/// is freed by the next caller. `stop` and `keepNewest` put another list in place of the old one, which is
+/// freed at once unless the audio thread is just now in it; then a later call, or the destructor, frees it.
+/// So no side ever waits for the other, whether or not somebody renders.
 class AudioPlayerNode : public AudioNode {
 public:
     struct Counters {
@@ -34,6 +34,10 @@ public:
     /// Queues a buffer of one Float32 channel at the graph's rate behind all others. The queue has no limit.
     /// A buffer of another format is refused, with a line in the log. Never waits for the audio thread.
     void scheduleBuffer(PcmBuffer buffer);
+
+    /// Drops what has waited longest, and the rest of what is being played, so that at most `frames` stay
+    /// queued, in whole buffers. The result is how many were dropped; 0 where no more are queued.
+    std::uint64_t keepNewest(std::uint64_t frames);
 
     /// From now on what is queued is played. Until then, and after `stop`, it stays queued.
     void play();
@@ -51,6 +55,8 @@ public:
 private:
     struct Queue;
 
+    std::uint64_t queuedLocked() const;
+    void replaceQueue(std::unique_ptr<Queue> queue);
     void freeLeftBehind();
 
     mutable std::mutex mutex_;  // among the callers

@@ -8,6 +8,7 @@
 
 #include "FakeEngine.h"
 #include "ServiceSound.h"
+#include "support/LogCapture.h"
 #include "support/audio/Measure.h"
 #include "support/audio/PrivateAudioServer.h"
 #include "support/audio/Recorder.h"
@@ -82,6 +83,27 @@ TEST_F(DubTest, StopDropsWhatIsQueued) {
     until("it is heard", [&] { return level(500) > -6.1; });
     player.stop();
     EXPECT_EQ(rms(hear(0.4)), 0);
+}
+
+TEST_F(DubTest, DropsTheOldestOnlyWhileTheOutputPlaysNothing) {
+    LogCapture log;
+    ASSERT_TRUE(player.start(1));
+    player.enqueue(serviceTone(500, -6, 30));
+    until("it is played", [&] { return player.queuedSeconds() < 29.5; });
+    EXPECT_GT(player.queuedSeconds(), 15);
+    server.pausePipeWire();
+    until("it is dropped", [&] {
+        player.enqueue(serviceTone(500, -6, 0.1));
+        return player.queuedSeconds() < 11;
+    });
+    EXPECT_EQ(log.lines("[dub]").size(), 1U);
+    server.resumePipeWire();
+    until("the rest is played", [&] { return player.queuedSeconds() < 9; });
+    for (int i = 0; i < 20; ++i) {
+        player.enqueue(serviceTone(500, -6, 1));
+    }
+    EXPECT_GT(player.queuedSeconds(), 20);
+    EXPECT_EQ(log.lines("[dub]").size(), 1U);
 }
 
 TEST_F(DubTest, ChunksPlayBackToBackInOrderAndScrapsAreNothing) {

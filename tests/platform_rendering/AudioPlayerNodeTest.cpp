@@ -62,6 +62,22 @@ TEST(AudioPlayerNode, DropsWhatIsQueuedAndBeingPlayedOnStop) {
     EXPECT_EQ(render(player, 100), counting(5001, 100));
 }
 
+TEST(AudioPlayerNode, KeepsTheNewestInWholeBuffers) {
+    AudioPlayerNode player;
+    player.play();
+    for (std::size_t first = 1; first < 1000; first += 100) {
+        player.scheduleBuffer(playbackBuffer(counting(first, 100)));
+    }
+    EXPECT_EQ(render(player, 150), counting(1, 150));
+    EXPECT_EQ(player.keepNewest(850), 0U);
+    EXPECT_EQ(player.keepNewest(849), 50U);
+    EXPECT_EQ(player.keepNewest(399), 500U);
+    EXPECT_EQ(player.queuedFrames(), 300U);
+    player.scheduleBuffer(playbackBuffer(counting(1001, 100)));
+    EXPECT_EQ(render(player, 400), counting(701, 400));
+    EXPECT_EQ(player.keepNewest(0), 0U);
+}
+
 TEST(AudioPlayerNode, CountsEachTimeTheQueueEndsOnce) {
     AudioPlayerNode player;
     player.play();
