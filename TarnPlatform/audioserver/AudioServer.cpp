@@ -296,9 +296,9 @@ const Graph& AudioServer::graph() const {
     return connection_ == nullptr ? none_ : connection_->mirror->graph();
 }
 
-void AudioServer::setSoftVolumes(GraphId node, std::span<const float> factors) {
+void AudioServer::setVolumeFactor(GraphId node, float factor) {
     if (core() != nullptr) {
-        connection_->mirror->setSoftVolumes(node, factors);
+        connection_->mirror->setVolumeFactor(node, factor);
     }
 }
 

@@ -89,9 +89,10 @@ public:
     /// The connection, or null while there is none. Requires: a Lock; valid while it is held.
     pw_core* core() const;
 
-    /// Asks a node's adapter to apply these factors, one for each channel, in place of its volumes, which
-    /// stay as they are for everybody who reads them. A change of the volumes undoes it. Requires: a Lock.
-    void setSoftVolumes(GraphId node, std::span<const float> factors);
+    /// Asks a node's adapter to apply `factor` times its volumes in their place, which stay as they are for
+    /// everybody who reads them. A change of the volumes undoes it. Observers are told that it was asked.
+    /// Requires: a Lock.
+    void setVolumeFactor(GraphId node, float factor);
 
     /// Marks every stream of this process: the property `instanceKey` of all of them has this value, so that
     /// captures of any connection know them.

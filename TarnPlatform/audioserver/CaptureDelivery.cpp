@@ -111,10 +111,10 @@ CaptureDelivery::~CaptureDelivery() {
     }
 }
 
-void CaptureDelivery::pushRt(std::span<const float> surround) noexcept {
+void CaptureDelivery::pushRt(std::span<const float> surround, float gain) noexcept {
     state_->ring.writeRt(
         surround.size() / CaptureFold::inputChannels, [&](std::span<float> stereo, std::size_t before) {
-            CaptureFold::foldRt(surround.subspan(before * CaptureFold::inputChannels), stereo);
+            CaptureFold::foldRt(surround.subspan(before * CaptureFold::inputChannels), stereo, gain);
         });
     state_->cameSinceTick.store(true, std::memory_order_relaxed);
     queue_->signalRt();

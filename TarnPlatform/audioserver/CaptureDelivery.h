@@ -37,8 +37,9 @@ public:
     CaptureDelivery(const CaptureDelivery&) = delete;
     CaptureDelivery& operator=(const CaptureDelivery&) = delete;
 
-    /// One cycle's sound, in CaptureFold's six channels. Thread: the graph's (RT), one at a time.
-    void pushRt(std::span<const float> surround) noexcept;
+    /// One cycle's sound, in CaptureFold's six channels, to be multiplied by `gain`. Thread: the graph's
+    /// (RT), one at a time.
+    void pushRt(std::span<const float> surround, float gain = 1) noexcept;
 
     /// Makes the queue look whether sound stays away. To be called every few ten milliseconds. Thread: any.
     void tick() noexcept;

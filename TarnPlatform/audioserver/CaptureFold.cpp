@@ -24,14 +24,14 @@ const ChannelLayout& CaptureFold::inputLayout() {
     return layout;
 }
 
-void CaptureFold::foldRt(std::span<const float> surround, std::span<float> stereo) noexcept {
+void CaptureFold::foldRt(std::span<const float> surround, std::span<float> stereo, float gain) noexcept {
     const std::size_t frames = std::min(surround.size() / inputChannels, stereo.size() / outputChannels);
     const float* from = surround.data();
     float* to = stereo.data();
     for (std::size_t frame = 0; frame < frames; ++frame, from += inputChannels, to += outputChannels) {
         const float both = half * finite(from[2]) + lowFrequencies * finite(from[3]);
-        to[0] = finite(from[0]) + both + half * finite(from[4]);
-        to[1] = finite(from[1]) + both + half * finite(from[5]);
+        to[0] = gain * (finite(from[0]) + both + half * finite(from[4]));
+        to[1] = gain * (finite(from[1]) + both + half * finite(from[5]));
     }
 }
 

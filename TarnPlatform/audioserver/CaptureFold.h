@@ -16,8 +16,9 @@ struct CaptureFold {
     static constexpr std::size_t outputChannels = 2;
     static const ChannelLayout& inputLayout();  ///< FL FR FC LFE RL RR
 
-    /// Both interleaved; `stereo` has as many frames as `surround`. Thread: any, real-time ones included.
-    static void foldRt(std::span<const float> surround, std::span<float> stereo) noexcept;
+    /// Both interleaved; `stereo` has as many frames as `surround`, and `gain` times its level. Thread: any,
+    /// real-time ones included.
+    static void foldRt(std::span<const float> surround, std::span<float> stereo, float gain = 1) noexcept;
 };
 
 }  // namespace tarn

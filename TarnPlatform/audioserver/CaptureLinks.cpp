@@ -54,6 +54,18 @@ void CaptureLinks::update(const Graph& graph, GraphId own) {
     }
 }
 
+float CaptureLinks::gain(const Graph& graph) const {
+    constexpr float most = 4;
+    float loudest = 0;
+    for (const auto& [ends, link] : links_) {
+        const auto program = graph.nodes.find(link->outputNode());
+        if (program != graph.nodes.end() && program->second.running) {
+            loudest = std::max(loudest, program->second.turnedDownTo());
+        }
+    }
+    return loudest > 0 ? std::clamp(1 / loudest, 1.0F, most) : 1;
+}
+
 void CaptureLinks::watch(const Graph& graph, bool streaming, std::chrono::milliseconds elapsed) {
     for (const auto& [ends, link] : links_) {
         const auto program = graph.nodes.find(link->outputNode());

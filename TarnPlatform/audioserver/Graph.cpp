@@ -29,6 +29,17 @@ const std::string& GraphNode::mediaClass() const {
     return property(properties, "media.class");
 }
 
+float GraphNode::turnedDownTo() const {
+    if (askedFactor >= 1 || softVolumes.size() != volumes.size()) {
+        return 1;
+    }
+    float told = askedFactor;
+    for (std::size_t i = 0; i < volumes.size(); ++i) {
+        told = std::max(told, volumes[i] > 0 ? softVolumes[i] / volumes[i] : 0.0F);
+    }
+    return std::min(told, 1.0F);
+}
+
 bool GraphNode::isOutputStream() const {
     return mediaClass() == "Stream/Output/Audio";
 }

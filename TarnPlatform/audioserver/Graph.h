@@ -38,12 +38,16 @@ struct GraphNode {
     std::vector<std::string> channels;  ///< of the program's sound, which its ports need not have
     std::vector<float> volumes;         ///< linear, one for each of these channels
     std::vector<float> softVolumes;     ///< the factors really applied; `volumes` unless somebody set others
+    float askedFactor = 1;              ///< of `volumes`, that this process asked to be applied last
 
     // The format that the device runs in, or would. Empty until told.
     std::uint32_t deviceRate = 0;  ///< Hz; 0: whatever the graph has
     std::vector<std::string> deviceChannels;
 
     const std::string& mediaClass() const;
+    /// By how much the program is quieter than it would be because this process turned it down: the larger of
+    /// the factor that was asked for and the one that is told, so never less than what is to be heard.
+    float turnedDownTo() const;
     bool isOutputStream() const;  ///< a program that plays
     bool isSink() const;
     bool isSource() const;  ///< a microphone, real or virtual

@@ -115,11 +115,12 @@ void GraphCapture::graphChanged(const Graph& graph) {
     }
     if (const auto own = stream_->nodeId()) {
         links_->update(graph, *own);
+        gain_.store(links_->gain(graph), std::memory_order_relaxed);
     }
 }
 
 void GraphCapture::receiveRt(std::span<const float> interleaved, std::int64_t) noexcept {
-    receiver_.receiveRt(interleaved);
+    receiver_.receiveRt(interleaved, gain_.load(std::memory_order_relaxed));
 }
 
 void GraphCapture::streaming() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <optional>
@@ -18,8 +19,9 @@ class GraphCapture : private AudioServerObserver, private GraphStreamHandler {
 public:
     class Receiver {
     public:
-        /// One cycle's sound, in CaptureFold's six channels. Thread: the graph's (RT).
-        virtual void receiveRt(std::span<const float> surround) noexcept = 0;
+        /// One cycle's sound, in CaptureFold's six channels, to be multiplied by `gain`. Thread: the graph's
+        /// (RT).
+        virtual void receiveRt(std::span<const float> surround, float gain) noexcept = 0;
         /// Every 50 ms while the capture runs, whatever the server does. Thread: the loop, held.
         virtual void tick() noexcept = 0;
         /// The stream was taken from the graph while the server went on, and could not be made again for
@@ -70,6 +72,8 @@ private:
     std::optional<Error> failure_;
     std::optional<std::chrono::milliseconds> lostFor_;  // running, and without a stream that works
     bool dead_ = false;                                 // the stream ended
+
+    std::atomic<float> gain_{1};  // as `CaptureLinks::gain`
 };
 
 }  // namespace tarn

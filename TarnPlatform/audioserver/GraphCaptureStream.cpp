@@ -126,9 +126,9 @@ void GraphCaptureStream::end() {
     outputs_.clear();
 }
 
-void GraphCaptureStream::receiveRt(std::span<const float> surround) noexcept {
+void GraphCaptureStream::receiveRt(std::span<const float> surround, float gain) noexcept {
     if (delivery_ != nullptr) {
-        delivery_->pushRt(surround);
+        delivery_->pushRt(surround, gain);
     }
 }
 

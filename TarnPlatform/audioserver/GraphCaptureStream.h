@@ -39,7 +39,7 @@ private:
     };
     enum class State { fresh, running, ended };
 
-    void receiveRt(std::span<const float> surround) noexcept override;
+    void receiveRt(std::span<const float> surround, float gain) noexcept override;
     void tick() noexcept override;
     void ended(const Error& error) override;
 

@@ -218,14 +218,21 @@ void GraphMirror::nodeParameter(GraphId id, std::uint32_t kind, const spa_pod* p
     changed();
 }
 
-void GraphMirror::setSoftVolumes(GraphId node, std::span<const float> volumes) {
-    const auto found = bound_.find(node);
-    if (found == bound_.end() || !graph_.nodes.contains(node)) {
+void GraphMirror::setVolumeFactor(GraphId id, float factor) {
+    const auto found = bound_.find(id);
+    const auto node = graph_.nodes.find(id);
+    if (found == bound_.end() || node == graph_.nodes.end()) {
         return;
+    }
+    node->second.askedFactor = factor;
+    std::vector<float> volumes = node->second.volumes;
+    for (float& volume : volumes) {
+        volume *= factor;
     }
     std::array<std::byte, 1024> memory{};
     pw_node_set_param(reinterpret_cast<pw_node*>(found->second->proxy), SPA_PARAM_Props, 0,
                       softVolumeProps(volumes, memory));
+    changed();
 }
 
 void GraphMirror::metadataSet(std::uint32_t subject, const char* key, const char* value) {

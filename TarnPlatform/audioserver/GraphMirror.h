@@ -23,8 +23,8 @@ public:
 
     const Graph& graph() const { return graph_; }
 
-    /// Asks the node's adapter to apply these factors, one for each channel. Nothing where the node has gone.
-    void setSoftVolumes(GraphId node, std::span<const float> volumes);
+    /// As `AudioServer::setVolumeFactor`.
+    void setVolumeFactor(GraphId id, float factor);
 
 private:
     struct Bound;

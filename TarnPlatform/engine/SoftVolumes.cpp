@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <vector>
 
 namespace tarn {
 
@@ -13,11 +12,7 @@ bool softVolumesAreUp(const GraphNode& node) {
 }
 
 void turnSoftVolumes(AudioServer& server, const GraphNode& node, float factor) {
-    std::vector<float> factors = node.volumes;
-    for (float& value : factors) {
-        value *= factor;
-    }
-    server.setSoftVolumes(node.id, factors);
+    server.setVolumeFactor(node.id, factor);
 }
 
 }  // namespace tarn

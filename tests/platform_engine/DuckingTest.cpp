@@ -1,7 +1,13 @@
 // Another program plays a tone, and the monitor of the output tells how loud it is while ours speaks.
 #include <signal.h>
 
+#include <future>
+
+#include "CaptureProbe.h"
 #include "EngineFixture.h"
+#include "TarnPlatform/audioserver/AudioServer.h"
+#include "TarnPlatform/audioserver/CaptureService.h"
+#include "support/RunTask.h"
 
 namespace tarn::test {
 namespace {
@@ -53,6 +59,39 @@ TEST_F(Ducking, TurnsOthersDownWhileTheDubSpeaksAndUpAfterwards) {
     untilLevel(-24, 700);
     untilLevel(-12);
     untilLevel(-12, 700);
+}
+
+TEST_F(Ducking, IsNotHeardByCaptures) {
+    startWithVoiceProcessing();
+    const auto service = CaptureService::make(AudioServer::shared());
+    const auto probe = std::make_shared<CaptureProbe>();
+    const auto capture =
+        service->makeStream(ContentFilter::excluding({}, {}),
+                            {.capturesAudio = true, .excludesCurrentProcessAudio = true}, probe);
+    ASSERT_TRUE(
+        capture->addStreamOutput(probe, StreamOutputType::audio, std::make_shared<SerialQueue>("test")));
+    asio::io_context context;
+    ASSERT_TRUE(runTask(context, capture->startCapture()));
+    ASSERT_TRUE(probe->hears(500, -12));
+    scheduleTone(900, -12, 4);
+    untilLevel(-24);
+    EXPECT_TRUE(probe->hears(500, -12));
+    untilLevel(-12);
+    // From the beginning of the way down to the end of the way up, 50 ms after the other.
+    until("it is as loud all the time", [&] {
+        scheduleTone(900, -12, 1);
+        const auto left = probe->next(2.5)[0];
+        int quieter = 0;
+        for (std::size_t at = 0; at + 2400 <= left.size(); at += 2400) {
+            const double piece = toneLevel(std::span(left).subspan(at, 2400), 500, 48000);
+            EXPECT_LT(piece, -11);
+            quieter += piece < -13 ? 1 : 0;
+        }
+        return quieter <= 5;
+    });
+    std::promise<void> stopped;
+    capture->stopCapture([&](const Result<void>&) { stopped.set_value(); });
+    stopped.get_future().wait();
 }
 
 TEST_F(Ducking, LeavesWhatAVirtualOutputPlaysOnAsItIs) {
