@@ -45,6 +45,7 @@ Task<void> TappedStream::passEventsOn(std::shared_ptr<TappedStream> self,
         observer->event(*self, *event);
         if (played || !std::holds_alternative<translate::TranslatedAudio>(*event)) {
             self->events_.push(std::move(*event));
+            co_await self->events_.room();
         }
     }
     self->events_.finish();

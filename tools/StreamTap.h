@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "TarnApp/server/RealTarnTranslateStream.h"
 #include "TarnApp/server/TarnServerClient.h"
 #include "TarnPlatform/concurrency/Asio.h"
 
@@ -40,7 +41,11 @@ public:
     const EventQueue<TarnTranslateEvent>& events() const override { return events_; }
     Task<void> sendAudio(std::vector<std::byte> bytes) override;
     Task<bool> waitHeard() override { return inner_->waitHeard(); }
-    Task<void> close() override { return inner_->close(); }
+    /// The session hears no more of what comes until the end; the observer does.
+    Task<void> close() override {
+        events_.finish();
+        return inner_->close();
+    }
     bool isAlive() const override { return inner_->isAlive(); }
     Task<std::string> waitDead() override { return inner_->waitDead(); }
     const EventQueue<ConnectionHealth>& health() const override { return inner_->health(); }
@@ -54,7 +59,7 @@ private:
     static Task<void> send(std::shared_ptr<TappedStream> self, std::vector<std::byte> bytes);
 
     const std::shared_ptr<TarnTranslateStream> inner_;
-    const EventQueue<TarnTranslateEvent> events_;
+    const EventQueue<TarnTranslateEvent> events_ = RealTarnTranslateStream::boundedEvents();
     std::atomic<bool> muted_{false};
     std::atomic<std::size_t> unsent_{0};   ///< bytes
     std::atomic<std::uint64_t> given_{0};  ///< bytes

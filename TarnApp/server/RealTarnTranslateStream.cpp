@@ -54,7 +54,7 @@ RealTarnTranslateStream::RealTarnTranslateStream(EventQueue<TarnTranslateEvent> 
 
 Task<ServerResult<std::shared_ptr<TarnTranslateStream>>> RealTarnTranslateStream::open(
     Url url, std::string pat, QwenConfig config, NetworkContext network) {
-    const EventQueue<TarnTranslateEvent> events(mostUnread, weigh);
+    const auto events = boundedEvents();
     auto onAudio = [events](std::vector<std::byte> bytes) {
         events.push(translate::TranslatedAudio{std::move(bytes)});
     };
@@ -87,6 +87,10 @@ Task<ServerResult<std::shared_ptr<TarnTranslateStream>>> RealTarnTranslateStream
     asio::co_spawn(network.executor, tellDeath(client, health), asio::detached);
     co_return std::shared_ptr<TarnTranslateStream>(
         new RealTarnTranslateStream(events, health, std::move(client), network.executor));
+}
+
+EventQueue<TarnTranslateEvent> RealTarnTranslateStream::boundedEvents() {
+    return {mostUnread, weigh};
 }
 
 RealTarnTranslateStream::~RealTarnTranslateStream() {

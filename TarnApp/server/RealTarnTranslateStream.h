@@ -23,6 +23,9 @@ public:
 
     ~RealTarnTranslateStream() override;
 
+    /// A queue whose writer is to wait for `room` while 8 MiB of events or a minute of voice is unread.
+    static EventQueue<TarnTranslateEvent> boundedEvents();
+
     const EventQueue<TarnTranslateEvent>& events() const override { return events_; }
     const EventQueue<ConnectionHealth>& health() const override { return health_; }
     Task<void> sendAudio(std::vector<std::byte> bytes) override;

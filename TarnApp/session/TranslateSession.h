@@ -194,7 +194,8 @@ private:
                                                           std::optional<std::string> bundleID);
     static Task<PipelineResult<SendAudio>> openTransport(const Run& run, ReceiveAudio audioSink);
     static Task<void> readEvents(std::weak_ptr<TranslateSession> weak, Call start,
-                                 std::shared_ptr<TarnTranslateStream> stream, ReceiveAudio audioSink);
+                                 std::shared_ptr<TarnTranslateStream> stream, ReceiveAudio audioSink,
+                                 std::shared_ptr<Clock> clock);
     static Task<void> tearDown(std::weak_ptr<TranslateSession> weak, Stop stop);
     static Task<void> startAgain(std::weak_ptr<TranslateSession> weak, std::shared_ptr<Clock> clock,
                                  Start next);

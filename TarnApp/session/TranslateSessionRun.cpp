@@ -18,6 +18,8 @@ namespace tarn {
 namespace {
 
 constexpr std::chrono::milliseconds reconnectDelay{300};
+/// Seconds of the translated voice that may wait to be played before no more is taken.
+constexpr double mostVoiceWaiting = 60;
 // A desktop that goes over to another device is without one for a moment.
 constexpr std::chrono::milliseconds soundSettles{300};
 constexpr std::chrono::seconds gapIsTold{30};
@@ -224,7 +226,10 @@ Task<PipelineResult<void>> TranslateSession::startSystemPipeline(const Run& run,
     if (!started) {
         co_return std::unexpected(failureOf(started.error()));
     }
-    ReceiveAudio play = [player](std::vector<std::byte> bytes) { player->enqueue(bytes); };
+    ReceiveAudio play = [player](std::vector<std::byte> bytes) {
+        player->enqueue(bytes);
+        return player->queuedSeconds();
+    };
     auto send = co_await openTransport(run, std::move(play));
     if (!send) {
         co_return std::unexpected(send.error());
@@ -254,7 +259,10 @@ Task<PipelineResult<void>> TranslateSession::startMicPipeline(const Run& run) {
     parts.micSession = micSession;
     micSession->setGain(run.start.gain);
     parts.resampler = std::make_shared<AudioResampler>();
-    ReceiveAudio play = [micSession](std::vector<std::byte> bytes) { micSession->enqueueAudio(bytes); };
+    ReceiveAudio play = [micSession](std::vector<std::byte> bytes) {
+        micSession->enqueueAudio(bytes);
+        return micSession->queuedSeconds();
+    };
     auto send = co_await openTransport(run, std::move(play));
     if (!send) {
         co_return std::unexpected(send.error());
@@ -294,7 +302,8 @@ Task<PipelineResult<SendAudio>> TranslateSession::openTransport(const Run& run, 
     const std::shared_ptr<TarnTranslateStream> stream = std::move(*opened);
     attempt.parts.serverStream = stream;
     attempt.parts.serverStreamTask = TaskHandle::start(
-        run.services.main, readEvents(run.session, run.start.call, stream, std::move(audioSink)));
+        run.services.main,
+        readEvents(run.session, run.start.call, stream, std::move(audioSink), run.services.clock));
     TaskHandle::start(run.services.main, watchConnection(run.session, run.start.call, stream));
     SendAudio send = [stream, network = run.services.network](std::vector<std::byte> bytes) {
         asio::co_spawn(network, stream->sendAudio(std::move(bytes)), asio::detached);
@@ -303,14 +312,20 @@ Task<PipelineResult<SendAudio>> TranslateSession::openTransport(const Run& run, 
 }
 
 Task<void> TranslateSession::readEvents(std::weak_ptr<TranslateSession> weak, Call start,
-                                        std::shared_ptr<TarnTranslateStream> stream, ReceiveAudio audioSink) {
+                                        std::shared_ptr<TarnTranslateStream> stream, ReceiveAudio audioSink,
+                                        std::shared_ptr<Clock> clock) {
     for (;;) {
         auto event = co_await stream->events().next();
         if (!event || std::holds_alternative<translate::Closed>(*event)) {
             co_return;
         }
         if (auto* const audio = std::get_if<translate::TranslatedAudio>(&*event)) {
-            audioSink(std::move(audio->bytes));
+            const double waiting = audioSink(std::move(audio->bytes));
+            if (waiting > mostVoiceWaiting) {
+                // Unread events hold the server back, which would fill the memory otherwise.
+                const auto excess = std::chrono::duration<double>(waiting - mostVoiceWaiting);
+                co_await sleepFor(clock, std::chrono::duration_cast<Clock::Duration>(excess));
+            }
         } else if (const auto self = weak.lock()) {
             self->apply(*event, start);
         }

@@ -670,6 +670,20 @@ TEST_F(SessionPipelineTest, SendsTheMicrophonesFirstChannelAloneAndUnchanged) {
     EXPECT_EQ(sent[2], sent[0]);
 }
 
+TEST_F(SessionPipelineTest, TakesNoMoreEventsWhileAMinuteOfVoiceWaits) {
+    for (const auto source : {CaptureSource::system, CaptureSource::mic}) {
+        start(source);
+        tell(translate::TranslatedAudio{std::vector<std::byte>(std::size_t{61} * 48000)});
+        tell(translate::SourceText{"next", false});
+        EXPECT_EQ(session_->sourceText(), "");
+        world_.pass(999ms);
+        EXPECT_EQ(session_->sourceText(), "");
+        world_.pass(1ms);
+        EXPECT_EQ(session_->sourceText(), "next");
+        stop();
+    }
+}
+
 TEST_F(SessionPipelineTest, ReceivedSpeechGoesToTheDubAlsoWhenTheSessionIsGone) {
     for (const auto source : {CaptureSource::system, CaptureSource::mic}) {
         session_ = world_.makeSession();
