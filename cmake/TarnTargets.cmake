@@ -1,6 +1,9 @@
 # How targets of this tree are made: our warnings as errors, and a public include folder that shows a target's
 # own directory and nothing else, so that including a header of a target one does not name fails to compile.
 
+include(CheckCXXCompilerFlag)
+string(TOUPPER "${CMAKE_BUILD_TYPE}" build_type)
+
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})
@@ -17,6 +20,24 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(tarn_options INTERFACE -Wno-maybe-uninitialized -Wno-dangling-reference -Wno-restrict
                                                 -Wno-stringop-overflow -Wno-stringop-overread -Wno-array-bounds
                                                 -Wno-mismatched-new-delete)
+endif()
+if(NOT TARN_SANITIZE)
+  # What our code does wrong with a stranger's bytes ends the program instead of giving it away. Debian 12's crt1.o is
+  # not marked for -fcf-protection, so there the processor checks jumps only once that is.
+  target_compile_options(tarn_options INTERFACE -fstack-protector-strong)
+  target_compile_definitions(tarn_options INTERFACE _GLIBCXX_ASSERTIONS)
+  foreach(flag -fstack-clash-protection -fcf-protection)
+    string(MAKE_C_IDENTIFIER "TARN_HAS${flag}" known)
+    check_cxx_compiler_flag(${flag} ${known})
+    if(${known})
+      target_compile_options(tarn_options INTERFACE ${flag})
+    endif()
+  endforeach()
+  if("${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_${build_type}}" MATCHES "-O[1-3s]")
+    set(TARN_FORTIFY ON)  # needs the optimiser
+    target_compile_options(tarn_options INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+  endif()
+  add_link_options(-Wl,-z,relro,-z,now)
 endif()
 if(TARN_SANITIZE)
   add_compile_options(-fsanitize=${TARN_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
