@@ -39,7 +39,14 @@ std::optional<std::string> serversReason(const TarnServerError& error) {
     boost::system::error_code notJson;
     const auto value = boost::json::parse(body, notJson);
     std::string sentence = body;
-    if (!notJson) {
+    if (notJson) {
+        while (sentence.ends_with('\n') || sentence.ends_with('\r')) {
+            sentence.pop_back();
+        }
+        if (sentence.starts_with('<') || sentence.contains('\n')) {
+            sentence.clear();  // a page, and no sentence
+        }
+    } else {
         sentence.clear();
         for (const char* const key : {"message", "error"}) {
             const auto* const object = value.if_object();
@@ -49,11 +56,7 @@ std::optional<std::string> serversReason(const TarnServerError& error) {
             }
         }
     }
-    while (sentence.ends_with('\n') || sentence.ends_with('\r')) {
-        sentence.pop_back();
-    }
-    const bool isSentence =
-        !sentence.empty() && isUtf8(sentence) && !sentence.starts_with('<') && !sentence.contains('\n');
+    const bool isSentence = !sentence.empty() && isUtf8(sentence);
     return isSentence ? std::optional(printable(firstCharacters(sentence, 300))) : std::nullopt;
 }
 
