@@ -52,7 +52,7 @@ double largestJump(std::span<const float> samples, double frequency, double rate
         std::complex<double> sum;
         for (std::size_t i = 0; i < 2 * hop; ++i) {
             const double phase = std::fmod(frequency * static_cast<double>(start + i) / rate, 1.0) * -turn;
-            sum += std::polar(hann(i, 2 * hop) * static_cast<double>(samples[start + i]), phase);
+            sum += hann(i, 2 * hop) * static_cast<double>(samples[start + i]) * std::polar(1.0, phase);
         }
         windows.push_back(sum);
         loudest = std::max(loudest, std::abs(sum));
