@@ -116,8 +116,9 @@ TEST_F(SessionRelayTest, AConnectionThatBreaksFallsSilentUntilTheSessionIsStoppe
         session_->stop();
         until("the session is idle", [this] { return state() == "idle"; });
         start();
-        EXPECT_THAT(state(), testing::AllOf(testing::StartsWith("error(Cannot connect to "),
-                                            testing::HasSubstr(": connection refused")));
+        // The road's listener may take the connection and drop it in the moment of the cut.
+        EXPECT_THAT(state(), testing::MatchesRegex("error\\((Cannot connect to .*: connection refused|"
+                                                   "The upgrade failed: .*)\\)"));
         EXPECT_EQ(authFailures_, 0);
         if (isCut) {
             relay_.road.emplace(relay_.network(), relay_.port());

@@ -96,7 +96,7 @@ TEST_F(CliCapture, SaysWhatIsNotThere) {
     startRelay(afterTwoSeconds);
     const auto silent = start({"--source", "system", "--to", "es"});
     EXPECT_EQ(silent->wait(), 1);
-    EXPECT_THAT(silent->err(), HasSubstr("the audio server (PipeWire) is not running"));
+    EXPECT_THAT(silent->err(), HasSubstr("he audio server (PipeWire) is not running"));
     for (const char* const list : {"apps", "devices"}) {
         const auto cli = start({list});
         EXPECT_EQ(cli->wait(), 1);

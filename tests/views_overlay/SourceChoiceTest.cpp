@@ -78,6 +78,7 @@ TEST_F(SourceChoiceTest, ListsWhatBelongsToTheChosenSource) {
     EXPECT_EQ(session().micDeviceUID(), "");
     world_.setMics({QVariantMap{{"id", "mic-9"}, {"name", "Desk"}}});
     choose("Refresh devices");
+    world_.settle();
     EXPECT_EQ(menu()[7], "Desk");
     EXPECT_EQ(choice_.sourceHelp(), "Microphone");
 

@@ -18,7 +18,7 @@ public:
     /// {value, label, note} each: the code, "中文 (zh)", and what is said of one that is not among `offered`;
     /// that is empty where nobody tells what is offered. With `autoLabel`, an entry of that name with the
     /// empty code comes first.
-    Q_INVOKABLE static QVariantList choices(const QString& autoLabel, const QStringList& offered);
+    Q_INVOKABLE static QVariantList choices(const QString& autoLabel, const QStringList& offered = {});
 };
 
 }  // namespace tarn
