@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "CheckResult.h"
-#include "TarnPlatform/text/Printable.h"
+#include "TarnPlatform/text/FilledText.h"
 
 namespace tarn {
 namespace {
@@ -25,19 +25,7 @@ constexpr std::array texts{
 std::string Wording::operator()(DoctorText text, std::initializer_list<std::string_view> arguments) const {
     const auto& pair = texts.at(std::to_underlying(text));
     const auto pattern = language_ == Language::chinese ? pair.chinese : pair.english;
-    std::string filled;
-    for (std::size_t i = 0; i < pattern.size(); ++i) {
-        const auto number = pattern[i] == '%' && i + 1 < pattern.size()
-                                ? static_cast<std::size_t>(pattern[i + 1] - '1')
-                                : arguments.size();
-        if (number < arguments.size()) {
-            filled += printable(arguments.begin()[number]);
-            ++i;
-        } else {
-            filled += pattern[i];
-        }
-    }
-    return filled;
+    return filledText(pattern, arguments);
 }
 
 DoctorText shownName(std::string_view checkName) {

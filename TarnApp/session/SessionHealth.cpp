@@ -1,5 +1,7 @@
 #include "SessionHealth.h"
 
+#include "TarnPlatform/text/FilledText.h"
+
 namespace tarn {
 
 std::string_view nameOf(SessionFault fault) {
@@ -14,17 +16,14 @@ std::string_view nameOf(SessionFault fault) {
 }
 
 std::string englishText(SessionFault fault, const std::string& value) {
-    std::string text;
     switch (fault) {
 #define TARN_SESSION_FAULT(fault, english, chinese) \
     case SessionFault::fault:                       \
-        text = english;                             \
-        break;
+        return filledText(english, {value});
 #include "SessionHealthTexts.h"
 #undef TARN_SESSION_FAULT
     }
-    const auto place = text.find("%1");
-    return place == std::string::npos ? text : text.replace(place, 2, value);
+    return {};
 }
 
 }  // namespace tarn

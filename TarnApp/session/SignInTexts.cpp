@@ -1,6 +1,7 @@
 #include "SignInTexts.h"
 
 #include "TarnApp/localization/LanguagePreference.h"
+#include "TarnPlatform/text/FilledText.h"
 
 namespace tarn {
 namespace {
@@ -20,11 +21,7 @@ const char* sentence(SignInText text) {
 }  // namespace
 
 std::string signInText(SignInText text, const std::string& argument) {
-    std::string filled = sentence(text);
-    if (const auto place = filled.find("%1"); place != std::string::npos) {
-        filled.replace(place, 2, argument);
-    }
-    return filled;
+    return filledText(sentence(text), {argument});
 }
 
 }  // namespace tarn
