@@ -52,4 +52,15 @@ std::string audioAppendEvent(const std::string& eventId, std::span<const std::by
     return event;
 }
 
+std::string complaintOf(const json::object& errorEvent) {
+    const auto* const inner = errorEvent.if_contains("error");
+    const auto& detail = inner != nullptr && inner->is_object() ? inner->get_object() : errorEvent;
+    const auto text = [&detail](std::string_view name, std::string_view otherwise) {
+        const auto* const field = detail.if_contains(name);
+        return std::string(field != nullptr && field->is_string() ? std::string_view(field->get_string())
+                                                                  : otherwise);
+    };
+    return "[" + text("code", "?") + "] " + text("message", "(no message)");
+}
+
 }  // namespace tarn

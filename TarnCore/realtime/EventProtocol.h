@@ -1,5 +1,6 @@
 #pragma once
 
+#include <boost/json/fwd.hpp>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -14,5 +15,8 @@ std::string sessionUpdateEvent(const std::string& eventId, const QwenConfig& con
 
 /// JSON text of one "input_audio_buffer.append". `pcm`: s16le, 16 kHz, mono.
 std::string audioAppendEvent(const std::string& eventId, std::span<const std::byte> pcm);
+
+/// What an "error" event of the service says, as it says it: "[code] message".
+std::string complaintOf(const boost::json::object& errorEvent);
 
 }  // namespace tarn

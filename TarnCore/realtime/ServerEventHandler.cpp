@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "EventNames.h"
+#include "EventProtocol.h"
 #include "TarnPlatform/logging/Log.h"
 #include "TarnPlatform/net/Base64.h"
 #include "TarnPlatform/text/Printable.h"
@@ -128,10 +129,7 @@ ServerEventHandler::Verdict ServerEventHandler::handle(std::string_view text) {
     } else if (std::ranges::find(progressEvents, type) != progressEvents.end()) {
         // Nothing to do: these only tell how far the service is.
     } else if (type == events::error) {
-        const auto* const detail = objectField(*event, "error");
-        const auto& source = detail != nullptr ? *detail : *event;
-        complaint_ = printable(firstCharacters(
-            "[" + stringOr(source, "code", "?") + "] " + stringOr(source, "message", "(no message)"), 400));
+        complaint_ = printable(firstCharacters(complaintOf(*event), longestLine));
         logLine("[qwen] server error " + complaint_);
         return Verdict::stop;
     } else if (type == events::tarnError) {

@@ -12,6 +12,7 @@
 
 #include "RelayErrors.h"
 #include "TarnCore/realtime/EventNames.h"
+#include "TarnCore/realtime/EventProtocol.h"
 #include "TarnPlatform/concurrency/EventQueue.h"
 #include "TarnPlatform/logging/Log.h"
 #include "TarnPlatform/net/WebSocketTask.h"
@@ -39,14 +40,7 @@ std::optional<std::string> complaintIn(std::string_view event) {
     if (type == nullptr || *type != json::value(events::error)) {
         return std::nullopt;
     }
-    const auto* const inner = object->if_contains("error");
-    const auto& detail = inner != nullptr && inner->is_object() ? inner->get_object() : *object;
-    const auto text = [&detail](std::string_view name, const char* otherwise) {
-        const auto* const field = detail.if_contains(name);
-        return std::string(field != nullptr && field->is_string() ? field->get_string().c_str() : otherwise);
-    };
-    const auto said = "[" + text("code", "?") + "] " + text("message", "(no message)");
-    return "the translation service refuses: " + printable(said);
+    return "the translation service refuses: " + printable(complaintOf(*object));
 }
 
 /// The road to the service of one client. Thread: its own strand, except where said.
