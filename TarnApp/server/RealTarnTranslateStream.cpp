@@ -82,7 +82,10 @@ Task<ServerResult<std::shared_ptr<TarnTranslateStream>>> RealTarnTranslateStream
     const auto connected = co_await client->connect();
     if (!connected) {
         events.finish();
-        co_return std::unexpected(TarnServerError::transport(connected.error(), client->refusal()));
+        // What a server says is shown and logged, where a token that it repeats must not stand.
+        const bool repeatsToken = !pat.empty() && client->refusal().contains(pat);
+        const std::string said = repeatsToken ? std::string() : client->refusal();
+        co_return std::unexpected(TarnServerError::transport(connected.error(), said));
     }
     asio::co_spawn(network.executor, tellDeath(client, health), asio::detached);
     co_return std::shared_ptr<TarnTranslateStream>(

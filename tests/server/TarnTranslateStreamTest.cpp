@@ -18,9 +18,10 @@ using test::TestService;
 
 class TarnTranslateStreamTest : public testing::Test {
 protected:
-    ServerResult<std::shared_ptr<TarnTranslateStream>> open(const TestService& service) {
+    ServerResult<std::shared_ptr<TarnTranslateStream>> open(const TestService& service,
+                                                            const std::string& pat = "secret") {
         const auto base = Url::parse("http://127.0.0.1:" + std::to_string(service.port()) + "/tarn").value();
-        const auto client = std::make_shared<RealTarnServerClient>(base, fixedPat("secret"),
+        const auto client = std::make_shared<RealTarnServerClient>(base, fixedPat(pat),
                                                                    HttpSession::make(network_), network_);
         return run(client->openTranslateStream("", "de", "Cherry", "always", 900));
     }
@@ -181,6 +182,11 @@ TEST_F(TarnTranslateStreamTest, FailsToOpenWithTheStatusOfTheRefusal) {
         EXPECT_EQ(diagnosis(stream.error()),
                   "the server answered the upgrade with status " + std::to_string(status) + ": no");
     }
+    const TestService echo(network_, 403);
+    const auto stream = open(echo, "no");
+    ASSERT_FALSE(stream);
+    EXPECT_EQ(diagnosis(stream.error()), "the server answered the upgrade with status 403")
+        << "the token stands in what the server said";
 }
 
 TEST_F(TarnTranslateStreamTest, EndsItsConnectionWhenItsOwnerJustDropsIt) {
