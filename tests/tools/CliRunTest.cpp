@@ -40,7 +40,7 @@ std::string rawTone(double seconds) {
     return pcm;
 }
 
-std::string little(std::uint32_t value, int bytes) {
+std::string little(std::uint64_t value, int bytes) {
     std::string text;
     for (int i = 0; i < bytes; ++i) {
         text.push_back(static_cast<char>((value >> (8 * i)) & 0xffU));
