@@ -11,10 +11,18 @@ namespace {
 
 constexpr std::size_t mostUnsent = 32000;  // bytes, a second
 
+Task<void> nothing() {
+    co_return;
+}
+
 }  // namespace
 
 Task<void> TappedStream::sendAudio(std::vector<std::byte> bytes) {
     if (muted_) {
+        // Silence never pushes out speech that a slow connection has not taken yet.
+        if (unsent_ > mostUnsent) {
+            return nothing();
+        }
         std::ranges::fill(bytes, std::byte{0});
     }
     unsent_ += bytes.size();

@@ -31,7 +31,8 @@ public:
     TappedStream(std::shared_ptr<TarnTranslateStream> inner, const SerialExecutor& main)
         : inner_(std::move(inner)), bell_(main, asio::steady_timer::time_point::max()) {}
 
-    /// From now on silence goes out in place of what is captured, as much and as fast. Thread: any.
+    /// From now on silence goes out in place of what is captured, as fast, once less than a second of sound
+    /// is on its way to the socket. Thread: any.
     void mute() { muted_ = true; }
     /// Seconds of sound given so far.
     double givenSeconds() const { return static_cast<double>(given_) / 32000; }
