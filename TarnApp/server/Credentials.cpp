@@ -1,7 +1,12 @@
 #include "Credentials.h"
 
+#include <openssl/sha.h>
+
+#include <array>
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
+#include <cstddef>
+#include <span>
 #include <string_view>
 #include <utility>
 
@@ -9,6 +14,7 @@
 #include "TarnPlatform/concurrency/CarryOut.h"
 #include "TarnPlatform/concurrency/TaskHandle.h"
 #include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/net/Base64.h"
 #include "TarnPlatform/secrets/SecretStores.h"
 
 namespace tarn {
@@ -48,6 +54,15 @@ Task<TokenResult> ask(std::shared_ptr<Credentials> credentials) {
     return credentials->token();
 }
 
+/// The setting that marks a token which was forgotten: a part of its SHA-256.
+constexpr const char* forgottenKey = "forgottenSignIn";
+
+std::string markOf(std::string_view token) {
+    std::array<unsigned char, SHA256_DIGEST_LENGTH> hash{};
+    ::SHA256(reinterpret_cast<const unsigned char*>(token.data()), token.size(), hash.data());
+    return base64Encode(std::as_bytes(std::span(hash).first<12>()));
+}
+
 }  // namespace
 
 PatProvider fixedPat(std::optional<std::string> token) {
@@ -62,7 +77,11 @@ struct Credentials::Found {
 /// What happens on the keyring's executor, for one server.
 class Credentials::Vault {
 public:
-    Vault(std::string server, bool isConfigured) : server_(std::move(server)), isConfigured_(isConfigured) {}
+    Vault(std::string server, bool isConfigured, std::shared_ptr<UserDefaults> settings)
+        : server_(std::move(server)), isConfigured_(isConfigured), settings_(std::move(settings)) {}
+
+    /// Holds across processes until the token has been deleted. Thread: any.
+    void mark(const std::string& forgotten) { settings_->set(forgottenKey, markOf(forgotten)); }
 
     /// May ask the user. Whoever waited for an answer that came meanwhile is given that one: four sources
     /// that start wait once.
@@ -85,6 +104,9 @@ public:
         isWell_ = Keychain::set(token, pat) && isWell_;
         isWell_ = Keychain::set(server_, server) && isWell_;
         isWell_ = (email ? Keychain::set(*email, userEmail) : Keychain::remove(userEmail)) && isWell_;
+        if (isWell_) {
+            settings_->remove(forgottenKey);
+        }
         last_.reset();
     }
 
@@ -106,7 +128,9 @@ public:
             }
         }
         isWell_ = Keychain::remove(pat) && Keychain::remove(userEmail) && Keychain::remove(server);
-        if (!isWell_) {
+        if (isWell_) {
+            settings_->remove(forgottenKey);
+        } else {
             logLine("[Keychain] the sign-in could not be deleted");
         }
     }
@@ -114,10 +138,14 @@ public:
     static Task<bool> isWell(std::shared_ptr<Vault> self) { co_return self->isWell_; }
 
 private:
-    Found found(TokenResult (*ask)(Keychain::Account)) const {
+    Found found(TokenResult (*ask)(Keychain::Account)) {
         auto token = ask(pat);
         if (!token || !*token) {
             return {std::move(token)};
+        }
+        if (settings_->string(forgottenKey) == markOf(**token)) {
+            remove(std::nullopt);
+            return {std::nullopt};
         }
         auto issuer = ask(server);
         if (!issuer) {
@@ -135,6 +163,7 @@ private:
 
     const std::string server_;
     const bool isConfigured_;
+    const std::shared_ptr<UserDefaults> settings_;
     std::optional<Found> last_;
     SteadyClock::time_point lastRead_;
     bool isWell_ = true;
@@ -145,10 +174,12 @@ std::string Credentials::originOf(const Url& url) {
 }
 
 std::shared_ptr<Credentials> Credentials::make(SerialExecutor main, SerialExecutor keyring,
-                                               std::string server, bool isConfigured) {
+                                               std::string server, bool isConfigured,
+                                               std::shared_ptr<UserDefaults> settings) {
     // Not make_shared: the constructor is private.
     return std::shared_ptr<Credentials>(
-        new Credentials(std::move(main), std::move(keyring), std::move(server), isConfigured));
+        new Credentials(std::move(main), std::move(keyring),
+                        std::make_shared<Vault>(std::move(server), isConfigured, std::move(settings))));
 }
 
 std::shared_ptr<Credentials> Credentials::real(SerialExecutor main, const DeploymentValues& deployment) {
@@ -156,13 +187,11 @@ std::shared_ptr<Credentials> Credentials::real(SerialExecutor main, const Deploy
     const auto server = originOf(deployment.apiBase);
     const auto& configured = Deployment::current();
     return make(std::move(main), thread.executor(), server,
-                configured && originOf(configured->apiBase) == server);
+                configured && originOf(configured->apiBase) == server, UserDefaults::standard());
 }
 
-Credentials::Credentials(SerialExecutor main, SerialExecutor keyring, std::string server, bool isConfigured)
-    : main_(std::move(main)),
-      keyring_(std::move(keyring)),
-      vault_(std::make_shared<Vault>(std::move(server), isConfigured)) {}
+Credentials::Credentials(SerialExecutor main, SerialExecutor keyring, std::shared_ptr<Vault> vault)
+    : main_(std::move(main)), keyring_(std::move(keyring)), vault_(std::move(vault)) {}
 
 Task<TokenResult> Credentials::token() {
     if (token_) {
@@ -273,6 +302,9 @@ void Credentials::drop(bool wasRefused) {
     forgotten_ = std::exchange(token_, std::nullopt);
     email_.reset();
     otherServer_.reset();
+    if (forgotten_ && !wasRefused) {
+        vault_->mark(*forgotten_);
+    }
     asio::post(keyring_,
                [vault = vault_, only = wasRefused ? forgotten_ : std::nullopt] { vault->remove(only); });
 }

@@ -11,6 +11,7 @@
 #include "TarnCore/deployment/Deployment.h"
 #include "TarnPlatform/concurrency/Asio.h"
 #include "TarnPlatform/net/Url.h"
+#include "TarnPlatform/settings/UserDefaults.h"
 
 namespace tarn {
 
@@ -28,9 +29,11 @@ public:
     static std::string originOf(const Url& url);
 
     /// `keyring`: a serial executor that may block. `isConfigured`: whether `server` is the deployment's own,
-    /// to which a token without a server belongs.
-    static std::shared_ptr<Credentials> make(SerialExecutor main, SerialExecutor keyring, std::string server,
-                                             bool isConfigured = true);
+    /// to which a token without a server belongs. `settings`: keep what marks a token that was forgotten and
+    /// could not be deleted yet.
+    static std::shared_ptr<Credentials> make(
+        SerialExecutor main, SerialExecutor keyring, std::string server, bool isConfigured = true,
+        std::shared_ptr<UserDefaults> settings = UserDefaults::inMemory());
     /// Over a thread of the process's own, which ends, when the process does, with what it was given to do;
     /// prompts of the keyring are given up then.
     static std::shared_ptr<Credentials> real(SerialExecutor main, const DeploymentValues& deployment);
@@ -53,7 +56,8 @@ public:
     void signIn(std::string token, std::optional<std::string> email);
     /// The server has said whose token this is.
     void confirm(std::string email);
-    /// Nobody is signed in from now on, whatever the store does; the items go in the background.
+    /// Nobody is signed in from now on, whatever the store does, nor after the next start; the items go in
+    /// the background, and are tried again when they are read next.
     void forget();
     /// As `forget`, after the server has refused the token: one that another program has stored since stays.
     void refused();
@@ -67,7 +71,7 @@ private:
     class Vault;
     struct Found;
 
-    Credentials(SerialExecutor main, SerialExecutor keyring, std::string server, bool isConfigured);
+    Credentials(SerialExecutor main, SerialExecutor keyring, std::shared_ptr<Vault> vault);
 
     static Task<TokenResult> read(std::shared_ptr<Credentials> self);
     static Task<std::optional<std::string>> email(std::shared_ptr<Credentials> self);

@@ -142,6 +142,28 @@ TEST_F(CredentialsTest, LeavesOneItemWhereThereWereTwoAndOthersAlone) {
     EXPECT_EQ(outcome(make(here)), "absent");
 }
 
+TEST_F(CredentialsTest, ASignOutThatTheKeyringMissedHoldsAtTheNextStart) {
+    PrivateKeyring keyring(Mode::unlocked);
+    Keychain::useStore(std::make_shared<SecretServiceStore>(300ms));
+    const auto settings = UserDefaults::inMemory();
+    const auto start = [&] {
+        return Credentials::make(context_.get_executor(), context_.get_executor(), here, true, settings);
+    };
+    auto credentials = start();
+    credentials->signIn("token", std::nullopt);
+    EXPECT_TRUE(run(credentials->settled()));
+    keyring.hang();
+    credentials->forget();
+    EXPECT_FALSE(run(credentials->settled()));
+    keyring.goOn();
+    EXPECT_EQ(stored(pat), "token");
+    EXPECT_EQ(outcome(start()), "absent");
+    EXPECT_EQ(stored(pat), "-");
+    credentials->signIn("token", std::nullopt);
+    EXPECT_TRUE(run(credentials->settled()));
+    EXPECT_EQ(outcome(start()), "token") << "the same one, signed in with again";
+}
+
 TEST_F(CredentialsTest, ARefusalDeletesOnlyTheTokenThatWasRefused) {
     const auto store = std::make_shared<MemorySecretStore>();
     Keychain::useStore(store);
