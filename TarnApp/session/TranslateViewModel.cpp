@@ -163,6 +163,9 @@ void TranslateViewModel::suggestLanguages() {
         return;
     }
     TranslateSession& first = *sessions_.front();
+    if (first.canStop()) {
+        return;  // what is shown is what the run translates; when it has ended this is looked at again
+    }
     LanguageWish wish{{first.sourceLang(), first.targetLang()}, {}, {}, services_.preferredLanguages()};
     if (first.hasChosenSourceLang()) {
         wish.chosenSource = first.sourceLang();
@@ -280,6 +283,8 @@ void TranslateViewModel::observeSessions() {
 void TranslateViewModel::sessionStateChanged(const TranslateSession& session) {
     if (session.hasComeUp()) {
         setLiveParams(session);  // they may have changed since the session was started
+    } else if (&session == sessions_.front().get()) {
+        suggestLanguages();
     }
     recomputeAnyRunning();
 }

@@ -366,6 +366,21 @@ TEST_F(ViewModelTest, TheFirstRunTakesLanguagesThatTheServerHasAndAChoiceStays) 
     EXPECT_EQ(pairs(), "session.0:ko>ja ");
 }
 
+TEST_F(ViewModelTest, TakesTheServersLanguagesOnlyWhenNoRunUsesOthers) {
+    auto& model = makeSignedIn();
+    account_ = [] {
+        return UserAccount{"u1", "ada@example.org", ServerLanguages{{"en"}, {{"en", {"fr"}}}, {}}};
+    };
+    model.handleLoginSucceeded();
+    model.startAll();
+    world_.settle();
+    ASSERT_TRUE(model.heardLanguages().contains("en"));
+    EXPECT_EQ(pairs(), "session.0:zh>en ");
+    model.stopAll();
+    world_.settle();
+    EXPECT_EQ(pairs(), "session.0:en>fr ");
+}
+
 TEST_F(ViewModelTest, ForgetsAnAnswerAboutAUserWhoIsGone) {
     auto& model = make();
     Keychain::set("old", pat);
