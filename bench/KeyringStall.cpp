@@ -115,7 +115,9 @@ int main(int argc, char** argv) {
         ::kill(audio, SIGSTOP);
         say("list of microphones, the audio server stopped", longestStall(3s, [&] { model->refreshMics(); }),
             *model);
+        say("Start, the audio server stopped", longestStall(5s, [&] { model->startAll(); }), *model);
         ::kill(audio, SIGCONT);
+        longestStall(3s, [&] { model->stopAll(); });
     }
     return 0;
 }
