@@ -15,7 +15,7 @@ Item {
 
     Repeater {
         model: 2
-        Rectangle {
+        Plate {
             id: ring
             required property int index
             anchors.centerIn: parent
@@ -25,12 +25,12 @@ Item {
             color: Theme.faded(Theme.accent, 0.09 - 0.04 * ring.index)
         }
     }
-    GradientPlate {
+    Plate {
         id: face
         anchors.fill: parent
         radius: face.width / 2
-        upper: Theme.discTop
+        color: Theme.discTop
         lower: Theme.discBottom
-        edge: Theme.faded(Brand.primary, 0.35)
+        border.color: Theme.faded(Brand.primary, 0.35)
     }
 }

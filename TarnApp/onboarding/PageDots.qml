@@ -23,19 +23,15 @@ Row {
             width: 7
             height: 7
 
-            // Not a Rectangle, which the software renderer draws in pieces where the screen has a scale of 1.25.
-            GradientPlate {
-                property color tone: dot.current ? (Theme.dark ? Brand.primary : Theme.accent)
-                                                 : Theme.faded(Theme.secondaryText, Theme.pure ? 0.5 : 0.28)
+            Plate {
                 Behavior on width { Spring {} }
                 anchors.centerIn: parent
-                // Its size and not its scale, for the same reason; and a point for its edge.
-                width: 1 + (dot.current ? 7 * 1.15 : 7)
+                width: dot.current ? 7 * 1.15 : 7   // and no scale, since it is painted at its size
                 height: width
                 radius: width / 2
-                upper: tone
-                lower: tone
-                Behavior on tone {
+                color: dot.current ? (Theme.dark ? Brand.primary : Theme.accent)
+                                   : Theme.faded(Theme.secondaryText, Theme.pure ? 0.5 : 0.28)
+                Behavior on color {
                     ColorAnimation {
                         duration: Theme.spring
                         easing.type: Easing.BezierSpline

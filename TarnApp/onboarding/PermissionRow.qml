@@ -14,14 +14,14 @@ Item {
 
     implicitHeight: Math.max(tile.height, texts.height, slot.height) + 2 * Theme.space(4)
 
-    GradientPlate {
+    Plate {
         id: tile
         x: Theme.space(4)
         anchors.verticalCenter: parent.verticalCenter
         width: 40
         height: 40
         radius: Theme.radiusPanel
-        upper: Theme.discTop
+        color: Theme.discTop
         lower: Theme.discBottom
         Symbol {
             anchors.centerIn: parent

@@ -30,7 +30,7 @@ Item {
             font.pixelSize: Theme.body
         }
         Item { width: 1; height: Theme.space(4) }
-        Rectangle {
+        Plate {
             width: parent.width
             height: rows.height
             radius: Theme.radiusPanel

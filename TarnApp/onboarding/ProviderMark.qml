@@ -23,7 +23,7 @@ Column {
             visible: !root.ringed
             name: root.glyph
         }
-        Rectangle {
+        Plate {
             anchors.fill: parent
             visible: root.ringed
             radius: width / 2

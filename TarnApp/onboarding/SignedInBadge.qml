@@ -2,7 +2,7 @@ import QtQuick
 import Tarn.Style
 
 /// Says who is signed in.
-Rectangle {
+Plate {
     id: root
 
     required property string label

@@ -22,7 +22,7 @@ Item {
             dismiss.forceActiveFocus(Qt.OtherFocusReason)
         }
     }
-    Rectangle {
+    Plate {
         id: panel
         width: parent.width
         height: column.height + 2 * column.y

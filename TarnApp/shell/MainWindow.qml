@@ -41,7 +41,7 @@ Window {
         focus: true
     }
     // The window does not take clicks now: its controls do nothing, and this says so.
-    Rectangle {
+    Plate {
         objectName: "clickThroughMark"
         visible: !root.preview && root.delegate.overlay.clickThrough
         anchors { right: parent.right; bottom: parent.bottom; margins: Theme.space(1) }

@@ -3,7 +3,7 @@ import Tarn.Controls
 import Tarn.Style
 
 /// What went wrong, on one line; all of it in the tooltip.
-Rectangle {
+Plate {
     id: root
 
     required property string message

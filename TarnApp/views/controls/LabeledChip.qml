@@ -3,7 +3,7 @@ import Tarn.Controls
 import Tarn.Style
 
 /// A setting: its name in small type over its control.
-Rectangle {
+Plate {
     id: root
 
     required property string label

@@ -3,7 +3,7 @@ import Tarn.Controls
 import Tarn.Style
 
 /// How loud a session's input is: a bar in a track.
-Rectangle {
+Plate {
     id: root
 
     required property real level    ///< linear
@@ -21,27 +21,11 @@ Rectangle {
         level: root.level
         time: Theme.levelTime
     }
-    // Whole points, so that a change too small to be seen draws nothing. The bar is put together of two round
-    // ends and what is between them: the corners of one whose width changes would be drawn anew each time.
-    Rectangle {
-        width: Math.min(root.filled, 2 * root.radius)
+    // Whole points, so that a change too small to be seen draws nothing.
+    Plate {
+        width: root.filled
         height: root.height
         radius: root.radius
-        color: root.barColor
-    }
-    Rectangle {
-        x: root.radius
-        width: root.filled - 2 * root.radius
-        height: root.height
-        visible: width > 0
-        color: root.barColor
-    }
-    Rectangle {
-        x: root.filled - width
-        width: 2 * root.radius
-        height: root.height
-        radius: root.radius
-        visible: x > 0
         color: root.barColor
     }
 }

@@ -5,7 +5,7 @@ import Tarn.Style
 
 /// A light that tells a session's state (`state`, that of a `TranslateSession`), with its name as tooltip, and below
 /// that what is wrong with a session that runs.
-Rectangle {
+Plate {
     id: root
 
     property list<string> faults        ///< `TranslateSession.health`

@@ -3,7 +3,7 @@ import Tarn.Controls
 import Tarn.Style
 
 /// A notice that something went well.
-Rectangle {
+Plate {
     id: root
 
     required property string message

@@ -47,7 +47,7 @@ Item {
                 requestActivate()
             }
 
-            Rectangle {
+            Plate {
                 anchors.fill: parent
                 radius: Appearance.translucent ? Theme.radiusPanel : 0
                 color: Theme.popover

@@ -25,7 +25,7 @@ Item {
         opacity: root.hovering || !root.vm.anyRunning ? 1 : Theme.dimmed
         Behavior on opacity { NumberAnimation { duration: Theme.fade; easing.type: Easing.InOutQuad } }
 
-        Rectangle {
+        Plate {
             anchors.fill: parent
             anchors.margins: Theme.space(1) / 2
             radius: Theme.radiusPanel - anchors.margins

@@ -91,7 +91,7 @@ Item {
             }
         }
     }
-    Rectangle {
+    Plate {
         anchors.fill: parent
         anchors.margins: -2
         visible: edit.activeFocus && !pointer.hovered

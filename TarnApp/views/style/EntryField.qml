@@ -28,7 +28,7 @@ T.TextField {
     Accessible.name: name
     Accessible.editable: true
 
-    background: Rectangle {
+    background: Plate {
         radius: Theme.radiusSmall
         color: root.hovered && !root.activeFocus ? Theme.fieldHovered : Theme.field
         border.width: root.activeFocus ? Theme.focusWidth : 1

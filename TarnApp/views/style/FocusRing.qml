@@ -2,7 +2,7 @@ import QtQuick
 import Tarn.Style
 
 /// Shows around its parent, a rounded rectangle, that the keys go there.
-Rectangle {
+Plate {
     id: root
 
     required property bool shown

@@ -22,7 +22,7 @@ T.AbstractButton {
     Accessible.name: text
     Accessible.onPressAction: press()
 
-    background: Rectangle {
+    background: Plate {
         radius: Theme.radiusSmall
         color: root.down ? Theme.fillPressed : root.hovered ? Theme.fill : "transparent"
         border.width: root.visualFocus ? Theme.focusWidth : Theme.controlEdge

@@ -37,7 +37,7 @@ T.MenuItem {
     Accessible.onPressAction: press()
     Accessible.onToggleAction: press()
 
-    background: Rectangle {
+    background: Plate {
         radius: Theme.radiusMenuRow
         color: root.kind !== "entry" ? "transparent"
                                      : root.down ? Theme.fillPressed

@@ -63,7 +63,7 @@ FocusScope {
         Accessible.name: (by > 0 ? "+" : "−") + root.stepSize
         Accessible.onPressAction: press()
 
-        background: Rectangle {
+        background: Plate {
             radius: Theme.radiusSmall - 1
             color: half.down ? Theme.fillPressed : half.hovered ? Theme.fillHovered : "transparent"
         }
@@ -76,7 +76,7 @@ FocusScope {
         }
     }
 
-    Rectangle {
+    Plate {
         anchors.fill: parent
         radius: Theme.radiusSmall
         color: Theme.fill

@@ -98,7 +98,7 @@ Window {
                 root.keysReturnTo = null
         }
     }
-    Rectangle {
+    Plate {
         anchors.fill: parent
         radius: Appearance.translucent ? Theme.radiusPanel : 0
         color: Theme.popover
@@ -126,7 +126,7 @@ Window {
             onImplicitHeightChanged: if (root.opened) root.place()
         }
     }
-    Rectangle {
+    Plate {
         visible: scroller.interactive
         x: root.width - width - 2
         y: scroller.y + scroller.visibleArea.yPosition * scroller.height

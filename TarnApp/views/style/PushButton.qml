@@ -38,7 +38,7 @@ T.AbstractButton {
     Accessible.description: help
     Accessible.onPressAction: press()
 
-    background: Rectangle {
+    background: Plate {
         radius: Theme.radiusControl
         color: root.prominent
                ? (root.down ? Qt.darker(root.tint, 1.2) : root.hovered ? Qt.lighter(root.tint, 1.08) : root.tint)

@@ -47,7 +47,7 @@ FocusScope {
         }
     }
 
-    Rectangle {
+    Plate {
         anchors.fill: parent
         radius: Theme.radiusControl
         color: Theme.fill
@@ -92,7 +92,7 @@ FocusScope {
                 Accessible.onPressAction: press()
                 Accessible.onToggleAction: press()
 
-                background: Rectangle {
+                background: Plate {
                     radius: Theme.radiusControl - 2
                     color: segment.marked ? Theme.segment
                                           : segment.down ? Theme.fillHovered

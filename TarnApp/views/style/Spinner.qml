@@ -14,7 +14,7 @@ Item {
 
     Repeater {
         model: 8
-        Rectangle {
+        Plate {
             required property int index
             readonly property real turn: index * Math.PI / 4
 

@@ -32,7 +32,7 @@ T.AbstractButton {
     Accessible.description: help
     Accessible.onPressAction: press()
 
-    background: Rectangle {
+    background: Plate {
         radius: Theme.radiusSmall
         color: root.down ? Theme.fillPressed
                          : root.active ? Theme.faded(Theme.accent, root.hovered ? 0.28 : 0.18)

@@ -28,7 +28,7 @@ Window {
         running: true
         onTriggered: root.visible = true
     }
-    Rectangle {
+    Plate {
         anchors.fill: parent
         radius: Appearance.translucent ? Theme.radiusControl : 0
         color: Theme.popover

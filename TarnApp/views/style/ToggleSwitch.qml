@@ -33,13 +33,13 @@ T.Switch {
     Keys.onReturnPressed: press()
     Keys.onEnterPressed: press()
 
-    indicator: Rectangle {
+    indicator: Plate {
         width: root.width
         height: root.height
         radius: height / 2
         color: root.checked ? (root.hovered ? Qt.lighter(Theme.accent, 1.08) : Theme.accent)
                             : root.hovered ? Theme.trackHovered : Theme.track
-        Rectangle {
+        Plate {
             x: root.checked ? parent.width - width - 2 : 2
             y: 2
             width: parent.height - 4

@@ -42,20 +42,20 @@ T.Slider {
         }
     }
 
-    background: Rectangle {
+    background: Plate {
         y: (root.height - height) / 2
         width: root.width
         height: 4
         radius: 2
         color: Theme.track
-        Rectangle {
+        Plate {
             width: root.handle.x + root.handle.width / 2
             height: parent.height
             radius: 2
             color: Theme.accent
         }
     }
-    handle: Rectangle {
+    handle: Plate {
         x: root.visualPosition * (root.width - width)
         y: (root.height - height) / 2
         width: 16

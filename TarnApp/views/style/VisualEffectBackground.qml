@@ -3,7 +3,7 @@ import Tarn.Style
 
 /// The desktop's blur behind a window, with a material over it. The blur itself is asked of the compositor by the
 /// window's styling; this draws the material, which is opaque where no compositor runs.
-Rectangle {
+Plate {
     property string material: "hudWindow"       ///< "hudWindow": panel; "underWindowBackground": window
     property string blending: "behindWindow"
 
