@@ -207,17 +207,23 @@ Item {
         }
         function test_miniMode() {
             mouseMove(view, 700, 150)
+            const full = one("chrome").height
             press(one("mini"))
-            compare(names("chrome").length, 0)
+            compare(one("chrome").height, full, "what is below moves, and does not jump")
+            tryVerify(() => names("chrome").length === 0)
             compare(view.contentState.backgroundOpacity, 0)
             tryVerify(() => names("background").length === 0)
             verify(one("translation").stroked)
             mouseMove(root, 1490, 390)
             mouseMove(view, 700, 150)
-            compare(names("chrome").length, 1)
+            tryVerify(() => names("chrome").length === 1 && one("chrome").height === full)
             compare(one("mini").symbol, "arrow.up.backward.and.arrow.down.forward")
             mouseMove(root, 1490, 390)
-            compare(names("chrome").length, 0)
+            tryVerify(() => names("chrome").length === 0)
+            compare(names("plate").length, 1, "controls that are not dimmed are legible")
+            world.vm.startAll()
+            world.settle()
+            tryVerify(() => names("plate").length === 0)
         }
         function test_everythingRoundIsAPlate() {
             world.vm.mode = "conversation"

@@ -49,11 +49,15 @@ Item {
         objectName: "chrome"
         width: parent.width
         height: state.showChromeAndDividers ? strip.implicitHeight + line.height : 0
-        visible: state.showChromeAndDividers
+        visible: height > 0
+        clip: height < strip.implicitHeight + line.height
+        Behavior on height { NumberAnimation { duration: Theme.fade; easing.type: Easing.InOutQuad } }
         SharedChrome {
             id: strip
             objectName: "strip"
+            anchors.bottom: line.top
             width: parent.width
+            height: implicitHeight
             vm: root.vm
             onboarding: root.onboarding
             contentState: state

@@ -26,13 +26,17 @@ Item {
         Behavior on opacity { NumberAnimation { duration: Theme.fade; easing.type: Easing.InOutQuad } }
 
         Plate {
+            objectName: "plate"
             anchors.fill: parent
             anchors.margins: Theme.space(1) / 2
             radius: Theme.radiusPanel - anchors.margins
             color: Theme.panel
             border.width: Theme.controlEdge
             border.color: Theme.hairline
-            visible: root.bare
+            // Controls that the pointer has left are dimmed, and are no longer to be read.
+            opacity: root.hovering || !root.vm.anyRunning || Theme.pure ? 1 : 0
+            visible: root.bare && opacity > 0
+            Behavior on opacity { NumberAnimation { duration: Theme.fade; easing.type: Easing.InOutQuad } }
         }
         SessionRow {
             id: row
