@@ -23,8 +23,7 @@ void Fonts::warmUp() {
     };
     for (const Text& text :
          {Text{12, QFont::Normal, "So"}, Text{12, QFont::DemiBold, "So"}, Text{13, QFont::Normal, "Aa中→"},
-          Text{13, QFont::DemiBold, "Aa"}, Text{14, QFont::Normal, "🎤🔊"}, Text{16, QFont::Normal, "Aa"},
-          Text{18, QFont::Medium, "Aa"}}) {
+          Text{13, QFont::DemiBold, "Aa"}, Text{16, QFont::Normal, "Aa"}, Text{18, QFont::Medium, "Aa"}}) {
         QFont font = QGuiApplication::font();
         font.setPixelSize(text.pixels);
         font.setWeight(text.weight);

@@ -187,6 +187,53 @@ Item {
             compare(edit.selectedText, "word1999")
             verify(endIsSeen(translation))
         }
+        function test_markersAreOfOneLegibleColour() {
+            for (const line of [said, translation]) {
+                const marker = findChild(line, "marker")
+                compare(marker.font.family, Symbols.family)
+                compare(marker.text.length, 1)
+                compare(marker.color, Theme.secondaryText)
+            }
+        }
+        function test_readsOverAnyPicture_data() {
+            return [{tag: "text on white", back: "white", text: "Imitation of life"},
+                    {tag: "placeholder on white", back: "white", text: ""},
+                    {tag: "placeholder on grey", back: "#808080", text: ""},
+                    {tag: "placeholder on black", back: "black", text: ""}]
+        }
+        function test_readsOverAnyPicture(row) {
+            run()
+            const back = createTemporaryQmlObject("import QtQuick; Rectangle { anchors.fill: parent; z: -1 }", pane)
+            back.color = row.back
+            world.vm.miniMode = true
+            world.translate(0, row.text)
+            waitForRendering(pane)
+            const shown = grabImage(pane)
+            translation.subtitle.edit.color = "black"
+            waitForRendering(pane)
+            const without = grabImage(pane)
+            const light = (x, y) => Math.pow(shown.red(x, y) / 255, 2.2)
+            const isLetter = (x, y) => shown.red(x, y) - without.red(x, y) > 100
+            let letters = 0, letterLight = 0, around = 0, aroundLight = 0
+            const at = translation.subtitle.mapToItem(pane, 0, 0)
+            for (let y = at.y + 3; y < at.y + translation.height - 3; ++y) {
+                for (let x = at.x + 3; x < at.x + 100; ++x) {
+                    if (!isLetter(x, y))
+                        continue
+                    ++letters
+                    letterLight += light(x, y)
+                    for (const [dx, dy] of [[-3, 0], [3, 0], [0, -3], [0, 3]]) {
+                        if (shown.red(x + dx, y + dy) === without.red(x + dx, y + dy)) {
+                            ++around
+                            aroundLight += light(x + dx, y + dy)
+                        }
+                    }
+                }
+            }
+            verify(letters > 50 && around > 50)
+            const contrast = (letterLight / letters + 0.05) / (aroundLight / around + 0.05)
+            verify(contrast >= 4.5, contrast)
+        }
         function test_outlineIsBlackAllAround() {
             run()
             const back = createTemporaryQmlObject("import QtQuick; Rectangle { color: '#00ff00'; z: -1 }", pane)

@@ -21,27 +21,29 @@ Item {
     implicitHeight: subtitle.implicitHeight
     height: implicitHeight
 
-    Repeater {
-        model: root.stroked ? [[1, 1], [-1, 1], [1, -1], [-1, -1], [0, 1], [0, -1], [1, 0], [-1, 0]] : []
-        Text {
-            required property var modelData
-            x: modelData[0]
-            y: glyph.y + modelData[1]
-            text: root.marker
-            textFormat: Text.PlainText
-            font: glyph.font
-            color: "black"
-            Accessible.ignored: true
+    Loader {
+        active: root.stroked
+        sourceComponent: SubtitleOutline {
+            x: -margin
+            y: -margin
+            width: root.width + 2 * margin
+            height: root.height + 2 * margin
+            flow: subtitle.flow
+            textArea: Qt.rect(subtitle.x, 0, subtitle.width, subtitle.height)
+            marker: glyph.text
+            markerFont: glyph.font
+            markerAt: Qt.point(glyph.x, glyph.y + glyph.baselineOffset)
+            hollow: root.isEmpty
         }
     }
-    Text {
+    Symbol {
         id: glyph
-        y: subtitle.firstBaseline - baselineOffset
-        text: root.marker
-        textFormat: Text.PlainText
-        font.pixelSize: root.markerSize
-        color: root.stroked ? Theme.overPicture : Theme.primaryText
-        Accessible.ignored: true
+        objectName: "marker"
+        // What is drawn ends somewhat above the glyph's own lower edge.
+        y: subtitle.firstBaseline + Math.round(root.markerSize / 8) - baselineOffset
+        name: root.marker
+        size: root.markerSize
+        color: root.stroked ? Theme.overPicture : Theme.secondaryText
     }
     SubtitleText {
         id: subtitle

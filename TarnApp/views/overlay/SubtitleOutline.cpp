@@ -5,6 +5,10 @@
 
 namespace tarn {
 
+SubtitleOutline::SubtitleOutline(QQuickItem* parent) : QQuickPaintedItem(parent) {
+    connect(this, &SubtitleOutline::changed, this, [this] { update(); });
+}
+
 void SubtitleOutline::setFlow(SubtitleFlow* value) {
     if (flow_ == value) {
         return;
@@ -21,34 +25,49 @@ void SubtitleOutline::setFlow(SubtitleFlow* value) {
     Q_EMIT flowChanged();
 }
 
-void SubtitleOutline::paint(QPainter* painter) {
-    const QTextLayout* const lines = flow_ != nullptr ? flow_->layout() : nullptr;
-    if (lines == nullptr) {
-        return;
-    }
-    const qreal ratio = painter->device()->devicePixelRatioF();
-    const QSize size = (boundingRect().size() * ratio).toSize();
-    if (text_.size() != size) {
-        text_ = QImage(size, QImage::Format_ARGB32_Premultiplied);
-    }
-    text_.setDevicePixelRatio(ratio);
-    text_.fill(Qt::transparent);
-    {
-        QPainter drawing(&text_);
-        drawing.setPen(Qt::black);
-        const qreal top = flow_->offset() - margin;
+void SubtitleOutline::drawLetters(QPainter& drawing) const {
+    drawing.setPen(Qt::black);
+    drawing.translate(margin(), margin());
+    drawing.setFont(markerFont_);
+    drawing.drawText(markerAt_, marker_);
+    if (const QTextLayout* const lines = flow_ != nullptr ? flow_->layout() : nullptr) {
+        drawing.setClipRect(textArea_.adjusted(-1, -1, 1, 1));
+        const QPointF top = textArea_.topLeft() - QPointF(0, flow_->offset());
         for (int i = 0; i < lines->lineCount(); ++i) {
             const QTextLine line = lines->lineAt(i);
-            if (line.y() + line.height() >= top && line.y() <= top + height()) {
-                line.draw(&drawing, QPointF(margin, -top));
+            const qreal y = line.y() - flow_->offset();
+            if (y + line.height() >= 0 && y <= textArea_.height()) {
+                line.draw(&drawing, top);
             }
         }
-        // Glyphs with colours of their own as well.
-        drawing.setCompositionMode(QPainter::CompositionMode_SourceIn);
-        drawing.fillRect(boundingRect(), Qt::black);
+        drawing.setClipping(false);
     }
+    // Glyphs with colours of their own as well.
+    drawing.resetTransform();
+    drawing.setCompositionMode(QPainter::CompositionMode_SourceIn);
+    drawing.fillRect(boundingRect(), Qt::black);
+}
+
+void SubtitleOutline::paint(QPainter* painter) {
+    const qreal ratio = painter->device()->devicePixelRatioF();
+    const QSize size = (boundingRect().size() * ratio).toSize();
+    if (letters_.size() != size) {
+        letters_ = QImage(size, QImage::Format_ARGB32_Premultiplied);
+    }
+    letters_.setDevicePixelRatio(ratio);
+    letters_.fill(Qt::transparent);
+    {
+        QPainter drawing(&letters_);
+        drawLetters(drawing);
+    }
+    painter->setRenderHint(QPainter::SmoothPixmapTransform);
+    painter->drawImage(boundingRect(), SubtitleHalo::around(letters_, boundingRect().size()));
     for (const QPoint& shadow : shadows) {
-        painter->drawImage(shadow, text_);
+        painter->drawImage(shadow, letters_);
+    }
+    if (isHollow_) {
+        painter->setCompositionMode(QPainter::CompositionMode_DestinationOut);
+        painter->drawImage(QPoint(), letters_);
     }
 }
 

@@ -35,20 +35,13 @@ Item {
     }
     Item {
         id: view
-        // The outline goes around the text.
+        // Letters may lean out of their line.
         x: -1
         y: -1
         width: root.width + 2
         height: root.height + 2
         clip: true
 
-        Loader {
-            anchors.fill: parent
-            active: root.stroked
-            sourceComponent: SubtitleOutline {
-                flow: flow
-            }
-        }
         TextEdit {
             id: edit
             x: 1

@@ -12,6 +12,8 @@ namespace {
 using namespace std::string_view_literals;
 
 constexpr std::array<std::pair<std::string_view, char16_t>, 40> glyphs{{
+    {"\U0001F3A4"sv, 0xe029},  // the markers of subtitles, which fonts of emoji draw in colours of their own
+    {"\U0001F50A"sv, 0xe050},
     {"app.fill"sv, 0xe5c3},
     {"apple.logo"sv, 0xea80},
     {"arrow.clockwise"sv, 0xe5d5},
@@ -35,11 +37,9 @@ constexpr std::array<std::pair<std::string_view, char16_t>, 40> glyphs{{
     {"g.circle"sv, 0xe927},
     {"gauge.with.dots.needle.50percent"sv, 0xe9e4},
     {"mic.fill"sv, 0xe029},
-    {"minus"sv, 0xe15b},
     {"person.crop.circle"sv, 0xe853},
     {"person.crop.circle.badge.plus"sv, 0xe7fe},
     {"play.fill"sv, 0xe037},
-    {"plus"sv, 0xe145},
     {"plus.circle"sv, 0xe148},
     {"rectangle.inset.filled.and.person.filled"sv, 0xeaf0},
     {"rectangle.portrait.and.arrow.right"sv, 0xe9ba},

@@ -1,0 +1,58 @@
+#include "SubtitleHalo.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <vector>
+
+namespace tarn {
+namespace {
+
+constexpr qreal grid = 2;
+constexpr std::array<int, 7> bell{1, 3, 6, 7, 6, 3, 1};
+constexpr int bellSum = 27;
+constexpr int side = static_cast<int>(bell.size()) / 2;
+constexpr int gain = 8;       // a letter covers little of what is around it
+constexpr int darkest = 175;  // of 255
+
+/// Blurs `count` values that are `step` apart.
+void blur(std::uint8_t* values, int count, int step, std::vector<std::uint8_t>& copy) {
+    copy.assign(static_cast<std::size_t>(count + 2 * side), 0);
+    for (int i = 0; i < count; ++i) {
+        copy[static_cast<std::size_t>(i + side)] = values[i * step];
+    }
+    for (int i = 0; i < count; ++i) {
+        int sum = 0;
+        for (std::size_t k = 0; k < bell.size(); ++k) {
+            sum += bell[k] * copy[static_cast<std::size_t>(i) + k];
+        }
+        values[i * step] = static_cast<std::uint8_t>(sum / bellSum);
+    }
+}
+
+}  // namespace
+
+QImage SubtitleHalo::around(const QImage& text, const QSizeF& size) {
+    const QSize cells = (size / grid).toSize().expandedTo({1, 1});
+    QImage cover = text.scaled(cells, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+                       .convertToFormat(QImage::Format_Alpha8);
+    auto* const first = cover.bits();
+    const auto line = static_cast<int>(cover.bytesPerLine());
+    std::vector<std::uint8_t> copy;
+    for (int y = 0; y < cells.height(); ++y) {
+        blur(first + y * line, cells.width(), 1, copy);
+    }
+    for (int x = 0; x < cells.width(); ++x) {
+        blur(first + x, cells.height(), line, copy);
+    }
+    QImage halo(cells, QImage::Format_ARGB32_Premultiplied);
+    for (int y = 0; y < cells.height(); ++y) {
+        auto* const to = reinterpret_cast<QRgb*>(halo.scanLine(y));
+        for (int x = 0; x < cells.width(); ++x) {
+            to[x] = qRgba(0, 0, 0, std::min(first[y * line + x] * gain, darkest));
+        }
+    }
+    return halo;
+}
+
+}  // namespace tarn
