@@ -1,8 +1,8 @@
 // Pictures of everything that there is to see, on the screen and under the window manager and the compositor
 // that run: gallery FOLDER [contrast] [high-contrast] [brief]. In both languages, light and dark. "contrast"
-// measures the text on the panel over white and over black instead, from pictures too; "high-contrast" is
-// what a desktop may ask for; "brief" takes only what scales of the screen could spoil, in English and dark.
-// Windows that leave the screen are told of, and are the exit status.
+// measures the text on the panel over white and over black instead, and subtitles without it, from pictures
+// too; "high-contrast" is what a desktop may ask for; "brief" takes only what scales of the screen could
+// spoil, in English and dark. Windows that leave the screen are told of, and are the exit status.
 #include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QImage>
@@ -11,11 +11,15 @@
 #include <QQuickItem>
 #include <QScreen>
 #include <QTest>
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <functional>
 #include <memory>
+#include <numeric>
+#include <vector>
 
+#include "TarnApp/shell/Fonts.h"
 #include "TarnApp/shell/TarnApp.h"
 #include "TarnApp/views/model/Loc.h"
 #include "TarnApp/views/style/Appearance.h"
@@ -174,7 +178,83 @@ public:
         }
     }
 
+    /// Letters and markers of mini mode against what is within three points of them, over what may lie
+    /// behind.
+    void measureSubtitles() {
+        vm().setMiniMode(true);
+        measureSubtitles("placeholder");
+        vm().startAll();
+        speak(0, "Good morning, everybody. Shall we begin?", "早上好，各位。我们开始好吗？");
+        measureSubtitles("text");
+        vm().stopAll();
+        vm().setMiniMode(false);
+    }
+
 private:
+    void measureSubtitles(const char* what) {
+        for (const char* const kind : {"white", "black", "picture"}) {
+            backdrop_->show(kind);
+            for (const char* const name : {"source", "translation"}) {
+                QQuickItem* const line = itemNamed(name);
+                QQuickItem* const subtitle = line->property("subtitle").value<QQuickItem*>();
+                measureSetOff(QString("%1 of %2").arg(what, name), kind, *line,
+                              subtitle->property("edit").value<QQuickItem*>());
+                measureSetOff(QString("marker of %1").arg(name), kind, *line,
+                              line->findChild<QQuickItem*>("marker"));
+            }
+        }
+    }
+    /// `letters` are found by what changes with their colour.
+    void measureSetOff(const QString& what, const char* kind, const QQuickItem& line, QQuickItem* letters) {
+        const QVariant color = letters->property("color");
+        pump(600);
+        const QImage shown = grab();
+        letters->setProperty("color", QColor(Qt::black));
+        pump(600);
+        const QImage black = grab();
+        letters->setProperty("color", color);
+        const qreal scale = window().screen()->devicePixelRatio();
+        const QRect part = QRectF(line.mapToGlobal({-8, -8}) * scale, (line.size() + QSizeF(16, 16)) * scale)
+                               .toRect()
+                               .intersected(shown.rect());
+        const auto change = [&](int x, int y) { return qRed(shown.pixel(x, y)) - qRed(black.pixel(x, y)); };
+        const auto far = static_cast<int>(std::lround(3 * scale));
+        int most = 0;
+        for (int y = part.top(); y < part.bottom(); ++y) {
+            for (int x = part.left(); x < part.right(); ++x) {
+                most = std::max(most, change(x, y));
+            }
+        }
+        double light = 0;
+        int count = 0;
+        std::vector<double> around;
+        for (int y = part.top() + far; y < part.bottom() - far; ++y) {
+            for (int x = part.left() + far; x < part.right() - far; ++x) {
+                if (change(x, y) * 10 > most * 9) {
+                    light += luminance(shown.pixelColor(x, y));
+                    ++count;
+                } else if (change(x, y) == 0) {
+                    bool isNear = false;
+                    for (int dy = -far; dy <= far; ++dy) {
+                        for (int dx = -far; dx <= far; ++dx) {
+                            isNear = isNear || change(x + dx, y + dy) * 10 > most * 9;
+                        }
+                    }
+                    if (isNear) {
+                        around.push_back(luminance(shown.pixelColor(x, y)));
+                    }
+                }
+            }
+        }
+        std::ranges::sort(around);
+        const double mean = std::accumulate(around.begin(), around.end(), 0.0) /
+                            std::max(static_cast<double>(around.size()), 1.0);
+        const double lightest = around.empty() ? 1 : around[around.size() * 95 / 100];
+        std::printf("%-26s over %-7s: %.1f to 1; against the lightest 5 %% around %.1f (%d pixels)\n",
+                    what.toUtf8().data(), kind, (light / count + 0.05) / (mean + 0.05),
+                    (light / count + 0.05) / (lightest + 0.05), count);
+    }
+
     void running() {
         vm().setTier2Expanded(true);
         window().setGeometry(QRect(340, 300, 640, 300));
@@ -347,14 +427,14 @@ private:
         const std::unique_ptr<QObject> holder(component.create());
         return holder->property("shown").value<QColor>();
     }
-    static double contrast(const QColor& one, const QColor& other) {
-        const auto luminance = [](const QColor& color) {
-            const auto linear = [](double part) {
-                return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
-            };
-            return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) +
-                   0.0722 * linear(color.blueF());
+    static double luminance(const QColor& color) {
+        const auto linear = [](double part) {
+            return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
         };
+        return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) +
+               0.0722 * linear(color.blueF());
+    }
+    static double contrast(const QColor& one, const QColor& other) {
         const double a = luminance(one);
         const double b = luminance(other);
         return (std::max(a, b) + 0.05) / (std::min(a, b) + 0.05);
@@ -366,6 +446,11 @@ private:
             all.append(all[i]->childItems());
         }
         return all;
+    }
+    QQuickItem* itemNamed(const char* name) const {
+        const auto all = itemsOf(window());
+        const auto found = std::ranges::find(all, QString(name), &QObject::objectName);
+        return found == all.end() ? nullptr : *found;
     }
     static QQuickWindow* windowNamed(const char* name) {
         for (QWindow* const window : QGuiApplication::topLevelWindows()) {
@@ -395,6 +480,7 @@ int main(int argc, char** argv) {
     QQuickWindow::setDefaultAlphaBuffer(true);
     const QGuiApplication application(argc, argv);
     QGuiApplication::setQuitOnLastWindowClosed(false);
+    tarn::Fonts::choose();
     const QStringList words = QGuiApplication::arguments();
     if (words.size() < 2) {
         std::fprintf(stderr, "usage: gallery FOLDER [contrast] [high-contrast] [brief]\n");
@@ -410,6 +496,7 @@ int main(int argc, char** argv) {
             }
             tarn::test::Gallery gallery(words[1], {language, dark, words.contains("high-contrast")});
             if (measures) {
+                gallery.measureSubtitles();
                 gallery.measureContrast();
             } else if (isBrief) {
                 gallery.takeBrief();
