@@ -111,6 +111,7 @@ TEST(LanguageRows, BeginWithTheAutomaticChoiceWhereThereIsOne) {
     EXPECT_EQ(with[0].toMap()["label"].toString(), "Auto-detect");
     EXPECT_EQ(with[1], without[0]);
     EXPECT_EQ(without[0].toMap()["label"].toString(), QString::fromUtf8("中文 (zh)"));
+    EXPECT_EQ(without[10].toMap()["label"].toString(), QString::fromUtf8("\u200e\u2068العربية\u2069 (ar)"));
 }
 
 }  // namespace

@@ -105,9 +105,14 @@ Item {
         function test_arabicIsOnTheRight() {
             run()
             world.translate(0, "الاجتماع يبدأ بعد عشر دقائق")
-            compare(translation.subtitle.edit.effectiveHorizontalAlignment, TextEdit.AlignRight)
+            const subtitle = translation.subtitle, marker = findChild(translation, "marker")
+            compare(subtitle.edit.effectiveHorizontalAlignment, TextEdit.AlignRight)
+            compare(marker.x + marker.width, translation.width)
+            verify(subtitle.x + subtitle.width < marker.x)
             world.translate(0, "The meeting begins")
-            compare(translation.subtitle.edit.effectiveHorizontalAlignment, TextEdit.AlignLeft)
+            compare(subtitle.edit.effectiveHorizontalAlignment, TextEdit.AlignLeft)
+            compare(marker.x, 0)
+            verify(subtitle.x > marker.width)
         }
         function test_bothEndsStayInView() {
             run()

@@ -7,6 +7,22 @@
 
 namespace tarn {
 
+namespace {
+
+/// As it reads from the left, whatever the direction of the language's own name.
+QString shownRow(const Language& language) {
+    const QString row = QString::fromStdString(Languages::row(language));
+    const QString name = QString::fromUtf8(language.label);
+    constexpr char16_t fromTheLeft = 0x200e;
+    constexpr char16_t isolated = 0x2068;
+    constexpr char16_t isolatedEnd = 0x2069;
+    return name.isRightToLeft()
+               ? QChar(fromTheLeft) + (QChar(isolated) + name) + QChar(isolatedEnd) + row.mid(name.size())
+               : row;
+}
+
+}  // namespace
+
 QVariantList LanguageRows::choices(const QString& autoLabel, const QStringList& offered) {
     const bool inChinese = LanguagePreference::stored().appLanguage() == AppLanguage::zh;
     const QString missing = inChinese ? QStringLiteral("服务器不支持") : QStringLiteral("not on this server");
@@ -17,7 +33,7 @@ QVariantList LanguageRows::choices(const QString& autoLabel, const QStringList& 
     for (const Language& language : Languages::supported) {
         const QString code = QString::fromStdString(std::string(language.code));
         list.append(QVariantMap{{"value", code},
-                                {"label", QString::fromStdString(Languages::row(language))},
+                                {"label", shownRow(language)},
                                 {"note", offered.isEmpty() || offered.contains(code) ? QString() : missing}});
     }
     return list;

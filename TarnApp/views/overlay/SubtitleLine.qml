@@ -2,7 +2,7 @@ import QtQuick
 import Tarn.Overlay
 import Tarn.Style
 
-/// A marker and a subtitle, on one baseline.
+/// A marker and a subtitle, on one baseline; the marker on the side where reading begins.
 Item {
     id: root
 
@@ -17,6 +17,7 @@ Item {
     readonly property real naturalHeight: subtitle.naturalHeight
     readonly property real lineHeight: subtitle.lineHeight
     readonly property SubtitleText subtitle: subtitle
+    readonly property bool mirrored: subtitle.edit.effectiveHorizontalAlignment === TextEdit.AlignRight
 
     implicitHeight: subtitle.implicitHeight
     height: implicitHeight
@@ -39,6 +40,7 @@ Item {
     Symbol {
         id: glyph
         objectName: "marker"
+        x: root.mirrored ? root.width - width : 0
         // What is drawn ends somewhat above the glyph's own lower edge.
         y: subtitle.firstBaseline + Math.round(root.markerSize / 8) - baselineOffset
         name: root.marker
@@ -47,8 +49,8 @@ Item {
     }
     SubtitleText {
         id: subtitle
-        x: root.markerSize * 1.6
-        width: root.width - x
+        x: root.mirrored ? 0 : root.width - width
+        width: root.width - root.markerSize * 1.6
         height: implicitHeight
         text: root.text
         isEmpty: root.isEmpty
