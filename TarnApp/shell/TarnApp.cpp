@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QEventLoop>
+#include <QGuiApplication>
 #include <QTimer>
 #include <algorithm>
 #include <cstdlib>
@@ -10,6 +11,7 @@
 #include "TarnApp/relaunch/AppRelaunch.h"
 #include "TarnApp/views/model/Loc.h"
 #include "TarnApp/views/style/Appearance.h"
+#include "TrayPicture.h"
 
 namespace tarn {
 namespace {
@@ -86,6 +88,7 @@ void TarnApp::appeared() {
 
 // Once the window is there, which it must not hold up.
 void TarnApp::appearElsewhere() {
+    QGuiApplication::setWindowIcon(windowIcon());
     tray_ = std::make_unique<Tray>(*vm_, *appDelegate_.overlay(), localization_,
                                    [this](const std::string& action) { perform(action); });
     const auto& services = vm_->services();

@@ -44,16 +44,20 @@ void paintIcon(QPainter& painter, bool isRunning) {
     }
 }
 
+QImage imageOf(int size, bool isRunning) {
+    QImage image(size, size, QImage::Format_ARGB32);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.scale(size / grid, size / grid);
+    paintIcon(painter, isRunning);
+    return image;
+}
+
 std::vector<TrayPicture> paintPictures(bool isRunning) {
     std::vector<TrayPicture> pictures;
     for (const int size : {22, 24, 32, 48, 64}) {
-        QImage image(size, size, QImage::Format_ARGB32);
-        image.fill(Qt::transparent);
-        QPainter painter(&image);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.scale(size / grid, size / grid);
-        paintIcon(painter, isRunning);
-        painter.end();
+        const QImage image = imageOf(size, isRunning);
         TrayPicture picture{size, size, {}};
         for (int row = 0; row < size; ++row) {
             for (int column = 0; column < size; ++column) {
@@ -74,6 +78,14 @@ const std::vector<TrayPicture>& trayPictures(bool isRunning) {
     static const std::vector<TrayPicture> resting = paintPictures(false);
     static const std::vector<TrayPicture> running = paintPictures(true);
     return isRunning ? running : resting;
+}
+
+QIcon windowIcon() {
+    QIcon icon;
+    for (const int size : {16, 24, 32, 48, 64}) {
+        icon.addPixmap(QPixmap::fromImage(imageOf(size, false)));
+    }
+    return icon;
 }
 
 }  // namespace tarn

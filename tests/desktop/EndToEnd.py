@@ -121,6 +121,7 @@ def the_first_day():
     overlay = until("the overlay", lambda: window("Tarn"))
     until("the end of onboarding", lambda: window("Welcome to Tarn") is None)
     pictures.take("overlay-idle", overlay)
+    until("the window's icon", lambda: "Icon (48 x 48)" in run("xprop", "-id", overlay, "_NET_WM_ICON"))
 
     # The languages: from English to Spanish.
     app.press("Source: …")
