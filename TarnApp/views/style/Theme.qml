@@ -18,8 +18,7 @@ QtObject {
     readonly property color panelOpaque: chosen("#15181f", "#f6f7fb", "#000000", "#ffffff")
     readonly property color panel: seeThrough ? Qt.rgba(panelOpaque.r, panelOpaque.g, panelOpaque.b, dark ? 0.86 : 0.9)
                                                : panelOpaque
-    readonly property color window: seeThrough ? Qt.rgba(panelOpaque.r, panelOpaque.g, panelOpaque.b, 0.96)
-                                               : panelOpaque
+    readonly property color window: panelOpaque     ///< of an ordinary window, behind which nothing is blurred
     readonly property bool seeThrough: Appearance.translucent && !pure
     readonly property color popover: chosen("#20242e", "#ffffff", panelOpaque, panelOpaque)
     readonly property color card: pure ? panelOpaque : dark ? Qt.rgba(1, 1, 1, 0.06) : Qt.rgba(0, 0, 0, 0.04)
