@@ -20,6 +20,7 @@ TEST(PopoverFrame, IsOnTheScreenAndOffItsAnchorWhereThereIsRoom) {
         QRectF anchor;
         QSizeF wanted;
         QRectF expected;
+        QRectF owner{1000, 100, 800, 600};
     };
     const QRectF screen(1000, 100, 800, 600);
     const std::vector<Case> cases{
@@ -33,9 +34,19 @@ TEST(PopoverFrame, IsOnTheScreenAndOffItsAnchorWhereThereIsRoom) {
          {1100, 200, 200, 500}},
         {"cut to the screen", {1100, 400, 50, 20}, {900, 700}, {1000, 100, 800, 600}},
         {"anchor off the screen", {1100, 900, 50, 20}, {200, 300}, {1100, 400, 200, 300}},
+        {"at the end of its window",
+         {1350, 200, 40, 20},
+         {200, 300},
+         {1190, 224, 200, 300},
+         {1100, 190, 300, 200}},
+        {"in a window that is smaller",
+         {1110, 200, 40, 20},
+         {200, 300},
+         {1110, 224, 200, 300},
+         {1100, 190, 100, 200}},
     };
     for (const Case& one : cases) {
-        EXPECT_EQ(popoverFrame(one.anchor, one.wanted, screen, 4), one.expected) << one.what;
+        EXPECT_EQ(popoverFrame(one.anchor, one.owner, one.wanted, screen, 4), one.expected) << one.what;
     }
 }
 
@@ -134,7 +145,9 @@ TEST(Symbols, AreAllInTheFont) {
                                      "stop.fill",
                                      "textformat.size",
                                      "waveform.badge.mic",
-                                     "xmark.circle.fill"}) {
+                                     "xmark.circle.fill",
+                                     "🎤",
+                                     "🔊"}) {
         const QString glyph = Symbols::glyph(symbol);
         ASSERT_EQ(glyph.size(), 1) << symbol;
         EXPECT_TRUE(font.supportsCharacter(glyph[0])) << symbol;

@@ -114,7 +114,7 @@ QRectF PopoverGuard::frame(qreal width, qreal height, qreal gap) const {
     if (screen == nullptr) {
         screen = anchor_->window()->screen();
     }
-    return popoverFrame(at, {width, height}, screen->availableGeometry(), gap);
+    return popoverFrame(at, anchor_->window()->geometry(), {width, height}, screen->availableGeometry(), gap);
 }
 
 QQuickItem* PopoverGuard::firstItem(QQuickItem* root) {
