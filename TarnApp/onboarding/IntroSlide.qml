@@ -30,7 +30,7 @@ Item {
         }
         SlideText {
             anchors.horizontalCenter: parent.horizontalCenter
-            width: Math.min(400, parent.width)
+            width: Paragraphs.balancedWidth(text, font, Math.min(400, parent.width))
             horizontalAlignment: Text.AlignHCenter
             text: Loc[root.bodyKey]
             lineHeight: 1.25

@@ -48,7 +48,7 @@ Item {
             }
             SlideText {
                 anchors.horizontalCenter: parent.horizontalCenter
-                width: 430
+                width: Paragraphs.balancedWidth(text, font, 430)
                 horizontalAlignment: Text.AlignHCenter
                 text: Loc.loginSubtitle
                 lineHeight: 1.15

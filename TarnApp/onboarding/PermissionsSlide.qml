@@ -23,7 +23,7 @@ Item {
         }
         SlideText {
             anchors.horizontalCenter: parent.horizontalCenter
-            width: 420
+            width: Paragraphs.balancedWidth(text, font, 420)
             horizontalAlignment: Text.AlignHCenter
             text: Loc.permSubtitle
             lineHeight: 1.15

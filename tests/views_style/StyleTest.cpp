@@ -2,11 +2,13 @@
 #include <gmock/gmock.h>
 
 #include <QFile>
+#include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QRawFont>
 #include <vector>
 
 #include "TarnApp/views/style/MenuWalk.h"
+#include "TarnApp/views/style/Paragraphs.h"
 #include "TarnApp/views/style/PopoverFrame.h"
 #include "TarnApp/views/style/SliderSteps.h"
 #include "TarnApp/views/style/Symbols.h"
@@ -48,6 +50,20 @@ TEST(PopoverFrame, IsOnTheScreenAndOffItsAnchorWhereThereIsRoom) {
     for (const Case& one : cases) {
         EXPECT_EQ(popoverFrame(one.anchor, one.owner, one.wanted, screen, 4), one.expected) << one.what;
     }
+}
+
+TEST(Paragraphs, HaveNoLineOfOneCharacterAtTheirEnd) {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    int argc = 0;
+    const QGuiApplication application(argc, nullptr);
+    const QFont font;
+    const qreal room = 13.5 * QFontMetricsF(font).horizontalAdvance(QStringLiteral("中"));
+    const auto balanced = [&](int characters) {
+        return Paragraphs::balancedWidth(QStringLiteral("中").repeated(characters), font, room);
+    };
+    EXPECT_NEAR(balanced(14) / room, 7 / 13.5, 0.05) << "7 and 7, and not 13 and 1";
+    EXPECT_EQ(balanced(13), room) << "one line stays";
+    EXPECT_EQ(Paragraphs::balancedWidth({}, font, room), room);
 }
 
 TEST(MenuTarget, FollowsKeysOverWhatCannotBeChosen) {

@@ -50,7 +50,8 @@ FocusScope {
             Accessible.name: text
         }
         Text {
-            width: parent.width
+            anchors.horizontalCenter: parent.horizontalCenter
+            width: Paragraphs.balancedWidth(text, font, column.width)
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.Wrap
             text: Loc.jitScreenBody
