@@ -1,26 +1,13 @@
 import QtQuick
 import Tarn.Style
-import QtQuick.Templates as T
 
 /// A small button that is only text.
-T.AbstractButton {
+Pressable {
     id: root
-
-    function press(): void {
-        if (enabled)
-            clicked()
-    }
 
     implicitWidth: Math.ceil(implicitContentWidth + 2 * padding)
     implicitHeight: Math.ceil(implicitContentHeight + 2 * padding)
     padding: Theme.space(1)
-    focusPolicy: Qt.StrongFocus
-    hoverEnabled: true
-    opacity: enabled ? 1 : Theme.disabledOpacity
-
-    Accessible.role: Accessible.Button
-    Accessible.name: text
-    Accessible.onPressAction: press()
 
     background: Plate {
         radius: Theme.radiusSmall
@@ -35,6 +22,4 @@ T.AbstractButton {
         font.underline: root.hovered
         color: Theme.accent
     }
-    Keys.onReturnPressed: press()
-    Keys.onEnterPressed: press()
 }

@@ -1,10 +1,9 @@
 import QtQuick
 import Tarn.Style
-import QtQuick.Templates as T
 
 /// A line of a menu, inside a MenuColumn: an entry with a symbol and a mark where it is the chosen one, a heading, or
 /// a divider. The keys move among the entries, and so does the pointer once it moves.
-T.MenuItem {
+Pressable {
     id: root
 
     property string symbol
@@ -14,11 +13,6 @@ T.MenuItem {
     property string kind: "entry"   ///< "entry", "heading", "divider"
     readonly property bool pointed: hovered && (Window.window === null || Window.window.pointerMoved !== false)
 
-    function press(): void {
-        if (enabled)
-            clicked()
-    }
-
     onPointedChanged: if (pointed) forceActiveFocus(Qt.MouseFocusReason)
 
     implicitWidth: kind === "divider" ? 1 : Math.ceil(implicitContentWidth + leftPadding + rightPadding)
@@ -26,15 +20,13 @@ T.MenuItem {
     leftPadding: Theme.space(1.5)
     rightPadding: Theme.space(3)
     enabled: kind === "entry"
-    focusPolicy: Qt.StrongFocus
-    hoverEnabled: true
+    opacity: 1
 
     Accessible.ignored: kind !== "entry"
     Accessible.role: Accessible.MenuItem
     Accessible.name: note === "" ? text : text + ", " + note
     Accessible.checkable: kind === "entry" && markable
     Accessible.checked: chosen
-    Accessible.onPressAction: press()
     Accessible.onToggleAction: press()
 
     background: Plate {
@@ -96,6 +88,4 @@ T.MenuItem {
         checked: root.chosen
     }
     Keys.onPressed: event => event.accepted = MenuWalk.step(root, event.key, event.text)
-    Keys.onReturnPressed: press()
-    Keys.onEnterPressed: press()
 }

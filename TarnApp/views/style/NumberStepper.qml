@@ -1,6 +1,5 @@
 import QtQuick
 import Tarn.Style
-import QtQuick.Templates as T
 
 /// Two halves that change a number by steps, as do the arrow keys; at an end the half that would leave it is off.
 FocusScope {
@@ -39,29 +38,20 @@ FocusScope {
         }
     }
 
-    component Half: T.AbstractButton {
+    component Half: Pressable {
         id: half
 
         required property string symbol
         required property int by
 
-        function press(): void {
-            if (enabled)
-                root.stepBy(by)
-        }
-
         width: root.width
         height: root.height / 2
         autoRepeat: true
-        hoverEnabled: true
         focusPolicy: Qt.NoFocus
-        onClicked: press()
-        opacity: enabled ? 1 : Theme.disabledOpacity
+        onClicked: root.stepBy(by)
 
-        Accessible.role: Accessible.Button
         Accessible.focusable: false
         Accessible.name: (by > 0 ? "+" : "−") + root.stepSize
-        Accessible.onPressAction: press()
 
         background: Plate {
             radius: Theme.radiusSmall - 1

@@ -1,9 +1,8 @@
 import QtQuick
 import Tarn.Style
-import QtQuick.Templates as T
 
 /// A button with a title, a symbol or both. A title that has less room than it wants ends in an ellipsis.
-T.AbstractButton {
+Pressable {
     id: root
 
     property string symbol
@@ -12,14 +11,8 @@ T.AbstractButton {
     property bool busy: false       ///< a spinner in the symbol's place
     property color tint: Theme.accent
     property color tintInk: Theme.accentInk
-    property string help            ///< tooltip
     property real minimumWidth: 0
     readonly property color ink: prominent ? tintInk : Theme.primaryText
-
-    function press(): void {
-        if (enabled)
-            clicked()
-    }
 
     implicitWidth: Math.ceil(Math.max(minimumWidth, implicitContentWidth + leftPadding + rightPadding))
     implicitHeight: Math.ceil(Math.max(Theme.controlHeight, implicitContentHeight + topPadding + bottomPadding))
@@ -29,14 +22,6 @@ T.AbstractButton {
     bottomPadding: Theme.space(1)
     font.pixelSize: Theme.callout
     font.weight: prominent ? Font.DemiBold : Font.Normal
-    focusPolicy: Qt.StrongFocus
-    hoverEnabled: true
-    opacity: enabled ? 1 : Theme.disabledOpacity
-
-    Accessible.role: Accessible.Button
-    Accessible.name: text !== "" ? text : help
-    Accessible.description: help
-    Accessible.onPressAction: press()
 
     background: Plate {
         radius: Theme.radiusControl
@@ -98,6 +83,4 @@ T.AbstractButton {
         target: root
         hovered: root.hovered
     }
-    Keys.onReturnPressed: press()
-    Keys.onEnterPressed: press()
 }

@@ -1,13 +1,12 @@
 import QtQuick
 import Tarn.Style
-import QtQuick.Templates as T
 
-/// A borderless button that shows a symbol. While `active` it is drawn in the accent colour on a tinted ground.
-T.AbstractButton {
+/// A borderless button that shows a symbol; screen readers say its tooltip. While `active` it is drawn in the accent
+/// colour on a tinted ground.
+Pressable {
     id: root
 
     required property string symbol
-    property string help            ///< tooltip, and the name that a screen reader says
     property bool active: false
     property color ink: active ? Theme.accent : Theme.primaryText
     property real size: Theme.symbol
@@ -15,22 +14,9 @@ T.AbstractButton {
     property bool switches: false   ///< for screen readers: stays on, or off
     property bool on: active        ///< the same
 
-    function press(): void {
-        if (enabled)
-            clicked()
-    }
-
     implicitWidth: Math.ceil(implicitContentWidth + 2 * padding)
     implicitHeight: Math.ceil(implicitContentHeight + 2 * padding)
     padding: 3
-    focusPolicy: Qt.StrongFocus
-    hoverEnabled: true
-    opacity: enabled ? 1 : Theme.disabledOpacity
-
-    Accessible.role: Accessible.Button
-    Accessible.name: text !== "" ? text : help
-    Accessible.description: help
-    Accessible.onPressAction: press()
 
     background: Plate {
         radius: Theme.radiusSmall
@@ -64,6 +50,4 @@ T.AbstractButton {
         target: root
         hovered: root.hovered
     }
-    Keys.onReturnPressed: press()
-    Keys.onEnterPressed: press()
 }
