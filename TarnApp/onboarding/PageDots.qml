@@ -31,19 +31,8 @@ Row {
                 radius: width / 2
                 color: dot.current ? (Theme.dark ? Brand.primary : Theme.accent)
                                    : Theme.faded(Theme.secondaryText, Theme.pure ? 0.5 : 0.28)
-                Behavior on color {
-                    ColorAnimation {
-                        duration: Theme.spring
-                        easing.type: Easing.BezierSpline
-                        easing.bezierCurve: Theme.springCurve
-                    }
-                }
+                Behavior on color { Spring {} }
             }
         }
-    }
-    component Spring: NumberAnimation {
-        duration: Theme.spring
-        easing.type: Easing.BezierSpline
-        easing.bezierCurve: Theme.springCurve
     }
 }

@@ -70,13 +70,7 @@ Item {
             height: chips.item ? part * (chips.item.implicitHeight + 2 * Theme.space(1.5)) : 0
             opacity: part
             clip: part < 1
-            Behavior on part {
-                NumberAnimation {
-                    duration: Theme.spring
-                    easing.type: Easing.BezierSpline
-                    easing.bezierCurve: Theme.springCurve
-                }
-            }
+            Behavior on part { Spring { response: 0.25 } }
 
             Divider {
                 width: parent.width

@@ -19,12 +19,6 @@ Item {
     Behavior on y { Spring {} }
     Behavior on opacity { Spring {} }
 
-    component Spring: NumberAnimation {
-        duration: Theme.spring
-        easing.type: Easing.BezierSpline
-        easing.bezierCurve: Theme.springCurve
-    }
-
     onMessageChanged: {
         if (root.message !== "")
             shown.message = root.message

@@ -127,8 +127,6 @@ QtObject {
     readonly property int quick: time(120)
     readonly property int pageSlide: time(280)
     readonly property int fade: time(250)
-    readonly property int spring: time(360)     ///< a spring of 0.3 s without overshoot, with `springCurve`
-    readonly property var springCurve: [0.25, 0.3, 0.15, 1, 1, 1]
     readonly property int levelTime: time(80)         ///< that a level meter takes to a new level
     readonly property int tipDelay: 600         ///< that the pointer rests before a tooltip is shown
     readonly property int spinnerStep: 100
