@@ -53,9 +53,15 @@ TEST_F(ContentStateTest, DimsThreeSecondsAfterThePointerHasLeftARunningTranslati
     EXPECT_EQ(seen(), "hovering left ground chrome 100") << "one timer, that begins anew";
     world_.pass(1100);
     EXPECT_EQ(seen(), "away left ground chrome 30");
+    EXPECT_EQ(state_.headerOpacity(), 0.3);
+    model().setMiniMode(true);
+    EXPECT_EQ(seen(), "away stayed bare none 0");
+    EXPECT_EQ(state_.headerOpacity(), 0.3) << "also in mini mode";
+    model().setMiniMode(false);
     model().stopAll();
     world_.settle();
     EXPECT_EQ(seen(), "away left ground chrome 100");
+    EXPECT_EQ(state_.headerOpacity(), 1);
 }
 
 TEST_F(ContentStateTest, MiniModeHidesAtOnceUntilThePointerHasLeftAndComeBack) {

@@ -57,6 +57,10 @@ double ContentState::chromeOpacity() const {
     if (viewModel_ != nullptr && viewModel_->miniMode()) {
         return showChromeAndDividers() ? 1 : 0;
     }
+    return headerOpacity();
+}
+
+double ContentState::headerOpacity() const {
     return !hovering_ && viewModel_ != nullptr && viewModel_->anyRunning() ? dimmed : 1;
 }
 

@@ -23,6 +23,7 @@ class ContentState : public QObject {
     Q_PROPERTY(double backgroundOpacity READ backgroundOpacity NOTIFY changed)
     Q_PROPERTY(bool showChromeAndDividers READ showChromeAndDividers NOTIFY changed)
     Q_PROPERTY(double chromeOpacity READ chromeOpacity NOTIFY changed)
+    Q_PROPERTY(double headerOpacity READ headerOpacity NOTIFY changed)  ///< of a session's own controls
     Q_PROPERTY(int conversationMinWidth READ conversationMinWidth NOTIFY changed)  ///< points
     Q_PROPERTY(bool startDisabled READ startDisabled NOTIFY changed)
     Q_PROPERTY(bool isConnecting READ isConnecting NOTIFY changed)
@@ -41,6 +42,7 @@ public:
     double backgroundOpacity() const { return showChromeAndDividers() ? 1 : 0; }
     bool showChromeAndDividers() const;
     double chromeOpacity() const;
+    double headerOpacity() const;
     int conversationMinWidth() const;
     bool startDisabled() const;
     bool isConnecting() const;

@@ -73,7 +73,7 @@ Item {
     SourceColumns {
         anchors { left: parent.left; right: parent.right; top: chrome.bottom; bottom: parent.bottom }
         vm: root.vm
-        hovering: state.hovering
+        headerOpacity: Math.max(state.headerOpacity, Theme.dimmed)
         bare: state.backgroundOpacity === 0
     }
     Toast {

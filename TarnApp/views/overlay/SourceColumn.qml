@@ -12,7 +12,7 @@ Item {
     required property TranslateSession session
     required property bool isPrimary
     required property bool narrow
-    required property bool hovering
+    required property real headerOpacity
     property bool bare: false           ///< there is no background behind
 
     clip: true
@@ -22,7 +22,7 @@ Item {
         objectName: "header"
         width: parent.width
         height: row.implicitHeight + 2 * Theme.space(1) + settings.height
-        opacity: root.hovering || !root.vm.anyRunning ? 1 : Theme.dimmed
+        opacity: root.headerOpacity
         Behavior on opacity { NumberAnimation { duration: Theme.fade; easing.type: Easing.InOutQuad } }
 
         Plate {
@@ -34,7 +34,7 @@ Item {
             border.width: Theme.controlEdge
             border.color: Theme.hairline
             // Controls that the pointer has left are dimmed, and are no longer to be read.
-            opacity: root.hovering || !root.vm.anyRunning || Theme.pure ? 1 : 0
+            opacity: root.headerOpacity === 1 ? 1 : 0
             visible: root.bare && opacity > 0
             Behavior on opacity { NumberAnimation { duration: Theme.fade; easing.type: Easing.InOutQuad } }
         }

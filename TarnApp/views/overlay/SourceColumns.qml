@@ -8,7 +8,7 @@ Item {
     id: root
 
     required property TranslateViewModel vm
-    required property bool hovering
+    required property real headerOpacity
     property bool bare: false           ///< there is no background behind
 
     SessionListModel {
@@ -35,7 +35,7 @@ Item {
                 session: column.session
                 isPrimary: column.index === 0
                 narrow: sessions.count >= 2
-                hovering: root.hovering
+                headerOpacity: root.headerOpacity
                 bare: root.bare
             }
             Divider {
