@@ -5,11 +5,13 @@
 #include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QRawFont>
+#include <QScreen>
 #include <vector>
 
 #include "TarnApp/views/style/MenuWalk.h"
 #include "TarnApp/views/style/Paragraphs.h"
 #include "TarnApp/views/style/PopoverFrame.h"
+#include "TarnApp/views/style/PopoverGuard.h"
 #include "TarnApp/views/style/SliderSteps.h"
 #include "TarnApp/views/style/Symbols.h"
 
@@ -49,6 +51,28 @@ TEST(PopoverFrame, IsOnTheScreenAndOffItsAnchorWhereThereIsRoom) {
     };
     for (const Case& one : cases) {
         EXPECT_EQ(popoverFrame(one.anchor, one.owner, one.wanted, screen, 4), one.expected) << one.what;
+    }
+}
+
+TEST(PopoverGuard, ClosesWhereItsScreenChanges) {
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    int argc = 0;
+    const QGuiApplication application(argc, nullptr);
+    QQuickWindow window;
+    window.show();
+    QQuickItem button(window.contentItem());
+    PopoverGuard guard;
+    guard.setAnchor(&button);
+    int closings = 0;
+    QObject::connect(&guard, &PopoverGuard::dismissed, [&] {
+        ++closings;
+        guard.setUp(false);
+    });
+    for (int i = 1; i <= 2; ++i) {
+        guard.setUp(true);
+        Q_EMIT window.screen()->logicalDotsPerInchChanged(120);
+        Q_EMIT window.screen()->geometryChanged({});
+        EXPECT_EQ(closings, i);
     }
 }
 

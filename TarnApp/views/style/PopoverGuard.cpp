@@ -78,10 +78,10 @@ void PopoverGuard::setUp(bool value) {
         setPointerMoved(false);
         qGuiApp->installEventFilter(this);
         if (anchor_ && anchor_->window() != nullptr) {
-            connect(anchor_->window(), &QWindow::visibleChanged, this, &PopoverGuard::anchorMayBeGone,
-                    Qt::UniqueConnection);
+            followSurroundings(*anchor_->window());
         }
     } else {
+        surroundings_.reset();
         std::erase(guards, this);
         qGuiApp->removeEventFilter(this);
     }
@@ -89,6 +89,17 @@ void PopoverGuard::setUp(bool value) {
     if (wasAnyUp != anyUp()) {
         Q_EMIT Popovers::shared().anyOpenChanged();
     }
+}
+
+void PopoverGuard::followSurroundings(const QWindow& window) {
+    surroundings_ = std::make_unique<QObject>();
+    QObject* const whileUp = surroundings_.get();
+    connect(&window, &QWindow::visibleChanged, whileUp, [this] { anchorMayBeGone(); });
+    // Its place and its size were those of a screen that is not the same any more.
+    const auto close = [this] { Q_EMIT dismissed(false, true); };
+    connect(&window, &QWindow::screenChanged, whileUp, close);
+    connect(window.screen(), &QScreen::geometryChanged, whileUp, close);
+    connect(window.screen(), &QScreen::logicalDotsPerInchChanged, whileUp, close);
 }
 
 bool PopoverGuard::anyUp() {

@@ -6,6 +6,7 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QRectF>
+#include <memory>
 
 namespace tarn {
 
@@ -58,12 +59,14 @@ private:
     bool isOnAnchor(const QWindow* window, QEvent* event) const;
     void setPointerMoved(bool value);
     void anchorMayBeGone();
+    void followSurroundings(const QWindow& window);
 
     QPointer<QQuickWindow> window_;
     QPointer<QQuickItem> anchor_;
     QPointF pointerAtStart_;
     bool up_ = false;
     bool pointerMoved_ = false;
+    std::unique_ptr<QObject> surroundings_;  ///< lives while it is up; what it hears of them
 };
 
 /// Whether a popover is open anywhere in the program, as the QML singleton `Popovers`. Thread: main.
