@@ -178,6 +178,20 @@ Item {
             mouseRelease(edit, edit.contentWidth, 8)
             compare(edit.selectedText, "The meeting begins")
         }
+        function test_tenThousandCharactersWithoutASpace_data() {
+            return [{tag: "one word", text: "w".repeat(10000)}, {tag: "Chinese", text: "字".repeat(10000)},
+                    {tag: "emoji", text: "🎤".repeat(5000)}, {tag: "marks", text: "a" + "\u0301".repeat(9999)}]
+        }
+        function test_tenThousandCharactersWithoutASpace(row) {
+            run()
+            world.vm.miniMode = true
+            for (const text of [row.text, row.text + row.text.slice(-2), ""]) {
+                world.translate(0, text)
+                waitForRendering(pane, 1000)
+                verify(translation.subtitle.edit.contentWidth <= translation.subtitle.width + 1)
+                verify(endIsSeen(translation))
+            }
+        }
         function test_tenThousandCharacters() {
             run()
             world.vm.miniMode = true
