@@ -168,7 +168,6 @@ TEST(Symbols, AreAllInTheFont) {
                                      "envelope.fill",
                                      "exclamationmark.bubble",
                                      "exclamationmark.triangle.fill",
-                                     "g.circle",
                                      "gauge.with.dots.needle.50percent",
                                      "mic.fill",
                                      "person.crop.circle",

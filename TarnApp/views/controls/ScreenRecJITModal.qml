@@ -31,11 +31,20 @@ FocusScope {
         width: root.width - 40
         spacing: 14
 
-        Symbol {
+        Row {
             anchors.horizontalCenter: parent.horizontalCenter
-            name: "waveform.badge.mic"
-            size: Theme.promptSymbol
-            color: Theme.accent
+            Symbol {
+                id: waveform
+                name: "waveform.badge.mic"
+                size: Theme.promptSymbol
+                color: Theme.accent
+            }
+            Symbol {
+                anchors.bottom: waveform.bottom
+                name: "mic.fill"
+                size: Theme.promptSymbol / 2
+                color: Theme.accent
+            }
         }
         Text {
             width: parent.width

@@ -11,7 +11,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-constexpr std::array<std::pair<std::string_view, char16_t>, 40> glyphs{{
+constexpr std::array<std::pair<std::string_view, char16_t>, 39> glyphs{{
     {"\U0001F3A4"sv, 0xe029},  // the markers of subtitles, which fonts of emoji draw in colours of their own
     {"\U0001F50A"sv, 0xe050},
     {"app.fill"sv, 0xe5c3},
@@ -34,7 +34,6 @@ constexpr std::array<std::pair<std::string_view, char16_t>, 40> glyphs{{
     {"envelope.fill"sv, 0xe0be},
     {"exclamationmark.bubble"sv, 0xe87f},
     {"exclamationmark.triangle.fill"sv, 0xe002},
-    {"g.circle"sv, 0xe927},
     {"gauge.with.dots.needle.50percent"sv, 0xe9e4},
     {"mic.fill"sv, 0xe029},
     {"person.crop.circle"sv, 0xe853},
@@ -50,7 +49,7 @@ constexpr std::array<std::pair<std::string_view, char16_t>, 40> glyphs{{
     {"speedometer"sv, 0xe9e4},
     {"stop.fill"sv, 0xe047},
     {"textformat.size"sv, 0xe245},
-    {"waveform.badge.mic"sv, 0xe8c8},
+    {"waveform.badge.mic"sv, 0xe1b8},
     {"xmark.circle.fill"sv, 0xe5c9},
 }};
 
