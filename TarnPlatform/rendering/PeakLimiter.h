@@ -5,8 +5,8 @@
 namespace tarn {
 
 /// Keeps sound within full scale, at once and without delay: a gain that falls to what a sample beyond full
-/// scale needs and returns slowly. Cutting the peaks off instead makes loud speech hard to understand, see
-/// the benchmark `loud_speech`. Thread: one.
+/// scale needs and returns slowly. Cutting the peaks off instead makes loud speech hard to understand.
+/// Thread: one.
 class PeakLimiter {
 public:
     /// The way back to the full gain, at the dub's rate of 24 kHz.
