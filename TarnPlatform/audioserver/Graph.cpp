@@ -16,6 +16,13 @@ const std::string& property(const Properties& properties, std::string_view key) 
     return found == properties.end() ? nothing : found->second;
 }
 
+std::uint64_t serialOf(const Properties& properties) {
+    const std::string& text = property(properties, "object.serial");
+    std::uint64_t serial = 0;
+    std::from_chars(text.data(), text.data() + text.size(), serial);
+    return serial;
+}
+
 const std::string& property(const Graph& graph, const GraphNode& node, std::string_view key) {
     const std::string& own = property(node.properties, key);
     if (!own.empty()) {

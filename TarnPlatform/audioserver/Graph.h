@@ -61,6 +61,8 @@ struct Graph {
     std::optional<std::string> defaultSink;    ///< node name
     std::optional<std::string> defaultSource;  ///< node name; may be a sink's where there is no microphone
     bool isManaged = false;                    ///< a session manager keeps the defaults and makes links
+    std::uint32_t managerReturns = 0;          ///< how often one came after another had gone
+    std::uint64_t managerSerial = 0;           ///< of the one that is there: what was made before has less
     std::optional<GraphId> ownClient;          ///< of the connection that this was read through
 
     const GraphNode* nodeNamed(std::string_view name) const;
@@ -70,6 +72,9 @@ struct Graph {
 
 /// The property's text, or an empty one.
 const std::string& property(const Properties& properties, std::string_view key);
+
+/// The server's number of an object, in the order of their making; 0 where it has none.
+std::uint64_t serialOf(const Properties& properties);
 
 /// The first that is not empty, of the node's own properties and then of its client's.
 const std::string& property(const Graph& graph, const GraphNode& node, std::string_view key);

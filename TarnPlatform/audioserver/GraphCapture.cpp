@@ -113,6 +113,10 @@ void GraphCapture::graphChanged(const Graph& graph) {
     if (stream_ == nullptr) {
         return;
     }
+    if (stream_->isStale(graph)) {
+        connected();
+        return;
+    }
     if (const auto own = stream_->nodeId()) {
         links_->update(graph, *own);
         gain_.store(links_->gain(graph), std::memory_order_relaxed);

@@ -172,6 +172,8 @@ void GraphMirror::added(GraphId id, std::string_view type, const spa_dict* dicti
         bind(id, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA, &metadataEvents);
         defaults_ = id;
         graph_.isManaged = true;
+        graph_.managerSerial = serialOf(properties);
+        graph_.managerReturns += std::exchange(managerWent_, false) ? 1 : 0;
     } else {
         return;
     }
@@ -183,6 +185,7 @@ void GraphMirror::removed(GraphId id) {
     if (defaults_ == id) {
         defaults_.reset();
         graph_.isManaged = false;
+        managerWent_ = true;
         changed();
     }
     if (graph_.nodes.erase(id) + graph_.clients.erase(id) + graph_.ports.erase(id) > 0) {

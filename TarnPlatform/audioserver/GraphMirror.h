@@ -48,6 +48,7 @@ private:
     spa_hook registryHook_{};
     std::map<GraphId, std::unique_ptr<Bound>> bound_;
     std::optional<GraphId> defaults_;  ///< the session manager's record of them
+    bool managerWent_ = false;
     Graph graph_;
 };
 

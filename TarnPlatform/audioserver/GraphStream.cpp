@@ -74,10 +74,12 @@ struct GraphStream::Events {
     spa_hook hook{};
 };
 
-GraphStream::GraphStream(const Description& description, GraphStreamHandler& handler)
+GraphStream::GraphStream(const AudioServer& server, const Description& description,
+                         GraphStreamHandler& handler)
     : handler_(handler),
       capture_(description.capture),
       frameBytes_(description.channelCount() * sizeof(float)),
+      managerReturns_(server.graph().managerReturns),
       events_(std::make_unique<Events>()) {}
 
 Result<std::unique_ptr<GraphStream>> GraphStream::make(AudioServer& server, const Description& description,
@@ -88,7 +90,7 @@ Result<std::unique_ptr<GraphStream>> GraphStream::make(AudioServer& server, cons
     if (description.channelCount() == 0 || description.channelCount() > SPA_AUDIO_MAX_CHANNELS) {
         return failure(ErrorKind::invalidInput, "a stream of that many channels is not possible");
     }
-    std::unique_ptr<GraphStream> stream(new GraphStream(description, handler));
+    std::unique_ptr<GraphStream> stream(new GraphStream(server, description, handler));
 
     pw_properties* properties = pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY,
                                                   description.capture ? "Capture" : "Playback", nullptr);
@@ -144,6 +146,15 @@ GraphStream::~GraphStream() {
 std::optional<GraphId> GraphStream::nodeId() const {
     const std::uint32_t id = pw_stream_get_node_id(stream_);
     return id == PW_ID_ANY ? std::nullopt : std::optional(id);
+}
+
+bool GraphStream::isStale(const Graph& graph) const {
+    return graph.managerReturns != managerReturns_ &&
+           std::ranges::none_of(graph.nodes, [&graph](const auto& entry) {
+               const GraphNode& node = entry.second;
+               return node.mediaClass().contains("Audio") && !AudioServer::isOwn(graph, node) &&
+                      serialOf(node.properties) < graph.managerSerial;
+           });
 }
 
 void GraphStream::awaitSettled(AudioServer& server, const std::unique_ptr<GraphStream>& stream) {

@@ -75,11 +75,16 @@ public:
     std::optional<GraphId> nodeId() const;
     bool isStreaming() const { return streaming_; }  ///< Requires: a Lock.
     bool isCapture() const { return capture_; }
+    /// Whether its owner should make another in its place: WirePlumber 0.4.13 never takes up what was there
+    /// and linked before it, and gives no program's new sound ports as long as such a node is left. Only
+    /// where no other program's is left, since nothing would be gained, and what has ports goes on without
+    /// it.
+    bool isStale(const Graph& graph) const;
 
 private:
     struct Events;
 
-    GraphStream(const Description& description, GraphStreamHandler& handler);
+    GraphStream(const AudioServer& server, const Description& description, GraphStreamHandler& handler);
 
     void processRt() noexcept;
 
@@ -88,6 +93,7 @@ private:
     const bool capture_;
     const std::chrono::steady_clock::time_point made_ = std::chrono::steady_clock::now();
     const std::size_t frameBytes_;
+    const std::uint32_t managerReturns_;
     pw_stream* stream_ = nullptr;
     std::unique_ptr<Events> events_;
     // The loop's.

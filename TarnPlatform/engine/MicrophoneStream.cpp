@@ -73,9 +73,11 @@ void MicrophoneStream::reconsider(const Graph& graph) {
         return;
     }
     const std::string& serial = property(microphone->properties, "object.serial");
-    if (serial == serial_) {
+    const bool isStale = stream_ != nullptr && stream_->isStale(graph);
+    if (serial == serial_ && !isStale) {
         return;
     }
+    links_.drop();
     stream_.reset();
     ended_ = false;
     const std::string& name = property(microphone->properties, "node.name");

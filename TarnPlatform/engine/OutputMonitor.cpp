@@ -45,6 +45,14 @@ void OutputMonitor::disconnected() {
     stream_.reset();
 }
 
+void OutputMonitor::graphChanged(const Graph& graph) {
+    if (stream_ != nullptr && stream_->isStale(graph)) {
+        links_.drop();
+        stream_.reset();
+        makeStream();
+    }
+}
+
 void OutputMonitor::makeStream() {
     GraphStream::Description description;
     description.capture = true;

@@ -29,6 +29,7 @@ public:
 private:
     void connected() override;
     void disconnected() override;
+    void graphChanged(const Graph& graph) override;
     void receiveRt(std::span<const float> samples, std::int64_t time) noexcept override;
     void ended(const std::string& error) override;
 

@@ -77,6 +77,14 @@ void PlaybackStream::streaming() {
     server_.wake();
 }
 
+void PlaybackStream::graphChanged(const Graph& graph) {
+    if (stream_ != nullptr && stream_->isStale(graph)) {
+        links_.drop();
+        stream_.reset();
+        makeStream();
+    }
+}
+
 void PlaybackStream::makeStream() {
     GraphStream::Description description;
     description.name = "Tarn";

@@ -41,6 +41,7 @@ public:
 private:
     void connected() override;
     void disconnected() override;
+    void graphChanged(const Graph& graph) override;
     void streaming() override;
     void ended(const std::string& error) override;
 
