@@ -38,13 +38,13 @@ def shown_in(light):
 
 class Fault:
     """Something that goes wrong. `texts`: the cases of a session's health, one of which each of the `sources` that have
-    the fault is to show in time; none: the user need not notice. `meanwhile`: what the user does in it. `lasts`: from
-    how many seconds to how many."""
+    the fault is to show within `soon` seconds; none: the user need not notice. `meanwhile`: what the user does in it.
+    `lasts`: from how many seconds to how many."""
 
     def __init__(self, name, texts, strike, heal, sources=(0, 1), meanwhile=None,
-                 lasts=(3, 12)):
+                 lasts=(3, 12), soon=SEEN_WITHIN):
         self.name, self.texts, self.strike, self.heal = name, [TEXTS[text] for text in texts], strike, heal
-        self.sources, self.meanwhile, self.lasts = sources, meanwhile, lasts
+        self.sources, self.meanwhile, self.lasts, self.soon = sources, meanwhile, lasts, soon
 
 
 def faults(around, tarn, user):
@@ -75,8 +75,9 @@ def faults(around, tarn, user):
         Fault("relay hangs", ["connectionStalled"], pause(around.relay), go_on(around.relay)),
         Fault("network cut", ["connectionLost"], around.network.cut, around.network.mend),
         Fault("network swallows all", ["connectionStalled"], around.network.swallow, around.network.mend),
-        *([Fault("network slow", ["connectionSlow"], lambda: around.network.slow(25000), around.network.mend,
-                 lasts=(30, 45))] if "connectionSlow" in TEXTS else []),
+        # Some seconds pass until some seconds of sound wait.
+        Fault("network slow", ["connectionSlow"], lambda: around.network.slow(25000), around.network.mend,
+              lasts=(30, 45), soon=8),
         Fault("PipeWire killed", ["soundServerGone"], kill(around.pipewire), around.start_audio),
         Fault("WirePlumber killed", ["soundManagerGone"], kill(around.wireplumber), manager_again),
         Fault("PipeWire and WirePlumber killed", ["soundServerGone"], kill(around.pipewire, around.wireplumber),
@@ -230,7 +231,7 @@ class Soak:
         flows, left, pressed = self.recover(fault, healed, seen)
         missed = lambda what: self.missed.append(f"{at:.0f} s, {fault.name}: {what}")  # noqa: E731
         for source in fault.sources if fault.texts else ():
-            if first.get(source, SEEN_WITHIN + 1) > SEEN_WITHIN:
+            if first.get(source, fault.soon + 1) > fault.soon:
                 said = f"said so after {first[source]:.1f} s" if source in first else "never said so"
                 missed(f"source {source + 1} {said}")
         for what, when in flows.items():
