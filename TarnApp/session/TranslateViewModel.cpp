@@ -43,6 +43,10 @@ Task<std::vector<AudioInputDevice>> listInputs(std::function<std::vector<AudioIn
     co_return inputs();
 }
 
+Task<bool> mayCapture(std::shared_ptr<ScreenCaptureAccess> access) {
+    co_return access->preflight();
+}
+
 }  // namespace
 
 std::shared_ptr<TranslateViewModel> TranslateViewModel::make(ViewModelServices services) {
@@ -80,10 +84,7 @@ void TranslateViewModel::load() {
 
 void TranslateViewModel::begin() {
     refreshMics();
-    if (services_.session.screenCapture->preflight()) {
-        appsTask_ = TaskHandle::start(services_.session.main,
-                                      loadApps(weak_from_this(), "[vm] initial refreshApps failed: "));
-    }
+    appsTask_ = TaskHandle::start(services_.session.main, loadFirstApps(weak_from_this()));
     sessions_.push_back(
         std::make_shared<TranslateSession>("session.0", services_.defaults, services_.session));
     wireSession(sessions_.front());
@@ -361,6 +362,20 @@ void TranslateViewModel::reconnect(const std::shared_ptr<TranslateSession>& sess
 void TranslateViewModel::refreshApps() {
     appsTask_ =
         TaskHandle::start(services_.session.main, loadApps(weak_from_this(), "[vm] refreshApps failed: "));
+}
+
+Task<void> TranslateViewModel::loadFirstApps(std::weak_ptr<TranslateViewModel> weak) {
+    auto self = weak.lock();
+    if (!self) {
+        co_return;
+    }
+    // Setting the audio server's library up takes a while.
+    auto asking =
+        carryOut(self->services_.session.workers, mayCapture(self->services_.session.screenCapture));
+    self.reset();
+    if (co_await std::move(asking)) {
+        co_await loadApps(weak, "[vm] initial refreshApps failed: ");
+    }
 }
 
 Task<void> TranslateViewModel::loadApps(std::weak_ptr<TranslateViewModel> weak, std::string failurePrefix) {

@@ -163,6 +163,7 @@ private:
 
     explicit TranslateViewModel(ViewModelServices services);
 
+    static Task<void> loadFirstApps(std::weak_ptr<TranslateViewModel> weak);
     static Task<void> loadApps(std::weak_ptr<TranslateViewModel> weak, std::string failurePrefix);
     static Task<void> loadMics(std::weak_ptr<TranslateViewModel> weak);
     static Task<void> learnSignIn(std::weak_ptr<TranslateViewModel> weak);
