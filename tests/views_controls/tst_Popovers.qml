@@ -45,8 +45,8 @@ Item {
         }
         function popoverOf(button) {
             for (let i = 0; i < button.data.length; ++i) {
-                if (button.data[i].pointerMoved !== undefined)
-                    return button.data[i]
+                if (button.data[i].openAt !== undefined)
+                    return button.data[i].window
             }
             return null
         }

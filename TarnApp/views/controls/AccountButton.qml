@@ -32,7 +32,7 @@ Item {
         active: root.showPopover
         onClicked: popover.toggleAt(account)
     }
-    PopoverWindow {
+    Popover {
         id: popover
         title: Loc.account
         insetX: Theme.space(1)

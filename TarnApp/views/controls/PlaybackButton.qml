@@ -15,7 +15,7 @@ SymbolButton {
     active: showPopover
     onClicked: popover.toggleAt(root)
 
-    PopoverWindow {
+    Popover {
         id: popover
         title: Loc.playback
         PlaybackPanel {

@@ -4,7 +4,7 @@ import Tarn.Overlay
 import Tarn.Style
 
 /// The menu of what a session can capture.
-PopoverWindow {
+Popover {
     id: root
 
     required property SourceChoice choice

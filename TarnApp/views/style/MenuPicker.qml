@@ -25,7 +25,7 @@ PushButton {
     Keys.onDownPressed: list.openAt(root, true)
     Keys.onUpPressed: list.openAt(root, true)
 
-    PopoverWindow {
+    Popover {
         id: list
         title: root.name
         insetX: Theme.space(1)
