@@ -37,10 +37,13 @@ Item {
         title: Loc.account
         insetX: Theme.space(1)
         insetY: Theme.space(1)
-        AccountPanel {
-            vm: root.vm
-            onboarding: root.onboarding
-            onDone: popover.dismiss(false)
+        Loader {
+            id: panel
+            Component.onCompleted: setSource("AccountPanel.qml", {vm: root.vm, onboarding: root.onboarding})
+            Connections {
+                target: panel.item
+                function onDone(): void { popover.dismiss(false) }
+            }
         }
     }
 }

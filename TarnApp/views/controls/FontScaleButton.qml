@@ -18,8 +18,8 @@ SymbolButton {
     Popover {
         id: popover
         title: Loc.displayTitle
-        FontScalePanel {
-            vm: root.vm
+        Loader {
+            Component.onCompleted: setSource("FontScalePanel.qml", {vm: root.vm})
         }
     }
 }

@@ -18,8 +18,8 @@ SymbolButton {
     Popover {
         id: popover
         title: Loc.playback
-        PlaybackPanel {
-            vm: root.vm
+        Loader {
+            Component.onCompleted: setSource("PlaybackPanel.qml", {vm: root.vm})
         }
     }
 }

@@ -85,8 +85,9 @@ Item {
         owner: root
         active: root.vm.screenRecNeededEvent
         onDismissed: root.vm.screenRecNeededEvent = false
-        ScreenRecJITModal {
-            vm: root.vm
+        Loader {
+            focus: true
+            Component.onCompleted: setSource("qrc:/qt/qml/Tarn/Controls/ScreenRecJITModal.qml", {vm: root.vm})
         }
     }
 }

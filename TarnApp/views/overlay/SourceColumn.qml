@@ -81,10 +81,8 @@ Item {
                 x: Theme.space(3)
                 y: settings.height - (item ? item.implicitHeight : 0) - Theme.space(1)
                 width: parent.width - 2 * x
-                sourceComponent: SettingsChipRow {
-                    session: root.session
-                    vm: root.vm
-                }
+                Component.onCompleted: setSource("qrc:/qt/qml/Tarn/Controls/SettingsChipRow.qml",
+                                                 {session: root.session, vm: root.vm})
             }
         }
     }

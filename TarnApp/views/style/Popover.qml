@@ -1,7 +1,7 @@
 import QtQuick
 import Tarn.Style
 
-/// The popover of the item that it stands in. Its window is made when it is first opened.
+/// The popover of the item that it stands in. Its window, a `PopoverWindow`, is loaded when it is first opened.
 Loader {
     id: root
 
@@ -9,17 +9,17 @@ Loader {
     property string title
     property real insetX: Theme.space(3)
     property real insetY: Theme.space(2.5)
-    readonly property PopoverWindow window: item as PopoverWindow   ///< null until it is first opened
-    readonly property bool opened: window !== null && window.opened
+    readonly property var window: item      ///< null until it is first opened
+    readonly property bool opened: item !== null && window.opened
 
     /// `byKeys`: the keyboard focus is to be seen at once.
-    function openAt(item: Item, byKeys = false): void {
-        active = true
-        window.openAt(item, byKeys)
+    function openAt(anchor: Item, byKeys = false): void {
+        make()
+        window.openAt(anchor, byKeys)
     }
-    function toggleAt(item: Item): void {
-        active = true
-        window.toggleAt(item)
+    function toggleAt(anchor: Item): void {
+        make()
+        window.toggleAt(anchor)
     }
     /// Closes, and gives the keyboard focus back to the window of the item that it belongs to. `byKey`: where it goes
     /// there is to be seen.
@@ -27,12 +27,10 @@ Loader {
         if (opened)
             window.dismiss(byKey)
     }
-
-    active: false
-    sourceComponent: PopoverWindow {
-        title: root.title
-        insetX: root.insetX
-        insetY: root.insetY
-        content: root.content
+    function make(): void {
+        if (item)
+            return
+        setSource("PopoverWindow.qml", {insetX: root.insetX, insetY: root.insetY, content: root.content})
+        window.title = Qt.binding(() => root.title)
     }
 }
