@@ -5,7 +5,11 @@
 namespace tarn {
 
 AppLanguage::Value AppLanguage::systemDefault() {
-    return prefersChinese() ? zh : en;
+    return preferredTextLanguage();
+}
+
+AppLanguage::Value AppLanguage::shown() {
+    return LanguagePreference::stored().appLanguage();
 }
 
 LanguagePreference LanguagePreference::stored() {

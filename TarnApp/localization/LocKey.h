@@ -1,35 +1,37 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
-#include <string>
-#include <string_view>
 
 #include "AppLanguage.h"
 
 namespace tarn {
 
-/// Every text of the interface has one of these keys, and no other wording is shown. The texts are in
-/// LocTexts.h.
+/// The texts of the interface that have a fixed wording.
 enum class LocKey : std::uint8_t {
 #define TARN_TEXT(key, english, chinese) key,
 #include "LocTexts.h"
 #undef TARN_TEXT
 };
 
-inline constexpr std::array allLocKeys{
-#define TARN_TEXT(key, english, chinese) LocKey::key,
+template <>
+struct TextTable<LocKey> {
+    /// The fixed wording, some of which is true of another desktop only.
+    static constexpr auto fixed = std::to_array<TextRow>({
+#define TARN_TEXT(key, english, chinese) {#key, english, chinese},
 #include "LocTexts.h"
 #undef TARN_TEXT
+    });
+    /// What is shown: the fixed wording, or this desktop's own where there is one.
+    static constexpr auto rows = [] {
+        auto shown = fixed;
+#define TARN_TEXT(key, english, chinese) \
+    shown[static_cast<std::size_t>(LocKey::key)] = {#key, english, chinese};
+#include "DesktopTexts.h"
+#undef TARN_TEXT
+        return shown;
+    }();
 };
-
-/// UTF-8.
-std::string text(LocKey key, AppLanguage::Value language);
-
-/// In the language of the interface: the stored preference, which is read afresh on every call. Thread: any.
-std::string text(LocKey key);
-
-/// `text` with `argument` in the place of its "%@".
-std::string filled(std::string_view text, std::string_view argument);
 
 }  // namespace tarn

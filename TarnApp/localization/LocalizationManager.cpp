@@ -2,6 +2,8 @@
 
 #include <QVariantMap>
 
+#include "TarnPlatform/text/FilledText.h"
+
 namespace tarn {
 LocalizationManager::LocalizationManager(QObject* parent)
     : QObject(parent), language_(LanguagePreference::stored()) {}
@@ -16,7 +18,7 @@ QVariantList LocalizationManager::choices() const {
 }
 
 QString LocalizationManager::filled(const QString& text, const QString& argument) {
-    return QString::fromStdString(tarn::filled(text.toStdString(), argument.toStdString()));
+    return QString::fromStdString(filledText(text.toStdString(), {argument.toStdString()}));
 }
 
 void LocalizationManager::setLanguage(LanguagePreference::Value preference) {
@@ -26,10 +28,6 @@ void LocalizationManager::setLanguage(LanguagePreference::Value preference) {
     UserDefaults::standard()->set(LanguagePreference::storageKey, LanguagePreference(preference).rawValue());
     language_ = preference;
     Q_EMIT languageChanged();
-}
-
-QString LocalizationManager::shown(LocKey key) {
-    return QString::fromStdString(text(key));
 }
 
 }  // namespace tarn

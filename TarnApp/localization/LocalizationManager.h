@@ -39,7 +39,7 @@ public:
 
     LanguagePreference language() const { return language_; }
     QVariantList choices() const;
-    /// As the function of the same name beside `LocKey`.
+    /// `text` with `argument` in the place of its "%1".
     Q_INVOKABLE static QString filled(const QString& text, const QString& argument);
 #define TARN_TEXT(key, english, chinese) \
     QString key() const { return shown(LocKey::key); }
@@ -55,7 +55,10 @@ Q_SIGNALS:
     void languageChanged();
 
 private:
-    static QString shown(LocKey key);
+    template <typename Key>
+    static QString shown(Key key) {
+        return QString::fromStdString(text(key));
+    }
 
     LanguagePreference language_;
 };

@@ -31,7 +31,7 @@ struct Texts {
 }  // namespace
 
 std::string MicError::errorDescription() const {
-    return std::visit(Texts{prefersChinese()}, reason);
+    return std::visit(Texts{preferredTextLanguage() == TextLanguage::chinese}, reason);
 }
 
 }  // namespace tarn

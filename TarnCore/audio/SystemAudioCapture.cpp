@@ -21,7 +21,7 @@ std::unexpected<Error> captureError(CaptureErrorCode code, std::string descripti
 }
 
 std::string notFoundText(const std::string& bundleID) {
-    return prefersChinese()
+    return preferredTextLanguage() == TextLanguage::chinese
                ? "应用 '" + bundleID + "' 未运行或不可见。请刷新应用列表或先打开该应用。"
                : "App '" + bundleID +
                      "' isn't running or isn't visible. Refresh the app list, or open the app first.";

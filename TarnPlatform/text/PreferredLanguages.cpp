@@ -56,14 +56,14 @@ std::vector<std::string> preferredLanguages() {
     return languages;
 }
 
-bool prefersChinese() {
+TextLanguage preferredTextLanguage() {
     const auto languages = preferredLanguages();
     auto first = languages.empty() ? std::string("en") : languages.front();
     // Language codes are ASCII.
     std::ranges::transform(first, first.begin(), [](char letter) {
         return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
     });
-    return first.starts_with("zh");
+    return first.starts_with("zh") ? TextLanguage::chinese : TextLanguage::english;
 }
 
 }  // namespace tarn

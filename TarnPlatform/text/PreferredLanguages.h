@@ -3,6 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "TextTable.h"
+
 namespace tarn {
 
 /// The user's languages, the most wanted first, as the environment orders them: the colon list of `LANGUAGE`
@@ -12,7 +14,7 @@ namespace tarn {
 /// environment.
 std::vector<std::string> preferredLanguages();
 
-/// Whether the first of the preferred languages is a Chinese one. No language at all counts as English.
-bool prefersChinese();
+/// Chinese where the first of the preferred languages is a Chinese one; English otherwise.
+TextLanguage preferredTextLanguage();
 
 }  // namespace tarn

@@ -53,7 +53,7 @@ TEST(PreferredLanguages, FollowTheEnvironmentAsGettextDoes) {
             }
         }
         EXPECT_EQ(preferredLanguages(), row.expected) << shown;
-        EXPECT_EQ(prefersChinese(), row.isChinese) << shown;
+        EXPECT_EQ(preferredTextLanguage() == TextLanguage::chinese, row.isChinese) << shown;
     }
 }
 
