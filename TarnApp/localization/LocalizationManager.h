@@ -6,6 +6,7 @@
 
 // moc looks into an included file once only, and that must be where the properties are.
 #ifndef Q_MOC_RUN
+#include "AddedText.h"
 #include "LanguagePreference.h"
 #include "LocKey.h"
 #endif
@@ -31,6 +32,7 @@ class LocalizationManager : public QObject {
     Q_PROPERTY(QVariantList choices READ choices NOTIFY languageChanged)
 #define TARN_TEXT(key, english, chinese) Q_PROPERTY(QString key READ key NOTIFY languageChanged)
 #include "LocTexts.h"
+#include "AddedTexts.h"
 #undef TARN_TEXT
 
 public:
@@ -44,6 +46,10 @@ public:
 #define TARN_TEXT(key, english, chinese) \
     QString key() const { return shown(LocKey::key); }
 #include "LocTexts.h"
+#undef TARN_TEXT
+#define TARN_TEXT(key, english, chinese) \
+    QString key() const { return shown(AddedText::key); }
+#include "AddedTexts.h"
 #undef TARN_TEXT
 
 public Q_SLOTS:

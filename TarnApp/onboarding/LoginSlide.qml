@@ -43,7 +43,7 @@ Item {
                 heading: true
                 width: parent.width
                 horizontalAlignment: Text.AlignHCenter
-                text: OnboardingTexts.loginTitle
+                text: Loc.loginTitle
                 font.pixelSize: Theme.heading
             }
             SlideText {
@@ -71,7 +71,7 @@ Item {
                 anchors.horizontalCenter: parent.horizontalCenter
                 prominent: true
                 symbol: "sparkles"
-                text: OnboardingTexts.loginButton
+                text: Loc.loginButton
                 implicitHeight: 36
                 leftPadding: Theme.space(5)
                 rightPadding: Theme.space(5)

@@ -1,4 +1,5 @@
 import QtQuick
+import Tarn.Model
 import Tarn.Onboarding
 import Tarn.Style
 
@@ -11,7 +12,7 @@ Row {
 
     spacing: Theme.space(2)
     Accessible.role: Accessible.StaticText
-    Accessible.name: OnboardingTexts.pageOf.arg(root.page + 1).arg(root.lastPage + 1)
+    Accessible.name: Loc.pageOf.arg(root.page + 1).arg(root.lastPage + 1)
 
     Repeater {
         model: root.lastPage + 1

@@ -44,7 +44,7 @@ Item {
             }
             SlideText {
                 width: parent.width
-                text: OnboardingTexts.loginWhyBody
+                text: Loc.loginWhyBody
                 font.pixelSize: Theme.callout
             }
             PushButton {

@@ -1,10 +1,11 @@
-// Texts of the onboarding pages beyond those of the whole interface: TARN_ONBOARDING_TEXT(key, English,
-// Simplified Chinese). Whoever includes this defines the macro first and undefines it after.
+// The texts of the interface beyond those of LocTexts.h: TARN_TEXT(key, English, Simplified Chinese). Whoever
+// includes this defines TARN_TEXT first and undefines it after.
 
-TARN_ONBOARDING_TEXT(loginTitle, "Sign in to translate", "登录后即可翻译")
-TARN_ONBOARDING_TEXT(loginButton, "Sign in with your browser", "在浏览器中登录")
+// Onboarding
+TARN_TEXT(loginTitle, "Sign in to translate", "登录后即可翻译")
+TARN_TEXT(loginButton, "Sign in with your browser", "在浏览器中登录")
 // The service may be the relay on the user's own machine: the text must be true of that, too.
-TARN_ONBOARDING_TEXT(
+TARN_TEXT(
     loginWhyBody,
     "Translation runs on the service's servers, and they work only for a signed-in account. With a relay of "
     "your own, that server is this computer or another one of yours. You can sign in later, whenever you "
@@ -12,6 +13,5 @@ TARN_ONBOARDING_TEXT(
     "翻译在服务的服务器上进行，需要登录账户才能使用。如果你使用自己的中继，服务器就是这台电脑或你的另一台电脑"
     "。"
     "也可以稍后再登录。")
-
 // Heard only. "%1" and "%2" are numbers.
-TARN_ONBOARDING_TEXT(pageOf, "Page %1 of %2", "第 %1 页，共 %2 页")
+TARN_TEXT(pageOf, "Page %1 of %2", "第 %1 页，共 %2 页")

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "AppLanguage.h"
+
+namespace tarn {
+
+/// The texts of the interface beyond those of `LocKey`.
+enum class AddedText : std::uint8_t {
+#define TARN_TEXT(key, english, chinese) key,
+#include "AddedTexts.h"
+#undef TARN_TEXT
+};
+
+template <>
+struct TextTable<AddedText> {
+    static constexpr auto rows = std::to_array<TextRow>({
+#define TARN_TEXT(key, english, chinese) {#key, english, chinese},
+#include "AddedTexts.h"
+#undef TARN_TEXT
+    });
+};
+
+}  // namespace tarn
