@@ -15,3 +15,13 @@ TARN_TEXT(
     "也可以稍后再登录。")
 // Heard only. "%1" and "%2" are numbers.
 TARN_TEXT(pageOf, "Page %1 of %2", "第 %1 页，共 %2 页")
+
+// Tray, click-through and global shortcuts
+TARN_TEXT(trayShow, "Show Tarn", "显示 Tarn")
+TARN_TEXT(trayMiniMode, "Mini mode", "Mini 模式")
+TARN_TEXT(trayClickThrough, "Click-through", "点击穿透")
+TARN_TEXT(keyStartStop, "Start or stop translating", "开始或停止翻译")
+TARN_TEXT(trayQuit, "Quit Tarn", "退出 Tarn")
+TARN_TEXT(clickThroughOn, "Clicks pass through. The tray, or starting Tarn again, ends this.",
+          "点击将穿透窗口。通过托盘或再次启动 Tarn 即可结束。")
+TARN_TEXT(clickThroughOff, "Clicks reach Tarn again", "点击穿透已关闭")

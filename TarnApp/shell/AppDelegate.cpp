@@ -4,7 +4,7 @@
 #include <QPointer>
 #include <QTimer>
 
-#include "ShellTexts.h"
+#include "TarnApp/localization/AddedText.h"
 #include "TarnApp/views/style/PopoverGuard.h"
 
 namespace tarn {
@@ -110,12 +110,12 @@ void AppDelegate::setClickThrough(bool value) {
     }
     overlay_.setClickThrough(value);
     if (const auto vm = vm_.lock()) {
-        vm->showToast(shellText(value ? ShellText::clickThroughOn : ShellText::clickThroughOff));
+        vm->showToast(text(value ? AddedText::clickThroughOn : AddedText::clickThroughOff));
     }
 }
 
 QString AppDelegate::clickThroughText() {
-    return QString::fromStdString(shellText(ShellText::trayClickThrough));
+    return QString::fromStdString(text(AddedText::trayClickThrough));
 }
 
 void AppDelegate::bringToFront() {

@@ -4,7 +4,7 @@
 #include <array>
 #include <utility>
 
-#include "ShellTexts.h"
+#include "TarnApp/localization/AddedText.h"
 #include "TarnPlatform/logging/Log.h"
 
 namespace tarn {
@@ -12,15 +12,15 @@ namespace {
 
 struct Key {
     const char* id;
-    ShellText description;
+    AddedText description;
     const char* usual;
 };
 // Combinations that the usual desktops leave free. None with Shift: Alt+Shift and Ctrl+Shift change the
 // layout for many who write in two scripts.
-constexpr std::array<Key, 4> keys{{{"start-stop", ShellText::keyStartStop, "Ctrl+Alt+S"},
-                                   {"mini-mode", ShellText::trayMiniMode, "Ctrl+Alt+M"},
-                                   {"click-through", ShellText::trayClickThrough, "Ctrl+Alt+P"},
-                                   {"show", ShellText::trayShow, "Ctrl+Alt+O"}}};
+constexpr std::array<Key, 4> keys{{{"start-stop", AddedText::keyStartStop, "Ctrl+Alt+S"},
+                                   {"mini-mode", AddedText::trayMiniMode, "Ctrl+Alt+M"},
+                                   {"click-through", AddedText::trayClickThrough, "Ctrl+Alt+P"},
+                                   {"show", AddedText::trayShow, "Ctrl+Alt+O"}}};
 
 }  // namespace
 
@@ -44,7 +44,7 @@ std::vector<Shortcut> GlobalKeys::shortcuts(const UserDefaults& defaults) {
             logLine("[shortcuts] " + setting + " is another one's key, too; it is off");
             continue;
         }
-        list.push_back({key.id, shellText(key.description), *trigger});
+        list.push_back({key.id, text(key.description), *trigger});
     }
     return list;
 }

@@ -1,6 +1,6 @@
 #include "Tray.h"
 
-#include "ShellTexts.h"
+#include "TarnApp/localization/AddedText.h"
 #include "TarnApp/localization/LocKey.h"
 #include "TrayPicture.h"
 
@@ -34,13 +34,13 @@ TrayContent Tray::content() const {
         {.id = "start", .label = text(LocKey::start), .isEnabled = !isRunning && !vm_.isSignedOut()},
         {.id = "stop", .label = text(LocKey::stop), .isEnabled = isRunning},
         {},
-        {.id = "mini-mode", .label = shellText(ShellText::trayMiniMode), .isChecked = vm_.miniMode()},
+        {.id = "mini-mode", .label = text(AddedText::trayMiniMode), .isChecked = vm_.miniMode()},
         {.id = "click-through",
-         .label = shellText(ShellText::trayClickThrough),
+         .label = text(AddedText::trayClickThrough),
          .isChecked = overlay_.clickThrough()},
         {},
-        {.id = "show", .label = shellText(ShellText::trayShow)},
-        {.id = "quit", .label = shellText(ShellText::trayQuit)},
+        {.id = "show", .label = text(AddedText::trayShow)},
+        {.id = "quit", .label = text(AddedText::trayQuit)},
     };
     return content;
 }
