@@ -25,3 +25,16 @@ TARN_TEXT(trayQuit, "Quit Tarn", "退出 Tarn")
 TARN_TEXT(clickThroughOn, "Clicks pass through. The tray, or starting Tarn again, ends this.",
           "点击将穿透窗口。通过托盘或再次启动 Tarn 即可结束。")
 TARN_TEXT(clickThroughOff, "Clicks reach Tarn again", "点击穿透已关闭")
+
+// Signing in and out
+TARN_TEXT(signInToStart, "Sign in to start translating", "登录后才能开始翻译")
+TARN_TEXT(keyringLocked, "The keyring is locked: unlock the keyring and start again",
+          "密钥环已锁定：请解锁密钥环后重新开始")
+TARN_TEXT(keyringSilent, "The keyring does not answer: unlock the keyring and start again",
+          "密钥环没有响应：请解锁密钥环后重新开始")
+TARN_TEXT(signInUnreadable, "The sign-in cannot be read: %1", "无法读取登录信息：%1")
+TARN_TEXT(serverNotTold, "Signed out here. The server could not be told.",
+          "已在本机退出登录，但未能通知服务器。")
+TARN_TEXT(signInNotDeleted,
+          "Signed out, but the keyring did not delete the sign-in: it is back at the next start",
+          "已退出登录，但密钥环未能删除登录信息：下次启动时会恢复登录")

@@ -6,7 +6,8 @@
 #include <utility>
 
 #include "FirstLanguages.h"
-#include "SignInTexts.h"
+#include "TarnApp/localization/AddedText.h"
+#include "TarnApp/localization/LocKey.h"
 #include "TarnPlatform/concurrency/CarryOut.h"
 #include "TarnPlatform/logging/Log.h"
 #include "TarnPlatform/logging/SystemLog.h"
@@ -31,11 +32,11 @@ QVariantMap entry(const std::string& id, const std::string& name) {
 std::string keyringText(const SecretError& error) {
     switch (error.fault) {
         case SecretFault::locked:
-            return signInText(SignInText::keyringLocked);
+            return text(AddedText::keyringLocked);
         case SecretFault::timedOut:
-            return signInText(SignInText::keyringSilent);
+            return text(AddedText::keyringSilent);
         default:
-            return signInText(SignInText::unreadable, error.description);
+            return text(AddedText::signInUnreadable, {error.description});
     }
 }
 
@@ -335,7 +336,7 @@ void TranslateViewModel::startAll() {
 
 void TranslateViewModel::showSignedOut() {
     sessions_.front()->setState(ConnectionState::error("not signed in"));
-    sessions_.front()->setErrorMessage("Sign in to start translating");
+    sessions_.front()->setErrorMessage(text(AddedText::signInToStart));
 }
 
 void TranslateViewModel::launchSessions(const TranslateSession::Backend& backend) {
@@ -509,7 +510,7 @@ Task<void> TranslateViewModel::tellSignOut(std::weak_ptr<TranslateViewModel> wea
     }
     logLine("[vm] the server could not be told of the sign-out");
     if (const auto self = weak.lock()) {
-        self->showToast(signInText(SignInText::serverNotTold));
+        self->showToast(text(AddedText::serverNotTold));
     }
 }
 
@@ -517,7 +518,7 @@ Task<void> TranslateViewModel::watchDeletion(std::weak_ptr<TranslateViewModel> w
                                              std::shared_ptr<Credentials> credentials) {
     const bool isGone = co_await credentials->settled();
     if (const auto self = weak.lock(); self && !isGone && self->isSignedOut()) {
-        self->showToast(signInText(SignInText::notDeleted));
+        self->showToast(text(AddedText::signInNotDeleted));
     }
 }
 
@@ -545,7 +546,7 @@ void TranslateViewModel::takeAccount(ServerResult<UserAccount> account) {
         services_.credentials->confirm(account->email);
         setAccount(std::move(*account));
         if (std::exchange(announcesSignIn_, false)) {
-            showToast(signInText(SignInText::signedInAs, account_->email));
+            showToast(text(LocKey::loginSignedInAs, {account_->email}));
         }
         return;
     }
@@ -563,7 +564,7 @@ void TranslateViewModel::takeAccount(ServerResult<UserAccount> account) {
 void TranslateViewModel::sessionExpired() {
     services_.credentials->refused();
     handleLoggedOut();
-    showTransientStatus("Session expired — please sign in again");
+    showTransientStatus(text(LocKey::errSessionExpired));
 }
 
 void TranslateViewModel::rebuildServerClient() {
