@@ -56,7 +56,8 @@ public:
             if (isSaid(fault)) {
                 said.insert(fault);
                 const auto value = values.find(fault);
-                std::string one = englishText(fault, value == values.end() ? "" : value->second);
+                std::string one =
+                    tarn::text(textOf(fault), AppLanguage::en, {value == values.end() ? "" : value->second});
                 one.front() = static_cast<char>(std::tolower(static_cast<unsigned char>(one.front())));
                 text += (text.empty() ? "" : "; ") + one;
             }

@@ -7,10 +7,13 @@
 
 namespace tarn {
 
+// moc takes no enumeration that is made of two files.
+#ifndef Q_MOC_RUN
 /// The texts of the interface beyond those of `LocKey`.
 enum class AddedText : std::uint8_t {
 #define TARN_TEXT(key, english, chinese) key,
 #include "AddedTexts.h"
+#include "HealthTexts.h"
 #undef TARN_TEXT
 };
 
@@ -19,8 +22,10 @@ struct TextTable<AddedText> {
     static constexpr auto rows = std::to_array<TextRow>({
 #define TARN_TEXT(key, english, chinese) {#key, english, chinese},
 #include "AddedTexts.h"
+#include "HealthTexts.h"
 #undef TARN_TEXT
     });
 };
+#endif
 
 }  // namespace tarn

@@ -1,5 +1,5 @@
-// The texts of the interface beyond those of LocTexts.h: TARN_TEXT(key, English, Simplified Chinese). Whoever
-// includes this defines TARN_TEXT first and undefines it after.
+// The texts of the interface beyond those of LocTexts.h and HealthTexts.h: TARN_TEXT(key, English, Simplified
+// Chinese). Whoever includes this defines TARN_TEXT first and undefines it after.
 
 // Onboarding
 TARN_TEXT(loginTitle, "Sign in to translate", "登录后即可翻译")

@@ -31,8 +31,9 @@ class LocalizationManager : public QObject {
     /// For the picker, in its order: {preference, label} each.
     Q_PROPERTY(QVariantList choices READ choices NOTIFY languageChanged)
 #define TARN_TEXT(key, english, chinese) Q_PROPERTY(QString key READ key NOTIFY languageChanged)
-#include "LocTexts.h"
 #include "AddedTexts.h"
+#include "HealthTexts.h"
+#include "LocTexts.h"
 #undef TARN_TEXT
 
 public:
@@ -50,6 +51,7 @@ public:
 #define TARN_TEXT(key, english, chinese) \
     QString key() const { return shown(AddedText::key); }
 #include "AddedTexts.h"
+#include "HealthTexts.h"
 #undef TARN_TEXT
 
 public Q_SLOTS:

@@ -1,29 +1,20 @@
 #include "SessionHealth.h"
 
-#include "TarnPlatform/text/FilledText.h"
-
 namespace tarn {
 
-std::string_view nameOf(SessionFault fault) {
+AddedText textOf(SessionFault fault) {
     switch (fault) {
-#define TARN_SESSION_FAULT(fault, english, chinese) \
-    case SessionFault::fault:                       \
-        return #fault;
-#include "SessionHealthTexts.h"
-#undef TARN_SESSION_FAULT
+#define TARN_TEXT(fault, english, chinese) \
+    case SessionFault::fault:              \
+        return AddedText::fault;
+#include "TarnApp/localization/HealthTexts.h"
+#undef TARN_TEXT
     }
     return {};
 }
 
-std::string englishText(SessionFault fault, const std::string& value) {
-    switch (fault) {
-#define TARN_SESSION_FAULT(fault, english, chinese) \
-    case SessionFault::fault:                       \
-        return filledText(english, {value});
-#include "SessionHealthTexts.h"
-#undef TARN_SESSION_FAULT
-    }
-    return {};
+std::string_view nameOf(SessionFault fault) {
+    return TextTable<AddedText>::rows.at(static_cast<std::size_t>(textOf(fault))).key;
 }
 
 }  // namespace tarn

@@ -8,20 +8,22 @@
 #include <string>
 #include <string_view>
 
+#include "TarnApp/localization/AddedText.h"
+
 namespace tarn {
 
 /// What keeps a run that goes on from being heard or translated; the worst first.
 enum class SessionFault : std::uint8_t {
-#define TARN_SESSION_FAULT(fault, english, chinese) fault,
-#include "SessionHealthTexts.h"
-#undef TARN_SESSION_FAULT
+#define TARN_TEXT(fault, english, chinese) fault,
+#include "TarnApp/localization/HealthTexts.h"
+#undef TARN_TEXT
 };
 using SessionFaults = std::set<SessionFault>;
 
-/// "connectionLost", …
+/// What the window says of it. "%1" stands for the fault's value.
+AddedText textOf(SessionFault fault);
+/// "connectionLost", …: that text's name.
 std::string_view nameOf(SessionFault fault);
-/// What the window says of it in English, with `value` in its place.
-std::string englishText(SessionFault fault, const std::string& value);
 
 /// What a run uses of the desktop's sound.
 struct SoundInUse {

@@ -26,8 +26,8 @@ SEEN_WITHIN = 2.0       # seconds from a fault to its text
 ANSWERS_WITHIN = 1.0    # seconds that a look at the program may take
 FLOWS_WITHIN = 60.0     # seconds from the healing until each source translates what is said since, and is heard
 FLAT_WITHIN = 2.0       # MiB by which memory may change in the second half
-TEXTS = dict(re.findall(r'TARN_SESSION_FAULT\((\w+), "([^"]*)"',
-                        (Path(__file__).parents[2] / "TarnApp/session/SessionHealthTexts.h").read_text()))
+TEXTS = dict(re.findall(r'TARN_TEXT\((\w+), "([^"]*)"',
+                        (Path(__file__).parents[2] / "TarnApp/localization/HealthTexts.h").read_text()))
 STATES = ("Idle", "Connecting", "Running", "Stopping", "Error")
 
 

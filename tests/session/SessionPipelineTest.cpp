@@ -604,7 +604,7 @@ TEST_F(SessionPipelineTest, SaysWhatIsWrongWithARunThatGoesOn) {
         world_.streams.back().lock()->health().push(std::move(now));
         world_.settle();
         const auto& values = session_->healthValues();
-        return values.contains(fault) ? englishText(fault, values.at(fault)) : "nothing";
+        return values.contains(fault) ? text(textOf(fault), AppLanguage::en, {values.at(fault)}) : "nothing";
     };
     using State = ConnectionHealth::State;
     EXPECT_EQ(say({State::slow, "", false, 12}, SessionFault::connectionSlow),

@@ -11,7 +11,7 @@ Plate {
     property list<string> faults        ///< `TranslateSession.health`
     property list<string> values        ///< `TranslateSession.healthValues`
     readonly property var lines: [Loc[StateLook.labelKey(state)]].concat(
-        faults.map((fault, i) => HealthTexts[fault].replace("%1", () => values[i] || "")))
+        faults.map((fault, i) => Loc.filled(Loc[fault], values[i] || "")))
 
     state: "idle"
     implicitWidth: 8

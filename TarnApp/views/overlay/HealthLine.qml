@@ -11,7 +11,7 @@ ErrorChip {
     property list<string> values                ///< `TranslateSession.healthValues`
 
     readonly property bool isHealthy: faults.length === 0
-    readonly property var lines: faults.map((fault, i) => HealthTexts[fault].replace("%1", () => values[i] || ""))
+    readonly property var lines: faults.map((fault, i) => Loc.filled(Loc[fault], values[i] || ""))
 
     visible: !isHealthy
     message: isHealthy ? "" : lines[0]
