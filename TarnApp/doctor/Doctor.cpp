@@ -7,7 +7,7 @@
 #include "CheckRunner.h"
 #include "Checks.h"
 #include "DoctorReport.h"
-#include "TarnApp/localization/LanguagePreference.h"
+#include "TarnApp/localization/AppLanguage.h"
 
 namespace tarn {
 namespace {
@@ -43,8 +43,7 @@ std::vector<Check> allChecks(const Wording& say) {
 }  // namespace
 
 void Doctor::examine(Format format) {
-    const bool isChinese = LanguagePreference::stored().appLanguage() == AppLanguage::zh;
-    const Wording say(isChinese ? Wording::Language::chinese : Wording::Language::english);
+    const Wording say(AppLanguage::shown());
     const auto results = CheckRunner::run(allChecks(say), say);
     const auto text =
         format == Format::json ? DoctorReport::asJson(results) : DoctorReport::asText(results, say);

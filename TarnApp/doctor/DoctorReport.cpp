@@ -1,10 +1,12 @@
 #include "DoctorReport.h"
 
 #include <algorithm>
+#include <array>
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
 #include <boost/json/serialize.hpp>
 #include <set>
+#include <utility>
 
 namespace tarn {
 namespace {
@@ -48,6 +50,35 @@ std::string_view code(CheckStatus status) {
             break;
     }
     return "fault";
+}
+
+/// Of a check, in its column.
+DoctorText shownName(std::string_view checkName) {
+    constexpr std::array<std::pair<std::string_view, DoctorText>, 17> names{{
+        {CheckName::audioServer, DoctorText::nameAudioServer},
+        {CheckName::sessionManager, DoctorText::nameSessionManager},
+        {CheckName::defaultOutput, DoctorText::nameDefaultOutput},
+        {CheckName::defaultInput, DoctorText::nameDefaultInput},
+        {CheckName::capture, DoctorText::nameCapture},
+        {CheckName::microphones, DoctorText::nameMicrophones},
+        {CheckName::keyring, DoctorText::nameKeyring},
+        {CheckName::server, DoctorText::nameServer},
+        {CheckName::token, DoctorText::nameToken},
+        {CheckName::certificates, DoctorText::nameCertificates},
+        {CheckName::proxy, DoctorText::nameProxy},
+        {CheckName::display, DoctorText::nameDisplay},
+        {CheckName::portals, DoctorText::namePortals},
+        {CheckName::links, DoctorText::nameLinks},
+        {CheckName::fonts, DoctorText::nameFonts},
+        {CheckName::settings, DoctorText::nameSettings},
+        {CheckName::instance, DoctorText::nameInstance},
+    }};
+    for (const auto& [name, text] : names) {
+        if (name == checkName) {
+            return text;
+        }
+    }
+    return DoctorText::checkFailed;
 }
 
 std::string namesWith(const std::vector<CheckResult>& results, const std::string& advice,

@@ -1,35 +1,43 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <initializer_list>
 #include <string>
 #include <string_view>
 
+#include "TarnPlatform/text/TextTable.h"
+
 namespace tarn {
 
-#define TARN_DOCTOR_TEXT(key, english, chinese) key,
 /// What the checks can say.
 enum class DoctorText : std::uint8_t {
-#include "DoctorTextTable.h"
+#define TARN_TEXT(key, english, chinese) key,
+#include "DoctorTexts.h"
+#undef TARN_TEXT
 };
-#undef TARN_DOCTOR_TEXT
 
-/// The texts in one language. Value type.
+template <>
+struct TextTable<DoctorText> {
+    static constexpr auto rows = std::to_array<TextRow>({
+#define TARN_TEXT(key, english, chinese) {#key, english, chinese},
+#include "DoctorTexts.h"
+#undef TARN_TEXT
+    });
+};
+
+/// Texts in one language. What is filled in may come from anywhere: a terminal does not obey it. Value type.
 class Wording {
 public:
-    enum class Language : std::uint8_t { english, chinese };
+    explicit Wording(TextLanguage language) : language_(language) {}
 
-    explicit Wording(Language language) : language_(language) {}
-
-    /// With "%1" and "%2" replaced. What is put in may come from anywhere: control characters, which a
-    /// terminal would obey, become spaces.
-    std::string operator()(DoctorText text, std::initializer_list<std::string_view> arguments = {}) const;
+    template <typename Key>
+    std::string operator()(Key key, std::initializer_list<std::string_view> arguments = {}) const {
+        return text(key, language_, arguments);
+    }
 
 private:
-    Language language_;
+    TextLanguage language_;
 };
-
-/// The name of a check in its column.
-DoctorText shownName(std::string_view checkName);
 
 }  // namespace tarn

@@ -15,8 +15,8 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-const Wording english(Wording::Language::english);
-const Wording chinese(Wording::Language::chinese);
+const Wording english(TextLanguage::english);
+const Wording chinese(TextLanguage::chinese);
 
 TEST(CheckRunner, HangingAndThrowingChecksCostNothingButTheirOwnResults) {
     const auto release = std::make_shared<std::promise<void>>();
