@@ -4,6 +4,8 @@
 #include <string>
 #include <variant>
 
+#include "TarnPlatform/text/PreferredLanguages.h"
+
 namespace tarn {
 
 /// Why a microphone session did not start.
@@ -27,8 +29,8 @@ struct MicError {
 
     bool operator==(const MicError&) const = default;
 
-    /// For the user, in Chinese or English as the environment wants it. Thread: any.
-    std::string errorDescription() const;
+    /// For the user, in the environment's language unless another is wanted. Thread: any.
+    std::string errorDescription(TextLanguage language = preferredTextLanguage()) const;
 };
 
 }  // namespace tarn

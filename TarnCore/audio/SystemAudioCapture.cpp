@@ -6,6 +6,7 @@
 #include <chrono>
 #include <utility>
 
+#include "SoundErrorText.h"
 #include "TarnPlatform/logging/Log.h"
 #include "TarnPlatform/text/PreferredLanguages.h"
 
@@ -20,13 +21,6 @@ std::unexpected<Error> captureError(CaptureErrorCode code, std::string descripti
                                  .code = static_cast<int>(code)});
 }
 
-std::string notFoundText(const std::string& bundleID) {
-    return preferredTextLanguage() == TextLanguage::chinese
-               ? "应用 '" + bundleID + "' 未运行或不可见。请刷新应用列表或先打开该应用。"
-               : "App '" + bundleID +
-                     "' isn't running or isn't visible. Refresh the app list, or open the app first.";
-}
-
 Result<ContentFilter> filterFor(const ShareableContent& content, const std::string& bundleID) {
     if (content.displays.empty()) {
         return captureError(CaptureErrorCode::noDisplay, "no display");
@@ -36,7 +30,8 @@ Result<ContentFilter> filterFor(const ShareableContent& content, const std::stri
     if (!bundleID.empty()) {
         const auto app = std::ranges::find(applications, bundleID, &RunningApplication::bundleIdentifier);
         if (app == applications.end()) {
-            return captureError(CaptureErrorCode::appNotFound, notFoundText(bundleID));
+            return captureError(CaptureErrorCode::appNotFound,
+                                text(SoundErrorText::appNotFound, preferredTextLanguage(), {bundleID}));
         }
         logLine("[capture] restricted to app: " + app->applicationName + " (" + bundleID + ")");
         return ContentFilter::including(display, {*app});
