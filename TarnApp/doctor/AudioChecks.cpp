@@ -1,8 +1,11 @@
 #include <algorithm>
+#include <cctype>
 #include <string>
 
 #include "Checks.h"
+#include "TarnApp/localization/AddedText.h"
 #include "TarnPlatform/audioserver/AudioServer.h"
+#include "TarnPlatform/audioserver/AudioServerError.h"
 #include "TarnPlatform/audioserver/AudioServerFacts.h"
 #include "TarnPlatform/audioserver/ShareableContent.h"
 
@@ -14,6 +17,21 @@ using enum CheckStatus;
 std::string shownName(const GraphNode& node) {
     const auto& description = property(node.properties, "node.description");
     return description.empty() ? property(node.properties, "node.name") : description;
+}
+
+CheckResult serverFault(const Error& error, const Wording& say) {
+    CheckResult result{.name = CheckName::audioServer, .status = fault, .detail = error.description};
+    AddedText start = AddedText::startAudioServer;
+    if (error.domain == audioServerDomain) {
+        const bool isSilent = error.code == static_cast<int>(AudioServerFault::silent);
+        result.detail = say(isSilent ? AddedText::audioServerSilent : AddedText::audioServerAbsent);
+        // It stands in the middle of a line.
+        result.detail.front() =
+            static_cast<char>(std::tolower(static_cast<unsigned char>(result.detail.front())));
+        start = isSilent ? AddedText::restartAudioServer : start;
+    }
+    result.advice = say(DoctorText::audioServerAdvice, {say(start)});
+    return result;
 }
 
 void reportNothingKnown(const Wording& say, const Report& report) {
@@ -94,10 +112,7 @@ void Checks::audio(const Wording& say, const Report& report) {
     const auto graph =
         facts ? AudioServer::shared().snapshot() : Result<Graph>(std::unexpected(facts.error()));
     if (!graph) {
-        report({.name = CheckName::audioServer,
-                .status = fault,
-                .detail = graph.error().description,
-                .advice = say(DoctorText::audioServerAdvice)});
+        report(serverFault(graph.error(), say));
         reportNothingKnown(say, report);
         return;
     }

@@ -35,11 +35,11 @@ TARN_TEXT(checkFailed, "the check failed: %1", "检查失败：%1")
 // Sound
 TARN_TEXT(audioServerVersion, "PipeWire %1", "PipeWire %1")
 TARN_TEXT(audioServerAdvice,
-          "Start it: systemctl --user start pipewire.socket pipewire wireplumber (packages pipewire and "
-          "wireplumber). Where there is no desktop session, XDG_RUNTIME_DIR must name the folder of its "
+          "%1 (packages pipewire and wireplumber). Where there is no desktop session, XDG_RUNTIME_DIR must "
+          "name the folder of its "
           "socket. Recordings can be translated without it: tarn-cli --input FILE.",
-          "请启动它：systemctl --user start pipewire.socket pipewire wireplumber（软件包 pipewire 和 "
-          "wireplumber）。若没有桌面会话，XDG_RUNTIME_DIR 必须指向其套接字所在的文件夹。没有它也能翻译录音："
+          "%1（软件包 pipewire 和 wireplumber）。若没有桌面会话，XDG_RUNTIME_DIR "
+          "必须指向其套接字所在的文件夹。没有它也能翻译录音："
           "tarn-cli --input 文件。")
 TARN_TEXT(notKnownWithoutAudio, "not known: there is no audio server", "未知：没有音频服务器")
 TARN_TEXT(sessionManagerOther, "another than WirePlumber", "不是 WirePlumber 的会话管理器")

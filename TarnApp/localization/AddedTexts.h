@@ -38,3 +38,18 @@ TARN_TEXT(serverNotTold, "Signed out here. The server could not be told.",
 TARN_TEXT(signInNotDeleted,
           "Signed out, but the keyring did not delete the sign-in: it is back at the next start",
           "已退出登录，但密钥环未能删除登录信息：下次启动时会恢复登录")
+
+// Sound. In the last, "%1" is a sentence and "%2" another one.
+TARN_TEXT(audioServerAbsent, "The audio server (PipeWire) is not running", "音频服务器（PipeWire）未运行")
+TARN_TEXT(audioServerSilent, "The audio server (PipeWire) does not answer", "音频服务器（PipeWire）没有应答")
+TARN_TEXT(startAudioServer, "Start it: systemctl --user start pipewire.socket pipewire wireplumber",
+          "请启动它：systemctl --user start pipewire.socket pipewire wireplumber")
+TARN_TEXT(restartAudioServer, "Restart it: systemctl --user restart pipewire wireplumber",
+          "请重新启动它：systemctl --user restart pipewire wireplumber")
+TARN_TEXT(soundManagerAbsent, "The audio server's session manager (WirePlumber) is not running",
+          "音频服务器的会话管理器（WirePlumber）未运行")
+TARN_TEXT(startSoundManager, "Start it: systemctl --user start wireplumber",
+          "请启动它：systemctl --user start wireplumber")
+TARN_TEXT(noOutputToHear, "There is no sound output to listen to: connect loudspeakers or headphones",
+          "没有可收听的声音输出：请连接扬声器或耳机")
+TARN_TEXT(withAdvice, "%1. %2", "%1。%2")

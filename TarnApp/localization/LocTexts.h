@@ -1,7 +1,7 @@
 // The texts of the interface that have a fixed wording: TARN_TEXT(key, English, Simplified Chinese), in the
 // order of the keys. Whoever includes this defines TARN_TEXT first and undefines it after. Every key has both
-// texts, or this does not compile. What is not true of this desktop has another wording in DesktopTexts.h, and
-// so has the text with "%@", since what is shown has its arguments as "%1".
+// texts, or this does not compile. What is not true of this desktop has another wording in DesktopTexts.h,
+// and so has the text with "%@", since what is shown has its arguments as "%1".
 
 // Main window: sources and account
 TARN_TEXT(modeSolo, "Solo", "Solo")

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "MicDenialHelp.h"
-#include "TarnApp/localization/LanguagePreference.h"
+#include "SoundErrors.h"
 #include "TarnApp/localization/LocKey.h"
 #include "TarnPlatform/concurrency/CarryOut.h"
 #include "TarnPlatform/text/Printable.h"
@@ -25,15 +25,12 @@ constexpr std::chrono::milliseconds soundSettles{300};
 constexpr std::chrono::seconds gapIsTold{30};
 constexpr std::size_t mostOfAComplaint = 300;  // characters
 
-constexpr const char* startSound = "systemctl --user start pipewire.socket pipewire wireplumber";
-constexpr const char* restartSound = "systemctl --user restart pipewire wireplumber";
-
 std::optional<std::string> nonEmpty(const std::string& text) {
     return text.empty() ? std::nullopt : std::optional(text);
 }
 
-PipelineFailure failureOf(const Error& error) {
-    return {error.description, false};
+PipelineFailure failureOf(const Error& error, const std::string& application = {}) {
+    return {shownText(error, application), false};
 }
 
 Task<Result<void>> startPlayer(std::shared_ptr<AudioPlayer> player, float rate) {
@@ -53,19 +50,6 @@ std::function<void(const PcmBuffer&)> makeSender(std::shared_ptr<AudioResampler>
             send(std::move(*chunk));
         }
     };
-}
-
-/// What is missing before anything can be captured, and what to do.
-std::string captureObstacleText(const Error& missing) {
-    const bool isSilent = missing.kind == ErrorKind::timeout;
-    if (LanguagePreference::stored().appLanguage() == AppLanguage::zh) {
-        return std::string(isSilent ? "音频服务器（PipeWire）没有应答。请重新启动它："
-                                    : "音频服务器（PipeWire）未运行。请启动它：") +
-               (isSilent ? restartSound : startSound);
-    }
-    return std::string(isSilent ? "The audio server (PipeWire) does not answer. Restart it: "
-                                : "The audio server (PipeWire) is not running. Start it: ") +
-           (isSilent ? restartSound : startSound);
 }
 
 std::unexpected<PipelineFailure> abandoned() {
@@ -120,7 +104,7 @@ void TranslateSession::start(float rate, float gain, Backend backend) {
     } else if (services_.screenCapture->preflight()) {
         continueStart(call);
     } else if (const auto missing = services_.screenCapture->obstacle()) {
-        showError(call.call, missing->description, captureObstacleText(*missing));
+        showError(call.call, missing->description, shownText(*missing));
     } else {
         services_.screenCapture->request();
         setState(ConnectionState::idle());
@@ -247,7 +231,7 @@ Task<PipelineResult<void>> TranslateSession::startSystemPipeline(const Run& run,
         co_return abandoned();
     }
     if (!capture) {
-        co_return std::unexpected(failureOf(capture.error()));
+        co_return std::unexpected(failureOf(capture.error(), run.settings.applicationBundleID));
     }
     parts.stream = std::move(*capture);
     co_return PipelineResult<void>();
@@ -277,7 +261,7 @@ Task<PipelineResult<void>> TranslateSession::startMicPipeline(const Run& run) {
         co_await carryOut(sound, startMicrophone(micSession, run.start.rate, run.settings.voiceProcessing,
                                                  nonEmpty(run.settings.micDeviceUID)));
     if (!started) {
-        co_return std::unexpected(PipelineFailure{started.error().errorDescription(), false});
+        co_return std::unexpected(PipelineFailure{shownText(started.error()), false});
     }
     co_return PipelineResult<void>();
 }

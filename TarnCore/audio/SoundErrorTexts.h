@@ -9,5 +9,6 @@ TARN_TEXT(engineFailed, "Audio engine failed to start: %1", "音频引擎启动�
 TARN_TEXT(permissionDenied,
           "Microphone access is off. Turn on Tarn under System Settings → Privacy & Security → Microphone.",
           "麦克风访问已关闭。请在「系统设置 → 隐私与安全性 → 麦克风」中开启 Tarn。")
-TARN_TEXT(appNotFound, "App '%1' isn't running or isn't visible. Refresh the app list, or open the app first.",
+TARN_TEXT(appNotFound,
+          "App '%1' isn't running or isn't visible. Refresh the app list, or open the app first.",
           "应用 '%1' 未运行或不可见。请刷新应用列表或先打开该应用。")

@@ -17,7 +17,7 @@ namespace {
 std::unexpected<Error> captureError(CaptureErrorCode code, std::string description) {
     return std::unexpected(Error{.kind = ErrorKind::unavailable,
                                  .description = std::move(description),
-                                 .domain = "tarn",
+                                 .domain = captureErrorDomain,
                                  .code = static_cast<int>(code)});
 }
 

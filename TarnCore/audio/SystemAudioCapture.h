@@ -9,8 +9,9 @@
 
 namespace tarn {
 
-/// Errors of starting a capture that are ours have the domain "tarn" and one of these codes; those of the
-/// desktop pass through as they are.
+/// Errors of starting a capture that are ours have this domain and one of these codes; those of the desktop
+/// pass through as they are.
+inline constexpr const char* captureErrorDomain = "tarn";
 enum class CaptureErrorCode : int {
     noDisplay = 1,    ///< there is no output to capture
     appNotFound = 2,  ///< the chosen application does not play

@@ -4,6 +4,10 @@
 
 namespace tarn {
 
+/// The domain of the errors below, whose codes are these.
+inline constexpr const char* audioServerDomain = "audioserver";
+enum class AudioServerFault : int { absent = 1, silent, managerAbsent };
+
 /// Nobody listens at the server's address.
 std::unexpected<Error> audioServerAbsent();
 /// It listens and says nothing within `AudioServer::answerLimit`.

@@ -145,7 +145,7 @@ TEST(Doctor, SaysOfEachMissingThingWhatItIsAndHowToMendIt) {
         {"no audio server", Mode::unlocked, sound, [](World& world) { world.audio.reset(); }, "audio-server",
          "fault: the audio server (PipeWire) is not running", "systemctl --user start", 1},
         {"a hung audio server", Mode::unlocked, sound, [](World& world) { world.audio->pausePipeWire(); },
-         "audio-server", "fault: the audio server", "systemctl --user start", 1},
+         "audio-server", "fault: the audio server (PipeWire) does not answer", "systemctl --user restart", 1},
         {"no session manager",
          Mode::unlocked,
          {.sessionManager = false, .pulse = false, .ownBus = false},

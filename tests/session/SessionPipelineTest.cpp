@@ -8,6 +8,8 @@
 
 #include "SessionWorld.h"
 #include "TarnApp/localization/LocKey.h"
+#include "TarnCore/audio/SystemAudioCapture.h"
+#include "TarnPlatform/audioserver/AudioServerError.h"
 
 namespace tarn {
 namespace {
@@ -238,14 +240,35 @@ TEST_F(SessionPipelineTest, AsksForTheScreenAndStaysIdleWithoutIt) {
     }
     EXPECT_EQ(screenNeeded_, 2);
 
-    world_.captureObstacle = Error{ErrorKind::unavailable, "no audio server"};
+    world_.captureObstacle = audioServerAbsent().error();
     world_.defaults->set("app.language", "en");
     start();
-    EXPECT_EQ(state(), "error(no audio server)");
+    EXPECT_EQ(state(), "error(the audio server (PipeWire) is not running)");
     EXPECT_EQ(session_->errorMessage(),
               "The audio server (PipeWire) is not running. Start it: systemctl --user start pipewire.socket "
               "pipewire wireplumber");
     EXPECT_EQ(screenNeeded_, 2) << "nobody has denied anything";
+}
+
+TEST_F(SessionPipelineTest, SaysWhatKeepsItFromTheSoundInTheLanguageOfTheWindow) {
+    const auto noApplication = Error{.description = "in the system's language",
+                                     .domain = captureErrorDomain,
+                                     .code = static_cast<int>(CaptureErrorCode::appNotFound)};
+    const std::pair<Error, const char*> rows[] = {
+        {audioServerSilent().error(),
+         "音频服务器（PipeWire）没有应答。请重新启动它：systemctl --user restart pipewire wireplumber"},
+        {sessionManagerAbsent().error(),
+         "音频服务器的会话管理器（WirePlumber）未运行。请启动它：systemctl --user start wireplumber"},
+        {noApplication, "应用 'org.Film' 未运行或不可见。请刷新应用列表或先打开该应用。"},
+        {Error{.description = "no space"}, "no space"},
+    };
+    world_.defaults->set("app.language", "zhHans");
+    session_->setApplicationBundleID("org.Film");
+    for (const auto& [error, shown] : rows) {
+        world_.capture = [error] { return error; };
+        start(CaptureSource::application);
+        EXPECT_EQ(session_->errorMessage(), shown);
+    }
 }
 
 TEST_F(SessionPipelineTest, ShowsWhyAStartFailedReleasesItAllAndStartsAgain) {
