@@ -26,6 +26,9 @@ TARN_TEXT(clickThroughOn, "Clicks pass through. The tray, or starting Tarn again
           "点击将穿透窗口。通过托盘或再次启动 Tarn 即可结束。")
 TARN_TEXT(clickThroughOff, "Clicks reach Tarn again", "点击穿透已关闭")
 
+// Menus. The first stands behind a language.
+TARN_TEXT(languageMissing, "not on this server", "服务器不支持")
+
 // Signing in and out
 TARN_TEXT(signInToStart, "Sign in to start translating", "登录后才能开始翻译")
 TARN_TEXT(keyringLocked, "The keyring is locked: unlock the keyring and start again",

@@ -2,7 +2,7 @@
 
 #include <QVariantMap>
 
-#include "TarnApp/localization/LanguagePreference.h"
+#include "TarnApp/localization/AddedText.h"
 #include "TarnApp/session/Languages.h"
 
 namespace tarn {
@@ -24,8 +24,7 @@ QString shownRow(const Language& language) {
 }  // namespace
 
 QVariantList LanguageRows::choices(const QString& autoLabel, const QStringList& offered) {
-    const bool inChinese = LanguagePreference::stored().appLanguage() == AppLanguage::zh;
-    const QString missing = inChinese ? QStringLiteral("服务器不支持") : QStringLiteral("not on this server");
+    const QString missing = QString::fromStdString(text(AddedText::languageMissing));
     QVariantList list;
     if (!autoLabel.isEmpty()) {
         list.append(QVariantMap{{"value", ""}, {"label", autoLabel}, {"note", ""}});
