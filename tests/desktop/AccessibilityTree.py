@@ -246,7 +246,7 @@ def first_steps():
     tarn = start(str(programs / "tarn"))
     app = Application(tarn.pid)
     welcome = until("the onboarding window", lambda: window("Welcome to Tarn"))
-    headings = ["Dub anything you hear", "Conversation mode", "Why an account?", "Two quick permissions"]
+    headings = ["Dub anything you hear", "Conversation mode", "Why an account?", "Sound on this computer"]
     for page, heading in enumerate(headings, 1):
         app.wait(heading)
         time.sleep(0.4)  # the old page leaves
@@ -274,13 +274,13 @@ def first_steps():
         return seen
 
     def is_last():
-        if app.find("Two quick permissions") is None and (following := app.find("Next", "push button")):
+        if app.find("Sound on this computer") is None and (following := app.find("Next", "push button")):
             act(following)
-        return app.find("Two quick permissions") is not None
+        return app.find("Sound on this computer") is not None
 
     def moves():
         until("the last page", is_last)  # an earlier look may have ended half way
-        return max(len(places_of("Why an account?", "Back")), len(places_of("Two quick permissions", "Next"))) > 2
+        return max(len(places_of("Why an account?", "Back")), len(places_of("Sound on this computer", "Next"))) > 2
 
     effect("the pages slide", lambda: None, moves)
     settings(enable_animations="false")
@@ -321,7 +321,7 @@ def main_window(pictures):
     # Every popover, by keys.
     for name, role, inside in (("Playback — speed & volume", None, "Playback"),
                                ("Subtitle size", None, "Display"),
-                               ("Account", None, "Setup & permissions…"),
+                               ("Account", None, "Setup & sound…"),
                                ("Capture source: …", None, "System Audio (all)"),
                                ("Source: …", None, "Auto-detect"),
                                ("Target: …", None, "Français (fr)")):

@@ -115,7 +115,7 @@ def the_first_day():
     app.wait("Signed in as ada@example.org")
     pictures.take("onboarding-3-signed-in", welcome)
     app.press("Next")
-    app.wait("Two quick permissions")
+    app.wait("Sound on this computer")
     pictures.like_before("onboarding-4", welcome)
     app.press("Start using Tarn")
     overlay = until("the overlay", lambda: window("Tarn"))

@@ -132,7 +132,7 @@ TEST_F(OnboardingWindowTest, GoesThroughThePagesAndBack) {
     key(Qt::Key_Return);
     EXPECT_TRUE(shows("Sign in to translate"));
     press("Next");
-    EXPECT_TRUE(shows("Two quick permissions"));
+    EXPECT_TRUE(shows("Sound on this computer"));
     EXPECT_FALSE(shows("Next"));
     press("Back");
     EXPECT_TRUE(shows("Sign in to translate"));
@@ -183,7 +183,7 @@ TEST_F(OnboardingWindowTest, ReopensOnThePermissionsAndElseWhereItWasLeft) {
     for (int time = 0; time < 2; ++time) {
         coordinator->setManuallyReopened(true);
         show();
-        EXPECT_TRUE(shows("Two quick permissions"));
+        EXPECT_TRUE(shows("Sound on this computer"));
         window().close();
         EXPECT_FALSE(coordinator->manuallyReopened());
     }
@@ -216,28 +216,28 @@ TEST_F(OnboardingWindowTest, ShowsWhereThePermissionsStand) {
     world.setMicrophoneStatus("denied");
     show();
     goTo(3);
-    press("Open Settings");
-    press("Grant");
+    press("Sound settings");
+    press("Check");
     EXPECT_EQ(world.openedUrls().size(), 2);
     EXPECT_TRUE(shows("Relaunch Tarn"));
-    EXPECT_FALSE(shows("Granted"));
+    EXPECT_FALSE(shows("Ready"));
     world.setMicrophoneStatus("authorized");
     world.setScreenAllowed(true);
     world.pass(1000);
-    EXPECT_FALSE(shows("Open Settings"));
+    EXPECT_FALSE(shows("Sound settings"));
     EXPECT_FALSE(shows("Relaunch Tarn"));
-    EXPECT_TRUE(shows("Granted"));
+    EXPECT_TRUE(shows("Ready"));
     world.setScreenAllowed(false);
     window().close();
     show();
-    EXPECT_TRUE(shows("Granted · relaunch"));
+    EXPECT_TRUE(shows("Ready · relaunch"));
     EXPECT_TRUE(shows("Relaunch Tarn"));
 }
 
 TEST_F(OnboardingWindowTest, AsksNothingMoreOnceItIsClosed) {
     show();
     goTo(3);
-    press("Grant");
+    press("Check");
     world.settle();
     EXPECT_EQ(world.sessions().clock->pendingCalls(), 1U);
     window().close();

@@ -208,10 +208,8 @@ TEST_F(SessionPipelineTest, IgnoresAStartWhileItRuns) {
 TEST_F(SessionPipelineTest, SaysWhyTheMicrophoneMayNotBeUsedAndOpensTheSettingsWhereThatHelps) {
     world_.microphoneGranted = false;
     for (const auto& [language, message] :
-         {std::pair{"en",
-                    "Microphone access is off. Turn on Tarn under System Settings → Privacy & Security → "
-                    "Microphone."},
-          {"zhHans", "麦克风访问已关闭。请在「系统设置 → 隐私与安全性 → 麦克风」中开启 Tarn。"}}) {
+         {std::pair{"en", "Tarn cannot use the microphone: “tarn doctor” in a terminal says what to do."},
+          {"zhHans", "Tarn 无法使用麦克风：在终端运行“tarn doctor”可查看解决办法。"}}) {
         world_.defaults->set("app.language", language);
         for (const auto status : {AuthorizationStatus::notDetermined, AuthorizationStatus::restricted,
                                   AuthorizationStatus::denied, AuthorizationStatus::authorized}) {

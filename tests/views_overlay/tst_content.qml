@@ -88,9 +88,9 @@ Item {
         }
         function test_start_data() {
             return [{tag: "English", language: "en", start: "Start", stop: "Stop", connecting: "Connecting…",
-                     signIn: "Sign in to start translating (open the ⋯ panel → Account → Sign in)."},
+                     signIn: "Sign in to start translating: the “Sign in” button is at the end of this bar."},
                     {tag: "Chinese", language: "zhHans", start: "启动", stop: "停止", connecting: "连接中…",
-                     signIn: "登录后才能开始翻译（打开 ⋯ 面板 → 账户 → 登录）。"}]
+                     signIn: "登录后才能开始翻译：“登录”按钮在本栏末端。"}]
         }
         function test_start(row) {
             world.setLanguage(row.language)
