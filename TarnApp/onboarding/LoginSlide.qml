@@ -57,11 +57,11 @@ Item {
         }
         Row {
             anchors.horizontalCenter: parent.horizontalCenter
-            visible: !logic.isLoggedIn
-            ProviderMark { glyph: "envelope.fill"; label: Loc.loginProviderEmail }
-            ProviderMark { glyph: "g.circle"; label: "Google" }
-            ProviderMark { glyph: "apple.logo"; label: "Apple" }
-            ProviderMark { glyph: "chevron.left.forwardslash.chevron.right"; label: "GitHub" }
+            visible: !logic.isLoggedIn && logic.providers.length > 0
+            Repeater {
+                model: logic.providers
+                ProviderMark {}
+            }
         }
         Column {
             anchors.horizontalCenter: parent.horizontalCenter

@@ -36,6 +36,16 @@ void LoginSlideState::setShowWhy(bool value) {
     }
 }
 
+QStringList LoginSlideState::providers() const {
+    QStringList list;
+    if (viewModel_) {
+        for (const auto& provider : viewModel_->services().signInProviders) {
+            list.append(QString::fromStdString(provider));
+        }
+    }
+    return list;
+}
+
 void LoginSlideState::signIn() {
     if (!waiting_) {
         waiting_ = true;

@@ -4,6 +4,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QString>
+#include <QStringList>
 
 #include "OnboardingCoordinator.h"
 #include "TarnApp/session/TranslateViewModel.h"
@@ -21,6 +22,8 @@ class LoginSlideState : public QObject {
     Q_PROPERTY(bool waiting READ waiting NOTIFY waitingChanged)
     Q_PROPERTY(bool showWhy READ showWhy WRITE setShowWhy NOTIFY showWhyChanged)
     Q_PROPERTY(bool isLoggedIn READ isLoggedIn NOTIFY signInChanged)
+    /// Ways to sign in that the page in the browser is known to offer: "email", "google", "apple", "github".
+    Q_PROPERTY(QStringList providers READ providers NOTIFY viewModelChanged)
     Q_PROPERTY(QString email READ email NOTIFY signInChanged)  ///< empty where it is not known
 
 public:
@@ -34,6 +37,7 @@ public:
     bool showWhy() const { return showWhy_; }
     void setShowWhy(bool value);
     bool isLoggedIn() const { return isLoggedIn_; }
+    QStringList providers() const;
     QString email() const { return email_; }
 
     Q_INVOKABLE void signIn();

@@ -1,12 +1,16 @@
 import QtQuick
+import Tarn.Model
 import Tarn.Style
 
 /// One way to sign in that the page in the browser offers.
 Column {
     id: root
 
-    required property string glyph
-    required property string label
+    required property string modelData      ///< of `LoginSlideState.providers`
+    readonly property string glyph: ({email: "envelope.fill", google: "g.circle", apple: "apple.logo",
+                                      github: "chevron.left.forwardslash.chevron.right"})[modelData]
+    readonly property string label: ({email: Loc.loginProviderEmail, google: "Google", apple: "Apple",
+                                      github: "GitHub"})[modelData]
     readonly property bool ringed: root.glyph === "g.circle"    // which the font of symbols has not
 
     width: 76

@@ -86,6 +86,7 @@ ViewModelServices ViewModelServices::real(SerialExecutor main) {
     if (deployment) {
         services.webBase = deployment->webBase;
         services.mayOpenSignInPage = [values = *deployment] { return Deployment::mayOpenPage(values); };
+        services.signInProviders = deployment->signInProviders;
         services.issuesPage = deployment->issuesPage;
     }
     return services;

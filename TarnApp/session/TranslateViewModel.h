@@ -35,7 +35,8 @@ struct ViewModelServices {
     std::function<Result<void>()>
         mayOpenSignInPage;  ///< fails where that page is another user's; may be empty
     std::function<std::vector<std::string>()> preferredLanguages;  ///< of the user; nothing: not asked
-    std::optional<Url> issuesPage;  ///< the issue tracker; nothing where none is configured
+    std::vector<std::string> signInProviders;  ///< that page's, where somebody has told: "email", "google", …
+    std::optional<Url> issuesPage;             ///< the issue tracker; nothing where none is configured
 
     /// The desktop's own and the process's deployment values, with `main` as the main thread.
     static ViewModelServices real(SerialExecutor main);

@@ -1,5 +1,7 @@
 #include "Deployment.h"
 
+#include <algorithm>
+#include <array>
 #include <boost/json/parse.hpp>
 #include <cerrno>
 #include <cstdlib>
@@ -30,6 +32,7 @@ struct Texts {
     std::optional<Text> web;
     std::optional<Text> issues;
     std::optional<Text> service;
+    std::vector<std::string> providers;
     bool allowPlainHttp = false;
 };
 
@@ -57,6 +60,23 @@ Result<std::string> readFile(const std::filesystem::path& path) {
         return failure(ErrorKind::invalidInput, path.string() + " is empty; an empty object is {}");
     }
     return text;
+}
+
+Result<std::vector<std::string>> providersIn(const json::value& value, const std::string& origin) {
+    constexpr std::array known{"email", "google", "apple", "github"};
+    std::vector<std::string> providers;
+    const auto* const list = value.if_array();
+    for (const auto& entry : list == nullptr ? json::array() : *list) {
+        const auto* const name = entry.if_string();
+        if (name != nullptr && std::ranges::find(known, std::string_view(*name)) != known.end()) {
+            providers.emplace_back(*name);
+        }
+    }
+    if (list == nullptr || providers.size() != list->size()) {
+        return failure(ErrorKind::invalidInput,
+                       origin + R"( must be a list of "email", "google", "apple" and "github")");
+    }
+    return providers;
 }
 
 Result<void> readInto(Texts& texts, const std::filesystem::path& path) {
@@ -88,6 +108,13 @@ Result<void> readInto(Texts& texts, const std::filesystem::path& path) {
             return failure(ErrorKind::invalidInput, origin + " must be a string");
         }
         *target = Text{std::string(found->as_string()), origin};
+    }
+    if (const auto* const named = object.if_contains("signInProviders")) {
+        auto providers = providersIn(*named, path.string() + ": \"signInProviders\"");
+        if (!providers) {
+            return std::unexpected(providers.error());
+        }
+        texts.providers = std::move(*providers);
     }
     if (const auto* const allow = object.if_contains("allowPlainHttp")) {
         if (!allow->is_bool()) {
@@ -180,6 +207,7 @@ Result<DeploymentValues> load(const Sources& sources) {
 
     DeploymentValues values;
     values.allowPlainHttp = texts.allowPlainHttp;
+    values.signInProviders = std::move(texts.providers);
     const auto api = baseOf(texts.api.value_or(Text{std::string(localRelay) + apiPath, "default"}), apiPath,
                             texts.allowPlainHttp);
     if (!api) {

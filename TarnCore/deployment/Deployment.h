@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "TarnPlatform/concurrency/Result.h"
 #include "TarnPlatform/net/NetworkContext.h"
@@ -17,7 +18,10 @@ struct DeploymentValues {
     Url webBase;                    ///< root of the web site with the sign-in page
     std::optional<Url> issuesPage;  ///< the issue tracker; nothing where none is configured
     std::string serviceHost;  ///< host, and port where needed, of the direct route; empty: none configured
-    bool allowPlainHttp = false;     ///< a server that is not this machine may be reached without TLS
+    bool allowPlainHttp = false;  ///< a server that is not this machine may be reached without TLS
+    /// Ways to sign in that the page offers, as far as somebody has told: of "email", "google", "apple",
+    /// "github", in the order to be shown.
+    std::vector<std::string> signInProviders{};
     bool isCompiledDefault = false;  ///< nobody named a server: `apiBase` is the relay of this machine
 };
 

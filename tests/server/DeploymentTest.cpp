@@ -45,6 +45,7 @@ TEST_F(DeploymentTest, LaysTheEnvironmentOverTheFileOverTheLocalRelay) {
         std::string file;
         std::map<std::string, std::string> variables;
         std::string api, web, issues, service;
+        std::vector<std::string> providers{};
     };
     const Case cases[] = {
         {"", {}, "http://127.0.0.1:8787/tarn", "http://127.0.0.1:8787", "", ""},
@@ -84,6 +85,13 @@ TEST_F(DeploymentTest, LaysTheEnvironmentOverTheFileOverTheLocalRelay) {
          ""},
         {"", {{"TARN_API_URL", "[::1]:8931"}}, "http://[::1]:8931/tarn", "http://[::1]:8931", "", ""},
         {R"({"apiUrl":"https://a.example/"})", {}, "https://a.example/tarn", "https://a.example", "", ""},
+        {R"({"apiUrl":"a.example","signInProviders":["github","email"]})",
+         {},
+         "https://a.example/tarn",
+         "https://a.example",
+         "",
+         "",
+         {"github", "email"}},
         {R"({"allowPlainHttp":true})",
          {{"TARN_API_URL", "http://192.168.1.5:8787/tarn"}},
          "http://192.168.1.5:8787/tarn",
@@ -99,6 +107,7 @@ TEST_F(DeploymentTest, LaysTheEnvironmentOverTheFileOverTheLocalRelay) {
         EXPECT_EQ(values->webBase.text(), entry.web);
         EXPECT_EQ(values->issuesPage ? values->issuesPage->text() : "", entry.issues);
         EXPECT_EQ(values->serviceHost, entry.service);
+        EXPECT_EQ(values->signInProviders, entry.providers);
         EXPECT_EQ(values->isCompiledDefault, entry.api == "http://127.0.0.1:8787/tarn");
     }
 }
@@ -117,6 +126,8 @@ TEST_F(DeploymentTest, NamesTheFileOrVariableThatMakesNoSense) {
         {"[]", {}, name + " must hold a JSON object"},
         {R"({"apiUrl":7})", {}, name + ": \"apiUrl\" must be a string"},
         {R"({"allowPlainHttp":"yes"})", {}, name + ": \"allowPlainHttp\" must be true or false"},
+        {R"({"signInProviders":"email"})", {}, name + ": \"signInProviders\" must be a list"},
+        {R"({"signInProviders":["email","phone"]})", {}, "must be a list of \"email\""},
         {R"({"serviceHost":"https://s"})", {}, name + ": \"serviceHost\" must be a host name"},
         {R"({"serviceHost":"s/path"})", {}, "must be a host name"},
         {R"({"serviceHost":"user@s"})", {}, "must be a host name"},
