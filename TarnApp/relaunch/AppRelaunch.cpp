@@ -6,10 +6,10 @@
 #include <chrono>
 #include <filesystem>
 #include <optional>
-#include <system_error>
 #include <utility>
 
 #include "TarnPlatform/concurrency/TaskHandle.h"
+#include "TarnPlatform/desktop/SchemeRegistration.h"
 #include "TarnPlatform/files/UniqueDescriptor.h"
 #include "TarnPlatform/logging/SystemLog.h"
 #include "TarnPlatform/process/Spawn.h"
@@ -64,10 +64,9 @@ Task<void> terminateLater(std::shared_ptr<Clock> clock, std::function<void()> te
 
 AppRelaunch::Surroundings AppRelaunch::Surroundings::real(SerialExecutor main,
                                                           std::function<void()> terminate) {
-    std::error_code unreadable;
-    const auto executable = std::filesystem::read_symlink("/proc/self/exe", unreadable);
-    return {bundlePathOf(executable.string()), startDetached, std::move(main), Clock::system(),
-            std::move(terminate)};
+    const auto program = SchemeRegistration::runningProgram();
+    const auto path = program ? program->string() : std::string();
+    return {bundlePathOf(path), path, startDetached, std::move(main), Clock::system(), std::move(terminate)};
 }
 
 void AppRelaunch::use(Surroundings parts) {
@@ -76,10 +75,16 @@ void AppRelaunch::use(Surroundings parts) {
 
 bool AppRelaunch::relaunch() {
     const auto& parts = surroundings();
-    if (!parts || !parts->bundlePath.ends_with(".app")) {
+    if (!parts) {
         return false;
     }
-    const auto started = parts->start({"/bin/sh", "-c", script(::getpid(), parts->bundlePath)});
+    const bool isBundle = parts->bundlePath.ends_with(".app");
+    if (!isBundle && parts->program.empty()) {
+        return false;
+    }
+    const auto started = parts->start({"/bin/sh", "-c",
+                                       isBundle ? script(::getpid(), "/usr/bin/open -n", parts->bundlePath)
+                                                : script(::getpid(), "exec", parts->program)});
     if (!started) {
         systemLog("[tarn] relaunch failed to spawn: " + started.error().description);
         return false;
@@ -88,9 +93,9 @@ bool AppRelaunch::relaunch() {
     return true;
 }
 
-std::string AppRelaunch::script(pid_t process, std::string_view bundlePath) {
-    return "while kill -0 " + std::to_string(process) +
-           " 2>/dev/null; do sleep 0.2; done\n/usr/bin/open -n " + quoted(bundlePath);
+std::string AppRelaunch::script(pid_t process, std::string_view opener, std::string_view path) {
+    return "while kill -0 " + std::to_string(process) + " 2>/dev/null; do sleep 0.2; done\n" +
+           std::string(opener) + " " + quoted(path);
 }
 
 std::string AppRelaunch::bundlePathOf(const std::string& executable) {

@@ -22,6 +22,7 @@ public:
     /// What it needs of its surroundings. A test puts its own in place.
     struct Surroundings {
         std::string bundlePath;
+        std::string program;  ///< the executable's path; what starts anew where there is no bundle
         /// Starts a program, named first by its path, that goes on when this process ends.
         std::function<Result<void>(const std::vector<std::string>& arguments)> start;
         SerialExecutor main;
@@ -36,13 +37,15 @@ public:
     static void use(Surroundings surroundings);
 
     /// Starts the application anew as soon as this process is gone, and ends this one 0.2 s from now, so that
-    /// the caller can finish its work. False, and nothing happens, where the program does not run from an
-    /// application bundle (a folder "….app"), where its successor cannot be started, which the system's log
-    /// is told, and before `use`.
+    /// the caller can finish its work: its bundle (a folder "….app") where it runs from one, and its
+    /// executable elsewhere, without the arguments that it had. Those are links, which have been carried out
+    /// and may hold a token. False, and nothing happens, where its successor cannot be started, which the
+    /// system's log is told, where nobody knows the executable, and before `use`.
     static bool relaunch();
 
-    /// What the shell is told: to wait for the end of `process` and to open the bundle then.
-    static std::string script(pid_t process, std::string_view bundlePath);
+    /// What the shell is told: to wait for the end of `process`, and then to carry out `opener` ("exec", …)
+    /// with the path.
+    static std::string script(pid_t process, std::string_view opener, std::string_view path);
 
     /// The folder "….app" that `executable` lies in, two folders deep at most; its own folder where there is
     /// none.

@@ -211,13 +211,13 @@ TEST_F(PermissionRowStateTest, ScreenTellsAccessFromAGrantThatThisProcessHasNot)
 TEST_F(PermissionRowStateTest, ScreenRelaunchesOrStaysAsItWas) {
     const auto row = makeScreen();
     row->grant();
-    row->relaunch();  // not from a bundle
+    row->relaunch();  // nobody knows the program
     EXPECT_EQ(row->phase(), ScreenRecPermissionRowState::waiting);
 
     int starts = 0;
     int ends = 0;
     const auto& services = model->services().session;
-    AppRelaunch::use({"/Tarn.app",
+    AppRelaunch::use({"", "/usr/bin/tarn",
                       [&starts](const std::vector<std::string>&) {
                           ++starts;
                           return Result<void>();

@@ -26,11 +26,11 @@ using testing::ElementsAre;
 
 class AppRelaunchTest : public testing::Test {
 protected:
-    AppRelaunchTest() { useBundle("/Applications/Tarn.app"); }
+    AppRelaunchTest() { usePaths("/Applications/Tarn.app", "/Applications/Tarn.app/tarn"); }
     ~AppRelaunchTest() override { AppRelaunch::use({}); }
 
-    void useBundle(const std::string& path) {
-        AppRelaunch::use({path,
+    void usePaths(const std::string& bundle, const std::string& program) {
+        AppRelaunch::use({bundle, program,
                           [this](const std::vector<std::string>& arguments) -> Result<void> {
                               started_.push_back(arguments);
                               return isShellThere_ ? Result<void>()
@@ -71,13 +71,16 @@ TEST_F(AppRelaunchTest, GoesOnWhereThereIsNoShell) {
     EXPECT_EQ(terminationsAfter(10s), 0);
 }
 
-TEST_F(AppRelaunchTest, DoesNothingOutsideABundle) {
-    for (const auto* const path : {"/usr/bin", "", "/opt/Tarn.app/", "/opt/Tarn.apps", "/opt/tarn.APP"}) {
-        useBundle(path);
-        EXPECT_FALSE(AppRelaunch::relaunch()) << path;
+TEST_F(AppRelaunchTest, StartsTheExecutableOutsideABundle) {
+    for (const std::string path : {"/usr/bin", "", "/opt/Tarn.app/", "/opt/Tarn.apps", "/opt/tarn.APP"}) {
+        usePaths(path, path + "/tarn");
+        EXPECT_TRUE(AppRelaunch::relaunch());
+        EXPECT_THAT(started_.back().back(), testing::EndsWith("\nexec \"" + path + "/tarn\""));
     }
-    EXPECT_EQ(started_.size(), 0U);
-    EXPECT_EQ(terminationsAfter(10s), 0);
+    EXPECT_EQ(terminationsAfter(200ms), 5);
+    usePaths("/usr/bin", "");
+    EXPECT_FALSE(AppRelaunch::relaunch()) << "nobody knows what to start";
+    EXPECT_EQ(started_.size(), 5U);
 }
 
 TEST_F(AppRelaunchTest, FindsTheBundleAroundTheExecutable) {
@@ -97,12 +100,8 @@ TEST_F(AppRelaunchTest, FindsTheBundleAroundTheExecutable) {
 TEST_F(AppRelaunchTest, NamesThePathToTheShellAsItIs) {
     for (const std::string path :
          {R"(/A b.app)", R"(/"; echo $HOME `id` \" \\.app)", "/$(exit 1)\n'x'.app", "/听.app"}) {
-        std::string script = AppRelaunch::script(::getpid(), path);
-        const std::string open = "/usr/bin/open -n ";
-        const auto second = script.find('\n') + 1;
-        ASSERT_EQ(script.compare(second, open.size(), open), 0);
-        script = "printf %s " + script.substr(second + open.size());
-        test::Program shell({.arguments = {"/bin/sh", "-c", script}});
+        const std::string script = AppRelaunch::script(::getpid(), "printf %s", path);
+        test::Program shell({.arguments = {"/bin/sh", "-c", script.substr(script.find('\n') + 1)}});
         EXPECT_EQ(shell.wait(), 0) << path;
         EXPECT_EQ(shell.out(), path);
     }
@@ -123,8 +122,7 @@ TEST_F(AppRelaunchTest, TheSuccessorWaitsForTheEndAndOutlivesIt) {
     {
         test::ForkedChild predecessor([&] {
             ::close(hold[1]);
-            std::string script = AppRelaunch::script(::getpid(), path);
-            script.replace(script.find("/usr/bin/open -n"), 16, "echo >");
+            const std::string script = AppRelaunch::script(::getpid(), "echo >", path);
             const auto parts = AppRelaunch::Surroundings::real({}, nullptr);
             const bool started = parts.start({"/bin/sh", "-c", script}).has_value();
             char byte = 0;

@@ -249,7 +249,7 @@ Item {
             world.setScreenAllowed(false)
             shown.modal.visible = true
             verify(!shown.modal.granted)
-            mouseClick(textOf(shown.modal, Loc.jitRelaunch))    // not from a bundle: nothing happens
+            mouseClick(textOf(shown.modal, Loc.jitRelaunch))    // in a test: nothing happens
             mouseClick(textOf(shown.modal, Loc.cancel))
             verify(!world.vm.screenRecNeededEvent)
         }
