@@ -250,8 +250,18 @@ Item {
             shown.modal.visible = true
             verify(!shown.modal.granted)
             mouseClick(textOf(shown.modal, Loc.jitRelaunch))    // in a test: nothing happens
+            verify(world.vm.screenRecNeededEvent)
             mouseClick(textOf(shown.modal, Loc.cancel))
             verify(!world.vm.screenRecNeededEvent)
+            world.vm.screenRecNeededEvent = true
+            world.setScreenAllowed(true)
+            mouseClick(textOf(shown.modal, Loc.jitRelaunch))    // nothing to relaunch for any more
+            verify(!world.vm.screenRecNeededEvent)
+            world.vm.screenRecNeededEvent = true
+            world.pass(1000)
+            verify(shown.modal.granted)
+            world.pass(1000)
+            verify(!world.vm.screenRecNeededEvent, "closes by itself")
         }
         function test_state_has_a_light_and_a_name_data() {
             return [{tag: "idle", light: Qt.rgba(Theme.lightGrey.r, Theme.lightGrey.g, Theme.lightGrey.b, 0.6), label: "Idle"},

@@ -44,7 +44,9 @@ void ScreenRecPrompt::openSettings() {
 }
 
 void ScreenRecPrompt::relaunch() {
-    AppRelaunch::relaunch();
+    if (!AppRelaunch::relaunch() && viewModel_ && viewModel_->services().session.screenCapture->preflight()) {
+        cancel();
+    }
 }
 
 void ScreenRecPrompt::startPolling() {
@@ -58,6 +60,10 @@ void ScreenRecPrompt::startPolling() {
 Task<void> ScreenRecPrompt::poll(QPointer<ScreenRecPrompt> weak, SessionServices services) {
     while (weak) {
         if (weak->isShown_ && services.screenCapture->preflight()) {
+            if (weak->granted_) {
+                weak->cancel();  // it has been seen that the cause is gone
+                co_return;
+            }
             weak->setGranted(true);
         }
         co_await sleepFor(services.clock, std::chrono::seconds(1));

@@ -9,8 +9,8 @@
 
 namespace tarn {
 
-/// What the screen-recording prompt knows and does. While `shown` it looks once a second whether recording
-/// has been allowed. Thread: main.
+/// What the prompt over missing access to others' sound knows and does. While `shown` it looks once a second
+/// whether there is access by now: that is `granted`, and a second later it closes. Thread: main.
 class ScreenRecPrompt : public QObject {
     Q_OBJECT
     QML_ELEMENT
