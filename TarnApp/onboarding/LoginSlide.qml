@@ -90,6 +90,28 @@ Item {
                     font.pixelSize: Theme.callout
                     color: Theme.secondaryText
                 }
+                LinkButton {
+                    anchors.verticalCenter: parent.verticalCenter
+                    text: Loc.cancel
+                    onClicked: logic.leave()
+                }
+            }
+            SlideText {
+                anchors.horizontalCenter: parent.horizontalCenter
+                visible: root.vm.signInAddress !== ""
+                width: 430
+                horizontalAlignment: Text.AlignHCenter
+                text: Loc.openByHand
+                font.pixelSize: Theme.callout
+                Accessible.role: Accessible.AlertMessage
+            }
+            CopyField {
+                anchors.horizontalCenter: parent.horizontalCenter
+                visible: root.vm.signInAddress !== ""
+                text: root.vm.signInAddress
+                name: Loc.openByHand
+                copyLabel: Loc.copy
+                copiedLabel: Loc.copied
             }
         }
         WhyAccount {

@@ -1,5 +1,7 @@
 #include "LoginSlideState.h"
 
+#include <utility>
+
 namespace tarn {
 
 void LoginSlideState::setViewModel(TranslateViewModel* value) {
@@ -47,12 +49,12 @@ QStringList LoginSlideState::providers() const {
 }
 
 void LoginSlideState::signIn() {
-    if (!waiting_) {
-        waiting_ = true;
+    setWaiting(viewModel_ && viewModel_->startSignIn());
+}
+
+void LoginSlideState::setWaiting(bool value) {
+    if (std::exchange(waiting_, value) != value) {
         Q_EMIT waitingChanged();
-    }
-    if (viewModel_) {
-        viewModel_->startSignIn();
     }
 }
 

@@ -41,6 +41,7 @@ public:
     QString email() const { return email_; }
 
     Q_INVOKABLE void signIn();
+    Q_INVOKABLE void leave() { setWaiting(false); }  ///< nobody waits for the browser any more
 
 Q_SIGNALS:
     void viewModelChanged();
@@ -50,6 +51,7 @@ Q_SIGNALS:
     void signInChanged();
 
 private:
+    void setWaiting(bool value);
     void followSignIn();
     void setEmail(const std::string& email);
 

@@ -150,6 +150,9 @@ void TranslateViewModel::setScreenRecNeededEvent(bool value) {
 
 void TranslateViewModel::setSignIn(SignIn value) {
     signIn_ = value;
+    if (value == SignIn::present) {
+        setSignInAddress({});
+    }
     isStartBlind_ = isStartBlind_ && value != SignIn::present;
     Q_EMIT isLoggedInChanged();
 }
@@ -408,19 +411,30 @@ std::optional<Url> TranslateViewModel::signInPage() const {
     return services_.webBase->appendingPathComponent("auth").withQueryItems({{"return_to", "macos"}});
 }
 
-void TranslateViewModel::startSignIn() {
+bool TranslateViewModel::startSignIn() {
+    setSignInAddress({});
     const auto page = signInPage();
     if (!page) {
         systemLog("[tarn] could not build sign-in URL");
-        return;
+        return false;
     }
     const auto allowed = services_.mayOpenSignInPage ? services_.mayOpenSignInPage() : Result<void>();
     if (!allowed) {
         systemLog("[tarn] " + allowed.error().description);
         showToast(allowed.error().description);
-        return;
+        return false;
     }
-    services_.session.urlOpener->open(page->text());
+    const bool isOpen = services_.session.urlOpener->open(page->text());
+    if (!isOpen) {
+        setSignInAddress(page->text());
+    }
+    return isOpen;
+}
+
+void TranslateViewModel::setSignInAddress(std::string value) {
+    if (std::exchange(signInAddress_, value) != value) {
+        Q_EMIT signInAddressChanged();
+    }
 }
 
 Task<void> TranslateViewModel::learnSignIn(std::weak_ptr<TranslateViewModel> weak) {

@@ -67,6 +67,8 @@ class TranslateViewModel : public QObject, public std::enable_shared_from_this<T
     Q_PROPERTY(QVariantList availableMics READ micList NOTIFY availableMicsChanged)  ///< {id, name} each
     Q_PROPERTY(QVariantList availableApps READ appList NOTIFY availableAppsChanged)  ///< {id, name} each
     Q_PROPERTY(int sessionCount READ sessionCount NOTIFY sessionsChanged)
+    /// Of the sign-in page, while it is for the user to open it; empty otherwise.
+    Q_PROPERTY(QString signInAddress READ signInAddressText NOTIFY signInAddressChanged)
     Q_PROPERTY(QString toastMessage READ toastMessageText NOTIFY toastMessageChanged)
 
 public:
@@ -127,8 +129,9 @@ public:
     Q_INVOKABLE void refreshApps();
     Q_INVOKABLE void refreshMics();
 
-    /// Opens the sign-in page in the browser; the answer comes back as a `tarn://` link.
-    Q_INVOKABLE void startSignIn();
+    /// Opens the sign-in page in the browser; the answer comes back as a `tarn://` link. False where it could
+    /// not be opened: where that is no harm, `signInAddress` tells it then.
+    Q_INVOKABLE bool startSignIn();
     /// The page that `startSignIn` opens; nothing where the web site is not known.
     std::optional<Url> signInPage() const;
     void handleLoginSucceeded();
@@ -156,6 +159,7 @@ Q_SIGNALS:
     void accountChanged();
     void
     accountChecked();  ///< the look at the start, or a check after a sign-in, is over, whatever came of it
+    void signInAddressChanged();
     void toastMessageChanged();
     void sessionsChanged();
 
@@ -202,6 +206,8 @@ private:
     QVariantList micList() const;
     QVariantList appList() const;
     int sessionCount() const { return static_cast<int>(sessions_.size()); }
+    void setSignInAddress(std::string value);
+    QString signInAddressText() const { return QString::fromStdString(signInAddress_); }
     QString toastMessageText() const { return QString::fromStdString(toastMessage_.value_or("")); }
 
     const ViewModelServices services_;
@@ -221,6 +227,7 @@ private:
     bool userSignedOut_ = false;    ///< what still runs ends without a complaint
     bool announcesSignIn_ = false;  ///< when the account is known
     std::optional<UserAccount> account_;
+    std::string signInAddress_;
     std::optional<std::string> toastMessage_;
     TaskHandle toastTask_;
     TaskHandle appsTask_;

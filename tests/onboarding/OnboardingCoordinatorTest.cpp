@@ -117,9 +117,18 @@ TEST_F(OnboardingCoordinatorTest, SignInReachesThePageThatWaits) {
     links.viewModel = world.model();
     links.onboarding = coordinator;
 
+    world.setHasBrowser(false);
+    login.signIn();
+    EXPECT_FALSE(login.waiting()) << "nothing can come";
+    EXPECT_EQ(world.vm()->property("signInAddress"), "https://tarn.example/site/auth?return_to=macos");
+    world.setHasBrowser(true);
+    login.signIn();
+    EXPECT_EQ(world.vm()->property("signInAddress"), "");
+    login.leave();
+    EXPECT_FALSE(login.waiting());
     login.signIn();
     EXPECT_TRUE(login.waiting());
-    EXPECT_EQ(world.openedUrls(), QStringList{"https://tarn.example/site/auth?return_to=macos"});
+    EXPECT_EQ(world.openedUrls(), QStringList(3, "https://tarn.example/site/auth?return_to=macos"));
     links.handle("tarn://login?token=t");
     EXPECT_TRUE(login.isLoggedIn());
     EXPECT_EQ(login.email(), "") << "not known yet";

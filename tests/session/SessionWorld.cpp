@@ -91,7 +91,7 @@ public:
     explicit WorldOpener(SessionWorld& world) : world_(world) {}
     bool open(const std::string& url) override {
         world_.openedUrls.push_back(url);
-        return true;
+        return world_.hasBrowser;
     }
 
 private:

@@ -145,6 +145,7 @@ public:
 
     // What there is.
     std::vector<std::string> trail;
+    bool hasBrowser = true;
     std::vector<std::string> openedUrls;
     int run = 0;  ///< streams remember it when they are opened
     int enginesRunning = 0;

@@ -38,6 +38,7 @@ Item {
     LangPicker { id: language; y: 40; label: "Source"; selection: ""; includeAuto: true; onPicked: code => selection = code }
     LevelMeter { id: meter; y: 80; level: 0 }
     ValueReadout { id: readout; y: 120; text: "1.11×" }
+    TextInput { id: paste }
 
     /// The first item below `item` that `matches`.
     function find(item, matches) {
@@ -212,6 +213,20 @@ Item {
             mouseClick(textOf(shown.accountPanel, Loc.signIn))
             compare(world.openedUrls().length, 2)
             verify(!textOf(shown.accountPanel, Loc.signOut))
+        }
+        function test_address_to_copy_without_a_browser() {
+            show(false)
+            world.setHasBrowser(false)
+            mouseClick(textOf(shown.account, Loc.signIn))
+            compare(world.vm.signInAddress, "https://tarn.example/site/auth?return_to=macos")
+            const popover = findChild(shown.account, "signInAddress").window
+            tryCompare(popover, "visible", true)
+            mouseClick(textOf(popover.contentItem, Loc.copy))
+            verify(textOf(popover.contentItem, Loc.copied))
+            paste.paste()
+            compare(paste.text, world.vm.signInAddress)
+            popover.dismiss(false)
+            world.setHasBrowser(true)
         }
         function test_account_signed_in() {
             verify(!textOf(shown.account, Loc.signIn))

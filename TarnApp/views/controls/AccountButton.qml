@@ -11,6 +11,12 @@ Item {
     required property QtObject onboarding   ///< its `manuallyReopened` is set
     readonly property alias showPopover: popover.opened
 
+    /// For the user to open, where no browser could be.
+    function showAddress(item: Item): void {
+        if (vm.signInAddress !== "")
+            address.openAt(item)
+    }
+
     implicitWidth: vm.isSignedOut ? signIn.implicitWidth : account.implicitWidth
     implicitHeight: vm.isSignedOut ? signIn.implicitHeight : account.implicitHeight
 
@@ -20,7 +26,10 @@ Item {
         anchors.verticalCenter: parent.verticalCenter
         symbol: "person.crop.circle.badge.plus"
         text: Loc.signIn
-        onClicked: root.vm.startSignIn()
+        onClicked: {
+            if (!root.vm.startSignIn())
+                root.showAddress(signIn)
+        }
     }
     SymbolButton {
         id: account
@@ -43,7 +52,16 @@ Item {
             Connections {
                 target: panel.item
                 function onDone(): void { popover.dismiss(false) }
+                function onAddressWanted(): void { root.showAddress(account) }
             }
+        }
+    }
+    Popover {
+        id: address
+        objectName: "signInAddress"
+        title: Loc.signIn
+        Loader {
+            Component.onCompleted: setSource("SignInAddress.qml", {vm: root.vm})
         }
     }
 }

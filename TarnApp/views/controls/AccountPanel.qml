@@ -10,6 +10,7 @@ MenuColumn {
     required property TranslateViewModel vm
     required property QtObject onboarding   ///< its `manuallyReopened` is set
     signal done()                           ///< an entry was chosen
+    signal addressWanted()                  ///< no browser could be opened for the sign-in
 
     Accessible.role: Accessible.PopupMenu
     Accessible.name: Loc.account
@@ -41,7 +42,8 @@ MenuColumn {
         text: Loc.signIn
         onClicked: {
             root.done()
-            root.vm.startSignIn()
+            if (!root.vm.startSignIn())
+                root.addressWanted()
         }
     }
     MenuRow {

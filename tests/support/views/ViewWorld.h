@@ -61,6 +61,7 @@ public:
     Q_INVOKABLE void setApps(const QVariantList& apps);  ///< {id, name} each; seen by the next refresh
     Q_INVOKABLE void setMics(const QVariantList& mics);  ///< {id, name} each; seen by the next refresh
 
+    Q_INVOKABLE void setHasBrowser(bool value) { world_->hasBrowser = value; }
     Q_INVOKABLE QStringList openedUrls() const;
     /// What sessions asked of their surroundings, since the last call: "open zh>en voice - none -", …
     Q_INVOKABLE QStringList takeTrail();
