@@ -30,7 +30,7 @@ file(MAKE_DIRECTORY ${made}/icons ${made}/tarn ${made}/tarn-relay)
 
 set(tarn_pages tarn tarn-cli tarn-unduck)
 set(tarn-relay_pages tarn-relay)
-set(tarn_documents configuration)
+set(tarn_documents configuration troubleshooting)
 set(tarn-relay_documents relay engines)
 foreach(component tarn tarn-relay)
   set(documents ${CMAKE_INSTALL_DATADIR}/doc/${component})

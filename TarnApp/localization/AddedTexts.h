@@ -32,6 +32,7 @@ TARN_TEXT(clickThroughOff, "Clicks reach Tarn again", "点击穿透已关闭")
 
 // Menus. The first stands behind a language.
 TARN_TEXT(languageMissing, "not on this server", "服务器不支持")
+TARN_TEXT(cannotOpen, "No program here opens %1", "这里没有程序可以打开 %1")
 
 // Signing in and out
 TARN_TEXT(signInToStart, "Sign in to start translating", "登录后才能开始翻译")

@@ -7,6 +7,7 @@
 #include "TarnCore/audio/SystemAudioCapture.h"
 #include "TarnCore/deployment/Deployment.h"
 #include "TarnPlatform/concurrency/NetworkThread.h"
+#include "TarnPlatform/desktop/SchemeRegistration.h"
 #include "TarnPlatform/engine/SoundWatch.h"
 #include "TarnPlatform/text/PreferredLanguages.h"
 #include "TranslateViewModel.h"
@@ -49,6 +50,17 @@ std::shared_ptr<void> watchDesktopSound(SoundInUse used, std::function<void(Sess
     return std::make_shared<SoundWatch>(AudioServer::shared(), std::move(microphone), tell);
 }
 
+/// Beside the program as it is installed, or else as it is built.
+std::filesystem::path installedHelp() {
+    const std::filesystem::path program = SchemeRegistration::runningProgram().value_or("/usr/bin/tarn");
+    const auto installed = program.parent_path() / "../share/doc/tarn/troubleshooting.md";
+    const auto built = program.parent_path() / "../../../docs/troubleshooting.md";
+    std::error_code unreadable;
+    const bool isBuilt =
+        !std::filesystem::exists(installed, unreadable) && std::filesystem::exists(built, unreadable);
+    return (isBuilt ? built : installed).lexically_normal();
+}
+
 }  // namespace
 
 SessionServices SessionServices::real(SerialExecutor main) {
@@ -82,6 +94,7 @@ ViewModelServices ViewModelServices::real(SerialExecutor main) {
     };
     services.inputs = [] { return AudioDevices::inputs(); };
     services.availableApps = [] { return availableAudioApps(); };
+    services.helpFile = installedHelp();
     services.preferredLanguages = [] { return tarn::preferredLanguages(); };
     if (deployment) {
         services.webBase = deployment->webBase;

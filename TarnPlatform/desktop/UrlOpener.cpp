@@ -47,7 +47,9 @@ public:
             return openSoundSettings();
         }
         GlibFailure problem;
-        const gboolean started = g_app_info_launch_default_for_uri(url.c_str(), nullptr, problem.out());
+        const Text file(url.starts_with('/') ? g_filename_to_uri(url.c_str(), nullptr, nullptr) : nullptr);
+        const gboolean started =
+            g_app_info_launch_default_for_uri(file ? file.get() : url.c_str(), nullptr, problem.out());
         return succeeded(started, problem);
     }
 };

@@ -240,11 +240,15 @@ Item {
             verify(!world.vm.isLoggedIn)
             verify(textOf(shown.account, Loc.signIn))
         }
-        function test_no_feedback_without_a_page_for_it() {
+        function test_feedback_without_a_page_for_it() {
             world.setHasIssuesPage(false)
             show(true)
             world.setHasIssuesPage(true)
-            verify(!textOf(shown.accountPanel, Loc.feedback))
+            mouseClick(textOf(shown.accountPanel, Loc.feedback))
+            compare(world.openedUrls(), ["/usr/share/doc/tarn/troubleshooting.md"])
+            world.setHasBrowser(false)
+            mouseClick(textOf(shown.accountPanel, Loc.feedback))
+            verify(world.vm.toastMessage.endsWith("/usr/share/doc/tarn/troubleshooting.md"))
         }
         function test_prompt_waits_for_the_permission() {
             world.setScreenAllowed(false)

@@ -59,7 +59,6 @@ MenuColumn {
     }
     MenuRow {
         markable: false
-        visible: issues.known
         symbol: "exclamationmark.bubble"
         text: Loc.feedback
         onClicked: {

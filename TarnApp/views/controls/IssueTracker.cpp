@@ -1,10 +1,17 @@
 #include "IssueTracker.h"
 
+#include "TarnApp/localization/AddedText.h"
+
 namespace tarn {
 
 void IssueTracker::open() const {
-    if (isKnown()) {
-        viewModel_->services().session.urlOpener->open(viewModel_->services().issuesPage->text());
+    if (!viewModel_) {
+        return;
+    }
+    const auto& services = viewModel_->services();
+    const std::string place = services.issuesPage ? services.issuesPage->text() : services.helpFile.string();
+    if (!services.session.urlOpener->open(place)) {
+        viewModel_->showToast(text(AddedText::cannotOpen, {place}));
     }
 }
 

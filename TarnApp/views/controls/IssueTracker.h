@@ -12,13 +12,13 @@ class IssueTracker : public QObject {
     Q_OBJECT
     QML_ELEMENT
     Q_PROPERTY(tarn::TranslateViewModel* viewModel MEMBER viewModel_ NOTIFY viewModelChanged REQUIRED)
-    Q_PROPERTY(bool known READ isKnown NOTIFY viewModelChanged)  ///< this installation has one
 
 public:
     using QObject::QObject;
 
-    bool isKnown() const { return viewModel_ && viewModel_->services().issuesPage; }
-    Q_INVOKABLE void open() const;  ///< in the browser
+    /// In the browser; where this installation has no such page, what is to be read of troubles. A notice
+    /// says where nothing could be opened.
+    Q_INVOKABLE void open() const;
 
 Q_SIGNALS:
     void viewModelChanged();

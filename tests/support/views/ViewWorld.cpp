@@ -69,6 +69,7 @@ void ViewWorld::renew(bool signedIn) {
     services.inputs = [this] { return mics_; };
     services.availableApps = [this] { return listApps(*this); };
     services.webBase = Url::parse("https://tarn.example/site").value();
+    services.helpFile = "/usr/share/doc/tarn/troubleshooting.md";
     if (hasIssuesPage_) {
         services.issuesPage = Url::parse("https://tarn.example/issues").value();
     }
