@@ -32,6 +32,7 @@ TARN_TEXT(clickThroughOff, "Clicks reach Tarn again", "点击穿透已关闭")
 
 // Menus. The first stands behind a language.
 TARN_TEXT(languageMissing, "not on this server", "服务器不支持")
+TARN_TEXT(noApplicationPlays, "No application plays sound now", "现在没有应用在播放声音")
 TARN_TEXT(cannotOpen, "No program here opens %1", "这里没有程序可以打开 %1")
 
 // Signing in and out

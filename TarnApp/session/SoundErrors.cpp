@@ -1,5 +1,6 @@
 #include "SoundErrors.h"
 
+#include <optional>
 #include <variant>
 
 #include "TarnApp/localization/AddedText.h"
@@ -11,21 +12,32 @@
 namespace tarn {
 namespace {
 
-std::string advised(AddedText sentence, AddedText advice) {
-    return text(AddedText::withAdvice, {text(sentence), text(advice)});
+std::optional<AddedText> adviceOf(const Error& error) {
+    if (error.domain != audioServerDomain) {
+        return std::nullopt;
+    }
+    switch (AudioServerFault(error.code)) {
+        case AudioServerFault::absent:
+            return AddedText::startAudioServer;
+        case AudioServerFault::silent:
+            return AddedText::restartAudioServer;
+        case AudioServerFault::managerAbsent:
+            return AddedText::startSoundManager;
+    }
+    return std::nullopt;
 }
 
 }  // namespace
 
-std::string shownText(const Error& error, const std::string& application) {
+std::string shownCause(const Error& error, const std::string& application) {
     if (error.domain == audioServerDomain) {
         switch (AudioServerFault(error.code)) {
             case AudioServerFault::absent:
-                return advised(AddedText::audioServerAbsent, AddedText::startAudioServer);
+                return text(AddedText::audioServerAbsent);
             case AudioServerFault::silent:
-                return advised(AddedText::audioServerSilent, AddedText::restartAudioServer);
+                return text(AddedText::audioServerSilent);
             case AudioServerFault::managerAbsent:
-                return advised(AddedText::soundManagerAbsent, AddedText::startSoundManager);
+                return text(AddedText::soundManagerAbsent);
         }
     }
     if (error.domain == captureErrorDomain) {
@@ -37,6 +49,12 @@ std::string shownText(const Error& error, const std::string& application) {
         }
     }
     return error.description;
+}
+
+std::string shownText(const Error& error, const std::string& application) {
+    const auto cause = shownCause(error, application);
+    const auto advice = adviceOf(error);
+    return advice ? text(AddedText::withAdvice, {cause, text(*advice)}) : cause;
 }
 
 std::string shownText(const MicError& error) {

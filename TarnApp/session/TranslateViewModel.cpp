@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "FirstLanguages.h"
+#include "SoundErrors.h"
 #include "TarnApp/localization/AddedText.h"
 #include "TarnApp/localization/LocKey.h"
 #include "TarnPlatform/concurrency/CarryOut.h"
@@ -364,6 +365,10 @@ void TranslateViewModel::reconnect(const std::shared_ptr<TranslateSession>& sess
 }
 
 void TranslateViewModel::refreshApps() {
+    if (availableApps_.empty() && appsAnswer_) {
+        appsAnswer_.reset();
+        Q_EMIT availableAppsChanged();
+    }
     appsTask_ =
         TaskHandle::start(services_.session.main, loadApps(weak_from_this(), "[vm] refreshApps failed: "));
 }
@@ -394,12 +399,21 @@ Task<void> TranslateViewModel::loadApps(std::weak_ptr<TranslateViewModel> weak, 
     if (!self) {
         co_return;
     }
-    if (!apps) {
+    if (apps) {
+        self->availableApps_ = std::move(*apps);
+        self->appsAnswer_ = Result<void>();
+    } else {
         logLine(failurePrefix + apps.error().description);
-        co_return;
+        self->appsAnswer_ = std::unexpected(apps.error());
     }
-    self->availableApps_ = std::move(*apps);
     Q_EMIT self->availableAppsChanged();
+}
+
+std::string TranslateViewModel::noAppsText() const {
+    if (!appsAnswer_) {
+        return text(LocKey::appListLoading);
+    }
+    return *appsAnswer_ ? text(AddedText::noApplicationPlays) : shownCause(appsAnswer_->error());
 }
 
 // Signing in and out.

@@ -96,6 +96,9 @@ public:
     // Live.
     const std::vector<AudioInputDevice>& availableMics() const { return availableMics_; }
     const std::vector<AudioCapableApp>& availableApps() const { return availableApps_; }
+    /// What is said in the place of an empty list of applications: that it is asked for, that none plays, or
+    /// why it could not be told.
+    std::string noAppsText() const;
     void setAvailableMics(std::vector<AudioInputDevice> value);
     bool anyRunning() const { return anyRunning_; }
     /// Whether any session has something to stop: also a run that goes on after an error.
@@ -221,6 +224,7 @@ private:
     AppMode mode_ = AppMode::solo;
     std::vector<AudioInputDevice> availableMics_;
     std::vector<AudioCapableApp> availableApps_;
+    std::optional<Result<void>> appsAnswer_;  ///< the latest; nothing while none has come
     bool anyRunning_ = false;
     bool canStop_ = false;
     bool screenRecNeededEvent_ = false;

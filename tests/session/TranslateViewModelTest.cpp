@@ -511,7 +511,7 @@ TEST_F(ViewModelTest, RaisesTheScreenNoticeAndKeepsTheAppsOfAFailedListing) {
     EXPECT_EQ(model.availableApps().size(), 1U);
     EXPECT_THAT(log_.lines("[vm]"), ElementsAre("[vm] refreshApps failed: no audio server"));
     world_.screenAllowed = true;
-    make();
+    EXPECT_EQ(make().noAppsText(), "no audio server");
     EXPECT_THAT(log_.lines("[vm] initial"), ElementsAre("[vm] initial refreshApps failed: no audio server"));
 }
 

@@ -21,13 +21,16 @@ protected:
         choice_.setSession(&session());
     }
     TranslateSession& session() { return *world_.session(0); }
-    /// "+" before what is chosen; "# " before a heading; "-" for a divider.
+    /// "+" before what is chosen; "# " before a heading, "! " before a note; "-" for a divider.
     std::vector<std::string> menu() const {
         std::vector<std::string> lines;
         for (const auto& row : choice_.rows()) {
             const auto fields = row.toMap();
             const auto kind = fields["kind"].toString();
-            const std::string mark = kind == "heading" ? "# " : fields["chosen"].toBool() ? "+" : "";
+            const std::string mark = kind == "heading"           ? "# "
+                                     : kind == "note"            ? "! "
+                                     : fields["chosen"].toBool() ? "+"
+                                                                 : "";
             lines.push_back(kind == "divider" ? "-" : mark + fields["text"].toString().toStdString());
         }
         return lines;
@@ -87,9 +90,13 @@ TEST_F(SourceChoiceTest, ListsWhatBelongsToTheChosenSource) {
     world_.settle();
     choose("Capture a single app");
     EXPECT_EQ(choice_.sourceHelp(), "App: Capture a single app");
-    EXPECT_THAT(menu(),
-                ElementsAre("# Capture source", "System Audio (all)", "Microphone", "+Capture a single app",
-                            "-", "# Capture a single app", "# (loading app list…)", "Refresh app list"));
+    EXPECT_THAT(menu(), ElementsAre("# Capture source", "System Audio (all)", "Microphone",
+                                    "+Capture a single app", "-", "# Capture a single app",
+                                    "! No application plays sound now", "Refresh app list"));
+    choice_.opened();
+    EXPECT_EQ(menu()[6], "! (loading app list…)");
+    world_.settle();
+    EXPECT_EQ(menu()[6], "! No application plays sound now");
     world_.setApps({QVariantMap{{"id", "org.vlc"}, {"name", "VLC <b>"}}});
     choose("Refresh app list");
     world_.settle();

@@ -148,7 +148,7 @@ std::vector<SourceChoice::Row> SourceChoice::list() const {
         rows.push_back(Row::divider());
         rows.push_back(Row::heading(LocKey::captureSingleApp));
         if (viewModel_->availableApps().empty()) {
-            rows.push_back(Row::heading(LocKey::appListLoading));
+            rows.push_back({.kind = "note", .text = QString::fromStdString(viewModel_->noAppsText())});
         }
         for (const auto& app : viewModel_->availableApps()) {
             rows.push_back({.kind = "entry",

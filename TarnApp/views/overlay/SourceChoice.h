@@ -24,8 +24,8 @@ class SourceChoice : public QObject {
     Q_PROPERTY(QString sourceHelp READ sourceHelp NOTIFY changed)
     /// Of the application that is captured; empty where there is none to show.
     Q_PROPERTY(QString applicationName READ applicationName NOTIFY changed)
-    /// The menu, in its order: {kind: "heading", "entry" or "divider"; text, symbol, chosen, enabled; stays:
-    /// the menu is not closed by it} each.
+    /// The menu, in its order: {kind: "heading", "note", "entry" or "divider"; text, symbol, chosen, enabled;
+    /// stays: the menu is not closed by it} each.
     Q_PROPERTY(QVariantList rows READ rows NOTIFY changed)
 
 public:

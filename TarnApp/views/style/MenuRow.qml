@@ -1,8 +1,8 @@
 import QtQuick
 import Tarn.Style
 
-/// A line of a menu, inside a MenuColumn: an entry with a symbol and a mark where it is the chosen one, a heading, or
-/// a divider. The keys move among the entries, and so does the pointer once it moves.
+/// A line of a menu, inside a MenuColumn: an entry with a symbol and a mark where it is the chosen one, a heading, a
+/// note in the place of entries, or a divider. The keys move among the entries, and so does the pointer once it moves.
 Pressable {
     id: root
 
@@ -10,7 +10,7 @@ Pressable {
     property string note            ///< what is to be known before it is chosen
     property bool chosen: false
     property bool markable: true    ///< keeps room for the mark
-    property string kind: "entry"   ///< "entry", "heading", "divider"
+    property string kind: "entry"   ///< "entry", "heading", "note", "divider"
     readonly property bool pointed: hovered && (Window.window === null || Window.window.pointerMoved !== false)
 
     onPointedChanged: if (pointed) forceActiveFocus(Qt.MouseFocusReason)
@@ -68,9 +68,9 @@ Pressable {
             maximumLineCount: 1
             font.pixelSize: root.kind === "heading" ? Theme.caption : Theme.callout
             font.weight: root.kind === "heading" ? Font.DemiBold : Font.Normal
-            color: root.kind === "heading" || root.note !== "" ? Theme.secondaryText : Theme.primaryText
-            Accessible.ignored: root.kind !== "heading"
-            Accessible.role: Accessible.Heading
+            color: root.kind !== "entry" || root.note !== "" ? Theme.secondaryText : Theme.primaryText
+            Accessible.ignored: root.kind === "entry"
+            Accessible.role: root.kind === "heading" ? Accessible.Heading : Accessible.StaticText
             Accessible.name: text
         }
         Text {
