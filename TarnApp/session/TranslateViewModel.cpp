@@ -153,9 +153,20 @@ void TranslateViewModel::setSignIn(SignIn value) {
     signIn_ = value;
     if (value == SignIn::present) {
         setSignInAddress({});
+        readStoredEmail();
     }
     isStartBlind_ = isStartBlind_ && value != SignIn::present;
     Q_EMIT isLoggedInChanged();
+}
+
+void TranslateViewModel::readStoredEmail() {
+    storedEmail_.clear();
+    services_.credentials->tellEmail([weak = weak_from_this()](const std::optional<std::string>& email) {
+        if (const auto self = weak.lock(); self && !self->account_) {
+            self->storedEmail_ = email.value_or("");
+            Q_EMIT self->accountChanged();
+        }
+    });
 }
 
 void TranslateViewModel::setAccount(std::optional<UserAccount> value) {

@@ -63,6 +63,9 @@ class TranslateViewModel : public QObject, public std::enable_shared_from_this<T
                    screenRecNeededEventChanged)
     Q_PROPERTY(bool isLoggedIn READ isLoggedIn NOTIFY isLoggedInChanged)
     Q_PROPERTY(bool isSignedOut READ isSignedOut NOTIFY isLoggedInChanged)
+    /// Who is signed in: as the server says, or until it has, as the sign-in is stored; empty where nobody
+    /// is.
+    Q_PROPERTY(QString accountEmail READ accountEmail NOTIFY accountChanged)
     Q_PROPERTY(QString mode READ modeText WRITE takeMode NOTIFY modeChanged)  ///< "solo" or "conversation"
     /// What the server can hear, by code; empty where it does not tell.
     Q_PROPERTY(QStringList heardLanguages READ heardLanguages NOTIFY accountChanged)
@@ -212,6 +215,10 @@ private:
     QVariantList appList() const;
     int sessionCount() const { return static_cast<int>(sessions_.size()); }
     void setSignInAddress(std::string value);
+    void readStoredEmail();
+    QString accountEmail() const {
+        return isLoggedIn() ? QString::fromStdString(account_ ? account_->email : storedEmail_) : QString();
+    }
     QString signInAddressText() const { return QString::fromStdString(signInAddress_); }
     QString toastMessageText() const { return QString::fromStdString(toastMessage_.value_or("")); }
 
@@ -233,6 +240,7 @@ private:
     bool userSignedOut_ = false;    ///< what still runs ends without a complaint
     bool announcesSignIn_ = false;  ///< when the account is known
     std::optional<UserAccount> account_;
+    std::string storedEmail_;
     std::string signInAddress_;
     std::optional<std::string> toastMessage_;
     TaskHandle toastTask_;

@@ -231,6 +231,7 @@ Item {
         function test_account_signed_in() {
             verify(!textOf(shown.account, Loc.signIn))
             verify(textOf(shown.accountPanel, Loc.signedIn))
+            verify(textOf(shown.accountPanel, "ada@example.org"))
             mouseClick(textOf(shown.accountPanel, Loc.reopenSetup))
             verify(coordinator.manuallyReopened)
             mouseClick(textOf(shown.accountPanel, Loc.feedback))
@@ -239,6 +240,7 @@ Item {
             world.settle()
             verify(!world.vm.isLoggedIn)
             verify(textOf(shown.account, Loc.signIn))
+            verify(!textOf(shown.accountPanel, "ada@example.org"))
         }
         function test_feedback_without_a_page_for_it() {
             world.setHasIssuesPage(false)

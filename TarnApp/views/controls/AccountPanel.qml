@@ -24,6 +24,11 @@ MenuColumn {
         text: root.vm.isLoggedIn ? Loc.signedIn : root.vm.isSignedOut ? Loc.notSignedIn : Loc.account
     }
     MenuRow {
+        kind: "note"
+        visible: text !== ""
+        text: root.vm.accountEmail
+    }
+    MenuRow {
         kind: "divider"
     }
     MenuRow {
