@@ -50,6 +50,19 @@ std::shared_ptr<void> watchDesktopSound(SoundInUse used, std::function<void(Sess
     return std::make_shared<SoundWatch>(AudioServer::shared(), std::move(microphone), tell);
 }
 
+// Nobody forbids the microphone here, but without an audio server there is none.
+AuthorizationStatus desktopMicrophone() {
+    return AudioServer::shared().reach() ? MicPermission::status() : AuthorizationStatus::notDetermined;
+}
+
+Task<bool> askForDesktopMicrophone() {
+    if (!AudioServer::shared().reach()) {
+        co_return false;
+    }
+    auto question = MicPermission::request();
+    co_return co_await std::move(question);
+}
+
 /// Beside the program as it is installed, or else as it is built.
 std::filesystem::path installedHelp() {
     const std::filesystem::path program = SchemeRegistration::runningProgram().value_or("/usr/bin/tarn");
@@ -69,8 +82,8 @@ SessionServices SessionServices::real(SerialExecutor main) {
     services.workers = workerPool().get_executor();
     services.network = NetworkThread::shared().executor();
     services.clock = Clock::system();
-    services.microphoneStatus = [] { return MicPermission::status(); };
-    services.requestMicrophone = [] { return MicPermission::request(); };
+    services.microphoneStatus = desktopMicrophone;
+    services.requestMicrophone = askForDesktopMicrophone;
     services.screenCapture = ScreenCaptureAccess::desktop();
     services.urlOpener = UrlOpener::desktop();
     services.makePlayer = [] { return std::make_shared<AudioPlayer>(); };

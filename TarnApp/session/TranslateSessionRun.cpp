@@ -130,7 +130,9 @@ Task<void> TranslateSession::askForMicrophone(std::weak_ptr<TranslateSession> we
         self->continueStart(std::move(start));
         co_return;
     }
-    self->showError(start.call, "permission denied", text(LocKey::errMicDenied));
+    const auto missing = self->services_.screenCapture->obstacle();
+    self->showError(start.call, missing ? missing->description : "permission denied",
+                    missing ? shownText(*missing) : text(LocKey::errMicDenied));
     MicDenialHelp::openSettingsIfNeeded(self->services_.microphoneStatus(), *self->services_.urlOpener);
 }
 

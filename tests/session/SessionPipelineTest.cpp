@@ -246,6 +246,9 @@ TEST_F(SessionPipelineTest, AsksForTheScreenAndStaysIdleWithoutIt) {
               "The audio server (PipeWire) is not running. Start it: systemctl --user start pipewire.socket "
               "pipewire wireplumber");
     EXPECT_EQ(screenNeeded_, 2) << "nobody has denied anything";
+    world_.microphoneGranted = false;
+    start(CaptureSource::mic);
+    EXPECT_EQ(state(), "error(the audio server (PipeWire) is not running)");
 }
 
 TEST_F(SessionPipelineTest, SaysWhatKeepsItFromTheSoundInTheLanguageOfTheWindow) {
