@@ -14,6 +14,7 @@
 #include "support/RunTask.h"
 #include "support/audio/Player.h"
 #include "support/audio/PrivateAudioServer.h"
+#include "support/audio/Until.h"
 
 namespace tarn {
 namespace {
@@ -61,6 +62,22 @@ TEST(SystemAudioCaptureOfAGraph, HearsTheApplicationThatIsChosenFromTheList) {
     EXPECT_THAT(desktop.log.lines(),
                 testing::ElementsAre("[capture] restricted to app: Player (org.example.player)",
                                      "[capture] input format: 48000.0Hz 2ch interleaved=false"));
+}
+
+TEST(SystemAudioCaptureOfAGraph, ListsAndTakesAnApplicationThatIsOpenAndSilent) {
+    Desktop desktop;
+    const test::ForeignTone paused(440, test::ForeignTone::State::paused);
+    std::vector<AudioCapableApp> apps;
+    test::until("the silent application is listed", [&] {
+        apps = test::runTask(desktop.context, availableAudioApps(*desktop.service)).value_or(apps);
+        return !apps.empty();
+    });
+    const auto graph = desktop.server.snapshot();
+    ASSERT_TRUE(graph);
+    for (const auto& [id, node] : graph->nodes) {
+        EXPECT_FALSE(node.isOutputStream() && node.running);
+    }
+    EXPECT_TRUE(desktop.start(apps.front().bundleID));
 }
 
 TEST(SystemAudioCaptureOfAGraph, FindsThisProcessWhileItPlays) {

@@ -72,7 +72,7 @@ struct ForeignTone::Stream {
     }
 };
 
-ForeignTone::ForeignTone(double frequency) : stream_(std::make_unique<Stream>(frequency)) {
+ForeignTone::ForeignTone(double frequency, State state) : stream_(std::make_unique<Stream>(frequency)) {
     stream_->loop = pw_thread_loop_new("foreign", nullptr);
     pw_thread_loop_lock(stream_->loop);
     pw_thread_loop_start(stream_->loop);
@@ -92,10 +92,12 @@ ForeignTone::ForeignTone(double frequency) : stream_(std::make_unique<Stream>(fr
     spa_pod_builder builder{};
     spa_pod_builder_init(&builder, memory.data(), memory.size());
     const spa_pod* parameters[] = {spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format)};
-    pw_stream_connect(stream_->stream, PW_DIRECTION_OUTPUT, PW_ID_ANY,
-                      static_cast<pw_stream_flags>(PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS |
-                                                   PW_STREAM_FLAG_RT_PROCESS),
-                      parameters, 1);
+    pw_stream_connect(
+        stream_->stream, PW_DIRECTION_OUTPUT, PW_ID_ANY,
+        static_cast<pw_stream_flags>(
+            PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_RT_PROCESS |
+            (state == State::paused ? PW_STREAM_FLAG_INACTIVE : PW_STREAM_FLAG_NONE)),
+        parameters, 1);
     pw_thread_loop_unlock(stream_->loop);
 }
 

@@ -42,7 +42,9 @@ private:
 /// Played as a library in this process would, which knows nothing of us: on a connection of its own.
 class ForeignTone {
 public:
-    explicit ForeignTone(double frequency);
+    enum class State { plays, paused };
+
+    explicit ForeignTone(double frequency, State state = State::plays);
     ~ForeignTone();
     void awaitCycles(int more) const;
 
