@@ -70,6 +70,17 @@ void OutputMonitor::makeStream() {
     if (auto made = GraphStream::make(server_, description, *this)) {
         stream_ = std::move(*made);
         retry_.reset();
+    } else {
+        makeStreamLater();
+    }
+}
+
+void OutputMonitor::makeStreamLater() {
+    if (server_.core() != nullptr && retry_ == nullptr) {
+        retry_ = server_.startTimer(retryEvery, [this] {
+            stream_.reset();
+            makeStream();
+        });
     }
 }
 
@@ -79,12 +90,7 @@ void OutputMonitor::watch() {
 
 // Called by the stream itself, which therefore goes a little later.
 void OutputMonitor::ended(const std::string&) {
-    if (server_.core() != nullptr && retry_ == nullptr) {
-        retry_ = server_.startTimer(retryEvery, [this] {
-            stream_.reset();
-            makeStream();
-        });
-    }
+    makeStreamLater();
 }
 
 void OutputMonitor::receiveRt(std::span<const float> samples, std::int64_t time) noexcept {

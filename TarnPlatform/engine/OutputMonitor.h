@@ -34,6 +34,7 @@ private:
     void ended(const std::string& error) override;
 
     void makeStream();
+    void makeStreamLater();
     void watch();
 
     // Fixed at birth, `group_` at the start.
