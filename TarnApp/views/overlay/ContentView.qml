@@ -28,6 +28,9 @@ Item {
     FrameLimit {
         window: root.Window.window
     }
+    PointerRest {
+        window: root.Window.window
+    }
     HoverHandler {
         onHoveredChanged: hovered ? state.pointerEntered() : state.pointerLeft()
     }
