@@ -5,12 +5,14 @@
 #include <QGuiApplication>
 #include <QTimer>
 #include <algorithm>
+#include <boost/asio/post.hpp>
 #include <cstdlib>
 #include <string_view>
 
 #include "TarnApp/relaunch/AppRelaunch.h"
 #include "TarnApp/views/model/Loc.h"
 #include "TarnApp/views/style/Appearance.h"
+#include "TarnPlatform/process/FreeMemory.h"
 #include "TrayPicture.h"
 
 namespace tarn {
@@ -76,6 +78,11 @@ bool TarnApp::open() {
 }
 
 void TarnApp::appeared() {
+    QObject::connect(vm_.get(), &TranslateViewModel::anyRunningChanged, &appDelegate_, [this] {
+        if (!vm_->anyRunning()) {
+            asio::post(vm_->services().session.workers, giveFreeMemoryBack);
+        }
+    });
     vm_->onAuthLost = [weak = std::weak_ptr(onboarding_)] {
         if (const auto coordinator = weak.lock()) {
             coordinator->setIsLoggedIn(false);
