@@ -274,6 +274,8 @@ private:
         }
         vm().setSubtitleScale(1.4);
         vm().setMiniMode(true);
+        picture("mini-hovered");
+        leave();
         for (const char* const kind : {"white", "black", "picture"}) {
             backdrop_->show(kind);
             picture(QString("mini-over-") + kind);
@@ -373,6 +375,11 @@ private:
         return false;
     }
 
+    /// As the pointer does.
+    void leave() {
+        const auto* const content = window().property("content").value<QObject*>();
+        QMetaObject::invokeMethod(content->property("contentState").value<QObject*>(), "pointerLeft");
+    }
     void speak(int index, const QString& source, const QString& translation) {
         pump(20);
         world_.hear(index, source);
