@@ -36,11 +36,7 @@ void WindowFrame::attach(QWindow* window) {
     }
     const auto remembered = FramePlacement::frame(defaults_->string(key_).value_or(""));
     if (remembered) {
-        std::vector<QRect> screens;
-        for (const QScreen* screen : QGuiApplication::screens()) {
-            screens.push_back(screen->availableGeometry());
-        }
-        window_->setGeometry(FramePlacement::onScreens(*remembered, screens, window_->minimumSize()));
+        place(*remembered);
     } else if (const QScreen* const screen = window_->screen()) {
         QRect frame = window_->geometry();
         frame.moveCenter(screen->availableGeometry().center());
@@ -51,6 +47,32 @@ void WindowFrame::attach(QWindow* window) {
     connect(window_, &QWindow::yChanged, this, &WindowFrame::later);
     connect(window_, &QWindow::widthChanged, this, &WindowFrame::later);
     connect(window_, &QWindow::heightChanged, this, &WindowFrame::later);
+    followScreens();
+}
+
+void WindowFrame::place(QRect frame) {
+    std::vector<QRect> screens;
+    for (const QScreen* screen : QGuiApplication::screens()) {
+        screens.push_back(screen->availableGeometry());
+    }
+    window_->setGeometry(FramePlacement::onScreens(frame, screens, window_->minimumSize()));
+}
+
+void WindowFrame::followScreens() {
+    // Later, when all that is known of the screens is new.
+    constexpr auto once = static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::UniqueConnection);
+    connect(qGuiApp, &QGuiApplication::screenAdded, this, &WindowFrame::followScreens, once);
+    connect(qGuiApp, &QGuiApplication::screenRemoved, this, &WindowFrame::screensChanged, once);
+    for (const QScreen* screen : QGuiApplication::screens()) {
+        connect(screen, &QScreen::logicalDotsPerInchChanged, this, &WindowFrame::screensChanged, once);
+    }
+}
+
+void WindowFrame::screensChanged() {
+    // At another scale a window keeps its pixels, and has room for less, unless it is told.
+    if (window_ && window_->isVisible() && window_->windowState() == Qt::WindowNoState) {
+        place(frame_);
+    }
 }
 
 void WindowFrame::later() {

@@ -14,7 +14,8 @@ class QWindow;
 namespace tarn {
 
 /// Remembers a window's place and size between runs, under "window.<name>.frame" of the user's settings. A
-/// window whose screen is gone comes back on one that is there.
+/// window whose screen is gone comes back on one that is there, at once where it is seen; at another scale of
+/// its screen it keeps its size in points.
 ///
 /// Thread: main.
 class WindowFrame : public QObject {
@@ -37,6 +38,9 @@ public:
 
 private:
     void later();
+    void place(QRect frame);
+    void followScreens();
+    void screensChanged();
 
     const std::string key_;
     const std::shared_ptr<UserDefaults> defaults_;
