@@ -2,8 +2,19 @@
 
 #include <QQmlEngine>
 #include <algorithm>
+#include <utility>
 
 namespace tarn {
+namespace {
+
+/// Keeps it until what shows it is gone: views delete their items a turn later, in the order of such calls.
+void keepForViews(std::shared_ptr<TranslateSession> session) {
+    auto* const keeper = new QObject;
+    QObject::connect(keeper, &QObject::destroyed, [session = std::move(session)] {});
+    keeper->deleteLater();
+}
+
+}  // namespace
 
 void SessionListModel::setViewModel(TranslateViewModel* value) {
     if (viewModel_ == value) {
@@ -43,8 +54,10 @@ void SessionListModel::follow() {
         const auto at = rows_.begin() + row;
         if (std::ranges::find(wanted, *at) == wanted.end()) {
             beginRemoveRows({}, row, row);
+            auto removed = std::move(*at);
             rows_.erase(at);
             endRemoveRows();
+            keepForViews(std::move(removed));
         }
     }
     // Sessions are only ever added at the end, so what is left is in order.

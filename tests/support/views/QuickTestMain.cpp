@@ -1,6 +1,8 @@
 // The main function of Qt Quick tests: the program's arguments are those of Qt's own, which ctest gives.
 #include "QuickTestMain.h"
 
+#include <QTest>
+
 #include "TarnApp/onboarding/Module.h"
 #include "TarnApp/views/overlay/Module.h"
 
@@ -17,6 +19,14 @@ void QuickTestSetup::qmlEngineAvailable(QQmlEngine* engine) {
     world_.reset();  // it takes back what the next one puts in place
     world_ = std::make_unique<ViewWorld>();
     engine->rootContext()->setContextProperty("world", world_.get());
+    connect(engine, &QQmlEngine::warnings, this, &QuickTestSetup::warned);
+}
+
+void QuickTestSetup::warned(const QList<QQmlError>& warnings) {
+    hasWarned_ = true;
+    for (const QQmlError& warning : warnings) {
+        QTest::qFail(qPrintable(warning.toString()), qPrintable(warning.url().toString()), warning.line());
+    }
 }
 
 }  // namespace tarn::test
@@ -24,5 +34,6 @@ void QuickTestSetup::qmlEngineAvailable(QQmlEngine* engine) {
 int main(int argc, char** argv) {
     QTEST_SET_MAIN_SOURCE_PATH
     tarn::test::QuickTestSetup setup;
-    return quick_test_main_with_setup(argc, argv, "tarn", nullptr, &setup);
+    const int failures = quick_test_main_with_setup(argc, argv, "tarn", nullptr, &setup);
+    return failures == 0 && setup.hasWarned() ? 1 : failures;  // after the last function
 }
