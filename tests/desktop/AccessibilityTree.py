@@ -17,7 +17,8 @@ import time
 import warnings
 from pathlib import Path
 
-from Desktop import Application, Atspi, Pictures, is_showing, move_to, run, start_accessibility, until, window
+from Desktop import (Application, Atspi, Pictures, complaints, is_showing, move_to, run, start_accessibility, until,
+                     window)
 
 warnings.simplefilter("ignore", DeprecationWarning)  # of the bindings: Atspi.Accessible.get_action_iface and such
 programs, pictures_folder = Path(sys.argv[1]), Path(sys.argv[2])
@@ -243,7 +244,7 @@ def settings(**wishes):
 
 
 def first_steps():
-    tarn = start(str(programs / "tarn"))
+    tarn = start(str(programs / "tarn"), stderr=open(folder / "said", "a"))
     app = Application(tarn.pid)
     welcome = until("the onboarding window", lambda: window("Welcome to Tarn"))
     headings = ["Dub anything you hear", "Conversation mode", "Why an account?", "Sound on this computer"]
@@ -303,7 +304,7 @@ def main_window(pictures):
         {"onboarding.done": True, "onboarding.step": "ready", "app.language": "en",
          "session.0.captureSource": "system", "session.0.sourceLang": "en", "session.0.targetLang": "es",
          "window.TarnMainWindow.frame": "200 300 700 320"}))
-    tarn = start(str(programs / "tarn"))
+    tarn = start(str(programs / "tarn"), stderr=open(folder / "said", "a"))
     app = Application(tarn.pid)
     overlay = until("the overlay", lambda: window("Tarn"))
     examine(app, "solo, signed out")
@@ -459,6 +460,8 @@ def everything():
     move_to(10, 800)
     first_steps()
     main_window(pictures)
+    for line in complaints(folder / "said"):
+        fault(line)
     print(f"{len(faults)} faults")
     for what in faults:
         print("-", what)

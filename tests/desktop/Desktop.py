@@ -2,6 +2,7 @@
 with a real pointer and real keys, looked at in pictures of the screen."""
 
 import os
+import re
 import subprocess
 import time
 from pathlib import Path
@@ -87,6 +88,11 @@ class Application:
         point_at(node)
         run("xdotool", "click", "1")
         return node
+
+
+def complaints(log):
+    """What the interface's engine complains of in a program's standard error, which is in that file."""
+    return [line for line in Path(log).read_text().splitlines() if re.search(r"\.qml:\d", line)]
 
 
 def is_showing(node):

@@ -15,7 +15,7 @@ import tempfile
 import urllib.parse
 from pathlib import Path
 
-from Desktop import Application, Pictures, is_showing, move_to, run, start_accessibility, until, window
+from Desktop import Application, Pictures, complaints, is_showing, move_to, run, start_accessibility, until, window
 
 programs, pictures_folder = Path(sys.argv[1]), sys.argv[2]
 folder = Path(tempfile.mkdtemp(prefix="tarn-desktop."))
@@ -89,7 +89,7 @@ def the_first_day():
     move_to(10, 700)
 
     # First run: onboarding in the place of the overlay.
-    tarn = start(str(programs / "tarn"))
+    tarn = start(str(programs / "tarn"), stderr=open(folder / "said", "w"))
     app = Application(tarn.pid)
     seen.append(app)
     welcome = until("the onboarding window", lambda: window("Welcome to Tarn"))
@@ -152,6 +152,12 @@ def the_first_day():
     app.wait("Stop")
     app.press("Mini mode (subtitles only)")
 
+    # A second source, and its end.
+    app.press("Conversation")
+    app.wait("Remove this source")
+    app.press("Solo")
+    until("its end", lambda: app.find("Remove this source") is None)
+
     # Another language, at once and everywhere.
     app.press("Subtitle size")
     app.press("简体中文")
@@ -163,6 +169,7 @@ def the_first_day():
     run("xdotool", "windowactivate", "--sync", overlay)
     run("xdotool", "key", "alt+F4")
     assert tarn.wait(timeout=20) == 0
+    assert not complaints(folder / "said"), complaints(folder / "said")
     settings = (folder / "config/tarn/settings.json").read_text()
     for part in ('"onboarding.done": true', '"app.language": "zhHans"', '"session.0.targetLang": "es"'):
         assert part in settings, settings
@@ -173,6 +180,8 @@ try:
     the_first_day()
 except BaseException:
     subprocess.run(["import", "-silent", "-window", "root", str(Path(pictures_folder) / "failure.png")], check=False)
+    if (folder / "said").exists():
+        print("what the program said:", (folder / "said").read_text())
     for node, depth in seen[0].tree() if seen else ():
         print("  " * depth + f"{node.get_role_name()}: {node.get_name()!r}{'' if is_showing(node) else ' (not showing)'}")
     raise

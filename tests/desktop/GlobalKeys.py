@@ -11,7 +11,7 @@ import sys
 import tempfile
 from pathlib import Path
 
-from Desktop import run, until, window
+from Desktop import complaints, run, until, window
 
 programs = Path(sys.argv[1])
 folder = Path(tempfile.mkdtemp(prefix="tarn-keys."))
@@ -79,6 +79,7 @@ def check():
           lambda: run("xdotool", "getwindowfocus").strip() == window("Tarn"))
     tarn.terminate()
     assert tarn.wait(timeout=20) == 0
+    assert not complaints(folder / "log"), complaints(folder / "log")
 
 
 try:

@@ -13,7 +13,7 @@ from pathlib import Path
 
 from gi.repository import Gio, GLib
 
-from Desktop import run, until, window
+from Desktop import complaints, run, until, window
 
 programs = Path(sys.argv[1])
 folder = Path(tempfile.mkdtemp(prefix="tarn-tray."))
@@ -149,6 +149,7 @@ def check():
 
     choose(item, "Quit Tarn")
     assert tarn.wait(timeout=20) == 0
+    assert not complaints(folder / "log"), complaints(folder / "log")
 
 
 try:
