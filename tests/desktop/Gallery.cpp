@@ -2,7 +2,8 @@
 // that run: gallery FOLDER [contrast] [high-contrast] [brief]. In both languages, light and dark. "contrast"
 // measures the text on the panel over white and over black instead, and subtitles without it, from pictures
 // too; "high-contrast" is what a desktop may ask for; "brief" takes only what scales of the screen could
-// spoil, in English and dark. Windows that leave the screen are told of, and are the exit status.
+// spoil, in English and dark. Windows that leave the screen and warnings of QML
+// are told of, and are the exit status.
 #include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QImage>
@@ -28,6 +29,16 @@
 
 namespace tarn::test {
 namespace {
+
+int warningsOfQml = 0;
+QtMessageHandler printMessage = nullptr;
+
+void countAndPrint(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+    if (type != QtDebugMsg && type != QtInfoMsg && text.contains(".qml:")) {
+        ++warningsOfQml;
+    }
+    printMessage(type, context, text);
+}
 
 constexpr QRect usualFrame(340, 300, 640, 220);
 constexpr QRect wideFrame(20, 260, 1440, 240);
@@ -131,6 +142,7 @@ public:
         pump(100);
         onboarding();
         conversation();
+        changeAll();
     }
 
     void takeBrief() {
@@ -152,6 +164,7 @@ public:
         pump(100);
         onboarding();
         conversation();
+        changeAll();
     }
     int windowsOffScreen() const { return windowsOffScreen_; }
 
@@ -324,6 +337,34 @@ private:
         picture("conversation");
     }
 
+    /// Changes under open popovers, and the end of sources.
+    void changeAll() {
+        for (const CaptureSource source : {CaptureSource::mic, CaptureSource::application}) {
+            vm().sessions().front()->setCaptureSource(source);
+            pump(50);
+            const bool isMic = source == CaptureSource::mic;
+            open(
+                isMic ? "popover-microphones" : "popover-applications",
+                [&](const QQuickItem& item) { return item.objectName() == "source"; },
+                [&] {
+                    world_.setLanguage(style_.language == "en" ? "zhHans" : "en");
+                    Appearance::shared().setDark(!style_.dark);
+                    vm().setSubtitleScale(1.5);
+                    pump(100);
+                    world_.setLanguage(style_.language);
+                    Appearance::shared().setDark(style_.dark);
+                    vm().setSubtitleScale(1);
+                });
+        }
+        vm().setTier2Expanded(true);
+        vm().setMiniMode(true);
+        vm().removeSession(vm().sessions()[1].get());
+        pump(400);
+        vm().setMiniMode(false);
+        vm().setMode(AppMode::solo);
+        pump(400);
+    }
+
     void onboarding() {
         auto coordinator = qvariant_cast<QObject*>(window().property("onboarding"));
         coordinator->setProperty("manuallyReopened", true);
@@ -351,12 +392,15 @@ private:
         const auto help = Loc::manager->property(key);
         open(name, [&](const QQuickItem& item) { return item.property("help") == help; });
     }
-    void open(const QString& name, const std::function<bool(const QQuickItem&)>& isIt) {
+    void open(
+        const QString& name, const std::function<bool(const QQuickItem&)>& isIt,
+        const std::function<void()>& meanwhile = [] {}) {
         if (!click(window(), isIt)) {
             std::printf("nothing opens %s\n", name.toUtf8().data());
             return;
         }
         picture(name);
+        meanwhile();
         for (QWindow* const other : QGuiApplication::topLevelWindows()) {
             if (other->isVisible() && other->transientParent() == &window()) {
                 other->close();
@@ -488,6 +532,7 @@ int main(int argc, char** argv) {
     const QGuiApplication application(argc, argv);
     QGuiApplication::setQuitOnLastWindowClosed(false);
     tarn::Fonts::choose();
+    tarn::test::printMessage = qInstallMessageHandler(tarn::test::countAndPrint);
     const QStringList words = QGuiApplication::arguments();
     if (words.size() < 2) {
         std::fprintf(stderr, "usage: gallery FOLDER [contrast] [high-contrast] [brief]\n");
@@ -513,5 +558,6 @@ int main(int argc, char** argv) {
             off += gallery.windowsOffScreen();
         }
     }
-    return off == 0 ? 0 : 1;
+    std::printf("%d warnings of QML\n", tarn::test::warningsOfQml);
+    return off == 0 && tarn::test::warningsOfQml == 0 ? 0 : 1;
 }
