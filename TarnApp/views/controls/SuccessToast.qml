@@ -10,7 +10,7 @@ Plate {
 
     implicitWidth: Math.ceil(mark.width + Theme.space(2) + line.implicitWidth) + Theme.space(8)
     implicitHeight: Math.ceil(line.implicitHeight) + Theme.space(4)
-    radius: height / 2
+    radius: Math.min(height / 2, 17)
     color: Theme.popover
     border.color: Theme.hairline
 
@@ -32,8 +32,9 @@ Plate {
         anchors.verticalCenter: parent.verticalCenter
         text: Readouts.oneLine(root.message)
         textFormat: Text.PlainText
+        wrapMode: Text.Wrap
         elide: Text.ElideRight
-        maximumLineCount: 1
+        maximumLineCount: 4
         font.pixelSize: Theme.callout
         font.weight: Font.Medium
         color: Theme.primaryText
