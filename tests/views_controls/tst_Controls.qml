@@ -307,6 +307,13 @@ Item {
             compare(line.lineCount, 1)
             verify(line.text.startsWith("<b>first</b> second"))
             compare(chip.Accessible.name, chip.message)
+            verify(chip.activeFocusOnTab)
+            verify(!find(chip, one => one.active === true), "the tooltip")
+            chip.forceActiveFocus()
+            compare(find(chip, one => one.active === true).text, chip.message)
+            chip.message = "short"
+            scene.forceActiveFocus()
+            verify(!chip.activeFocusOnTab, "no stop on the way of Tab where there is nothing more")
         }
         function test_language_picker_keeps_what_is_not_listed() {
             compare(language.text, "Auto-detect")

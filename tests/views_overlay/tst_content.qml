@@ -124,7 +124,7 @@ Item {
             world.settle()
             compare(button.text, "Start")
         }
-        function test_aRunsHealthIsSaidBesideItsLightInBothLanguages() {
+        function test_aRunsHealthIsSaidBesideItsControlsInBothLanguages() {
             compare(names("health").length, 0)
             world.vm.startAll()
             world.settle()
@@ -148,7 +148,8 @@ Item {
                 wait(0)
                 const told = one("health"), error = one("error")
                 const at = error.mapToItem(told, 0, 0)
-                verify(at.x >= told.width || at.y >= told.height || at.y + error.height <= 0, "one hides the other")
+                verify(at.x >= told.width || at.x + error.width <= 0
+                       || at.y >= told.height || at.y + error.height <= 0, "one hides the other")
             }
             world.connection(0, "answering")
             compare(names("health").length, 0)
@@ -164,6 +165,53 @@ Item {
             world.vm.stopAll()
             world.settle()
             compare(names("health").length, 0)
+        }
+        /// Everything in the window that can be pressed, and its place there.
+        function pressables(item, found) {
+            for (let i = 0; i < item.children.length; ++i) {
+                const child = item.children[i]
+                if (child.visible && child.clicked && child.width > 0)
+                    found.push({item: child, place: child.mapToItem(view, 0, 0, child.width, child.height)})
+                pressables(child, found)
+            }
+            return found
+        }
+        function fourColumns() {
+            world.vm.mode = "conversation"
+            while (world.vm.sessionCount < 4)
+                world.vm.addSession()
+        }
+        function test_noticesMoveNoControlAndCoverNone_data() {
+            return [{tag: "solo", width: 540}, {tag: "wide", width: 1420}, {tag: "at its narrowest", width: 480},
+                    {tag: "four", width: 1420, four: true}]
+        }
+        function test_noticesMoveNoControlAndCoverNone(row) {
+            view.width = row.width
+            view.height = row.four ? 320 : 240
+            if (row.four)
+                fourColumns()
+            world.vm.tier2Expanded = true
+            world.vm.startAll()
+            world.settle()
+            const settled = () => one("strip") && names("chips").every(chips => chips.part === 1)
+            tryVerify(settled)
+            wait(0)
+            const before = pressables(view, []).map(one => one.place)
+            const unmoved = () => compare(pressables(view, []).map(one => one.place), before)
+            world.connection(0, "stalled")
+            wait(0)
+            unmoved()
+            world.fail(0, "An error, " + "and what the server told of it. ".repeat(10))
+            world.toast("Signed in as ada@example.org")
+            tryVerify(() => names("toast").length === 1 && names("toast")[0].opacity === 1)
+            unmoved()
+            for (const notice of [one("health"), one("error"), one("toast")]) {
+                const at = notice.mapToItem(view, 0, 0, notice.width, notice.height)
+                verify(at.left >= 0 && at.right <= view.width && at.bottom <= view.height, notice.objectName)
+                for (const control of before)
+                    verify(at.right <= control.left || at.left >= control.right
+                           || at.bottom <= control.top || at.top >= control.bottom, notice.objectName + at + control)
+            }
         }
         function test_keysReachTheControls() {
             const button = one("startStop")

@@ -2,23 +2,27 @@ import QtQuick
 import Tarn.Controls
 import Tarn.Style
 
-/// What went wrong, on one line; all of it in the tooltip.
+/// What is wrong, on one line; all of it in the tooltip, which the keys reach where the line is not all. It is read
+/// over anything, so nothing shows through it.
 Plate {
     id: root
 
     required property string message
     property string details: message
     property color ink: Theme.red
+    readonly property bool hasMore: line.implicitWidth > line.width || details !== message
 
     implicitWidth: Math.ceil(mark.width + Theme.space(1) + line.implicitWidth) + 12
     implicitHeight: Math.ceil(Math.max(mark.height, line.implicitHeight)) + 4
     radius: Theme.radiusSmall
-    color: Theme.pure ? Theme.panelOpaque : Theme.faded(ink, 0.12)
+    color: Theme.pure ? Theme.panelOpaque : Qt.tint(Theme.panelOpaque, Theme.faded(ink, 0.12))
     border.width: Theme.controlEdge
     border.color: ink
 
     Accessible.role: Accessible.AlertMessage
     Accessible.name: message
+    Accessible.description: hasMore ? details : ""
+    activeFocusOnTab: hasMore || activeFocus    // Qt takes it from no item that has the keys
 
     Symbol {
         id: mark
@@ -46,6 +50,9 @@ Plate {
     HelpTip {
         text: root.details
         target: root
-        hovered: pointer.hovered
+        hovered: pointer.hovered || root.activeFocus
+    }
+    FocusRing {
+        shown: root.activeFocus
     }
 }

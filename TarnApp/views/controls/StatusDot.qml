@@ -8,10 +8,8 @@ import Tarn.Style
 Plate {
     id: root
 
-    property list<string> faults        ///< `TranslateSession.health`
-    property list<string> values        ///< `TranslateSession.healthValues`
-    readonly property var lines: [Loc[StateLook.labelKey(state)]].concat(
-        faults.map((fault, i) => Loc.filled(Loc[fault], values[i] || "")))
+    property list<string> faults        ///< to be read
+    readonly property var lines: [Loc[StateLook.labelKey(state)]].concat(faults)
 
     state: "idle"
     implicitWidth: 8

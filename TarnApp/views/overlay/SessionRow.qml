@@ -5,23 +5,18 @@ import Tarn.Model
 import Tarn.Overlay
 import Tarn.Style
 
-/// What one session listens to and translates, in one line; an error that has no room there is below it.
+/// What one session listens to and translates, in one line.
 Item {
     id: root
 
     required property TranslateViewModel vm
     required property TranslateSession session
 
-    property real healthWidth: 0        ///< wanted for the line that tells the session's health; 0: there is none
-    readonly property real besideDot: dot.width + line.spacing
-    readonly property bool healthFits: healthWidth > 0 && width - line.wanted >= healthWidth + line.spacing
-
-    readonly property bool hasError: session.errorMessage !== ""
-    readonly property real occupied: line.wanted + (healthFits ? healthWidth + line.spacing : 0)
-    readonly property bool errorBelow: hasError && width - occupied < Math.min(160, error.implicitWidth)
+    property list<string> faults                ///< what is wrong with it while it runs, to be read
+    readonly property real end: to.x + to.width         ///< of the last control
 
     clip: true
-    implicitHeight: 28 + (errorBelow ? error.implicitHeight + Theme.space(1) : 0)
+    implicitHeight: 28
 
     SourceChoice {
         id: choice
@@ -36,14 +31,12 @@ Item {
     RowLayout {
         id: line
 
-        /// Without the error.
         readonly property real wanted: dot.width + source.implicitWidth + 60 + from.implicitWidth
                                        + arrow.implicitWidth + to.implicitWidth + 6 * spacing
                                        + (name.visible ? name.Layout.preferredWidth + spacing : 0)
 
         /// The meter gives way before any text does.
-        readonly property real meter: Math.max(20, Math.min(60, root.width - wanted + 48
-                                                                - (root.healthFits ? root.healthWidth + spacing : 0)))
+        readonly property real meter: Math.max(20, Math.min(60, root.width - wanted + 48))
 
         width: parent.width
         height: 28
@@ -52,13 +45,7 @@ Item {
         StatusDot {
             id: dot
             state: root.session.state
-            faults: root.session.health
-            values: root.session.healthValues
-        }
-        Item {
-            visible: root.healthFits
-            Layout.preferredWidth: root.healthWidth
-            Layout.minimumWidth: root.healthWidth
+            faults: root.faults
         }
         SymbolButton {
             id: source
@@ -133,14 +120,5 @@ Item {
             Layout.minimumWidth: 0
             Layout.preferredWidth: 0
         }
-    }
-    ErrorChip {
-        id: error
-        objectName: "error"
-        visible: root.hasError
-        message: root.session.errorMessage
-        x: root.errorBelow ? 0 : root.occupied + line.spacing
-        y: root.errorBelow ? line.height + Theme.space(1) : (line.height - height) / 2
-        width: Math.min(implicitWidth, root.width - x)
     }
 }

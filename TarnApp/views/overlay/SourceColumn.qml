@@ -14,6 +14,8 @@ Item {
     required property bool narrow
     required property real headerOpacity
     property bool bare: false           ///< there is no background behind
+    readonly property var faults: session.health.map(
+        (fault, i) => Loc.filled(Loc[fault], session.healthValues[i] || ""))
 
     clip: true
 
@@ -45,7 +47,7 @@ Item {
             width: remove.x - x - (remove.visible ? Theme.space(1) : 0)
             vm: root.vm
             session: root.session
-            healthWidth: health.isHealthy ? 0 : health.implicitWidth
+            faults: root.faults
         }
         SymbolButton {
             id: remove
@@ -86,20 +88,39 @@ Item {
             }
         }
     }
-    // Not in the header, which is dimmed.
-    HealthLine {
+    NoticePlaces {
+        id: places
+        beside: Qt.rect(row.x + row.end + Theme.space(1.5), row.y, row.width - row.end - Theme.space(1.5), row.height)
+        below: Qt.rect(row.x, header.height, root.width - 2 * row.x, 0)
+        errorSize: Qt.size(error.message !== "" ? error.implicitWidth : 0, error.implicitHeight)
+        healthSize: Qt.size(health.message !== "" ? health.implicitWidth : 0, health.implicitHeight)
+    }
+    ErrorChip {
+        id: error
+        objectName: "error"
+        x: places.error.x
+        y: places.error.y
+        width: places.error.width
+        visible: message !== ""
+        opacity: root.bare ? 1 : header.opacity
+        message: root.session.errorMessage
+    }
+    // Not dimmed with the header.
+    ErrorChip {
         id: health
         objectName: "health"
-        faults: root.session.health
-        values: root.session.healthValues
-        x: row.x + (row.healthFits ? row.besideDot : 0)
-        y: row.healthFits ? row.y + (28 - height) / 2 : header.height
-        width: Math.min(implicitWidth, root.width - 2 * row.x)
+        x: places.health.x
+        y: places.health.y
+        width: places.health.width
+        visible: message !== ""
+        message: root.faults[0] || ""
+        details: root.faults.join("\n")
+        ink: Theme.orange
     }
     SubtitlePane {
         objectName: "pane"
         anchors { left: parent.left; right: parent.right; top: header.bottom; bottom: parent.bottom }
-        anchors.topMargin: health.isHealthy || row.healthFits ? 0 : health.height
+        anchors.topMargin: places.heightBelow
         vm: root.vm
         session: root.session
         narrow: root.narrow
