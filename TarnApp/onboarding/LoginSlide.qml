@@ -3,12 +3,19 @@ import Tarn.Model
 import Tarn.Onboarding
 import Tarn.Style
 
-/// Signing in, or who is signed in.
-Item {
+/// Signing in, or who is signed in. Where it is too low for all of that, the pictures give way.
+ScrolledSlide {
     id: root
 
     required property TranslateViewModel vm
     required property OnboardingCoordinator onboarding
+
+    /// Of what is there in any case.
+    readonly property real least: (logic.isLoggedIn ? badge.height : head.height + column.spacing + signing.height)
+                                  + column.spacing + why.height
+    readonly property real withProviders: least + (logic.providers.length > 0 ? providers.height + column.spacing : 0)
+
+    content: column
 
     LoginSlideState {
         id: logic
@@ -16,12 +23,15 @@ Item {
         coordinator: root.onboarding
     }
     Column {
-        anchors.centerIn: parent
-        width: parent.width
+        id: column
+        y: Math.max(0, Math.round((root.height - height) / 2))
+        width: root.width
         spacing: Theme.space(4)
 
         IconDisc {
+            id: disc
             anchors.horizontalCenter: parent.horizontalCenter
+            visible: root.height >= (logic.isLoggedIn ? root.least : root.withProviders) + 1.3 * height + column.spacing
             diameter: 68
             Symbol {
                 anchors.centerIn: parent
@@ -31,11 +41,13 @@ Item {
             }
         }
         SignedInBadge {
+            id: badge
             anchors.horizontalCenter: parent.horizontalCenter
             visible: logic.isLoggedIn
             label: logic.email !== "" ? Loc.filled(Loc.loginSignedInAs, logic.email) : Loc.loginSignedIn
         }
         Column {
+            id: head
             visible: !logic.isLoggedIn
             width: parent.width
             spacing: Theme.space(2)
@@ -56,14 +68,16 @@ Item {
             }
         }
         Row {
+            id: providers
             anchors.horizontalCenter: parent.horizontalCenter
-            visible: !logic.isLoggedIn && logic.providers.length > 0
+            visible: !logic.isLoggedIn && logic.providers.length > 0 && root.height >= root.withProviders
             Repeater {
                 model: logic.providers
                 ProviderMark {}
             }
         }
         Column {
+            id: signing
             anchors.horizontalCenter: parent.horizontalCenter
             visible: !logic.isLoggedIn
             spacing: Theme.space(2)
@@ -115,6 +129,7 @@ Item {
             }
         }
         WhyAccount {
+            id: why
             width: parent.width
             open: logic.showWhy
             onToggled: open => logic.showWhy = open

@@ -13,7 +13,7 @@ Window {
     objectName: "tarn-onboarding"
     flags: Qt.Window | Qt.CustomizeWindowHint | Qt.WindowTitleHint | Qt.WindowSystemMenuHint | Qt.WindowCloseButtonHint
     width: 560
-    // A small screen, or a large scale, has room for less; the pages have some to spare.
+    // A small screen, or a large scale, has room for less; the page of signing in gives up its picture there, or scrolls.
     height: Math.max(480, Math.min(600, Screen.desktopAvailableHeight - 48))
     minimumWidth: root.width
     maximumWidth: root.width

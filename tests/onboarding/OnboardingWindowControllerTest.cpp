@@ -213,6 +213,35 @@ TEST_F(OnboardingWindowTest, SignsIn) {
     EXPECT_TRUE(shows("Signed in"));
 }
 
+TEST_F(OnboardingWindowTest, SigningInIsReachedWholeInALowWindow) {
+    window().setMinimumHeight(480);
+    window().setHeight(480);
+    for (const QString language : {"en", "zhHans"}) {
+        world.setLanguage(language);
+        show();
+        goTo(2);
+        press(language == "en" ? "Sign in with your browser" : "在浏览器中登录");
+        press(Loc::manager->loginWhyLink());
+        const auto place = [this](const QString& text) {
+            QQuickItem* const item = find(text);
+            return item == nullptr ? QRectF() : item->mapRectToScene(item->boundingRect());
+        };
+        EXPECT_TRUE(QTest::qWaitFor(
+            [&] {
+                const QRectF gotIt = place(Loc::manager->loginWhyDismiss());
+                return !gotIt.isEmpty() && gotIt.top() >= 48 &&
+                       gotIt.bottom() < place(Loc::manager->navNext()).top();
+            },
+            20000));
+        press(Loc::manager->loginWhyDismiss());
+        EXPECT_FALSE(shows(Loc::manager->loginWhyDismiss()));
+        EXPECT_GE(place(Loc::manager->loginTitle()).top(), 48);
+        press(Loc::manager->navBack());
+        press(Loc::manager->navBack());
+        window().close();
+    }
+}
+
 TEST_F(OnboardingWindowTest, ShowsWhereThePermissionsStand) {
     world.setMicrophoneStatus("denied");
     show();
