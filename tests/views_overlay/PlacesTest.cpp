@@ -4,6 +4,7 @@
 #include <array>
 
 #include "TarnApp/views/overlay/NoticePlaces.h"
+#include "TarnApp/views/overlay/RowPlaces.h"
 
 namespace tarn {
 namespace {
@@ -39,6 +40,47 @@ TEST(NoticePlaces, AreBesideTheControlsOrElseBelow) {
         EXPECT_EQ(places.notices[0], one.errorAt) << one.what;
         EXPECT_EQ(places.notices[1], one.healthAt) << one.what;
         EXPECT_EQ(places.heightBelow, one.below) << one.what;
+    }
+}
+
+TEST(RowPlaces, GiveWayInTheirOrder) {
+    // The dot is 8 wide, the source 39, the arrow 13, a language's frame 35; the texts 75 and 80 with the
+    // code, 48 and 53 without.
+    struct Case {
+        qreal width;
+        qreal name;
+        qreal nameWidth;
+        qreal meter;
+        bool isTight;
+        bool showsCodes;
+        qreal from;
+        qreal to;
+        qreal end;  // of the last
+    };
+    const std::array<Case, 13> cases{{
+        {640, 0, 0, 60, false, true, 110, 115, 375},
+        {640, 200, 160, 60, false, true, 110, 115, 541},
+        {541, 200, 160, 60, false, true, 110, 115, 541},
+        {540, 200, 160, 59, false, true, 110, 115, 540},  // the meter first
+        {500, 200, 159, 20, false, true, 110, 115, 500},  // then the name
+        {401, 200, 60, 20, false, true, 110, 115, 401},
+        {400, 200, 71, 20, true, true, 104, 109, 400},  // then the margins
+        {388, 200, 113, 20, true, false, 77, 82, 388},  // the codes
+        {300, 200, 37, 20, true, false, 77, 82, 300},
+        {306, 0, 0, 60, true, false, 77, 82, 299},  // one of four columns at the window's least
+        {306, 30, 30, 33, true, false, 77, 82, 306},
+        {245, 0, 0, 0, true, false, 77, 82, 235},
+        {200, 0, 0, 0, true, false, 62, 62, 200},  // the names last
+    }};
+    for (const Case& one : cases) {
+        const auto places = RowPlaces::places({one.width, 8, 39, one.name, 13, 35, {75, 48}, {80, 53}});
+        EXPECT_EQ(places.name.width(), one.nameWidth) << one.width;
+        EXPECT_EQ(places.meter.width(), one.meter) << one.width;
+        EXPECT_EQ(places.isTight, one.isTight) << one.width;
+        EXPECT_EQ(places.showsCodes, one.showsCodes) << one.width;
+        EXPECT_EQ(places.from.width(), one.from) << one.width;
+        EXPECT_EQ(places.to.width(), one.to) << one.width;
+        EXPECT_EQ(places.to.right(), one.end) << one.width;
     }
 }
 

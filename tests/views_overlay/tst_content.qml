@@ -213,6 +213,39 @@ Item {
                            || at.bottom <= control.top || at.top >= control.bottom, notice.objectName + at + control)
             }
         }
+        function test_longNamesLeaveTheLanguagesWhole_data() {
+            const names = [{tag: "none", name: ""}, {tag: "200 characters", name: "A player of films ".repeat(11)},
+                           {tag: "Arabic", name: "مشغل الوسائط والأفلام والموسيقى"}]
+            return names.concat(names.map(one => ({tag: one.tag + " in Chinese", name: one.name, shown: one.shown,
+                                                   language: "zhHans"})))
+        }
+        function test_longNamesLeaveTheLanguagesWhole(row) {
+            world.setLanguage(row.language || "en")
+            fourColumns()
+            const pairs = [["pt", "vi"], ["id", "ru"], ["", "fr"], ["zh", "de"]]
+            for (let i = 0; i < 4; ++i) {
+                const session = world.session(i)
+                session.captureSource = row.name === "" ? "system" : "application"
+                session.applicationName = row.name
+                session.sourceLang = pairs[i][0]
+                session.targetLang = pairs[i][1]
+            }
+            for (const width of [view.minimumContentWidth, 2000]) {
+                view.width = width
+                wait(0)
+                for (const header of names("header")) {
+                    for (const picker of [all(header, "from", [])[0], all(header, "target", [])[0]]) {
+                        verify(picker.width >= picker.implicitWidth, width + picker.text + picker.width)
+                        verify(picker.help.includes(picker.whole) || picker.text === picker.whole)
+                        verify(picker.Accessible.name.endsWith(picker.whole))
+                    }
+                    const shown = all(header, "application", [])
+                    verify(width < 2000 || shown.length === (row.name !== "" ? 1 : 0))
+                    if (row.shown && shown.length > 0)
+                        compare(shown[0].text, row.shown)
+                }
+            }
+        }
         function test_keysReachTheControls() {
             const button = one("startStop")
             button.forceActiveFocus()

@@ -27,12 +27,13 @@ QVariantList LanguageRows::choices(const QString& autoLabel, const QStringList& 
     const QString missing = QString::fromStdString(text(AddedText::languageMissing));
     QVariantList list;
     if (!autoLabel.isEmpty()) {
-        list.append(QVariantMap{{"value", ""}, {"label", autoLabel}, {"note", ""}});
+        list.append(QVariantMap{{"value", ""}, {"label", autoLabel}, {"name", autoLabel}, {"note", ""}});
     }
     for (const Language& language : Languages::supported) {
         const QString code = QString::fromStdString(std::string(language.code));
         list.append(QVariantMap{{"value", code},
                                 {"label", shownRow(language)},
+                                {"name", QString::fromUtf8(language.label)},
                                 {"note", offered.isEmpty() || offered.contains(code) ? QString() : missing}});
     }
     return list;

@@ -15,9 +15,9 @@ class LanguageRows : public QObject {
     QML_SINGLETON
 
 public:
-    /// {value, label, note} each: the code, "中文 (zh)", and what is said of one that is not among `offered`;
-    /// that is empty where nobody tells what is offered. With `autoLabel`, an entry of that name with the
-    /// empty code comes first.
+    /// {value, label, name, note} each: the code, "中文 (zh)", "中文", and what is said of one that is not
+    /// among `offered`; that is empty where nobody tells what is offered. With `autoLabel`, an entry of that
+    /// name with the empty code comes first.
     Q_INVOKABLE static QVariantList choices(const QString& autoLabel, const QStringList& offered = {});
 };
 

@@ -1,5 +1,4 @@
 import QtQuick
-import QtQuick.Layouts
 import Tarn.Controls
 import Tarn.Model
 import Tarn.Overlay
@@ -11,7 +10,6 @@ Item {
 
     required property TranslateViewModel vm
     required property TranslateSession session
-
     property list<string> faults                ///< what is wrong with it while it runs, to be read
     readonly property real end: to.x + to.width         ///< of the last control
 
@@ -28,97 +26,108 @@ Item {
         viewModel: root.vm
         session: root.session
     }
-    RowLayout {
-        id: line
+    RowPlaces {
+        id: places
+        width: root.width
+        dotWidth: dot.width
+        sourceWidth: source.implicitWidth
+        nameWidth: Math.ceil(name.implicitWidth)
+        arrowWidth: Math.ceil(arrow.implicitWidth)
+        frameWidth: from.frameWidth
+        fromWidths: from.textWidths
+        toWidths: to.textWidths
+    }
+    StatusDot {
+        id: dot
+        y: (root.height - height) / 2
+        state: root.session.state
+        faults: root.faults
+    }
+    SymbolButton {
+        id: source
+        objectName: "source"
+        x: places.source.x
+        y: Math.round((root.height - height) / 2)
+        symbol: choice.symbol
+        trailingSymbol: "chevron.down"
+        help: choice.sourceHelp
+        Accessible.role: Accessible.ButtonMenu
+        Accessible.name: Loc.captureSource + ": " + choice.sourceHelp
+        onClicked: menu.toggleAt(source)
 
-        readonly property real wanted: dot.width + source.implicitWidth + 60 + from.implicitWidth
-                                       + arrow.implicitWidth + to.implicitWidth + 6 * spacing
-                                       + (name.visible ? name.Layout.preferredWidth + spacing : 0)
+        SourceMenu {
+            id: menu
+            choice: choice
+        }
+    }
+    Text {
+        id: name
+        objectName: "application"
+        x: places.name.x
+        width: places.name.width
+        height: root.height
+        visible: width > 0
+        verticalAlignment: Text.AlignVCenter
+        text: choice.applicationName
+        textFormat: Text.PlainText
+        elide: Text.ElideRight
+        maximumLineCount: 1
+        font.pixelSize: Theme.caption
+        color: Theme.primaryText
 
-        /// The meter gives way before any text does.
-        readonly property real meter: Math.max(20, Math.min(60, root.width - wanted + 48))
-
-        width: parent.width
-        height: 28
-        spacing: Theme.space(root.width < 340 ? 1 : 1.5)
-
-        StatusDot {
-            id: dot
-            state: root.session.state
-            faults: root.faults
+        HoverHandler {
+            id: pointer
         }
-        SymbolButton {
-            id: source
-            objectName: "source"
-            symbol: choice.symbol
-            trailingSymbol: "chevron.down"
-            help: choice.sourceHelp
-            Accessible.role: Accessible.ButtonMenu
-            Accessible.name: Loc.captureSource + ": " + choice.sourceHelp
-            onClicked: menu.toggleAt(source)
-
-            SourceMenu {
-                id: menu
-                choice: choice
-            }
+        HelpTip {
+            text: choice.sourceHelp
+            target: name
+            hovered: pointer.hovered && name.truncated
         }
-        Text {
-            id: name
-            Layout.preferredWidth: Math.min(implicitWidth, 160)
-            Layout.fillWidth: true
-            Layout.maximumWidth: Math.min(implicitWidth, 160)
-            Layout.minimumWidth: 0
-            visible: text !== ""
-            text: choice.applicationName
-            textFormat: Text.PlainText
-            elide: Text.ElideRight
-            maximumLineCount: 1
-            font.pixelSize: Theme.caption
-            color: Theme.primaryText
+    }
+    LevelMeter {
+        x: places.meter.x
+        y: (root.height - height) / 2
+        width: places.meter.width
+        visible: width > 0
+        level: input.level
+    }
+    LangPicker {
+        id: from
+        objectName: "from"
+        x: places.from.x
+        width: places.from.width
+        tight: places.tight
+        showsCode: places.showsCodes
+        label: Loc.langSourceLabel
+        selection: root.session.sourceLang
+        includeAuto: true
+        offered: root.vm.heardLanguages
+        onPicked: value => root.session.sourceLang = value
+    }
+    Text {
+        id: arrow
+        x: places.arrow.x
+        height: root.height
+        verticalAlignment: Text.AlignVCenter
+        text: "→"
+        textFormat: Text.PlainText
+        font.pixelSize: Theme.callout
+        color: Theme.secondaryText
+    }
+    LangPicker {
+        id: to
+        objectName: "target"
+        x: places.to.x
+        width: places.to.width
+        tight: places.tight
+        showsCode: places.showsCodes
+        label: Loc.langTargetLabel
+        selection: root.session.targetLang
+        includeAuto: false
+        offered: {
+            const told = root.vm.heardLanguages  // changes when the server tells others
+            return told.length > 0 ? root.vm.targetLanguages(root.session.sourceLang) : []
         }
-        LevelMeter {
-            Layout.preferredWidth: line.meter
-            Layout.minimumWidth: line.meter
-            Layout.maximumWidth: line.meter
-            level: input.level
-        }
-        LangPicker {
-            id: from
-            Layout.fillWidth: true
-            Layout.minimumWidth: 44
-            Layout.maximumWidth: implicitWidth
-            label: Loc.langSourceLabel
-            selection: root.session.sourceLang
-            includeAuto: true
-            offered: root.vm.heardLanguages
-            onPicked: value => root.session.sourceLang = value
-        }
-        Text {
-            id: arrow
-            text: "→"
-            textFormat: Text.PlainText
-            font.pixelSize: Theme.callout
-            color: Theme.secondaryText
-        }
-        LangPicker {
-            id: to
-            objectName: "target"
-            Layout.fillWidth: true
-            Layout.minimumWidth: 44
-            Layout.maximumWidth: implicitWidth
-            label: Loc.langTargetLabel
-            selection: root.session.targetLang
-            includeAuto: false
-            offered: {
-                const told = root.vm.heardLanguages  // changes when the server tells others
-                return told.length > 0 ? root.vm.targetLanguages(root.session.sourceLang) : []
-            }
-            onPicked: value => root.session.targetLang = value
-        }
-        Item {
-            Layout.fillWidth: true
-            Layout.minimumWidth: 0
-            Layout.preferredWidth: 0
-        }
+        onPicked: value => root.session.targetLang = value
     }
 }
