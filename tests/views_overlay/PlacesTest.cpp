@@ -5,6 +5,7 @@
 
 #include "TarnApp/views/overlay/NoticePlaces.h"
 #include "TarnApp/views/overlay/RowPlaces.h"
+#include "TarnApp/views/overlay/SubtitlePlaces.h"
 
 namespace tarn {
 namespace {
@@ -81,6 +82,39 @@ TEST(RowPlaces, GiveWayInTheirOrder) {
         EXPECT_EQ(places.from.width(), one.from) << one.width;
         EXPECT_EQ(places.to.width(), one.to) << one.width;
         EXPECT_EQ(places.to.right(), one.end) << one.width;
+    }
+}
+
+TEST(SubtitlePlaces, ShareThePaneOrLeaveItToTheTranslation) {
+    // Margins of 8, a distance of 10; lines of 20 and 22.
+    struct Case {
+        const char* what;
+        qreal height;
+        bool hasSource;
+        qreal sourceNatural;
+        qreal sourceHeight;
+        qreal translationNatural;
+        qreal lift;
+        SubtitlePlaces::Places at;  // has room, above, source's room and y, translation's room and y
+    };
+    const std::array<Case, 10> cases{{
+        {"short texts", 126, true, 20, 20, 22, 0, {true, 0, 20, 8, 80, 38}},
+        {"the translation leaves enough", 126, true, 60, 60, 40, 0, {true, 0, 60, 8, 40, 78}},
+        {"it leaves less", 126, true, 80, 60, 40, 0, {true, 0, 60, 8, 40, 78}},
+        {"it is too long: a part at least", 126, true, 80, 40, 200, 0, {true, 0, 40, 8, 60, 58}},
+        {"a short one beside a long one", 126, true, 20, 20, 200, 0, {true, 0, 20, 8, 80, 38}},
+        {"the language is not chosen", 126, false, 20, 20, 22, 0, {true, 0, 20, 8, 110, 8}},
+        {"exactly a line of both", 68, true, 60, 20, 60, 0, {true, 0, 16.8, 8, 22, 38}},
+        {"a point less", 67, true, 60, 40, 60, 0, {true, 50, 51, -42, 51, 8}},
+        {"scrolled in, as far as there is", 67, true, 60, 40, 60, 70, {true, 50, 51, 8, 51, 58}},
+        {"not a line", 37, true, 20, 20, 22, 0, {false, 30, 21, -22, 21, 8}},
+    }};
+    for (const Case& one : cases) {
+        const auto at = SubtitlePlaces::places({one.height, 8, 10, one.hasSource, 20, one.sourceNatural,
+                                                one.sourceHeight, 22, one.translationNatural},
+                                               one.lift);
+        EXPECT_EQ(at, one.at) << one.what << ": " << at.above << " " << at.sourceRoom << " " << at.sourceY
+                              << " " << at.translationRoom << " " << at.translationY;
     }
 }
 

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include "TarnApp/views/overlay/FinishedLine.h"
-#include "TarnApp/views/overlay/SubtitleShares.h"
 #include "support/views/ViewWorld.h"
 
 namespace tarn {
@@ -86,20 +85,6 @@ TEST(FinishedLine, ComesWithAPauseOrWithTheNextSentence) {
     EXPECT_EQ(heard, "The meeting begins.|We are late.|");
     world.pass(2100);
     EXPECT_EQ(heard, "The meeting begins.|We are late.|So hurry up.|");
-}
-
-TEST(SubtitleShares, GiveTheSourceWhatTheTranslationLeavesAndAPartAtLeast) {
-    struct Row {
-        double room, source, translation, given;
-    };
-    const Row rows[] = {
-        {100, 20, 40, 20},  {100, 60, 40, 60},  {100, 80, 40, 60},
-        {100, 80, 200, 40}, {100, 20, 200, 20}, {-5, 20, 20, 0},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(SubtitleShares::ofSource(row.room, row.source, row.translation), row.given)
-            << row.room << " " << row.source;
-    }
 }
 
 }  // namespace

@@ -12,17 +12,22 @@ Item {
     required property bool narrow
 
     readonly property real scaling: vm.subtitleScale
-    readonly property real spacing: (narrow ? 6 : 10) * scaling
-    readonly property real room: Math.max(0, height - 2 * Theme.space(2))
-    /// A line of both. Where there is not, the source is above the pane, and the wheel brings it in.
-    readonly property bool bothFit: said.lineHeight + spacing + translation.lineHeight <= room
-    readonly property real above: said.visible && !bothFit ? said.height + spacing : 0
-    property real lift: 0               ///< of what is above, that the user has scrolled in
 
     clip: true
-    visible: room >= translation.lineHeight
-    onAboveChanged: lift = Math.min(lift, above)
+    visible: places.hasRoom
 
+    SubtitlePlaces {
+        id: places
+        height: root.height
+        margin: Theme.space(2)
+        spacing: (root.narrow ? 6 : 10) * root.scaling
+        hasSource: root.session.sourceLang !== ""
+        sourceLine: said.lineHeight
+        sourceNatural: said.naturalHeight
+        sourceHeight: said.height
+        translationLine: translation.lineHeight
+        translationNatural: translation.naturalHeight
+    }
     Item {
         Accessible.role: Accessible.AlertMessage
         Accessible.name: finished.text
@@ -33,16 +38,16 @@ Item {
         }
     }
     WheelHandler {
-        enabled: root.above > 0
-        onWheel: event => root.lift = Math.max(0, Math.min(root.lift + event.angleDelta.y / 4, root.above))
+        enabled: places.scrolls
+        onWheel: event => places.scroll(event.angleDelta.y / 4)
     }
     SubtitleLine {
         id: said
         objectName: "source"
         x: Theme.space(3)
-        y: Theme.space(2) - root.above + root.lift
+        y: places.sourceY
         width: root.width - 2 * x
-        visible: root.session.sourceLang !== ""
+        visible: places.hasSource
         marker: "🎤"
         markerSize: root.narrow ? 12 : 14
         isEmpty: root.session.sourceText === ""
@@ -50,15 +55,13 @@ Item {
         fontSize: (root.narrow ? 14 : 16) * root.scaling
         weight: Font.Normal
         stroked: root.vm.miniMode
-        room: root.bothFit
-              ? SubtitleShares.ofSource(root.room - root.spacing, naturalHeight, translation.naturalHeight)
-              : root.room
+        room: places.sourceRoom
     }
     SubtitleLine {
         id: translation
         objectName: "translation"
         x: Theme.space(3)
-        y: said.visible ? said.y + said.height + root.spacing : said.y
+        y: places.translationY
         width: root.width - 2 * x
         marker: "🔊"
         markerSize: root.narrow ? 12 : 14
@@ -67,6 +70,6 @@ Item {
         fontSize: (root.narrow ? 15 : 18) * root.scaling
         weight: Font.Medium
         stroked: root.vm.miniMode
-        room: root.room - (said.visible && root.bothFit ? said.height + root.spacing : 0)
+        room: places.translationRoom
     }
 }
