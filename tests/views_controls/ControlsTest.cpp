@@ -103,6 +103,19 @@ TEST(Readouts, TakeMillisecondsAsTheyAreTyped) {
     }
 }
 
+TEST(Readouts, PutWhatOthersWroteOnOneLine) {
+    const std::vector<std::pair<QString, QString>> cases{
+        {" a\n\tb ", "a b"},
+        {QString("a\x1b[31mb\x07") + QChar(0), "a [31mb"},
+        {QString("a") + QChar(0x202e) + "b", "a b"},
+        {"مشغل", "مشغل"},
+        {QString(200, 'w'), QString(200, 'w')},
+    };
+    for (const auto& [written, shown] : cases) {
+        EXPECT_EQ(Readouts::oneLine(written), shown);
+    }
+}
+
 TEST(LanguageRows, BeginWithTheAutomaticChoiceWhereThereIsOne) {
     const auto with = LanguageRows::choices("Auto-detect");
     const auto without = LanguageRows::choices("");

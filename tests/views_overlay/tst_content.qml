@@ -215,7 +215,8 @@ Item {
         }
         function test_longNamesLeaveTheLanguagesWhole_data() {
             const names = [{tag: "none", name: ""}, {tag: "200 characters", name: "A player of films ".repeat(11)},
-                           {tag: "Arabic", name: "مشغل الوسائط والأفلام والموسيقى"}]
+                           {tag: "Arabic", name: "مشغل الوسائط والأفلام والموسيقى"},
+                           {tag: "controls", name: "a\u202eb\u0007c\nd", shown: "a b c d"}]
             return names.concat(names.map(one => ({tag: one.tag + " in Chinese", name: one.name, shown: one.shown,
                                                    language: "zhHans"})))
         }

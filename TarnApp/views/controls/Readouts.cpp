@@ -41,4 +41,14 @@ int Readouts::milliseconds(const QString& typed, int most) {
     return isNumber && number >= 0 ? static_cast<int>(std::min<qlonglong>(number, most)) : -1;
 }
 
+QString Readouts::oneLine(QString text) {
+    for (QChar& c : text) {
+        const bool turns = c.unicode() >= 0x202a && c.unicode() <= 0x202e;
+        if (turns || c.category() == QChar::Other_Control) {
+            c = u' ';
+        }
+    }
+    return text.simplified();
+}
+
 }  // namespace tarn

@@ -20,8 +20,8 @@ public:
     Q_INVOKABLE static QString gainTone(double value);
     /// Milliseconds as a person typed them, no more than `most`; -1 where that is no number.
     Q_INVOKABLE static int milliseconds(const QString& typed, int most);
-    /// On one line.
-    Q_INVOKABLE static QString oneLine(const QString& text) { return text.simplified(); }
+    /// On one line, without control characters or what turns the direction of what follows.
+    Q_INVOKABLE static QString oneLine(QString text);
 };
 
 }  // namespace tarn

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "TarnApp/localization/LocKey.h"
+#include "TarnApp/views/controls/Readouts.h"
 #include "TarnApp/views/model/Loc.h"
 
 namespace tarn {
@@ -103,7 +104,7 @@ QString SourceChoice::sourceHelp() const {
 
 QString SourceChoice::applicationName() const {
     return session_ != nullptr && session_->captureSource() == CaptureSource::application
-               ? QString::fromStdString(session_->applicationName())
+               ? Readouts::oneLine(QString::fromStdString(session_->applicationName()))
                : QString();
 }
 
@@ -152,7 +153,7 @@ std::vector<SourceChoice::Row> SourceChoice::list() const {
         }
         for (const auto& app : viewModel_->availableApps()) {
             rows.push_back({.kind = "entry",
-                            .text = QString::fromStdString(app.name),
+                            .text = Readouts::oneLine(QString::fromStdString(app.name)),
                             .isChosen = session_->applicationBundleID() == app.bundleID,
                             .take = [app](TranslateViewModel&, TranslateSession& session) {
                                 session.setCaptureSource(CaptureSource::application);
