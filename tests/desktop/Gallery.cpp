@@ -142,6 +142,7 @@ public:
         pump(100);
         onboarding();
         conversation();
+        notices();
         changeAll();
     }
 
@@ -164,6 +165,7 @@ public:
         pump(100);
         onboarding();
         conversation();
+        notices();
         changeAll();
     }
     int windowsOffScreen() const { return windowsOffScreen_; }
@@ -337,6 +339,23 @@ private:
         picture("conversation");
     }
 
+    /// Notices in each way in which they lie, and a long name in the narrowest columns.
+    void notices() {
+        world_.connection(0, "slow");
+        world_.fail(1, "The service is busy: translation was interrupted, and will go on by itself");
+        world_.connection(1, "stalled");
+        const auto last = vm().sessions().back();
+        last->setCaptureSource(CaptureSource::application);
+        last->setApplicationName(std::string("A very long name of a player of films, and of music as well"));
+        last->setSourceLang("pt");
+        last->setTargetLang("vi");
+        vm().showToast("Signed in as ada@example.org");
+        picture("conversation-notices");
+        world_.connection(0, "answering");
+        world_.connection(1, "answering");
+        world_.pass(5000);
+    }
+
     /// Changes under open popovers, and the end of sources.
     void changeAll() {
         for (const CaptureSource source : {CaptureSource::mic, CaptureSource::application}) {
@@ -375,6 +394,7 @@ private:
             if (page == 3) {
                 coordinator->setProperty("isLoggedIn", false);
                 picture("onboarding-3-signed-out");
+                lowSignIn(*welcome);
                 coordinator->setProperty("isLoggedIn", true);
             }
             click(*welcome,
@@ -385,6 +405,29 @@ private:
             welcome->close();
         }
         pump(300);
+    }
+
+    void lowSignIn(QQuickWindow& welcome) {
+        const int usual = welcome.height();
+        for (const int height : {usual, 552, 480}) {  // 552: on a screen of 600
+            welcome.setMinimumHeight(height);
+            welcome.setMaximumHeight(height);
+            welcome.setHeight(height);
+            pump(100);
+            if (height == usual) {
+                for (const QString& label : {Loc::manager->loginButton(), Loc::manager->loginWhyLink()}) {
+                    click(welcome, [&](const QQuickItem& item) { return item.property("text") == label; });
+                    pump(100);
+                }
+            }
+            picture(QString("onboarding-3-why-%1").arg(height));
+        }
+        click(welcome, [](const QQuickItem& item) {
+            return item.property("text") == Loc::manager->loginWhyDismiss();
+        });
+        welcome.setMaximumHeight(usual);
+        welcome.setMinimumHeight(usual);
+        welcome.setHeight(usual);
     }
 
     /// Opens the popover of the control with that tooltip, and closes it.
