@@ -11,20 +11,19 @@ namespace {
 constexpr qreal grid = 2;
 constexpr std::array<int, 7> bell{1, 3, 6, 7, 6, 3, 1};
 constexpr int bellSum = 27;
-constexpr int side = static_cast<int>(bell.size()) / 2;
 constexpr int gain = 8;       // a letter covers little of what is around it
 constexpr int darkest = 175;  // of 255
 
 /// Blurs `count` values that are `step` apart.
-void blur(std::uint8_t* values, int count, int step, std::vector<std::uint8_t>& copy) {
-    copy.assign(static_cast<std::size_t>(count + 2 * side), 0);
-    for (int i = 0; i < count; ++i) {
-        copy[static_cast<std::size_t>(i + side)] = values[i * step];
+void blur(std::uint8_t* values, std::size_t count, std::size_t step, std::vector<std::uint8_t>& copy) {
+    copy.assign(count + bell.size() - 1, 0);
+    for (std::size_t i = 0; i < count; ++i) {
+        copy[i + bell.size() / 2] = values[i * step];
     }
-    for (int i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < count; ++i) {
         int sum = 0;
         for (std::size_t k = 0; k < bell.size(); ++k) {
-            sum += bell[k] * copy[static_cast<std::size_t>(i) + k];
+            sum += bell[k] * copy[i + k];
         }
         values[i * step] = static_cast<std::uint8_t>(sum / bellSum);
     }
@@ -37,18 +36,20 @@ QImage SubtitleHalo::around(const QImage& text, const QSizeF& size) {
     QImage cover = text.scaled(cells, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
                        .convertToFormat(QImage::Format_Alpha8);
     auto* const first = cover.bits();
-    const auto line = static_cast<int>(cover.bytesPerLine());
+    const auto line = static_cast<std::size_t>(cover.bytesPerLine());
+    const auto width = static_cast<std::size_t>(cells.width());
+    const auto height = static_cast<std::size_t>(cells.height());
     std::vector<std::uint8_t> copy;
-    for (int y = 0; y < cells.height(); ++y) {
-        blur(first + y * line, cells.width(), 1, copy);
+    for (std::size_t y = 0; y < height; ++y) {
+        blur(first + y * line, width, 1, copy);
     }
-    for (int x = 0; x < cells.width(); ++x) {
-        blur(first + x, cells.height(), line, copy);
+    for (std::size_t x = 0; x < width; ++x) {
+        blur(first + x, height, line, copy);
     }
     QImage halo(cells, QImage::Format_ARGB32_Premultiplied);
-    for (int y = 0; y < cells.height(); ++y) {
-        auto* const to = reinterpret_cast<QRgb*>(halo.scanLine(y));
-        for (int x = 0; x < cells.width(); ++x) {
+    for (std::size_t y = 0; y < height; ++y) {
+        auto* const to = reinterpret_cast<QRgb*>(halo.scanLine(static_cast<int>(y)));
+        for (std::size_t x = 0; x < width; ++x) {
             to[x] = qRgba(0, 0, 0, std::min(first[y * line + x] * gain, darkest));
         }
     }
