@@ -67,7 +67,7 @@ TEST(RowPlaces, GiveWayInTheirOrder) {
         {401, 200, 60, 20, false, true, 110, 115, 401},
         {400, 200, 71, 20, true, true, 104, 109, 400},  // then the margins
         {388, 200, 113, 20, true, false, 77, 82, 388},  // the codes
-        {300, 200, 37, 20, true, false, 77, 82, 300},
+        {300, 200, 0, 60, true, false, 77, 82, 299},
         {306, 0, 0, 60, true, false, 77, 82, 299},  // one of four columns at the window's least
         {306, 30, 30, 33, true, false, 77, 82, 306},
         {245, 0, 0, 0, true, false, 77, 82, 235},

@@ -10,7 +10,7 @@ namespace {
 constexpr qreal narrowRow = 340;
 constexpr qreal mostName = 160;
 constexpr qreal usefulName = 60;  // it keeps that longer than the languages keep their codes
-constexpr qreal leastName = 24;
+constexpr qreal leastName = 40;
 constexpr qreal mostMeter = 60;
 constexpr qreal usefulMeter = 20;
 constexpr qreal leastMeter = 12;
