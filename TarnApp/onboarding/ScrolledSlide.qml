@@ -8,12 +8,16 @@ Flickable {
 
     required property Item content
 
-    function reveal(item: Item): void {
-        const top = item.mapToItem(root.contentItem, 0, 0).y
-        if (top < root.contentY)
-            root.contentY = Math.max(0, top - Theme.space(2))
-        else if (top + item.height > root.contentY + root.height)
-            root.contentY = Math.min(root.contentHeight - root.height, top + item.height + Theme.space(2) - root.height)
+    /// Brings in what has the keys.
+    function follow(): void {
+        const item = root.Window.activeFocusItem
+        let around = item
+        while (around && around !== root.contentItem)
+            around = around.parent
+        const top = around ? item.mapToItem(root.contentItem, 0, 0).y - Theme.space(2) : root.contentY
+        const bottom = around ? top + item.height + Theme.space(4) : root.contentY
+        const y = Math.max(bottom - root.height, Math.min(root.contentY, top))
+        root.contentY = Math.max(0, Math.min(y, root.contentHeight - root.height))
     }
 
     contentWidth: width
@@ -21,16 +25,12 @@ Flickable {
     interactive: contentHeight > height
     clip: interactive
     boundsBehavior: Flickable.StopAtBounds
-    onContentHeightChanged: returnToBounds()
+    onContentHeightChanged: Qt.callLater(root.follow)
 
     Connections {
         target: root.Window.window
         function onActiveFocusItemChanged(): void {
-            const item = root.Window.activeFocusItem
-            for (let around = item; around; around = around.parent) {
-                if (around === root.contentItem)
-                    Qt.callLater(root.reveal, item)
-            }
+            Qt.callLater(root.follow)
         }
     }
     Rectangle {
