@@ -104,14 +104,14 @@ void ViewWorld::translate(int index, const QString& text, bool done) {
     }
 }
 
-void ViewWorld::connection(int index, const QString& health) {
+void ViewWorld::connection(int index, const QString& health, const QString& complaint) {
     if (const auto to = stream(index)) {
         using enum ConnectionHealth::State;
         to->health().push({health == "stalled"                       ? stalled
                            : health == "slow"                        ? slow
                            : health == "lost" || health == "refused" ? lost
                                                                      : answering,
-                           "[quota] Out of credit", health == "refused", 12});
+                           complaint.toStdString(), health == "refused", 12});
         settle();
     }
 }
