@@ -13,8 +13,8 @@ TARN_TEXT(
     "翻译在服务的服务器上进行，需要登录账户才能使用。如果你使用自己的中继，服务器就是这台电脑或你的另一台电脑"
     "。"
     "也可以稍后再登录。")
-TARN_TEXT(openByHand, "No browser could be opened. Please open this address in one yourself:",
-          "无法打开浏览器。请自行在浏览器中打开此地址：")
+TARN_TEXT(openByHand, "No browser could be opened. Please open this address yourself:",
+          "无法打开浏览器。请自行打开此地址：")
 TARN_TEXT(copy, "Copy", "复制")
 TARN_TEXT(copied, "Copied", "已复制")
 // Heard only. "%1" and "%2" are numbers.

@@ -21,6 +21,7 @@ Item {
         width: button.x - Theme.space(2)
         readOnly: true
         text: root.text
+        onTextChanged: cursorPosition = 0   // its beginning is in view
         name: root.name
         Accessible.editable: false
         Accessible.readOnly: true
@@ -33,6 +34,7 @@ Item {
         onClicked: {
             field.selectAll()
             field.copy()
+            field.deselect()
             root.copied = true
         }
     }
