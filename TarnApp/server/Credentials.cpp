@@ -143,7 +143,7 @@ private:
         if (!token || !*token) {
             return {std::move(token)};
         }
-        if (settings_->string(forgottenKey) == markOf(**token)) {
+        if (const auto mark = settings_->string(forgottenKey); mark && *mark == markOf(**token)) {
             remove(std::nullopt);
             return {std::nullopt};
         }
