@@ -1,4 +1,5 @@
 // The desktop's own services behind the seams of sessions and view model.
+#include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
 
 #include "SessionServices.h"
@@ -9,6 +10,7 @@
 #include "TarnPlatform/concurrency/NetworkThread.h"
 #include "TarnPlatform/desktop/SchemeRegistration.h"
 #include "TarnPlatform/engine/SoundWatch.h"
+#include "TarnPlatform/process/FreeMemory.h"
 #include "TarnPlatform/text/PreferredLanguages.h"
 #include "TranslateViewModel.h"
 
@@ -46,6 +48,10 @@ std::shared_ptr<void> watchDesktopSound(SoundInUse used, std::function<void(Sess
             told.insert(sessionFaultOf(fault));
         }
         changed(std::move(told));
+        if (faults.empty()) {
+            // Streams that are set up anew leave much behind that was needed for a moment.
+            asio::post(workerPool(), giveFreeMemoryBack);
+        }
     };
     return std::make_shared<SoundWatch>(AudioServer::shared(), std::move(microphone), tell);
 }
