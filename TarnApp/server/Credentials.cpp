@@ -50,7 +50,7 @@ Task<void> pass(Task<T> answer, std::function<void(const T&)> receiver) {
     receiver(value);
 }
 
-Task<TokenResult> ask(std::shared_ptr<Credentials> credentials) {
+Task<TokenResult> ask(const std::shared_ptr<Credentials>& credentials) {
     return credentials->token();
 }
 

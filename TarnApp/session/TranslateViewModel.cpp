@@ -262,7 +262,7 @@ void TranslateViewModel::removeSession(const std::shared_ptr<TranslateSession>& 
     if (found == sessions_.end() || found == sessions_.begin()) {
         return;
     }
-    const auto removed = *found;
+    const auto removed = std::move(*found);
     sessions_.erase(found);
     removed->stop();
     Q_EMIT sessionsChanged();
@@ -457,7 +457,8 @@ bool TranslateViewModel::startSignIn() {
 }
 
 void TranslateViewModel::setSignInAddress(std::string value) {
-    if (std::exchange(signInAddress_, value) != value) {
+    if (signInAddress_ != value) {
+        signInAddress_ = std::move(value);
         Q_EMIT signInAddressChanged();
     }
 }

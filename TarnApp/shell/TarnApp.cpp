@@ -22,7 +22,7 @@ constexpr std::chrono::seconds stopLimit{1};
 
 }  // namespace
 
-TarnApp::TarnApp(ViewModelServices services, MainWindowLoader& loader)
+TarnApp::TarnApp(const ViewModelServices& services, MainWindowLoader& loader)
     : vm_(TranslateViewModel::make(services)),
       onboarding_(std::make_shared<OnboardingCoordinator>(services.defaults, services.credentials)),
       appearance_(services.session.main),

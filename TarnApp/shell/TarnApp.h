@@ -18,7 +18,7 @@ namespace tarn {
 class TarnApp {
 public:
     /// `loader` must outlive this.
-    TarnApp(ViewModelServices services, MainWindowLoader& loader);
+    TarnApp(const ViewModelServices& services, MainWindowLoader& loader);
     ~TarnApp();
     TarnApp(const TarnApp&) = delete;
     TarnApp& operator=(const TarnApp&) = delete;
