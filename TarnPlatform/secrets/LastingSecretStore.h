@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <tuple>
 #include <utility>
 
 #include "MemorySecretStore.h"
@@ -26,10 +27,10 @@ public:
     SecretResult<void> replace(const SecretKey& key, std::string_view value) override {
         auto stored = lasting_->replace(key, value);
         if (stored) {
-            refused_.remove(key);
+            std::ignore = refused_.remove(key);
         } else {
             logLine("[secrets] what could not be stored is kept until the program ends");
-            refused_.replace(key, value);
+            std::ignore = refused_.replace(key, value);
         }
         return stored;
     }

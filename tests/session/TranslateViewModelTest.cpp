@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "MemorySecretStore.h"
 #include "SessionWorld.h"
 #include "TarnApp/server/Keychain.h"
@@ -474,7 +476,7 @@ TEST_F(ViewModelTest, ATokenThatHasVanishedFromTheKeyringSignsOut) {
     Keychain::remove(pat);
     world_.settle();
     EXPECT_TRUE(model.isLoggedIn());
-    static_cast<void>(test::runTask(world_.main, credentials_->token()));
+    std::ignore = test::runTask(world_.main, credentials_->token());
     world_.settle();
     EXPECT_FALSE(model.isLoggedIn());
     EXPECT_EQ(model.sessions()[0]->errorMessage(), "Session expired — please sign in again");

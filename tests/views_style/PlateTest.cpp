@@ -23,7 +23,8 @@ int coverage(int x, int y, const QRect& frame, qreal radius) {
     int inside = 0;
     for (int i = 0; i < fine * fine; ++i) {
         const qreal px = x + (i % fine + 0.5) / fine - frame.x();
-        const qreal py = y + (i / fine + 0.5) / fine - frame.y();
+        const int line = i / fine;
+        const qreal py = y + (line + 0.5) / fine - frame.y();
         const qreal dx = std::max({radius - px, px - (frame.width() - radius), 0.0});
         const qreal dy = std::max({radius - py, py - (frame.height() - radius), 0.0});
         inside += std::hypot(dx, dy) <= radius ? 1 : 0;
