@@ -118,7 +118,9 @@ def point_at(node):
 
 
 def move_to(x, y):
-    run("xdotool", "mousemove", "--sync", str(x), str(y))
+    # It waits half a minute for a pointer that is there already to move.
+    if f"X={x}\nY={y}\n" not in run("xdotool", "getmouselocation", "--shell"):
+        run("xdotool", "mousemove", "--sync", str(x), str(y))
 
 
 def window(title):
