@@ -12,17 +12,22 @@
 namespace tarn {
 namespace {
 
-std::optional<AddedText> adviceOf(const Error& error) {
+struct Said {
+    AddedText cause;
+    AddedText advice;
+};
+
+std::optional<Said> saidOfServer(const Error& error) {
     if (error.domain != audioServerDomain) {
         return std::nullopt;
     }
     switch (AudioServerFault(error.code)) {
         case AudioServerFault::absent:
-            return AddedText::startAudioServer;
+            return Said{AddedText::audioServerAbsent, AddedText::startAudioServer};
         case AudioServerFault::silent:
-            return AddedText::restartAudioServer;
+            return Said{AddedText::audioServerSilent, AddedText::restartAudioServer};
         case AudioServerFault::managerAbsent:
-            return AddedText::startSoundManager;
+            return Said{AddedText::soundManagerAbsent, AddedText::startSoundManager};
     }
     return std::nullopt;
 }
@@ -30,15 +35,8 @@ std::optional<AddedText> adviceOf(const Error& error) {
 }  // namespace
 
 std::string shownCause(const Error& error, const std::string& application) {
-    if (error.domain == audioServerDomain) {
-        switch (AudioServerFault(error.code)) {
-            case AudioServerFault::absent:
-                return text(AddedText::audioServerAbsent);
-            case AudioServerFault::silent:
-                return text(AddedText::audioServerSilent);
-            case AudioServerFault::managerAbsent:
-                return text(AddedText::soundManagerAbsent);
-        }
+    if (const auto said = saidOfServer(error)) {
+        return text(said->cause);
     }
     if (error.domain == captureErrorDomain) {
         switch (CaptureErrorCode(error.code)) {
@@ -53,8 +51,8 @@ std::string shownCause(const Error& error, const std::string& application) {
 
 std::string shownText(const Error& error, const std::string& application) {
     const auto cause = shownCause(error, application);
-    const auto advice = adviceOf(error);
-    return advice ? text(AddedText::withAdvice, {cause, text(*advice)}) : cause;
+    const auto said = saidOfServer(error);
+    return said ? text(AddedText::withAdvice, {cause, text(said->advice)}) : cause;
 }
 
 std::string shownText(const MicError& error) {
