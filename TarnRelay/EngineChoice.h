@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 #include "TarnPlatform/net/NetworkContext.h"
 #include "engines/TranslationEngine.h"
 

@@ -5,7 +5,7 @@
 #include <memory>
 #include <utility>
 
-#include "TarnPlatform/concurrency/Clock.h"
+#include "TarnPlatform/base/Clock.h"
 
 namespace tarn::relay {
 

@@ -13,7 +13,7 @@
 #include "RequestCheck.h"
 #include "SignInRoutes.h"
 #include "StreamQuery.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 #include "engines/RelayErrors.h"
 
 namespace tarn::relay {

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 #include "TarnPlatform/net/HttpServer.h"
 #include "TarnPlatform/net/NetworkContext.h"
 #include "TarnPlatform/net/PassedSocket.h"

@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-#include "TarnPlatform/concurrency/Clock.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Clock.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn::relay {
 

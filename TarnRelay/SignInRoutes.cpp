@@ -11,9 +11,9 @@
 #include "PageLanguage.h"
 #include "RequestCheck.h"
 #include "SignInStyle.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
+#include "TarnPlatform/base/Utf8.h"
 #include "TarnPlatform/net/Url.h"
-#include "TarnPlatform/text/Utf8.h"
 
 namespace tarn::relay {
 namespace {

@@ -7,7 +7,7 @@
 #include "IssueLimit.h"
 #include "SignInForms.h"
 #include "SignInPage.h"
-#include "TarnPlatform/concurrency/Asio.h"
+#include "TarnPlatform/base/Asio.h"
 #include "TarnPlatform/net/HttpServer.h"
 
 namespace tarn::relay {

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 #include "engines/TranslationEngine.h"
 
 namespace tarn::relay {

@@ -20,11 +20,11 @@
 #include <utility>
 
 #include "RandomSecret.h"
-#include "TarnPlatform/files/AtomicFile.h"
-#include "TarnPlatform/files/FileLock.h"
-#include "TarnPlatform/files/UniqueDescriptor.h"
-#include "TarnPlatform/logging/Log.h"
-#include "TarnPlatform/text/Utf8.h"
+#include "TarnPlatform/base/AtomicFile.h"
+#include "TarnPlatform/base/FileLock.h"
+#include "TarnPlatform/base/Log.h"
+#include "TarnPlatform/base/UniqueDescriptor.h"
+#include "TarnPlatform/base/Utf8.h"
 
 namespace tarn::relay {
 namespace {

@@ -19,11 +19,11 @@
 #include "EngineChoice.h"
 #include "RelayServer.h"
 #include "RequestCheck.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
+#include "TarnPlatform/base/Printable.h"
 #include "TarnPlatform/net/PassedSocket.h"
 #include "TarnPlatform/process/FreeMemory.h"
 #include "TarnPlatform/process/StandardDescriptors.h"
-#include "TarnPlatform/text/Printable.h"
 #include "TokenRegistry.h"
 
 namespace {

@@ -16,7 +16,7 @@
 #include <string>
 
 #include "TarnApp/session/TranslateViewModel.h"
-#include "TarnPlatform/mainthread/MainThread.h"
+#include "TarnPlatform/base/MainThread.h"
 
 namespace {
 

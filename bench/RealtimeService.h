@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "TarnPlatform/concurrency/NetworkThread.h"
+#include "TarnPlatform/base/NetworkThread.h"
 #include "TarnPlatform/net/HttpServer.h"
 #include "support/TestCertificates.h"
 #include "support/TlsProxy.h"

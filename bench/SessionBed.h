@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "TarnApp/session/TranslateSession.h"
-#include "TarnPlatform/concurrency/NetworkThread.h"
+#include "TarnPlatform/base/NetworkThread.h"
 #include "TarnPlatform/net/HttpServer.h"
 
 namespace tarn::bench {

@@ -8,7 +8,7 @@
 
 #include "Figures.h"
 #include "SessionBed.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 #include "TarnPlatform/net/Base64.h"
 
 namespace tarn::bench {

@@ -15,7 +15,7 @@
 #include "TarnCore/audio/ServiceAudio.h"
 #include "TarnCore/realtime/QwenClient.h"
 #include "TarnPlatform/audio/AudioConverter.h"
-#include "TarnPlatform/concurrency/EventQueue.h"
+#include "TarnPlatform/base/EventQueue.h"
 #include "support/RunTask.h"
 
 namespace {

@@ -20,7 +20,7 @@
 #include <string>
 #include <string_view>
 
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 #include "TarnRelay/RelayServer.h"
 #include "TarnRelay/engines/ScriptEngine.h"
 

@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "TarnCore/realtime/ServerEventHandler.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     using namespace tarn;

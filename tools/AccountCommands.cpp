@@ -8,7 +8,7 @@
 #include "TarnApp/server/AccessToken.h"
 #include "TarnApp/server/Credentials.h"
 #include "TarnApp/server/TarnServerClientFactory.h"
-#include "TarnPlatform/text/Printable.h"
+#include "TarnPlatform/base/Printable.h"
 
 namespace tarn::cli {
 namespace {

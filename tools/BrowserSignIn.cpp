@@ -10,10 +10,10 @@
 #include "RunServices.h"
 #include "TarnApp/session/AppLinks.h"
 #include "TarnApp/session/URLSchemeHandler.h"
-#include "TarnPlatform/concurrency/EventQueue.h"
+#include "TarnPlatform/base/EventQueue.h"
+#include "TarnPlatform/base/Printable.h"
 #include "TarnPlatform/desktop/SchemeRegistration.h"
 #include "TarnPlatform/desktop/SingleInstance.h"
-#include "TarnPlatform/text/Printable.h"
 
 namespace tarn::cli {
 namespace {

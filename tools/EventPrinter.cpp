@@ -13,7 +13,7 @@
 #include <cstdio>
 #include <vector>
 
-#include "TarnPlatform/text/Printable.h"
+#include "TarnPlatform/base/Printable.h"
 
 namespace tarn::cli {
 namespace {

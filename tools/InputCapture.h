@@ -9,8 +9,8 @@
 #include "Options.h"
 #include "TarnPlatform/audio/PcmBuffer.h"
 #include "TarnPlatform/audioserver/CaptureStream.h"
-#include "TarnPlatform/concurrency/Clock.h"
-#include "TarnPlatform/concurrency/TaskHandle.h"
+#include "TarnPlatform/base/Clock.h"
+#include "TarnPlatform/base/TaskHandle.h"
 
 namespace tarn::cli {
 

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "TarnPlatform/concurrency/Asio.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Asio.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn::cli {
 

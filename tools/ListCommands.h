@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Options.h"
-#include "TarnPlatform/concurrency/Asio.h"
+#include "TarnPlatform/base/Asio.h"
 
 namespace tarn::cli {
 

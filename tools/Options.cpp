@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "SourceGroups.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn::cli {
 namespace {

@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
-#include "TarnPlatform/concurrency/Asio.h"
-#include "TarnPlatform/concurrency/EventQueue.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Asio.h"
+#include "TarnPlatform/base/EventQueue.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn::cli {
 

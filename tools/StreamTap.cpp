@@ -4,7 +4,7 @@
 #include <boost/asio/post.hpp>
 #include <utility>
 
-#include "TarnPlatform/concurrency/TaskHandle.h"
+#include "TarnPlatform/base/TaskHandle.h"
 
 namespace tarn::cli {
 namespace {

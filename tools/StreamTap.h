@@ -8,7 +8,7 @@
 
 #include "TarnApp/server/RealTarnTranslateStream.h"
 #include "TarnApp/server/TarnServerClient.h"
-#include "TarnPlatform/concurrency/Asio.h"
+#include "TarnPlatform/base/Asio.h"
 
 namespace tarn::cli {
 

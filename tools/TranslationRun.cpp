@@ -13,7 +13,7 @@
 #include "InputCapture.h"
 #include "RunServices.h"
 #include "TarnApp/session/FirstLanguages.h"
-#include "TarnPlatform/text/PreferredLanguages.h"
+#include "TarnPlatform/base/PreferredLanguages.h"
 
 namespace tarn::cli {
 namespace {

@@ -16,7 +16,7 @@
 #include "StreamTap.h"
 #include "TarnApp/session/TranslateViewModel.h"
 #include "TarnPlatform/audio/SoundFile.h"
-#include "TarnPlatform/concurrency/EventQueue.h"
+#include "TarnPlatform/base/EventQueue.h"
 
 namespace tarn::cli {
 

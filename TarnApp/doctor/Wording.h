@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "TarnPlatform/text/TextTable.h"
+#include "TarnPlatform/base/TextTable.h"
 
 namespace tarn {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "TarnPlatform/text/TextTable.h"
+#include "TarnPlatform/base/TextTable.h"
 
 namespace tarn {
 

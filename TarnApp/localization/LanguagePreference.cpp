@@ -1,6 +1,6 @@
 #include "LanguagePreference.h"
 
-#include "TarnPlatform/text/PreferredLanguages.h"
+#include "TarnPlatform/base/PreferredLanguages.h"
 
 namespace tarn {
 

@@ -2,7 +2,7 @@
 
 #include <QVariantMap>
 
-#include "TarnPlatform/text/FilledText.h"
+#include "TarnPlatform/base/FilledText.h"
 
 namespace tarn {
 LocalizationManager::LocalizationManager(QObject* parent)

@@ -6,7 +6,7 @@
 #include <QScreen>
 #include <utility>
 
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 namespace {

@@ -8,7 +8,7 @@
 #include <memory>
 
 #include "TarnApp/session/TranslateViewModel.h"
-#include "TarnPlatform/concurrency/TaskHandle.h"
+#include "TarnPlatform/base/TaskHandle.h"
 
 namespace tarn {
 

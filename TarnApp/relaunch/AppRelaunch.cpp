@@ -8,10 +8,10 @@
 #include <optional>
 #include <utility>
 
-#include "TarnPlatform/concurrency/TaskHandle.h"
+#include "TarnPlatform/base/SystemLog.h"
+#include "TarnPlatform/base/TaskHandle.h"
+#include "TarnPlatform/base/UniqueDescriptor.h"
 #include "TarnPlatform/desktop/SchemeRegistration.h"
-#include "TarnPlatform/files/UniqueDescriptor.h"
-#include "TarnPlatform/logging/SystemLog.h"
 #include "TarnPlatform/process/Spawn.h"
 
 namespace tarn {

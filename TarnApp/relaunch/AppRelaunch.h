@@ -8,9 +8,9 @@
 #include <string_view>
 #include <vector>
 
-#include "TarnPlatform/concurrency/Asio.h"
-#include "TarnPlatform/concurrency/Clock.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Asio.h"
+#include "TarnPlatform/base/Clock.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn {
 

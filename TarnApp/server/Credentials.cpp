@@ -11,9 +11,9 @@
 #include <utility>
 
 #include "Keychain.h"
-#include "TarnPlatform/concurrency/CarryOut.h"
-#include "TarnPlatform/concurrency/TaskHandle.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/CarryOut.h"
+#include "TarnPlatform/base/Log.h"
+#include "TarnPlatform/base/TaskHandle.h"
 #include "TarnPlatform/net/Base64.h"
 #include "TarnPlatform/secrets/SecretStores.h"
 

@@ -9,7 +9,7 @@
 
 #include "PatProvider.h"
 #include "TarnCore/deployment/Deployment.h"
-#include "TarnPlatform/concurrency/Asio.h"
+#include "TarnPlatform/base/Asio.h"
 #include "TarnPlatform/net/Url.h"
 #include "TarnPlatform/settings/UserDefaults.h"
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 #include "UserAccount.h"
 
 namespace tarn {

@@ -2,9 +2,9 @@
 
 #include <utility>
 
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
+#include "TarnPlatform/base/Utf8.h"
 #include "TarnPlatform/secrets/SecretStores.h"
-#include "TarnPlatform/text/Utf8.h"
 
 namespace tarn {
 namespace {

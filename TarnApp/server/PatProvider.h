@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "TarnPlatform/concurrency/Asio.h"
+#include "TarnPlatform/base/Asio.h"
 #include "TarnPlatform/secrets/SecretStore.h"
 
 namespace tarn {

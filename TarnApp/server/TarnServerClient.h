@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
-#include "TarnPlatform/concurrency/Asio.h"
-#include "TarnPlatform/concurrency/Clock.h"
+#include "TarnPlatform/base/Asio.h"
+#include "TarnPlatform/base/Clock.h"
 #include "TarnServerError.h"
 #include "TarnTranslateStream.h"
 #include "UserAccount.h"

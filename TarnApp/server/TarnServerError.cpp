@@ -3,8 +3,8 @@
 #include <boost/json/parse.hpp>
 #include <cctype>
 
-#include "TarnPlatform/text/Printable.h"
-#include "TarnPlatform/text/Utf8.h"
+#include "TarnPlatform/base/Printable.h"
+#include "TarnPlatform/base/Utf8.h"
 
 namespace tarn {
 

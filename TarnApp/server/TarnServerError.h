@@ -6,7 +6,7 @@
 #include <utility>
 #include <variant>
 
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 #include "TarnPlatform/secrets/SecretStore.h"
 
 namespace tarn {

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "TarnCore/realtime/ConnectionHealth.h"
-#include "TarnPlatform/concurrency/Asio.h"
-#include "TarnPlatform/concurrency/EventQueue.h"
+#include "TarnPlatform/base/Asio.h"
+#include "TarnPlatform/base/EventQueue.h"
 #include "TarnTranslateEvent.h"
 
 namespace tarn {

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn {
 

@@ -7,11 +7,11 @@
 #include "TarnCore/audio/AudioApps.h"
 #include "TarnCore/audio/SystemAudioCapture.h"
 #include "TarnCore/deployment/Deployment.h"
-#include "TarnPlatform/concurrency/NetworkThread.h"
+#include "TarnPlatform/base/NetworkThread.h"
+#include "TarnPlatform/base/PreferredLanguages.h"
 #include "TarnPlatform/desktop/SchemeRegistration.h"
 #include "TarnPlatform/engine/SoundWatch.h"
 #include "TarnPlatform/process/FreeMemory.h"
-#include "TarnPlatform/text/PreferredLanguages.h"
 #include "TranslateViewModel.h"
 
 namespace tarn {

@@ -5,8 +5,8 @@
 #include <charconv>
 #include <string_view>
 
+#include "TarnPlatform/base/Utf8.h"
 #include "TarnPlatform/desktop/SingleInstance.h"
-#include "TarnPlatform/text/Utf8.h"
 
 namespace tarn {
 namespace {

@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "TarnPlatform/concurrency/CarryOut.h"
-#include "TarnPlatform/concurrency/EventQueue.h"
+#include "TarnPlatform/base/CarryOut.h"
+#include "TarnPlatform/base/EventQueue.h"
 
 namespace tarn {
 namespace {

@@ -14,8 +14,8 @@
 #include "TarnApp/server/TarnTranslateStream.h"
 #include "TarnCore/audio/AudioResampler.h"
 #include "TarnCore/realtime/QwenConfig.h"
-#include "TarnPlatform/concurrency/Gate.h"
-#include "TarnPlatform/concurrency/TaskHandle.h"
+#include "TarnPlatform/base/Gate.h"
+#include "TarnPlatform/base/TaskHandle.h"
 
 namespace tarn {
 

@@ -11,12 +11,12 @@
 #include "TarnCore/audio/MicPermission.h"
 #include "TarnCore/audio/MicSession.h"
 #include "TarnPlatform/audioserver/CaptureStream.h"
-#include "TarnPlatform/concurrency/Asio.h"
-#include "TarnPlatform/concurrency/Clock.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Asio.h"
+#include "TarnPlatform/base/Clock.h"
+#include "TarnPlatform/base/Log.h"
+#include "TarnPlatform/base/Result.h"
 #include "TarnPlatform/desktop/ScreenCaptureAccess.h"
 #include "TarnPlatform/desktop/UrlOpener.h"
-#include "TarnPlatform/logging/Log.h"
 
 namespace tarn {
 

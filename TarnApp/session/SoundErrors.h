@@ -3,7 +3,7 @@
 #include <string>
 
 #include "TarnCore/audio/MicError.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn {
 

@@ -15,7 +15,7 @@
 #include "SessionPipeline.h"
 #include "SessionServices.h"
 #include "TarnApp/server/TarnServerClient.h"
-#include "TarnPlatform/concurrency/TaskHandle.h"
+#include "TarnPlatform/base/TaskHandle.h"
 #include "TarnPlatform/settings/UserDefaults.h"
 
 namespace tarn {

@@ -10,8 +10,8 @@
 #include "MicDenialHelp.h"
 #include "SoundErrors.h"
 #include "TarnApp/localization/LocKey.h"
-#include "TarnPlatform/concurrency/CarryOut.h"
-#include "TarnPlatform/text/Printable.h"
+#include "TarnPlatform/base/CarryOut.h"
+#include "TarnPlatform/base/Printable.h"
 #include "TranslateSession.h"
 
 namespace tarn {

@@ -9,9 +9,9 @@
 #include "SoundErrors.h"
 #include "TarnApp/localization/AddedText.h"
 #include "TarnApp/localization/LocKey.h"
-#include "TarnPlatform/concurrency/CarryOut.h"
-#include "TarnPlatform/logging/Log.h"
-#include "TarnPlatform/logging/SystemLog.h"
+#include "TarnPlatform/base/CarryOut.h"
+#include "TarnPlatform/base/Log.h"
+#include "TarnPlatform/base/SystemLog.h"
 
 namespace tarn {
 namespace {

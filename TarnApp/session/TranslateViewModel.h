@@ -17,7 +17,7 @@
 #include "TarnApp/server/TarnServerClient.h"
 #include "TarnCore/audio/AudioCapableApp.h"
 #include "TarnCore/audio/AudioDevices.h"
-#include "TarnPlatform/concurrency/TaskHandle.h"
+#include "TarnPlatform/base/TaskHandle.h"
 #include "TarnPlatform/net/Url.h"
 #include "TarnPlatform/settings/UserDefaults.h"
 #include "TranslateSession.h"

@@ -7,7 +7,7 @@
 
 #include "Link.h"
 #include "TarnApp/server/AccessToken.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 namespace {

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "TarnApp/localization/AddedText.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 namespace {

@@ -8,7 +8,7 @@
 #include <iostream>
 #include <iterator>
 
-#include "TarnPlatform/files/UniqueDescriptor.h"
+#include "TarnPlatform/base/UniqueDescriptor.h"
 #include "TarnPlatform/process/Spawn.h"
 
 namespace tarn::LinkHandover {

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn {
 

@@ -5,7 +5,7 @@
 
 #include "TarnApp/session/AppLinks.h"
 #include "TarnApp/session/Link.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 namespace {

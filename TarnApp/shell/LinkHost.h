@@ -8,7 +8,7 @@
 
 #include "TarnApp/session/TranslateViewModel.h"
 #include "TarnApp/session/URLSchemeHandler.h"
-#include "TarnPlatform/concurrency/Asio.h"
+#include "TarnPlatform/base/Asio.h"
 #include "TarnPlatform/desktop/SingleInstance.h"
 
 namespace tarn {

@@ -7,7 +7,7 @@
 #include "Module.h"
 #include "TarnApp/onboarding/Module.h"
 #include "TarnApp/views/overlay/Module.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 

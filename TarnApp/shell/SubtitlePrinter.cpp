@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "TarnPlatform/text/Printable.h"
+#include "TarnPlatform/base/Printable.h"
 
 namespace tarn {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <unordered_set>
 
-#include "TarnPlatform/text/LocalizedOrder.h"
+#include "TarnPlatform/base/LocalizedOrder.h"
 
 namespace tarn {
 

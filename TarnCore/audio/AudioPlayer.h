@@ -5,7 +5,7 @@
 #include <span>
 
 #include "DubChain.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 #include "TarnPlatform/engine/AudioEngine.h"
 
 namespace tarn {

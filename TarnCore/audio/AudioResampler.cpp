@@ -8,7 +8,7 @@
 
 #include "ServiceAudio.h"
 #include "ServiceBytes.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 namespace {

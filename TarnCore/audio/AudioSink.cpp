@@ -6,8 +6,8 @@
 #include <cstring>
 #include <limits>
 
-#include "TarnPlatform/logging/Log.h"
-#include "TarnPlatform/text/DecimalText.h"
+#include "TarnPlatform/base/DecimalText.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 

@@ -10,7 +10,7 @@
 #include "TarnPlatform/audio/AudioFormat.h"
 #include "TarnPlatform/audio/PcmBuffer.h"
 #include "TarnPlatform/audioserver/CaptureStream.h"
-#include "TarnPlatform/concurrency/SerialQueue.h"
+#include "TarnPlatform/base/SerialQueue.h"
 
 namespace tarn {
 

@@ -4,7 +4,7 @@
 
 #include "PlaybackControls.h"
 #include "ReceivedAudio.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 namespace {

@@ -1,7 +1,7 @@
 #include "MicError.h"
 
 #include "SoundErrorText.h"
-#include "TarnPlatform/text/DecimalText.h"
+#include "TarnPlatform/base/DecimalText.h"
 
 namespace tarn {
 namespace {

@@ -4,7 +4,7 @@
 #include <string>
 #include <variant>
 
-#include "TarnPlatform/text/PreferredLanguages.h"
+#include "TarnPlatform/base/PreferredLanguages.h"
 
 namespace tarn {
 

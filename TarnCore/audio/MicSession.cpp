@@ -7,8 +7,8 @@
 
 #include "AudioDevices.h"
 #include "MicPermission.h"
-#include "TarnPlatform/logging/Log.h"
-#include "TarnPlatform/text/DecimalText.h"
+#include "TarnPlatform/base/DecimalText.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 namespace {

@@ -3,7 +3,7 @@
 #include <array>
 #include <cstdint>
 
-#include "TarnPlatform/text/TextTable.h"
+#include "TarnPlatform/base/TextTable.h"
 
 namespace tarn {
 

@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "SoundErrorText.h"
-#include "TarnPlatform/logging/Log.h"
-#include "TarnPlatform/text/PreferredLanguages.h"
+#include "TarnPlatform/base/Log.h"
+#include "TarnPlatform/base/PreferredLanguages.h"
 
 namespace tarn {
 

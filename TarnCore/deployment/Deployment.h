@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 #include "TarnPlatform/net/NetworkContext.h"
 #include "TarnPlatform/net/Url.h"
 

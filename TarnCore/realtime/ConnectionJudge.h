@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "ConnectionHealth.h"
-#include "TarnPlatform/concurrency/Clock.h"
+#include "TarnPlatform/base/Clock.h"
 #include "TarnPlatform/net/WebSocketTask.h"
 
 namespace tarn {

@@ -9,8 +9,8 @@
 #include "EventProtocol.h"
 #include "TarnCore/audio/ServiceAudio.h"
 #include "TarnCore/deployment/Deployment.h"
-#include "TarnPlatform/concurrency/CarryOut.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/CarryOut.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 namespace {

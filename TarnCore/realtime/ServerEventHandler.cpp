@@ -9,9 +9,9 @@
 
 #include "EventNames.h"
 #include "EventProtocol.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
+#include "TarnPlatform/base/Printable.h"
 #include "TarnPlatform/net/Base64.h"
-#include "TarnPlatform/text/Printable.h"
 
 namespace tarn {
 

@@ -10,7 +10,7 @@
 #include "ChannelFold.h"
 #include "PcmBuffer.h"
 #include "RateConverter.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn {
 

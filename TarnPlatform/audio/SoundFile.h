@@ -8,7 +8,7 @@
 
 #include "AudioFormat.h"
 #include "PcmBuffer.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn {
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 
 // What the readers and writers of sound files share; for their sources only.
 

@@ -9,7 +9,7 @@
 
 #include "AudioServerError.h"
 #include "GraphMirror.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "Graph.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 
 struct pw_core;
 struct pw_loop;

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "CaptureFold.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 

@@ -10,7 +10,7 @@
 
 #include "FrameRing.h"
 #include "SampleBuffer.h"
-#include "TarnPlatform/concurrency/SerialQueue.h"
+#include "TarnPlatform/base/SerialQueue.h"
 
 namespace tarn {
 

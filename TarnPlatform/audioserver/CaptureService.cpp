@@ -4,7 +4,7 @@
 
 #include "AudioServer.h"
 #include "GraphCaptureStream.h"
-#include "TarnPlatform/concurrency/EventQueue.h"
+#include "TarnPlatform/base/EventQueue.h"
 
 namespace tarn {
 

@@ -5,9 +5,9 @@
 #include <memory>
 
 #include "SampleBuffer.h"
-#include "TarnPlatform/concurrency/Asio.h"
-#include "TarnPlatform/concurrency/Result.h"
-#include "TarnPlatform/concurrency/SerialQueue.h"
+#include "TarnPlatform/base/Asio.h"
+#include "TarnPlatform/base/Result.h"
+#include "TarnPlatform/base/SerialQueue.h"
 
 namespace tarn {
 

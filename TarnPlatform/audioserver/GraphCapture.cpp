@@ -5,7 +5,7 @@
 #include "AudioServerError.h"
 #include "CaptureDelivery.h"
 #include "CaptureFold.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 

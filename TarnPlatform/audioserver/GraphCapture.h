@@ -9,7 +9,7 @@
 #include "AudioServer.h"
 #include "CaptureLinks.h"
 #include "GraphStream.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn {
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <utility>
 
-#include "TarnPlatform/concurrency/EventQueue.h"
+#include "TarnPlatform/base/EventQueue.h"
 
 namespace tarn {
 

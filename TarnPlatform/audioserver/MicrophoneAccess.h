@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TarnPlatform/concurrency/Asio.h"
+#include "TarnPlatform/base/Asio.h"
 
 namespace tarn {
 

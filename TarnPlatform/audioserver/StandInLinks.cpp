@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "GraphLink.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 namespace {

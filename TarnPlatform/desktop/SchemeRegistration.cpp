@@ -7,7 +7,7 @@
 #include <sstream>
 
 #include "Glib.h"
-#include "TarnPlatform/files/AtomicFile.h"
+#include "TarnPlatform/base/AtomicFile.h"
 
 namespace tarn {
 namespace {

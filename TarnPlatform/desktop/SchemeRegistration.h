@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn {
 

@@ -3,7 +3,7 @@
 #include <memory>
 #include <optional>
 
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn {
 

@@ -10,8 +10,8 @@
 #include <utility>
 
 #include "SessionBus.h"
-#include "TarnPlatform/logging/Log.h"
-#include "TarnPlatform/text/Utf8.h"
+#include "TarnPlatform/base/Log.h"
+#include "TarnPlatform/base/Utf8.h"
 
 namespace tarn {
 namespace {

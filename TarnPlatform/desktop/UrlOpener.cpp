@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "Glib.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 namespace {

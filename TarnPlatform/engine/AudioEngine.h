@@ -5,7 +5,7 @@
 
 #include "AudioInputNode.h"
 #include "TarnPlatform/audio/AudioFormat.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 #include "TarnPlatform/rendering/AudioNode.h"
 
 namespace tarn {

@@ -5,7 +5,7 @@
 
 #include "TarnPlatform/audio/AudioFormat.h"
 #include "TarnPlatform/audio/PcmBuffer.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn {
 

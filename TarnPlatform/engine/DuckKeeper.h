@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
-#include "TarnPlatform/concurrency/Result.h"
-#include "TarnPlatform/files/UniqueDescriptor.h"
+#include "TarnPlatform/base/Result.h"
+#include "TarnPlatform/base/UniqueDescriptor.h"
 
 namespace tarn {
 

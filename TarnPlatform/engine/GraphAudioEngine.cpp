@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 namespace {

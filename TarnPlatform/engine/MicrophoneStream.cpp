@@ -4,7 +4,7 @@
 #include <chrono>
 #include <utility>
 
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 namespace {

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "TarnPlatform/audio/PcmBuffer.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 namespace {

@@ -8,7 +8,7 @@
 #include "AudioInputNode.h"
 #include "EchoReference.h"
 #include "MicrophoneStream.h"
-#include "TarnPlatform/concurrency/SerialQueue.h"
+#include "TarnPlatform/base/SerialQueue.h"
 #include "TarnPlatform/voice/VoiceProcessor.h"
 #include "TimedRing.h"
 

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "TarnPlatform/audioserver/AudioServerError.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 namespace {

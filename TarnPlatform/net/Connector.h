@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "NetworkContext.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 #include "Url.h"
 
 namespace tarn {

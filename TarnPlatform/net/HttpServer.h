@@ -12,7 +12,7 @@
 #include "Http.h"
 #include "NetworkContext.h"
 #include "PassedSocket.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 #include "WebSocketMessage.h"
 
 namespace tarn {

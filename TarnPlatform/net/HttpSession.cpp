@@ -11,7 +11,7 @@
 #include <optional>
 
 #include "Connector.h"
-#include "TarnPlatform/concurrency/CarryOut.h"
+#include "TarnPlatform/base/CarryOut.h"
 #include "TlsClientStream.h"
 
 namespace tarn {

@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <optional>
 
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn {
 

@@ -1,7 +1,7 @@
 #include "NetworkContext.h"
 
 #include "SystemLookup.h"
-#include "TarnPlatform/concurrency/NetworkThread.h"
+#include "TarnPlatform/base/NetworkThread.h"
 
 namespace tarn {
 

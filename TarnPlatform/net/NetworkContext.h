@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "ProxySettings.h"
-#include "TarnPlatform/concurrency/Asio.h"
-#include "TarnPlatform/concurrency/Clock.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Asio.h"
+#include "TarnPlatform/base/Clock.h"
+#include "TarnPlatform/base/Result.h"
 #include "TlsTrust.h"
 #include "Url.h"
 

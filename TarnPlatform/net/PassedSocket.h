@@ -4,8 +4,8 @@
 #include <optional>
 #include <string>
 
-#include "TarnPlatform/concurrency/Result.h"
-#include "TarnPlatform/files/UniqueDescriptor.h"
+#include "TarnPlatform/base/Result.h"
+#include "TarnPlatform/base/UniqueDescriptor.h"
 
 namespace tarn {
 

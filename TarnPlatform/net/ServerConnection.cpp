@@ -13,7 +13,7 @@
 #include <sstream>
 #include <utility>
 
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 namespace {

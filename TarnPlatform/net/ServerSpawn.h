@@ -5,8 +5,8 @@
 #include <string>
 #include <utility>
 
-#include "TarnPlatform/concurrency/Asio.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Asio.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 

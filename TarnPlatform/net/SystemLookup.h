@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "TarnPlatform/concurrency/EventQueue.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/EventQueue.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn {
 

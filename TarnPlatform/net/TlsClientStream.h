@@ -4,8 +4,8 @@
 #include <string>
 
 #include "ClientSocket.h"
-#include "TarnPlatform/concurrency/Asio.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Asio.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn {
 

@@ -4,7 +4,7 @@
 #include <mutex>
 #include <string>
 
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace boost::asio::ssl {
 class context;

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn {
 

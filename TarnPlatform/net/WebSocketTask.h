@@ -10,7 +10,7 @@
 
 #include "Http.h"
 #include "NetworkContext.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 #include "Url.h"
 #include "WebSocketMessage.h"
 

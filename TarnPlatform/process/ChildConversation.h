@@ -8,7 +8,7 @@
 #include <string>
 
 #include "KeptChild.h"
-#include "TarnPlatform/concurrency/Clock.h"
+#include "TarnPlatform/base/Clock.h"
 
 namespace tarn {
 

@@ -4,7 +4,7 @@
 #include <thread>
 
 #include "StopSignal.h"
-#include "TarnPlatform/files/UniqueDescriptor.h"
+#include "TarnPlatform/base/UniqueDescriptor.h"
 
 namespace tarn {
 

@@ -14,8 +14,8 @@
 
 #include "ChildErrorLog.h"
 #include "StopSignal.h"
-#include "TarnPlatform/concurrency/Result.h"
-#include "TarnPlatform/files/UniqueDescriptor.h"
+#include "TarnPlatform/base/Result.h"
+#include "TarnPlatform/base/UniqueDescriptor.h"
 
 namespace tarn {
 

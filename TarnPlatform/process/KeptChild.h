@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "ChildProcess.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn {
 

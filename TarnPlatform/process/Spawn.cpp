@@ -16,7 +16,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "TarnPlatform/concurrency/Asio.h"
+#include "TarnPlatform/base/Asio.h"
 
 namespace tarn {
 namespace {

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "TarnPlatform/concurrency/Result.h"
-#include "TarnPlatform/files/UniqueDescriptor.h"
+#include "TarnPlatform/base/Result.h"
+#include "TarnPlatform/base/UniqueDescriptor.h"
 
 namespace tarn {
 

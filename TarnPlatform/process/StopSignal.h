@@ -2,7 +2,7 @@
 
 #include <atomic>
 
-#include "TarnPlatform/files/UniqueDescriptor.h"
+#include "TarnPlatform/base/UniqueDescriptor.h"
 
 namespace tarn {
 

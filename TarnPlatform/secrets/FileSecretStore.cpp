@@ -9,8 +9,8 @@
 #include <system_error>
 #include <utility>
 
-#include "TarnPlatform/files/AtomicFile.h"
-#include "TarnPlatform/files/UniqueDescriptor.h"
+#include "TarnPlatform/base/AtomicFile.h"
+#include "TarnPlatform/base/UniqueDescriptor.h"
 
 namespace tarn {
 namespace {

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "MemorySecretStore.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 

@@ -9,7 +9,7 @@
 
 #include "CallLimit.h"
 #include "PromptAwareService.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 namespace {

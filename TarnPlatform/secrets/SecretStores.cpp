@@ -11,7 +11,7 @@
 #include "FileSecretStore.h"
 #include "LastingSecretStore.h"
 #include "SecretServiceStore.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 namespace {

@@ -11,9 +11,9 @@
 #include <utility>
 
 #include "SettingsText.h"
-#include "TarnPlatform/files/AtomicFile.h"
-#include "TarnPlatform/files/FileLock.h"
-#include "TarnPlatform/files/UniqueDescriptor.h"
+#include "TarnPlatform/base/AtomicFile.h"
+#include "TarnPlatform/base/FileLock.h"
+#include "TarnPlatform/base/UniqueDescriptor.h"
 
 namespace tarn {
 namespace {

@@ -1,6 +1,6 @@
 #include "SettingsStore.h"
 
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 namespace {

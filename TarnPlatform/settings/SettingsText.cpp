@@ -10,7 +10,7 @@
 #include <limits>
 #include <utility>
 
-#include "TarnPlatform/text/DecimalText.h"
+#include "TarnPlatform/base/DecimalText.h"
 
 namespace tarn {
 namespace {

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "TarnPlatform/concurrency/Asio.h"
+#include "TarnPlatform/base/Asio.h"
 #include "Trigger.h"
 
 namespace tarn {

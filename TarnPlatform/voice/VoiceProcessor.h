@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "TarnPlatform/audio/AudioFormat.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn {
 

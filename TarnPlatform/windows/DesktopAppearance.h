@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "AppearanceFacts.h"
-#include "TarnPlatform/concurrency/Asio.h"
+#include "TarnPlatform/base/Asio.h"
 
 namespace tarn {
 

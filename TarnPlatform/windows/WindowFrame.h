@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "TarnPlatform/concurrency/Clock.h"
+#include "TarnPlatform/base/Clock.h"
 #include "TarnPlatform/settings/UserDefaults.h"
 
 class QWindow;

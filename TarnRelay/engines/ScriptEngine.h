@@ -8,8 +8,8 @@
 #include <variant>
 #include <vector>
 
-#include "TarnPlatform/concurrency/Clock.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Clock.h"
+#include "TarnPlatform/base/Result.h"
 #include "TranslationEngine.h"
 
 namespace tarn::relay {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "TarnPlatform/concurrency/Asio.h"
+#include "TarnPlatform/base/Asio.h"
 
 namespace tarn::relay {
 

@@ -13,10 +13,10 @@
 #include "RelayErrors.h"
 #include "TarnCore/realtime/EventNames.h"
 #include "TarnCore/realtime/EventProtocol.h"
-#include "TarnPlatform/concurrency/EventQueue.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/EventQueue.h"
+#include "TarnPlatform/base/Log.h"
+#include "TarnPlatform/base/Printable.h"
 #include "TarnPlatform/net/WebSocketTask.h"
-#include "TarnPlatform/text/Printable.h"
 
 namespace tarn::relay {
 namespace {

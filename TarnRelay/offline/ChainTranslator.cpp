@@ -3,7 +3,7 @@
 #include <deque>
 #include <set>
 
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn::relay {
 namespace {

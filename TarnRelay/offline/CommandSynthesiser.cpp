@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "CommandLine.h"
-#include "TarnPlatform/text/Utf8.h"
+#include "TarnPlatform/base/Utf8.h"
 
 namespace tarn::relay {
 namespace {

@@ -1,7 +1,7 @@
 #include "CommandTranslator.h"
 
 #include "CommandLine.h"
-#include "TarnPlatform/text/Utf8.h"
+#include "TarnPlatform/base/Utf8.h"
 
 namespace tarn::relay {
 

@@ -4,7 +4,7 @@
 #include <functional>
 #include <memory>
 
-#include "TarnPlatform/concurrency/Clock.h"
+#include "TarnPlatform/base/Clock.h"
 #include "Translator.h"
 
 namespace tarn::relay {

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <utility>
 
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 #include "TarnPlatform/process/ChildProcess.h"
 #include "WaveParser.h"
 

@@ -12,7 +12,7 @@
 #include "StableText.h"
 #include "StreamOutlet.h"
 #include "Synthesiser.h"
-#include "TarnPlatform/concurrency/Asio.h"
+#include "TarnPlatform/base/Asio.h"
 #include "Translator.h"
 
 namespace tarn::relay {

@@ -15,7 +15,7 @@
 #include "Recogniser.h"
 #include "StableText.h"
 #include "StreamOutlet.h"
-#include "TarnPlatform/concurrency/Asio.h"
+#include "TarnPlatform/base/Asio.h"
 
 namespace tarn::relay {
 

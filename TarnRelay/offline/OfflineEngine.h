@@ -8,7 +8,7 @@
 #include "Listener.h"
 #include "Recogniser.h"
 #include "Synthesiser.h"
-#include "TarnPlatform/concurrency/Clock.h"
+#include "TarnPlatform/base/Clock.h"
 #include "TarnRelay/engines/TranslationEngine.h"
 #include "Translator.h"
 

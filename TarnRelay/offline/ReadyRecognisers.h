@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "Recogniser.h"
-#include "TarnPlatform/concurrency/Asio.h"
+#include "TarnPlatform/base/Asio.h"
 
 namespace tarn::relay {
 

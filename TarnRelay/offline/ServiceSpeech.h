@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "Synthesiser.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn::relay {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn::relay {
 

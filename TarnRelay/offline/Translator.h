@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "TarnPlatform/concurrency/Clock.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Clock.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn::relay {
 

@@ -3,7 +3,7 @@
 #include <string_view>
 
 #include "Synthesiser.h"
-#include "TarnPlatform/concurrency/Result.h"
+#include "TarnPlatform/base/Result.h"
 
 namespace tarn::relay {
 

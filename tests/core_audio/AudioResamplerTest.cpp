@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 #include "platform_audio/Signal.h"
 
 namespace tarn {

@@ -8,7 +8,7 @@
 #include <map>
 #include <optional>
 
-#include "TarnPlatform/concurrency/NetworkThread.h"
+#include "TarnPlatform/base/NetworkThread.h"
 #include "support/Blackhole.h"
 #include "support/Program.h"
 #include "support/TestCertificates.h"

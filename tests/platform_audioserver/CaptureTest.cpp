@@ -9,7 +9,7 @@
 
 #include "CaptureSession.h"
 #include "OwnTones.h"
-#include "TarnPlatform/concurrency/EventQueue.h"
+#include "TarnPlatform/base/EventQueue.h"
 #include "support/audio/Measure.h"
 #include "support/audio/Player.h"
 #include "support/audio/Recorder.h"

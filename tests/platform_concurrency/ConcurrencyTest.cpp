@@ -5,8 +5,8 @@
 #include <boost/asio/cancellation_signal.hpp>
 #include <thread>
 
-#include "TarnPlatform/concurrency/Clock.h"
-#include "TarnPlatform/concurrency/EventQueue.h"
+#include "TarnPlatform/base/Clock.h"
+#include "TarnPlatform/base/EventQueue.h"
 #include "support/ManualClock.h"
 #include "support/RunTask.h"
 

@@ -1,4 +1,4 @@
-#include "TarnPlatform/concurrency/SerialQueue.h"
+#include "TarnPlatform/base/SerialQueue.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // Tasks that are cancelled at every moment of their lives.
 
-#include "TarnPlatform/concurrency/TaskHandle.h"
+#include "TarnPlatform/base/TaskHandle.h"
 
 #include <gtest/gtest.h>
 

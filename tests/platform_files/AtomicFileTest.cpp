@@ -1,7 +1,7 @@
 // Files replaced in one step, where the system refuses. What the plain case does, the settings, the secrets
 // and the relay's tokens show.
 
-#include "TarnPlatform/files/AtomicFile.h"
+#include "TarnPlatform/base/AtomicFile.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

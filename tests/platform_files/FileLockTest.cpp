@@ -1,4 +1,4 @@
-#include "TarnPlatform/files/FileLock.h"
+#include "TarnPlatform/base/FileLock.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>

@@ -1,5 +1,5 @@
 // A real QCoreApplication with the executor in it, driven from the test's own threads.
-#include "TarnPlatform/mainthread/MainThread.h"
+#include "TarnPlatform/base/MainThread.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -13,11 +13,11 @@
 #include <boost/asio/post.hpp>
 #include <thread>
 
-#include "TarnPlatform/concurrency/CarryOut.h"
-#include "TarnPlatform/concurrency/Clock.h"
-#include "TarnPlatform/concurrency/Gate.h"
-#include "TarnPlatform/concurrency/NetworkThread.h"
-#include "TarnPlatform/concurrency/TaskHandle.h"
+#include "TarnPlatform/base/CarryOut.h"
+#include "TarnPlatform/base/Clock.h"
+#include "TarnPlatform/base/Gate.h"
+#include "TarnPlatform/base/NetworkThread.h"
+#include "TarnPlatform/base/TaskHandle.h"
 #include "support/LogCapture.h"
 
 namespace tarn {

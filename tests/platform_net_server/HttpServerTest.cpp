@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "RawPeer.h"
-#include "TarnPlatform/concurrency/NetworkThread.h"
-#include "TarnPlatform/files/UniqueDescriptor.h"
+#include "TarnPlatform/base/NetworkThread.h"
+#include "TarnPlatform/base/UniqueDescriptor.h"
 #include "TarnPlatform/net/HttpServer.h"
 
 namespace tarn::test {

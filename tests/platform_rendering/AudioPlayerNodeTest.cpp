@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 
 #include "Playback.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 namespace {

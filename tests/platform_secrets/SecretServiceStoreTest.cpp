@@ -9,7 +9,7 @@
 #include <future>
 #include <vector>
 
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 #include "TarnPlatform/secrets/SecretStores.h"
 #include "support/keyring/PrivateKeyring.h"
 #include "support/keyring/Shown.h"

@@ -1,4 +1,4 @@
-#include "TarnPlatform/text/DecimalText.h"
+#include "TarnPlatform/base/DecimalText.h"
 
 #include <gtest/gtest.h>
 

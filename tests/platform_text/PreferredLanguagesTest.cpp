@@ -1,4 +1,4 @@
-#include "TarnPlatform/text/PreferredLanguages.h"
+#include "TarnPlatform/base/PreferredLanguages.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -12,7 +12,7 @@
 #include <string>
 
 #include "RelayProgram.h"
-#include "TarnPlatform/concurrency/NetworkThread.h"
+#include "TarnPlatform/base/NetworkThread.h"
 #include "TarnRelay/engines/ScriptEngine.h"
 #include "TemporaryFolder.h"
 #include "platform_net_server/RawPeer.h"

@@ -11,7 +11,7 @@
 #include <memory>
 #include <string>
 
-#include "TarnPlatform/concurrency/NetworkThread.h"
+#include "TarnPlatform/base/NetworkThread.h"
 #include "TarnRelay/RelayServer.h"
 #include "TarnRelay/engines/ScriptEngine.h"
 #include "TemporaryFolder.h"

@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-#include "TarnPlatform/concurrency/EventQueue.h"
+#include "TarnPlatform/base/EventQueue.h"
 #include "support/RunTask.h"
 #include "support/TestService.h"
 

@@ -9,7 +9,7 @@
 #include <thread>
 
 #include "Processes.h"
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 #include "TarnRelay/offline/ChainTranslator.h"
 #include "support/ManualClock.h"
 

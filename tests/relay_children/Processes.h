@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "TarnPlatform/files/UniqueDescriptor.h"
+#include "TarnPlatform/base/UniqueDescriptor.h"
 
 namespace tarn::test {
 

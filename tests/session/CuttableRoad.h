@@ -6,7 +6,7 @@
 #include <memory>
 #include <vector>
 
-#include "TarnPlatform/concurrency/Asio.h"
+#include "TarnPlatform/base/Asio.h"
 
 namespace tarn::test {
 

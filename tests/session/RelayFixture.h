@@ -10,7 +10,7 @@
 
 #include "CuttableRoad.h"
 #include "TarnApp/server/RealTarnServerClient.h"
-#include "TarnPlatform/concurrency/NetworkThread.h"
+#include "TarnPlatform/base/NetworkThread.h"
 #include "TarnRelay/RelayServer.h"
 #include "TarnRelay/engines/ScriptEngine.h"
 #include "support/RunTask.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "TarnPlatform/logging/Log.h"
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn::test {
 

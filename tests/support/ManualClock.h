@@ -3,7 +3,7 @@
 #include <list>
 #include <mutex>
 
-#include "TarnPlatform/concurrency/Clock.h"
+#include "TarnPlatform/base/Clock.h"
 
 namespace tarn::test {
 

@@ -4,7 +4,7 @@
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/write.hpp>
 
-#include "TarnPlatform/concurrency/Asio.h"
+#include "TarnPlatform/base/Asio.h"
 
 namespace tarn::test {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "TarnPlatform/concurrency/Asio.h"
+#include "TarnPlatform/base/Asio.h"
 
 namespace tarn::test {
 

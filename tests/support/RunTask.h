@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "TarnPlatform/concurrency/Asio.h"
+#include "TarnPlatform/base/Asio.h"
 
 namespace tarn::test {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "TarnPlatform/concurrency/EventQueue.h"
+#include "TarnPlatform/base/EventQueue.h"
 #include "TarnPlatform/net/HttpServer.h"
 
 namespace tarn::test {

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "TarnPlatform/concurrency/Asio.h"
+#include "TarnPlatform/base/Asio.h"
 #include "TestCertificates.h"
 
 namespace tarn::test {

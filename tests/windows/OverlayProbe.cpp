@@ -6,7 +6,7 @@
 #include <QScreen>
 #include <QSurfaceFormat>
 
-#include "TarnPlatform/mainthread/MainThread.h"
+#include "TarnPlatform/base/MainThread.h"
 #include "TarnPlatform/windows/Compositor.h"
 #include "TarnPlatform/windows/FloatingOverlay.h"
 #include "TarnPlatform/windows/StackingWatch.h"

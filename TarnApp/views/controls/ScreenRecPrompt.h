@@ -5,7 +5,7 @@
 #include <QPointer>
 
 #include "TarnApp/session/TranslateViewModel.h"
-#include "TarnPlatform/concurrency/TaskHandle.h"
+#include "TarnPlatform/base/TaskHandle.h"
 
 namespace tarn {
 

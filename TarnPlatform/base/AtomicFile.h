@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <string_view>
 
-#include "TarnPlatform/concurrency/Result.h"
+#include "Result.h"
 
 namespace tarn {
 

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "TarnPlatform/concurrency/Asio.h"
+#include "Asio.h"
 
 namespace tarn {
 

@@ -4,8 +4,8 @@
 #include <mutex>
 #include <string>
 
+#include "Printable.h"
 #include "StandardError.h"
-#include "TarnPlatform/text/Printable.h"
 
 namespace tarn {
 namespace {

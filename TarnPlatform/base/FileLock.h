@@ -3,7 +3,7 @@
 #include <chrono>
 #include <filesystem>
 
-#include "TarnPlatform/concurrency/Result.h"
+#include "Result.h"
 #include "UniqueDescriptor.h"
 
 namespace tarn {

@@ -14,7 +14,7 @@
 #include <string>
 #include <utility>
 
-#include "TarnPlatform/logging/Log.h"
+#include "Log.h"
 
 namespace tarn {
 namespace {

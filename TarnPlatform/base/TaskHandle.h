@@ -12,7 +12,7 @@
 #include <utility>
 
 #include "Asio.h"
-#include "TarnPlatform/logging/Log.h"
+#include "Log.h"
 
 namespace tarn {
 
