@@ -6,7 +6,7 @@
 
 #include "Checks.h"
 #include "TarnApp/session/AppLinks.h"
-#include "TarnPlatform/desktop/BusNames.h"
+#include "TarnPlatform/bus/BusNames.h"
 #include "TarnPlatform/desktop/SchemeRegistration.h"
 #include "TarnPlatform/fonts/InstalledFonts.h"
 #include "TarnPlatform/windows/DisplayFacts.h"

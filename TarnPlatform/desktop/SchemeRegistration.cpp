@@ -6,8 +6,8 @@
 #include <fstream>
 #include <sstream>
 
-#include "Glib.h"
 #include "TarnPlatform/base/AtomicFile.h"
+#include "TarnPlatform/bus/Glib.h"
 
 namespace tarn {
 namespace {

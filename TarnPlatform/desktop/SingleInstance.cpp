@@ -9,9 +9,9 @@
 #include <thread>
 #include <utility>
 
-#include "SessionBus.h"
 #include "TarnPlatform/base/Log.h"
 #include "TarnPlatform/base/Utf8.h"
+#include "TarnPlatform/bus/SessionBus.h"
 
 namespace tarn {
 namespace {

@@ -9,7 +9,7 @@
 #include <thread>
 #include <utility>
 
-#include "SessionBus.h"
+#include "TarnPlatform/bus/SessionBus.h"
 
 namespace tarn {
 namespace {

@@ -3,8 +3,8 @@
 #include <array>
 #include <utility>
 
-#include "Glib.h"
 #include "TarnPlatform/base/Log.h"
+#include "TarnPlatform/bus/Glib.h"
 
 namespace tarn {
 namespace {

@@ -7,7 +7,7 @@
 
 #include "KeyGrabs.h"
 #include "ShortcutPortal.h"
-#include "TarnPlatform/desktop/SessionBus.h"
+#include "TarnPlatform/bus/SessionBus.h"
 
 namespace tarn {
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "GlobalShortcuts.h"
-#include "TarnPlatform/desktop/Glib.h"
+#include "TarnPlatform/bus/Glib.h"
 
 namespace tarn {
 

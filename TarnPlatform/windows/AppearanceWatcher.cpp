@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "TarnPlatform/desktop/Glib.h"
-#include "TarnPlatform/desktop/SessionBus.h"
+#include "TarnPlatform/bus/Glib.h"
+#include "TarnPlatform/bus/SessionBus.h"
 
 namespace tarn {
 namespace {

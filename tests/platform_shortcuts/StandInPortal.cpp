@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "TarnPlatform/desktop/SessionBus.h"
+#include "TarnPlatform/bus/SessionBus.h"
 
 namespace tarn::test {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <thread>
 
-#include "TarnPlatform/desktop/Glib.h"
+#include "TarnPlatform/bus/Glib.h"
 
 namespace tarn::test {
 

@@ -12,8 +12,8 @@
 #include <string>
 #include <thread>
 
-#include "TarnPlatform/desktop/Glib.h"
-#include "TarnPlatform/desktop/SessionBus.h"
+#include "TarnPlatform/bus/Glib.h"
+#include "TarnPlatform/bus/SessionBus.h"
 #include "support/Program.h"
 #include "support/keyring/PrivateKeyring.h"
 
