@@ -8,7 +8,7 @@
 #include "AppDelegate.h"
 #include "GlobalKeys.h"
 #include "MainWindowLoader.h"
-#include "TarnPlatform/windows/DesktopAppearance.h"
+#include "TarnPlatform/desktop/DesktopAppearance.h"
 #include "Tray.h"
 
 namespace tarn {

@@ -1,4 +1,4 @@
-#include "TarnPlatform/windows/AppearanceFacts.h"
+#include "TarnPlatform/desktop/AppearanceFacts.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The watcher between a portal on a private bus, settings files in a private folder and the desktop's own
 // settings.
-#include "TarnPlatform/windows/AppearanceWatcher.h"
+#include "TarnPlatform/desktop/AppearanceWatcher.h"
 
 #include <gtest/gtest.h>
 
