@@ -6,9 +6,9 @@
 #include <string>
 
 #include "TarnPlatform/base/Result.h"
-#include "TarnPlatform/net/HttpServer.h"
 #include "TarnPlatform/net/NetworkContext.h"
-#include "TarnPlatform/net/PassedSocket.h"
+#include "TarnPlatform/webserver/HttpServer.h"
+#include "TarnPlatform/webserver/PassedSocket.h"
 #include "TokenRegistry.h"
 #include "engines/TranslationEngine.h"
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "TarnPlatform/net/Http.h"
-#include "TarnPlatform/net/HttpServer.h"
+#include "TarnPlatform/webserver/HttpServer.h"
 
 namespace tarn::relay {
 

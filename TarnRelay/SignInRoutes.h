@@ -8,7 +8,7 @@
 #include "SignInForms.h"
 #include "SignInPage.h"
 #include "TarnPlatform/base/Asio.h"
-#include "TarnPlatform/net/HttpServer.h"
+#include "TarnPlatform/webserver/HttpServer.h"
 
 namespace tarn::relay {
 

@@ -21,9 +21,9 @@
 #include "RequestCheck.h"
 #include "TarnPlatform/base/Log.h"
 #include "TarnPlatform/base/Printable.h"
-#include "TarnPlatform/net/PassedSocket.h"
 #include "TarnPlatform/process/FreeMemory.h"
 #include "TarnPlatform/process/StandardDescriptors.h"
+#include "TarnPlatform/webserver/PassedSocket.h"
 #include "TokenRegistry.h"
 
 namespace {

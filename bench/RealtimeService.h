@@ -8,7 +8,7 @@
 #include <string>
 
 #include "TarnPlatform/base/NetworkThread.h"
-#include "TarnPlatform/net/HttpServer.h"
+#include "TarnPlatform/webserver/HttpServer.h"
 #include "support/TestCertificates.h"
 #include "support/TlsProxy.h"
 

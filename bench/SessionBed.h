@@ -16,7 +16,7 @@
 
 #include "TarnApp/session/TranslateSession.h"
 #include "TarnPlatform/base/NetworkThread.h"
-#include "TarnPlatform/net/HttpServer.h"
+#include "TarnPlatform/webserver/HttpServer.h"
 
 namespace tarn::bench {
 

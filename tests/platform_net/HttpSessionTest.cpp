@@ -9,7 +9,7 @@
 #include <boost/asio/write.hpp>
 #include <map>
 
-#include "TarnPlatform/net/HttpServer.h"
+#include "TarnPlatform/webserver/HttpServer.h"
 #include "support/ConnectProxy.h"
 #include "support/ManualClock.h"
 #include "support/RunTask.h"

@@ -14,7 +14,7 @@
 #include "RawPeer.h"
 #include "TarnPlatform/base/NetworkThread.h"
 #include "TarnPlatform/base/UniqueDescriptor.h"
-#include "TarnPlatform/net/HttpServer.h"
+#include "TarnPlatform/webserver/HttpServer.h"
 
 namespace tarn::test {
 namespace {

@@ -6,7 +6,7 @@
 #include <boost/asio/io_context.hpp>
 
 #include "TarnApp/server/RealTarnServerClient.h"
-#include "TarnPlatform/net/HttpServer.h"
+#include "TarnPlatform/webserver/HttpServer.h"
 #include "support/RunTask.h"
 
 namespace tarn {

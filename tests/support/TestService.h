@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "TarnPlatform/base/EventQueue.h"
-#include "TarnPlatform/net/HttpServer.h"
+#include "TarnPlatform/webserver/HttpServer.h"
 
 namespace tarn::test {
 

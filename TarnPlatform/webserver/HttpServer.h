@@ -9,11 +9,11 @@
 #include <variant>
 #include <vector>
 
-#include "Http.h"
-#include "NetworkContext.h"
 #include "PassedSocket.h"
 #include "TarnPlatform/base/Result.h"
-#include "WebSocketMessage.h"
+#include "TarnPlatform/net/Http.h"
+#include "TarnPlatform/net/NetworkContext.h"
+#include "TarnPlatform/net/WebSocketMessage.h"
 
 namespace tarn {
 
