@@ -8,8 +8,8 @@
 #include "TarnApp/session/AppLinks.h"
 #include "TarnPlatform/bus/BusNames.h"
 #include "TarnPlatform/desktop/SchemeRegistration.h"
-#include "TarnPlatform/fonts/InstalledFonts.h"
 #include "TarnPlatform/windows/DisplayFacts.h"
+#include "TarnPlatform/windows/InstalledFonts.h"
 
 namespace tarn {
 namespace {
