@@ -8,9 +8,9 @@
 #include "InputSource.h"
 #include "Options.h"
 #include "TarnPlatform/audio/PcmBuffer.h"
-#include "TarnPlatform/audioserver/CaptureStream.h"
 #include "TarnPlatform/base/Clock.h"
 #include "TarnPlatform/base/TaskHandle.h"
+#include "TarnPlatform/capture/CaptureStream.h"
 
 namespace tarn::cli {
 

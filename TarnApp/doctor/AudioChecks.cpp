@@ -7,7 +7,7 @@
 #include "TarnPlatform/audioserver/AudioServer.h"
 #include "TarnPlatform/audioserver/AudioServerError.h"
 #include "TarnPlatform/audioserver/AudioServerFacts.h"
-#include "TarnPlatform/audioserver/ShareableContent.h"
+#include "TarnPlatform/capture/ShareableContent.h"
 
 namespace tarn {
 namespace {

@@ -10,11 +10,11 @@
 #include "TarnCore/audio/AudioSink.h"
 #include "TarnCore/audio/MicPermission.h"
 #include "TarnCore/audio/MicSession.h"
-#include "TarnPlatform/audioserver/CaptureStream.h"
 #include "TarnPlatform/base/Asio.h"
 #include "TarnPlatform/base/Clock.h"
 #include "TarnPlatform/base/Log.h"
 #include "TarnPlatform/base/Result.h"
+#include "TarnPlatform/capture/CaptureStream.h"
 #include "TarnPlatform/desktop/ScreenCaptureAccess.h"
 #include "TarnPlatform/desktop/UrlOpener.h"
 

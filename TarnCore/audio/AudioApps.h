@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "AudioCapableApp.h"
-#include "TarnPlatform/audioserver/CaptureService.h"
+#include "TarnPlatform/capture/CaptureService.h"
 
 namespace tarn {
 

@@ -9,8 +9,8 @@
 #include "TarnPlatform/audio/AudioFile.h"
 #include "TarnPlatform/audio/AudioFormat.h"
 #include "TarnPlatform/audio/PcmBuffer.h"
-#include "TarnPlatform/audioserver/CaptureStream.h"
 #include "TarnPlatform/base/SerialQueue.h"
+#include "TarnPlatform/capture/CaptureStream.h"
 
 namespace tarn {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "AudioSink.h"
-#include "TarnPlatform/audioserver/CaptureService.h"
+#include "TarnPlatform/capture/CaptureService.h"
 
 namespace tarn {
 

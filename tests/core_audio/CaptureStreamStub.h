@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "TarnPlatform/audioserver/CaptureService.h"
-#include "TarnPlatform/audioserver/CaptureStream.h"
+#include "TarnPlatform/capture/CaptureService.h"
+#include "TarnPlatform/capture/CaptureStream.h"
 
 namespace tarn::test {
 

@@ -1,6 +1,6 @@
 // The way from the graph's real-time thread to the receiver, without a graph.
 
-#include "TarnPlatform/audioserver/CaptureDelivery.h"
+#include "TarnPlatform/capture/CaptureDelivery.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-#include "TarnPlatform/audioserver/CaptureFold.h"
+#include "TarnPlatform/capture/CaptureFold.h"
 #include "support/AllocationGuard.h"
 #include "support/LogCapture.h"
 

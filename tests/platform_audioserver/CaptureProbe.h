@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "TarnPlatform/audioserver/CaptureStream.h"
+#include "TarnPlatform/capture/CaptureStream.h"
 
 namespace tarn::test {
 

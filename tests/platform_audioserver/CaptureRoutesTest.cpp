@@ -1,6 +1,6 @@
 // Which ports of a program a capture links: a table of what programs play and what their ports are.
 
-#include "TarnPlatform/audioserver/CaptureRoutes.h"
+#include "TarnPlatform/capture/CaptureRoutes.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

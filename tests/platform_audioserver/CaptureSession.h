@@ -10,7 +10,7 @@
 
 #include "CaptureProbe.h"
 #include "TarnPlatform/audioserver/AudioServer.h"
-#include "TarnPlatform/audioserver/CaptureService.h"
+#include "TarnPlatform/capture/CaptureService.h"
 #include "support/LogCapture.h"
 #include "support/RunTask.h"
 #include "support/audio/PrivateAudioServer.h"

@@ -1,13 +1,13 @@
 // What of a graph can be captured, and what programs are called.
 
-#include "TarnPlatform/audioserver/ShareableContent.h"
+#include "TarnPlatform/capture/ShareableContent.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include "TarnPlatform/audioserver/AudioServer.h"
-#include "TarnPlatform/audioserver/ContentFilter.h"
+#include "TarnPlatform/capture/ContentFilter.h"
 
 namespace tarn {
 namespace {

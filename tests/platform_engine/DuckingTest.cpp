@@ -6,7 +6,7 @@
 #include "CaptureProbe.h"
 #include "EngineFixture.h"
 #include "TarnPlatform/audioserver/AudioServer.h"
-#include "TarnPlatform/audioserver/CaptureService.h"
+#include "TarnPlatform/capture/CaptureService.h"
 #include "support/RunTask.h"
 
 namespace tarn::test {

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "AudioServer.h"
+#include "TarnPlatform/audioserver/AudioServer.h"
 
 namespace tarn {
 

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <utility>
 
-#include "AudioServer.h"
+#include "TarnPlatform/audioserver/AudioServer.h"
 
 namespace tarn {
 

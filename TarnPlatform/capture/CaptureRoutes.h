@@ -3,7 +3,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Graph.h"
+#include "TarnPlatform/audioserver/Graph.h"
 
 namespace tarn {
 

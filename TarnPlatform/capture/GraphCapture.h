@@ -6,9 +6,9 @@
 #include <optional>
 #include <span>
 
-#include "AudioServer.h"
 #include "CaptureLinks.h"
-#include "GraphStream.h"
+#include "TarnPlatform/audioserver/AudioServer.h"
+#include "TarnPlatform/audioserver/GraphStream.h"
 #include "TarnPlatform/base/Result.h"
 
 namespace tarn {

@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "AudioServer.h"
 #include "GraphCaptureStream.h"
+#include "TarnPlatform/audioserver/AudioServer.h"
 #include "TarnPlatform/base/EventQueue.h"
 
 namespace tarn {

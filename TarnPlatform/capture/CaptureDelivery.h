@@ -8,8 +8,8 @@
 #include <span>
 #include <vector>
 
-#include "FrameRing.h"
 #include "SampleBuffer.h"
+#include "TarnPlatform/audioserver/FrameRing.h"
 #include "TarnPlatform/base/SerialQueue.h"
 
 namespace tarn {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "Graph.h"
+#include "TarnPlatform/audioserver/Graph.h"
 
 namespace tarn {
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "CaptureRoutes.h"
-#include "GraphLink.h"
+#include "TarnPlatform/audioserver/GraphLink.h"
 
 namespace tarn {
 

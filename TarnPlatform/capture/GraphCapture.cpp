@@ -2,9 +2,9 @@
 
 #include <utility>
 
-#include "AudioServerError.h"
 #include "CaptureDelivery.h"
 #include "CaptureFold.h"
+#include "TarnPlatform/audioserver/AudioServerError.h"
 #include "TarnPlatform/base/Log.h"
 
 namespace tarn {
