@@ -10,10 +10,10 @@
 #include <string_view>
 #include <utility>
 
-#include "RequestCheck.h"
-#include "SignInRoutes.h"
 #include "StreamQuery.h"
 #include "TarnPlatform/base/Log.h"
+#include "TarnRelay/account/RequestCheck.h"
+#include "TarnRelay/account/SignInRoutes.h"
 #include "engines/RelayErrors.h"
 
 namespace tarn::relay {

@@ -9,7 +9,7 @@
 #include "TarnPlatform/net/NetworkContext.h"
 #include "TarnPlatform/webserver/HttpServer.h"
 #include "TarnPlatform/webserver/PassedSocket.h"
-#include "TokenRegistry.h"
+#include "TarnRelay/account/TokenRegistry.h"
 #include "engines/TranslationEngine.h"
 
 namespace tarn::relay {

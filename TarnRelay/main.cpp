@@ -15,16 +15,16 @@
 #include <string>
 #include <string_view>
 
-#include "EmailAddress.h"
 #include "EngineChoice.h"
 #include "RelayServer.h"
-#include "RequestCheck.h"
 #include "TarnPlatform/base/Log.h"
 #include "TarnPlatform/base/Printable.h"
 #include "TarnPlatform/process/FreeMemory.h"
 #include "TarnPlatform/process/StandardDescriptors.h"
 #include "TarnPlatform/webserver/PassedSocket.h"
-#include "TokenRegistry.h"
+#include "TarnRelay/account/EmailAddress.h"
+#include "TarnRelay/account/RequestCheck.h"
+#include "TarnRelay/account/TokenRegistry.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 
 #include <string>
 
-#include "TarnRelay/EmailAddress.h"
-#include "TarnRelay/PageLanguage.h"
-#include "TarnRelay/RequestCheck.h"
+#include "TarnRelay/account/EmailAddress.h"
+#include "TarnRelay/account/PageLanguage.h"
+#include "TarnRelay/account/RequestCheck.h"
 
 namespace tarn::relay {
 namespace {

@@ -12,7 +12,7 @@
 #include <iterator>
 
 #include "RelayProgram.h"
-#include "TarnRelay/TokenRegistry.h"
+#include "TarnRelay/account/TokenRegistry.h"
 #include "TemporaryFolder.h"
 
 namespace tarn::relay {
