@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <utility>
 
-#include "engines/ScriptEngine.h"
-#include "engines/UpstreamEngine.h"
+#include "TarnRelay/stream/ScriptEngine.h"
+#include "TarnRelay/stream/UpstreamEngine.h"
 #include "offline/ApertiumTranslator.h"
 #include "offline/ChainTranslator.h"
 #include "offline/CommandRecogniser.h"

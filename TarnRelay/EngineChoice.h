@@ -6,7 +6,7 @@
 
 #include "TarnPlatform/base/Result.h"
 #include "TarnPlatform/net/NetworkContext.h"
-#include "engines/TranslationEngine.h"
+#include "TarnRelay/stream/TranslationEngine.h"
 
 namespace tarn::relay {
 

@@ -16,7 +16,6 @@
 #include <string_view>
 
 #include "EngineChoice.h"
-#include "RelayServer.h"
 #include "TarnPlatform/base/Log.h"
 #include "TarnPlatform/base/Printable.h"
 #include "TarnPlatform/process/FreeMemory.h"
@@ -25,6 +24,7 @@
 #include "TarnRelay/account/EmailAddress.h"
 #include "TarnRelay/account/RequestCheck.h"
 #include "TarnRelay/account/TokenRegistry.h"
+#include "TarnRelay/stream/RelayServer.h"
 
 namespace {
 

@@ -21,8 +21,8 @@
 #include <string_view>
 
 #include "TarnPlatform/base/Log.h"
-#include "TarnRelay/RelayServer.h"
-#include "TarnRelay/engines/ScriptEngine.h"
+#include "TarnRelay/stream/RelayServer.h"
+#include "TarnRelay/stream/ScriptEngine.h"
 
 namespace {
 

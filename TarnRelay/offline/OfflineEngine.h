@@ -9,7 +9,7 @@
 #include "Recogniser.h"
 #include "Synthesiser.h"
 #include "TarnPlatform/base/Clock.h"
-#include "TarnRelay/engines/TranslationEngine.h"
+#include "TarnRelay/stream/TranslationEngine.h"
 #include "Translator.h"
 
 namespace tarn::relay {

@@ -6,7 +6,7 @@
 
 #include "Listener.h"
 #include "StreamOutlet.h"
-#include "TarnRelay/engines/TranslationEngine.h"
+#include "TarnRelay/stream/TranslationEngine.h"
 
 namespace tarn::relay {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "TarnRelay/engines/TranslationEngine.h"
+#include "TarnRelay/stream/TranslationEngine.h"
 
 namespace tarn::relay {
 

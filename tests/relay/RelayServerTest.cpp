@@ -1,6 +1,6 @@
 // A whole relay on a loopback port, its tokens on disk, and clients that say exactly the bytes a test wants.
 
-#include "TarnRelay/RelayServer.h"
+#include "TarnRelay/stream/RelayServer.h"
 
 #include <gmock/gmock.h>
 
@@ -13,7 +13,7 @@
 
 #include "RelayProgram.h"
 #include "TarnPlatform/base/NetworkThread.h"
-#include "TarnRelay/engines/ScriptEngine.h"
+#include "TarnRelay/stream/ScriptEngine.h"
 #include "TemporaryFolder.h"
 #include "platform_net_server/RawPeer.h"
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "TarnPlatform/net/Base64.h"
-#include "TarnRelay/engines/ScriptEngine.h"
+#include "TarnRelay/stream/ScriptEngine.h"
 #include "support/ManualClock.h"
 
 namespace tarn::relay {

@@ -12,8 +12,8 @@
 #include <string>
 
 #include "TarnPlatform/base/NetworkThread.h"
-#include "TarnRelay/RelayServer.h"
-#include "TarnRelay/engines/ScriptEngine.h"
+#include "TarnRelay/stream/RelayServer.h"
+#include "TarnRelay/stream/ScriptEngine.h"
 #include "TemporaryFolder.h"
 #include "platform_net_server/RawPeer.h"
 #include "support/ManualClock.h"

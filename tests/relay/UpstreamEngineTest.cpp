@@ -1,6 +1,6 @@
 // The engine between a client's stream and a real WebSocket server that plays the translation service.
 
-#include "TarnRelay/engines/UpstreamEngine.h"
+#include "TarnRelay/stream/UpstreamEngine.h"
 
 #include <gmock/gmock.h>
 

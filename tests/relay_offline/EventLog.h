@@ -11,7 +11,7 @@
 
 #include "TarnCore/realtime/EventNames.h"
 #include "TarnPlatform/net/Base64.h"
-#include "TarnRelay/engines/TranslationEngine.h"
+#include "TarnRelay/stream/TranslationEngine.h"
 
 namespace tarn::relay {
 

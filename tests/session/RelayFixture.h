@@ -11,8 +11,8 @@
 #include "CuttableRoad.h"
 #include "TarnApp/server/RealTarnServerClient.h"
 #include "TarnPlatform/base/NetworkThread.h"
-#include "TarnRelay/RelayServer.h"
-#include "TarnRelay/engines/ScriptEngine.h"
+#include "TarnRelay/stream/RelayServer.h"
+#include "TarnRelay/stream/ScriptEngine.h"
 #include "support/RunTask.h"
 
 namespace tarn::test {

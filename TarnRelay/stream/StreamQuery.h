@@ -3,7 +3,7 @@
 #include <string_view>
 
 #include "TarnPlatform/base/Result.h"
-#include "engines/TranslationEngine.h"
+#include "TranslationEngine.h"
 
 namespace tarn::relay {
 

@@ -10,11 +10,11 @@
 #include <string_view>
 #include <utility>
 
+#include "RelayErrors.h"
 #include "StreamQuery.h"
 #include "TarnPlatform/base/Log.h"
 #include "TarnRelay/account/RequestCheck.h"
 #include "TarnRelay/account/SignInRoutes.h"
-#include "engines/RelayErrors.h"
 
 namespace tarn::relay {
 namespace {

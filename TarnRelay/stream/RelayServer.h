@@ -10,7 +10,7 @@
 #include "TarnPlatform/webserver/HttpServer.h"
 #include "TarnPlatform/webserver/PassedSocket.h"
 #include "TarnRelay/account/TokenRegistry.h"
-#include "engines/TranslationEngine.h"
+#include "TranslationEngine.h"
 
 namespace tarn::relay {
 
