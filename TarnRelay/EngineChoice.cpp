@@ -3,16 +3,16 @@
 #include <cstdlib>
 #include <utility>
 
+#include "TarnRelay/offline/speech/CommandRecogniser.h"
+#include "TarnRelay/offline/speech/PocketSphinxRecogniser.h"
 #include "TarnRelay/stream/ScriptEngine.h"
 #include "TarnRelay/stream/UpstreamEngine.h"
 #include "offline/ApertiumTranslator.h"
 #include "offline/ChainTranslator.h"
-#include "offline/CommandRecogniser.h"
 #include "offline/CommandSynthesiser.h"
 #include "offline/CommandTranslator.h"
 #include "offline/EspeakSynthesiser.h"
 #include "offline/OfflineEngine.h"
-#include "offline/PocketSphinxRecogniser.h"
 
 namespace tarn::relay {
 namespace {

@@ -29,7 +29,7 @@
 #include "TarnRelay/offline/ChainTranslator.h"
 #include "TarnRelay/offline/EspeakSynthesiser.h"
 #include "TarnRelay/offline/OfflineEngine.h"
-#include "TarnRelay/offline/PocketSphinxRecogniser.h"
+#include "TarnRelay/offline/speech/PocketSphinxRecogniser.h"
 #include "support/ManualClock.h"
 
 namespace {

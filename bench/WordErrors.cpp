@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "TarnRelay/offline/PocketSphinxRecogniser.h"
+#include "TarnRelay/offline/speech/PocketSphinxRecogniser.h"
 
 namespace tarn::bench {
 namespace {

@@ -9,10 +9,10 @@
 #include <optional>
 #include <string>
 
-#include "StableText.h"
 #include "StreamOutlet.h"
 #include "Synthesiser.h"
 #include "TarnPlatform/base/Asio.h"
+#include "TarnRelay/offline/speech/StableText.h"
 #include "Translator.h"
 
 namespace tarn::relay {

@@ -12,10 +12,10 @@
 #include <vector>
 
 #include "Interpreter.h"
-#include "Recogniser.h"
-#include "StableText.h"
 #include "StreamOutlet.h"
 #include "TarnPlatform/base/Asio.h"
+#include "TarnRelay/offline/speech/Recogniser.h"
+#include "TarnRelay/offline/speech/StableText.h"
 
 namespace tarn::relay {
 

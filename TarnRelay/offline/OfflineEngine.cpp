@@ -13,10 +13,10 @@
 #include "EngineUpkeep.h"
 #include "Interpreter.h"
 #include "OfflineStream.h"
-#include "ReadyRecognisers.h"
 #include "StreamOutlet.h"
 #include "TarnPlatform/net/WebSocketMessage.h"
 #include "TarnPlatform/process/FreeMemory.h"
+#include "TarnRelay/offline/speech/ReadyRecognisers.h"
 
 namespace tarn::relay {
 namespace {

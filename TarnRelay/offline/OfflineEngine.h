@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "Listener.h"
-#include "Recogniser.h"
 #include "Synthesiser.h"
 #include "TarnPlatform/base/Clock.h"
+#include "TarnRelay/offline/speech/Recogniser.h"
 #include "TarnRelay/stream/TranslationEngine.h"
 #include "Translator.h"
 

@@ -9,9 +9,9 @@
 #include <thread>
 
 #include "Processes.h"
-#include "TarnRelay/offline/CommandRecogniser.h"
 #include "TarnRelay/offline/CommandSynthesiser.h"
 #include "TarnRelay/offline/CommandTranslator.h"
+#include "TarnRelay/offline/speech/CommandRecogniser.h"
 
 namespace tarn::relay {
 namespace {

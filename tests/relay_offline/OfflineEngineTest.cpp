@@ -11,10 +11,10 @@
 #include "SpokenText.h"
 #include "TarnRelay/offline/ApertiumTranslator.h"
 #include "TarnRelay/offline/ChainTranslator.h"
-#include "TarnRelay/offline/CommandRecogniser.h"
 #include "TarnRelay/offline/CommandTranslator.h"
 #include "TarnRelay/offline/EspeakSynthesiser.h"
-#include "TarnRelay/offline/PocketSphinxRecogniser.h"
+#include "TarnRelay/offline/speech/CommandRecogniser.h"
+#include "TarnRelay/offline/speech/PocketSphinxRecogniser.h"
 #include "relay_children/Processes.h"
 #include "support/ManualClock.h"
 

@@ -1,6 +1,6 @@
 // The installed recogniser on synthetic speech.
 
-#include "TarnRelay/offline/PocketSphinxRecogniser.h"
+#include "TarnRelay/offline/speech/PocketSphinxRecogniser.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "TarnRelay/offline/ReadyRecognisers.h"
+#include "TarnRelay/offline/speech/ReadyRecognisers.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "TarnRelay/offline/StableText.h"
+#include "TarnRelay/offline/speech/StableText.h"
 
 #include <gmock/gmock.h>
 

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "CommandLimits.h"
 #include "Recogniser.h"
 #include "TarnPlatform/process/KeptChild.h"
+#include "TarnRelay/offline/CommandLimits.h"
 
 namespace tarn::relay {
 

@@ -3,7 +3,7 @@
 #include <bit>
 #include <boost/json/value.hpp>
 
-#include "CommandLine.h"
+#include "TarnRelay/offline/CommandLine.h"
 
 namespace tarn::relay {
 namespace {
