@@ -5,12 +5,12 @@
 
 #include "TarnRelay/offline/speech/CommandRecogniser.h"
 #include "TarnRelay/offline/speech/PocketSphinxRecogniser.h"
+#include "TarnRelay/offline/translate/ApertiumTranslator.h"
+#include "TarnRelay/offline/translate/ChainTranslator.h"
+#include "TarnRelay/offline/translate/CommandTranslator.h"
 #include "TarnRelay/stream/ScriptEngine.h"
 #include "TarnRelay/stream/UpstreamEngine.h"
-#include "offline/ApertiumTranslator.h"
-#include "offline/ChainTranslator.h"
 #include "offline/CommandSynthesiser.h"
-#include "offline/CommandTranslator.h"
 #include "offline/EspeakSynthesiser.h"
 #include "offline/OfflineEngine.h"
 

@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "TarnPlatform/base/Clock.h"
-#include "Translator.h"
+#include "TarnRelay/offline/translate/Translator.h"
 
 namespace tarn::relay {
 

@@ -13,7 +13,7 @@
 #include "Synthesiser.h"
 #include "TarnPlatform/base/Asio.h"
 #include "TarnRelay/offline/speech/StableText.h"
-#include "Translator.h"
+#include "TarnRelay/offline/translate/Translator.h"
 
 namespace tarn::relay {
 

@@ -9,8 +9,8 @@
 #include "Synthesiser.h"
 #include "TarnPlatform/base/Clock.h"
 #include "TarnRelay/offline/speech/Recogniser.h"
+#include "TarnRelay/offline/translate/Translator.h"
 #include "TarnRelay/stream/TranslationEngine.h"
-#include "Translator.h"
 
 namespace tarn::relay {
 

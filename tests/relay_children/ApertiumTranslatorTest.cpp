@@ -1,6 +1,6 @@
 // Apertium's installed pipelines as they are, stand-ins that misbehave in their place, and chains over both.
 
-#include "TarnRelay/offline/ApertiumTranslator.h"
+#include "TarnRelay/offline/translate/ApertiumTranslator.h"
 
 #include <gmock/gmock.h>
 
@@ -10,7 +10,7 @@
 
 #include "Processes.h"
 #include "TarnPlatform/base/Log.h"
-#include "TarnRelay/offline/ChainTranslator.h"
+#include "TarnRelay/offline/translate/ChainTranslator.h"
 #include "support/ManualClock.h"
 
 namespace tarn::relay {

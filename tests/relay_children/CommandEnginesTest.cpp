@@ -10,8 +10,8 @@
 
 #include "Processes.h"
 #include "TarnRelay/offline/CommandSynthesiser.h"
-#include "TarnRelay/offline/CommandTranslator.h"
 #include "TarnRelay/offline/speech/CommandRecogniser.h"
+#include "TarnRelay/offline/translate/CommandTranslator.h"
 
 namespace tarn::relay {
 namespace {

@@ -1,7 +1,7 @@
 #include "CommandTranslator.h"
 
-#include "CommandLine.h"
 #include "TarnPlatform/base/Utf8.h"
+#include "TarnRelay/offline/CommandLine.h"
 
 namespace tarn::relay {
 

@@ -4,8 +4,8 @@
 #include <utility>
 #include <vector>
 
-#include "CommandLimits.h"
 #include "TarnPlatform/process/ChildConversation.h"
+#include "TarnRelay/offline/CommandLimits.h"
 #include "Translator.h"
 
 namespace tarn::relay {
