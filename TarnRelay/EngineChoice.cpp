@@ -8,10 +8,10 @@
 #include "TarnRelay/offline/translate/ApertiumTranslator.h"
 #include "TarnRelay/offline/translate/ChainTranslator.h"
 #include "TarnRelay/offline/translate/CommandTranslator.h"
+#include "TarnRelay/offline/voice/CommandSynthesiser.h"
+#include "TarnRelay/offline/voice/EspeakSynthesiser.h"
 #include "TarnRelay/stream/ScriptEngine.h"
 #include "TarnRelay/stream/UpstreamEngine.h"
-#include "offline/CommandSynthesiser.h"
-#include "offline/EspeakSynthesiser.h"
 #include "offline/OfflineEngine.h"
 
 namespace tarn::relay {

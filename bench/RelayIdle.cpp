@@ -25,11 +25,11 @@
 #include "TarnCore/realtime/EventNames.h"
 #include "TarnPlatform/net/Base64.h"
 #include "TarnPlatform/process/FreeMemory.h"
-#include "TarnRelay/offline/EspeakSynthesiser.h"
 #include "TarnRelay/offline/OfflineEngine.h"
 #include "TarnRelay/offline/speech/PocketSphinxRecogniser.h"
 #include "TarnRelay/offline/translate/ApertiumTranslator.h"
 #include "TarnRelay/offline/translate/ChainTranslator.h"
+#include "TarnRelay/offline/voice/EspeakSynthesiser.h"
 #include "support/ManualClock.h"
 
 namespace {

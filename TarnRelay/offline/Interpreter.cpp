@@ -7,10 +7,10 @@
 #include <span>
 #include <utility>
 
-#include "ServiceSpeech.h"
 #include "TarnCore/audio/ServiceAudio.h"
 #include "TarnCore/realtime/EventNames.h"
 #include "TarnPlatform/net/Base64.h"
+#include "TarnRelay/offline/voice/ServiceSpeech.h"
 
 namespace tarn::relay {
 namespace {

@@ -10,10 +10,10 @@
 #include <string>
 
 #include "StreamOutlet.h"
-#include "Synthesiser.h"
 #include "TarnPlatform/base/Asio.h"
 #include "TarnRelay/offline/speech/StableText.h"
 #include "TarnRelay/offline/translate/Translator.h"
+#include "TarnRelay/offline/voice/Synthesiser.h"
 
 namespace tarn::relay {
 

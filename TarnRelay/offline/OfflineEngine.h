@@ -6,10 +6,10 @@
 #include <vector>
 
 #include "Listener.h"
-#include "Synthesiser.h"
 #include "TarnPlatform/base/Clock.h"
 #include "TarnRelay/offline/speech/Recogniser.h"
 #include "TarnRelay/offline/translate/Translator.h"
+#include "TarnRelay/offline/voice/Synthesiser.h"
 #include "TarnRelay/stream/TranslationEngine.h"
 
 namespace tarn::relay {

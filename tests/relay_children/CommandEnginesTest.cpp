@@ -9,9 +9,9 @@
 #include <thread>
 
 #include "Processes.h"
-#include "TarnRelay/offline/CommandSynthesiser.h"
 #include "TarnRelay/offline/speech/CommandRecogniser.h"
 #include "TarnRelay/offline/translate/CommandTranslator.h"
+#include "TarnRelay/offline/voice/CommandSynthesiser.h"
 
 namespace tarn::relay {
 namespace {

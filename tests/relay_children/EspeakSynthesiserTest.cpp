@@ -1,6 +1,6 @@
 // The installed eSpeak NG as it is, and programs that misbehave in its place.
 
-#include "TarnRelay/offline/EspeakSynthesiser.h"
+#include "TarnRelay/offline/voice/EspeakSynthesiser.h"
 
 #include <gmock/gmock.h>
 

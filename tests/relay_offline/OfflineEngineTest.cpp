@@ -9,12 +9,12 @@
 
 #include "EventLog.h"
 #include "SpokenText.h"
-#include "TarnRelay/offline/EspeakSynthesiser.h"
 #include "TarnRelay/offline/speech/CommandRecogniser.h"
 #include "TarnRelay/offline/speech/PocketSphinxRecogniser.h"
 #include "TarnRelay/offline/translate/ApertiumTranslator.h"
 #include "TarnRelay/offline/translate/ChainTranslator.h"
 #include "TarnRelay/offline/translate/CommandTranslator.h"
+#include "TarnRelay/offline/voice/EspeakSynthesiser.h"
 #include "relay_children/Processes.h"
 #include "support/ManualClock.h"
 

@@ -1,4 +1,4 @@
-#include "TarnRelay/offline/ServiceSpeech.h"
+#include "TarnRelay/offline/voice/ServiceSpeech.h"
 
 #include <gmock/gmock.h>
 

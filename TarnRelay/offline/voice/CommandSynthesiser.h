@@ -2,9 +2,9 @@
 
 #include <string>
 
-#include "CommandLimits.h"
 #include "Synthesiser.h"
 #include "TarnPlatform/process/ChildConversation.h"
+#include "TarnRelay/offline/CommandLimits.h"
 
 namespace tarn::relay {
 

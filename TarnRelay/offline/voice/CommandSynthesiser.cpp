@@ -5,8 +5,8 @@
 #include <cstring>
 #include <optional>
 
-#include "CommandLine.h"
 #include "TarnPlatform/base/Utf8.h"
+#include "TarnRelay/offline/CommandLine.h"
 
 namespace tarn::relay {
 namespace {
