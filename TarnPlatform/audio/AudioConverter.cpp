@@ -64,6 +64,8 @@ AudioConverter::OutputStatus AudioConverter::convertThrowing(PcmBuffer& output, 
                       "the output is " + output.format().description() + ", not " + to_.description()};
         return OutputStatus::error;
     }
+    // What the filter holds goes out before more is asked for, so that input is taken only where it is
+    // needed.
     for (;;) {
         fill(output);
         if (output.frameLength() == output.frameCapacity()) {
@@ -115,7 +117,7 @@ void AudioConverter::take(const PcmBuffer& buffer) {
     }
 }
 
-// Pushes out what the filter still holds.
+// The last sound of a stream is still inside the filter: as much silence as the filter's delay pushes it out.
 void AudioConverter::takeSilence() {
     if (from_.sampleRate == to_.sampleRate) {
         return;
@@ -134,6 +136,7 @@ void AudioConverter::fill(PcmBuffer& output) {
         const auto room = std::min<std::size_t>(output.frameCapacity() - first, sliceFrames);
         std::size_t count = 0;
         for (std::uint32_t channel = 0; channel < to_.channelCount; ++channel) {
+            // Beyond the converted streams the scratch keeps the folded one, which every channel carries.
             if (channel < rates_.size()) {
                 count = rates_[channel].read(std::span(scratch_).first(room));
             }

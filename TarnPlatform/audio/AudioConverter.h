@@ -66,8 +66,8 @@ private:
     AudioFormat from_;
     AudioFormat to_;
     ChannelFold fold_;
-    std::vector<RateConverter> rates_;          // one for each channel that differs
-    std::vector<std::vector<float>> channels_;  // a slice of the input, each channel apart
+    std::vector<RateConverter> rates_;          // one for each channel; a single one where they are folded
+    std::vector<std::vector<float>> channels_;  // a slice of the input, one plane for each channel
     std::vector<float> scratch_;
     bool ended_ = false;
 };

@@ -43,7 +43,7 @@ Result<AudioFile> AudioFile::forWriting(const std::string& path, const AudioForm
     }
     SF_INFO info{};
     info.format = *kind;
-    // What is too large or no number at all stays zero, which libsndfile refuses.
+    // A rate that is too large, or NaN, stays zero, which libsndfile refuses.
     if (settings.sampleRate >= 1 && settings.sampleRate <= std::numeric_limits<int>::max()) {
         info.samplerate = static_cast<int>(settings.sampleRate);
     }

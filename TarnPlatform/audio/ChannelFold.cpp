@@ -63,7 +63,7 @@ ChannelFold::ChannelFold(const AudioFormat& format)
     std::ranges::transform(layout, std::back_inserter(weights_), weightOf);
     const float sum = std::accumulate(weights_.begin(), weights_.end(), 0.0F);
     for (auto& weight : weights_) {
-        // Only low-frequency channels: better a rumble than nothing.
+        // Where there are only low-frequency channels, they are averaged: a rumble is better than nothing.
         weight = sum > 0 ? weight / sum : 1 / static_cast<float>(weights_.size());
     }
 }
@@ -84,7 +84,9 @@ void ChannelFold::fold(const std::vector<std::vector<float>>& channels, std::spa
 }
 
 void ChannelFold::foldPair(const float* left, const float* right, std::span<float> mono) {
-    constexpr std::size_t lanes = 8;  // sums side by side, so that the loop can be vectorised
+    // Floating point addition is not associative, so the compiler may not split one sum by itself. Sums that
+    // stand side by side in the source let it vectorise the loop.
+    constexpr std::size_t lanes = 8;
     std::size_t at = 0;
     while (at < mono.size()) {
         const auto count = std::min(mono.size() - at, cellFrames_ - cellDone_);
@@ -111,6 +113,7 @@ void ChannelFold::foldPair(const float* left, const float* right, std::span<floa
         sumEnergy_ += std::accumulate(sums.begin(), sums.end(), 0.0F);
         differenceEnergy_ += std::accumulate(differences.begin(), differences.end(), 0.0F);
 
+        // The sign that a cell found is reached over the next cell: a jump would click.
         const float slope = (sign_ - signBefore_) / static_cast<float>(cellFrames_);
         const float first = signBefore_ + slope * static_cast<float>(cellDone_);
         for (std::size_t k = 0; k < count; ++k) {
@@ -126,9 +129,12 @@ void ChannelFold::foldPair(const float* left, const float* right, std::span<floa
 }
 
 void ChannelFold::finishCell() {
-    constexpr float opposite = 0.01F;  // 20 dB: unrelated channels never come near
-    constexpr float agreeing = 0.5F;   // and back long before the difference could fade
-    const float inaudible = 1e-8F * static_cast<float>(cellFrames_);  // -80 dB
+    // Unrelated channels have a sum and a difference of about the same energy: 20 dB between them come from
+    // opposite polarity alone. The way back asks for much less, because sound that is in both channels must
+    // not fade with the difference.
+    constexpr float opposite = 0.01F;
+    constexpr float agreeing = 0.5F;
+    const float inaudible = 1e-8F * static_cast<float>(cellFrames_);  // -80 dB: noise decides nothing
     signBefore_ = sign_;
     if (differenceEnergy_ > inaudible && sumEnergy_ < opposite * differenceEnergy_) {
         sign_ = -1;

@@ -10,12 +10,14 @@ std::optional<PcmBuffer> PcmBuffer::make(const AudioFormat& format, std::uint32_
         return std::nullopt;
     }
     const auto planes = format.interleaved ? 1 : format.channelCount;
-    // Whole multiples of 16 bytes keep every plane as well aligned as the first.
+    // Planes that are multiples of 16 bytes long are all as well aligned as the first.
     const auto planeBytes =
         (std::size_t{frameCapacity} * sampleBytes * (format.channelCount / planes) + 15) / 16 * 16;
     if (planeBytes * planes > mostBytes) {
         return std::nullopt;
     }
+    // calloc gives silence, mostly without touching the memory, and fails by null, where a vector would
+    // throw.
     auto* const memory =
         static_cast<std::byte*>(std::calloc(std::max<std::size_t>(planeBytes * planes, 1), 1));
     if (memory == nullptr) {

@@ -19,10 +19,7 @@ namespace tarn {
 /// at 16 kHz, flat to 7 kHz, and nothing above 8.5 kHz folds back. Its delay is 28 samples of the lower rate
 /// (1.75 ms at 16 kHz) and there is no other: every sample that the input allows comes out at once.
 ///
-/// Why not a library: none of the packaged ones does this as cheaply and as early. 10 ms from 48 kHz to 16
-/// kHz cost 0.75 us here (1.1 us from 44.1 kHz); of those that reach the same band, rejection and a delay
-/// below 10 ms, soxr takes 1.1 us at a delay of 7.5 ms (1.3 us, 9.3 ms), swresample 1.4 to 1.8 us,
-/// speexdsp 3.6 us (22 us) and libsamplerate 150 us.
+/// docs/dependencies.md says why this is no library's.
 ///
 /// Not thread-safe. Equal rates are a plain copy without delay.
 class RateConverter {
@@ -52,10 +49,10 @@ private:
 
     RateConverter();
 
-    std::unique_ptr<State> state_;  // none: equal rates
+    std::unique_ptr<State> state_;  // null where the rates are equal
     double delay_ = 0;
-    std::vector<float> input_;  // not yet consumed
-    std::size_t copied_ = 0;    // of input_, where the rates are equal
+    std::vector<float> input_;  // what is not consumed yet
+    std::size_t copied_ = 0;    // samples of input_ that were read; counts only where the rates are equal
 };
 
 }  // namespace tarn

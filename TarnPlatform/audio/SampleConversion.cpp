@@ -15,6 +15,7 @@ float toFloat(Sample sample) {
         constexpr auto scale = 1.0F / -static_cast<float>(std::numeric_limits<Sample>::min());
         return static_cast<float>(sample) * scale;
     } else {
+        // NaN compares false and becomes silence, as infinity does.
         const Sample finite = std::abs(sample) <= std::numeric_limits<Sample>::max() ? sample : Sample{0};
         return static_cast<float>(std::clamp<Sample>(finite, -Sample{loudest}, Sample{loudest}));
     }
@@ -23,7 +24,7 @@ float toFloat(Sample sample) {
 template <typename Sample>
 Sample fromFloat(float value) {
     if constexpr (std::is_integral_v<Sample>) {
-        // 32 bits of integer do not fit a float: there the limits need a double.
+        // A float has 24 bits of mantissa, so the limits of a 32-bit integer need a double.
         using Wide = std::conditional_t<sizeof(Sample) < sizeof(float), float, double>;
         constexpr auto lowest = static_cast<Wide>(std::numeric_limits<Sample>::min());
         constexpr auto highest = static_cast<Wide>(std::numeric_limits<Sample>::max());

@@ -10,9 +10,9 @@ namespace tarn {
 /// Samples of any type to and from float, full scale to full scale.
 
 /// Reads frames `first` and on of one channel, as many as `samples` has room for. Integers map to -1.0 to
-/// just below 1.0. What is not a number or infinite is read as silence, and anything above `loudest` is held
-/// there, so that one broken sample never spoils those after it in a filter. Requires: the frames and the
-/// channel are in the buffer.
+/// just below 1.0. NaN and infinite samples are read as silence, and anything above `loudest` is held there,
+/// so that one broken sample never spoils those after it in a filter. Requires: the frames and the channel
+/// are in the buffer.
 void readChannel(const PcmBuffer& buffer, std::uint32_t channel, std::uint32_t first,
                  std::span<float> samples);
 

@@ -37,7 +37,7 @@ SoundFileReader& SoundFileReader::operator=(SoundFileReader&&) noexcept = defaul
 SoundFileReader::~SoundFileReader() = default;
 
 Result<SoundFileReader> SoundFileReader::open(const std::string& path) {
-    // Non-blocking, since opening a pipe waits for its other end otherwise.
+    // Opening a pipe would wait for its other end if the call were allowed to block.
     auto file = std::make_unique<File>(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status{};
     if (file->descriptor < 0 || ::fstat(file->descriptor, &status) != 0) {

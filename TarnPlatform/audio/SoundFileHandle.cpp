@@ -35,7 +35,7 @@ Result<std::unique_ptr<SoundFileHandle>> SoundFileHandle::create(const std::stri
     const auto failed = [&](ErrorKind kind, const std::string& reason) {
         return soundFileFailure(kind, path, reason);
     };
-    // Emptied only once it is known to be a file.
+    // O_TRUNC is left out: the file is emptied only once it is known to be a regular one.
     auto file = std::make_unique<SoundFileHandle>(
         ::open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0600));
     struct stat status{};
@@ -52,6 +52,8 @@ Result<std::unique_ptr<SoundFileHandle>> SoundFileHandle::create(const std::stri
     if (file->sound == nullptr) {
         return failed(ErrorKind::system, "cannot be written (" + soundReason(nullptr) + ")");
     }
+    // The header is written at once, too, so that a file that never gets a sample is a sound file all the
+    // same.
     sf_command(file->sound, SFC_SET_UPDATE_HEADER_AUTO, nullptr, SF_TRUE);
     sf_command(file->sound, SFC_UPDATE_HEADER_NOW, nullptr, 0);
     return file;

@@ -8,11 +8,11 @@
 
 #include "TarnPlatform/base/Result.h"
 
-// What the readers and writers of sound files share; for their sources only.
+// This header is for the sources of the readers and writers of sound files only.
 
 namespace tarn {
 
-/// The header's fields of a WAV file have 32 bits: as many bytes of samples go in.
+/// A WAV header counts the bytes of its samples with 32 bits, which limits the file.
 inline constexpr std::uint64_t mostWavBytes = 0xFFFF'0000;
 
 /// An open descriptor and libsndfile's state over it.
@@ -30,9 +30,9 @@ struct SoundFileHandle {
     static Result<std::unique_ptr<SoundFileHandle>> create(const std::string& path, SF_INFO info);
 };
 
-/// The text begins with the path.
+/// The error's text begins with the path.
 std::unexpected<Error> soundFileFailure(ErrorKind kind, const std::string& path, const std::string& reason);
-/// libsndfile's words without its full stop; null: of an opening that failed.
+/// libsndfile's words without its full stop. For null, they are those of the last opening that failed.
 std::string soundReason(SNDFILE* sound);
 
 }  // namespace tarn
