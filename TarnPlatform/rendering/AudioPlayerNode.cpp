@@ -28,7 +28,9 @@ Item* newItem(std::shared_ptr<const PcmBuffer> buffer) {
 
 }  // namespace
 
-/// The list. Its items belong to the callers, but none from `playing` on is freed while the list lives.
+/// The list. Its items belong to the callers, but none from `playing` on is freed while the list lives. It
+/// begins with an item without sound, so that the audio thread always stands on an item whose `next` it can
+/// follow, even before the first buffer has come.
 struct AudioPlayerNode::Queue {
     Queue() : oldest(new Item), newest(oldest), playing(oldest) {}
     ~Queue() { freeUpTo(nullptr); }
@@ -116,6 +118,8 @@ std::uint64_t AudioPlayerNode::keepNewest(std::uint64_t frames) {
     if (before <= frames) {
         return 0;
     }
+    // The list's links are the audio thread's to read, so nothing is taken out of it: what is to stay is
+    // queued anew in a list of its own, which shares the buffers.
     const Item* const playing = queue_->playing.load(std::memory_order_acquire);
     std::uint64_t waiting = 0;
     for (const Item* item = playing; (item = item->next.load(std::memory_order_relaxed)) != nullptr;) {
@@ -143,8 +147,10 @@ void AudioPlayerNode::replaceQueue(std::unique_ptr<Queue> queue) {
 
 void AudioPlayerNode::freeLeftBehind() {
     queue_->freeUpTo(queue_->playing.load(std::memory_order_acquire));
-    // The audio thread names the list it is about to enter and then looks whether it is still the current
-    // one.
+    // The audio thread names the list that it is about to enter and then looks whether it is still the
+    // current one; here the current one is replaced first and the name is read then. All four accesses are
+    // sequentially consistent, so at least one side sees the other: either the name is found here, or the
+    // audio thread leaves the list alone (a hazard pointer, after Michael, IEEE TPDS 15, 2004).
     const auto* const inUse = inUse_.load();
     std::erase_if(retired_, [inUse](const auto& queue) { return queue.get() != inUse; });
 }
@@ -172,7 +178,7 @@ std::size_t AudioPlayerNode::pullRt(std::span<float> out) noexcept {
     auto* const queue = current_.load();
     inUse_.store(queue);
     std::size_t count = 0;
-    // Otherwise it was stopped this moment, and there is nothing to play.
+    // If the list is another one by now, it was replaced this moment, and nothing is played from the old one.
     if (current_.load() == queue) {
         count = queue->pullRt(out);
         if (count < out.size() && (count > 0 || queue->fed)) {

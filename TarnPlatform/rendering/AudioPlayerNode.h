@@ -61,7 +61,7 @@ private:
 
     mutable std::mutex mutex_;  // among the callers
     std::unique_ptr<Queue> queue_;
-    std::vector<std::unique_ptr<Queue>> retired_;  // the audio thread was in them
+    std::vector<std::unique_ptr<Queue>> retired_;  // replaced while the audio thread was in them
 
     std::atomic<Queue*> current_;         // what the audio thread shall take: queue_
     std::atomic<Queue*> inUse_{nullptr};  // the audio thread's: what it is in; not to be freed

@@ -15,9 +15,8 @@ public:
     /// Decibels; 0 at creation, which changes no sample. Thread: any.
     float globalGain() const { return gain_.load(std::memory_order_relaxed); }
 
-    /// What is beyond `silent` or `loudest` is taken as these; what is no number is ignored. A change is
-    /// faded over 128 frames, but one before the first sound, or in silence, counts from the next sound on.
-    /// Thread: any.
+    /// Gains beyond `silent` or `loudest` are taken as these; NaN is ignored. A change is faded over 128
+    /// frames, but one before the first sound, or in silence, counts from the next sound on. Thread: any.
     void setGlobalGain(float decibels);
 
     void renderRt(std::span<float> out) noexcept override { renderPulledRt(out); }

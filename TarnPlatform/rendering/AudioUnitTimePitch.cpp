@@ -6,8 +6,11 @@
 namespace tarn {
 namespace {
 
-constexpr double splicePoint = 96;  // frames beside its place from which on the sound is spliced: 4 ms
-constexpr std::size_t step = 48;    // frames between two looks at that
+// Sound that has gone this many frames (4 ms) astray is spliced. It is half the period of a voice of 125 Hz,
+// so that a splice leaves the sound about as far astray on the other side.
+constexpr double splicePoint = 96;
+// So many frames are copied between two looks at the distance: a search at every sample would cost too much.
+constexpr std::size_t step = 48;
 
 }  // namespace
 
@@ -32,6 +35,7 @@ std::size_t AudioUnitTimePitch::pullRt(std::span<float> out) noexcept {
             done += copyRt(rest);
             continue;
         }
+        // The source is asked once in a call: it has nothing more before the next cycle.
         if (!dry && held() < lookahead) {
             dry = !fillRt();
         }
@@ -45,6 +49,7 @@ std::size_t AudioUnitTimePitch::pullRt(std::span<float> out) noexcept {
         } else {
             count = copyRt(rest.first(std::min(rest.size(), step)));
         }
+        // Copying and fading go through the input at the natural speed, and the jump counts when a fade ends.
         ahead_ += static_cast<double>(count) * (1.0 - rate);
         if (fadeLength_ > 0 && !splicing()) {
             fadeLength_ = 0;
@@ -55,6 +60,8 @@ std::size_t AudioUnitTimePitch::pullRt(std::span<float> out) noexcept {
     return done;
 }
 
+// Moves what is still needed to the buffer's front and pulls as much as fits behind it. What was played stays
+// as long as the longest splice backwards may want it. False where the source had less.
 bool AudioUnitTimePitch::fillRt() noexcept {
     const auto kept = std::min(at_, history);
     std::copy(sound_.begin() + static_cast<std::ptrdiff_t>(at_ - kept),
@@ -74,7 +81,8 @@ bool AudioUnitTimePitch::spliceRt() noexcept {
     if (!splice) {
         return false;
     }
-    // A fade needs sound up to its end on both sides.
+    // The fade lasts one period, the longest for which both sides stay in step; near the sound's end it is as
+    // long as there is sound on both sides.
     const auto distance = splice->distance;
     fadeLength_ = std::min(distance, skip ? held() - distance : held());
     fadeLeft_ = fadeLength_;
@@ -95,6 +103,8 @@ std::size_t AudioUnitTimePitch::fadeRt(std::span<float> out) noexcept {
     const float* const to = from + jump_;
     const float weightStep = 1.0F / static_cast<float>(fadeLength_);
     const auto done = fadeLength_ - fadeLeft_;
+    // Both sides are alike in phase, so that straight weights keep the level; it is unrelated sound that
+    // would want weights of constant power.
     for (std::size_t i = 0; i < count; ++i) {
         const float weight = static_cast<float>(done + i) * weightStep;
         out[i] = from[i] + weight * (to[i] - from[i]);

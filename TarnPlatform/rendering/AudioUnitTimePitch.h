@@ -26,8 +26,8 @@ public:
     /// Times the natural speed. Thread: any.
     float rate() const { return rate_.load(std::memory_order_relaxed); }
 
-    /// Heard within 20 ms, in what is queued as well. What is beyond `slowest` or `fastest` is taken as
-    /// these; what is no number is ignored. Thread: any.
+    /// A change is heard within 20 ms, in what is queued as well. Rates beyond `slowest` or `fastest` are
+    /// taken as these; NaN is ignored. Thread: any.
     void setRate(float rate);
 
     void renderRt(std::span<float> out) noexcept override { renderPulledRt(out); }
@@ -49,11 +49,12 @@ private:
 
     std::atomic<float> rate_{1.0F};
 
-    // The audio thread's. Sound from the source: what was played, `at_`, what is to come, `end_`.
+    // The rest belongs to the audio thread. The buffer holds sound from the source: up to `at_` it was
+    // played, up to `end_` it is to come.
     std::array<float, history + lookahead + refill> sound_{};
     std::size_t at_ = 0;
     std::size_t end_ = 0;
-    double ahead_ = 0;  // frames by which the place in the input is further than output and rate say
+    double ahead_ = 0;  // frames by which the place in the input is further on than output and rate say
     std::size_t fadeLength_ = 0;
     std::size_t fadeLeft_ = 0;
     std::ptrdiff_t jump_ = 0;  // from `at_` to where the sound fades over to

@@ -6,7 +6,7 @@
 namespace tarn {
 namespace {
 
-constexpr std::size_t unpreparedFrames = 1024;
+constexpr std::size_t unpreparedFrames = 1024;  // served at once where nobody called `prepare`
 
 }  // namespace
 

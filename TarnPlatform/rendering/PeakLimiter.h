@@ -12,7 +12,7 @@ public:
     /// The way back to the full gain, at the dub's rate of 24 kHz.
     static constexpr float releaseSeconds = 0.2F;
 
-    /// Changes nothing as long as the sound stays within -1.0 to 1.0. What is no finite number becomes
+    /// Changes nothing as long as the sound stays within -1.0 to 1.0. Samples that are NaN or infinite become
     /// silence.
     void limitRt(std::span<float> sound) noexcept;
 

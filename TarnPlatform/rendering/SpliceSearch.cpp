@@ -7,17 +7,22 @@
 namespace tarn {
 namespace {
 
-constexpr std::size_t coarse = 4;  // samples that the first search takes as one
+// The first search takes four samples as one, which makes it sixteen times cheaper: a quarter of the
+// distances with a quarter of the samples each. At 6 kHz the pitch, which decides, is all there still.
+constexpr std::size_t coarse = 4;
 constexpr std::size_t lanes = 8;
-// A longer distance must be that much more alike than the shortest to be taken: of the multiples of a period,
-// the first.
+// A voice is as much like itself two periods on as one. The longest distance must be this much more alike
+// than the shortest to be taken, so that of the multiples of a period the first wins: short splices are heard
+// less.
 constexpr float longPenalty = 0.05F;
-constexpr float silent = 1e-9F;  // energy of a window, -120 dB
+// A window of so little energy (-120 dB) has no likeness: division would turn rounding errors into one.
+constexpr float silent = 1e-9F;
 
 static_assert(SpliceSearch::shortest % coarse == 0 && SpliceSearch::longest % coarse == 0 &&
               SpliceSearch::window % (coarse * lanes) == 0);
 
-/// Several sums at once, which the compiler may keep in one register.
+/// The products are added in several sums, since the compiler may not split one sum, whose rounding would
+/// change, but may keep several in one register.
 template <std::size_t length>
 float dot(const float* a, const float* b) {
     std::array<float, lanes> sums{};
@@ -33,11 +38,13 @@ float dot(const float* a, const float* b) {
     return sum;
 }
 
-/// Likeness of the windows of `length` at `here` and at `direction` times every distance in `from` to `to`.
+/// The best of the distances `from` to `to`, by the likeness of the windows of `length` at `here` and at
+/// `direction` times the distance. It is normalised by the energy of both windows: without that the loudest
+/// window would win, and a splice would jump from soft sound into loud.
 template <std::size_t length>
 SpliceSearch::Splice best(const float* here, std::ptrdiff_t direction, std::size_t from, std::size_t to) {
     const float energyHere = dot<length>(here, here);
-    SpliceSearch::Splice found{.distance = from, .likeness = 0};  // also where no sample is a number
+    SpliceSearch::Splice found{.distance = from, .likeness = 0};  // stays where all samples are NaN
     float bestScore = -2;
     for (std::size_t distance = from; distance <= to; ++distance) {
         const float* const there = here + direction * static_cast<std::ptrdiff_t>(distance);
@@ -56,6 +63,8 @@ SpliceSearch::Splice best(const float* here, std::ptrdiff_t direction, std::size
 SpliceSearch::Splice searchRt(const float* here, std::ptrdiff_t direction, std::size_t longestHere) {
     constexpr std::size_t mostCoarse = (SpliceSearch::longest + SpliceSearch::window) / coarse;
     constexpr std::size_t coarseWindow = SpliceSearch::window / coarse;
+    // The sum of four is the simplest low-pass there is; what folds back is weak in speech, and the second
+    // search, on all samples around the best, corrects what it misleads.
     std::array<float, mostCoarse> thinned;
     const std::size_t reach = longestHere / coarse;
     const float* const first = direction > 0 ? here : here - reach * coarse;
