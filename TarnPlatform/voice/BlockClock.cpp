@@ -6,9 +6,13 @@
 namespace tarn {
 namespace {
 
-constexpr double leastTolerance = 0.060;  // seconds: later is a jump
+// A block whose time is off by more than both of these belongs to another moment: blocks come up to a cycle
+// of the graph late or early, and a cycle of 2048 frames takes 43 ms.
+constexpr double leastTolerance = 0.060;  // seconds
 constexpr double toleratedBlocks = 1.5;
-constexpr double averaging = 20;  // seconds over which jitter is averaged
+// Jitter is averaged over so many seconds. The sound card's clock drifts against the computer's by 0.1 ms a
+// second at worst, so that the average lags by 2 ms, far inside the echo filter's reach.
+constexpr double averaging = 20;
 
 }  // namespace
 
@@ -24,7 +28,8 @@ double BlockClock::arrive(double time, std::size_t samples) {
             jump = late;
             end_ = time;
         } else {
-            // At first the mean of all blocks, so that one early or late block does not stay wrong for long.
+            // At first this is the mean of all blocks, so that a first block that came early or late does not
+            // keep the clock wrong for long.
             end_ += late * std::max(1 / static_cast<double>(blocks_ + 1), std::min(1.0, length / averaging));
         }
     }

@@ -7,12 +7,17 @@
 namespace tarn {
 namespace {
 
-constexpr float kept = 0.7F;            // of what earlier looks found, per look
-constexpr float quietest = 1e-7F;       // mean power of a reference that is listened to: -70 dB of full scale
-constexpr float leastStrength = 8.0F;   // noise alone reaches 4 to 5 of so many delays
-constexpr std::size_t lowestBin = 150;  // 150 Hz: below is hum
-constexpr std::size_t highestBin = 6000;  // 6 kHz: above is little speech
-constexpr std::size_t nearby = 16;        // samples about a delay that count as the same: 1 ms
+// A single look is noisy; this part of the earlier looks' spectrum is kept at each. Looks come four times a
+// second, so a new delay outweighs the old one after half a second.
+constexpr float kept = 0.7F;
+constexpr float quietest = 1e-7F;  // mean power of a reference that is listened to: -70 dB of full scale
+// The greatest of 8000 values of noise lies 4 to 5 standard deviations out; a peak must be clearly beyond.
+constexpr float leastStrength = 8.0F;
+// Bins are nearly 1 Hz wide. Hum lies below 150 Hz, and speech has little above 6 kHz; since the phase
+// transform weighs every bin alike, those without speech would only add noise.
+constexpr std::size_t lowestBin = 150;
+constexpr std::size_t highestBin = 6000;
+constexpr std::size_t nearby = 16;  // samples about a delay that count as the same: 1 ms
 
 }  // namespace
 
@@ -40,10 +45,13 @@ std::optional<DelayEstimator::Found> DelayEstimator::look(std::span<const float>
         return std::nullopt;
     }
     fft_.forward(reference, reference_);
-    // The microphone's part lies at the end: every delay up to the difference of the lengths sees all of it.
+    // The microphone's part lies at the end of a block of silence, so that every delay up to the difference
+    // of the lengths sees all of it, and circular correlation wraps nothing into those delays.
     std::fill_n(block_.begin(), referenceLength - microphoneLength, 0.0F);
     std::ranges::copy(microphone, block_.begin() + (referenceLength - microphoneLength));
     fft_.forward(block_, microphone_);
+    // The phase transform: only the phase of each bin counts. The plain correlation of speech is as broad as
+    // its pitch and has a peak for every period; whitened, it has one narrow peak at the delay.
     for (std::size_t k = 0; k < cross_.size(); ++k) {
         const std::complex<float> product = microphone_[k] * std::conj(reference_[k]);
         const float size = std::abs(product);
@@ -51,6 +59,7 @@ std::optional<DelayEstimator::Found> DelayEstimator::look(std::span<const float>
         cross_[k] = kept * cross_[k] + (heard ? (1 - kept) / size * product : std::complex<float>());
     }
     fft_.inverse(cross_, correlation_);
+    // A loudspeaker wired the wrong way round gives a negative peak, which is as good as a positive one.
     float square = 0;
     std::size_t peak = 0;
     for (std::size_t i = 0; i < mostDelay; ++i) {
@@ -67,7 +76,8 @@ std::optional<DelayEstimator::Found> DelayEstimator::look(std::span<const float>
     return Found{.delay = topOf(peak), .strength = strength};
 }
 
-// The top of a parabola through the peak and its neighbours.
+// The delay with its fraction, from the top of a parabola through the peak and its neighbours. Drift is
+// measured by hundredths of a sample, which whole samples would not show for many seconds.
 double DelayEstimator::topOf(std::size_t peak) const {
     const float sign = correlation_[peak] < 0 ? -1.0F : 1.0F;
     const float before = sign * correlation_[(peak + referenceLength - 1) % referenceLength];

@@ -7,23 +7,35 @@ namespace tarn {
 namespace {
 
 constexpr double rate = 16000;
-constexpr std::size_t lookEvery = 4000;  // samples: four times a second
-constexpr std::size_t lookBehind =
-    4800;                        // samples that a look ends before now: the reference has come by then
-constexpr double earliest = 32;  // samples: the echo's peak must not lie nearer to the filter's begin,
-constexpr double latest = 400;   // nor further behind: what is not rendered yet must not be read
-constexpr double wanted = 160;   // where the peak is put
-// The reference may be as much later than its echo: an output's monitor is read a cycle after what is heard
-// at once in a loop without devices.
-constexpr double lead = 320;  // samples
-constexpr double moved = 48;  // samples: nearer peaks are the same echo
+constexpr std::size_t lookEvery = 4000;  // samples between two looks: four in a second
+// A look ends so many samples before now, because the reference of that time has come by then.
+constexpr std::size_t lookBehind = 4800;
+// The echo's peak must not lie nearer to the filter's beginning than `earliest`, since a room's response
+// begins before its peak. It must not lie further behind than `latest`: the filter would lose the response's
+// tail. Where it does, it is put to `wanted`. All three are samples.
+constexpr double earliest = 32;
+constexpr double latest = 400;
+constexpr double wanted = 160;
+// The reference may come so many samples later than its echo: an output's monitor is read a cycle after what
+// is heard at once in a loop without devices.
+constexpr double lead = 320;
+// Peaks within so many samples are the same echo, whose reflections take turns at being the strongest.
+constexpr double moved = 48;
+// An echo that moved is seen by this many looks, and the old peak is fainter than this part of the new one.
+// Otherwise a passing correlation of speech with itself, a period away, would move the reference, and the
+// filter would have to learn anew.
 constexpr int looksForMove = 2;
-constexpr float fainter = 0.6F;       // of the new peak: the old one has gone
-constexpr double driftGain = 0.8;     // of the slope, at each correction
-constexpr double leastSpan = 2.5;     // seconds of measurements for a slope
-constexpr double leastCertainty = 8;  // standard deviations; looks that follow one another are much alike
-constexpr double outlier = 1;         // samples from one look to the next
-constexpr double mostDrift = 500e-6;
+constexpr float fainter = 0.6F;
+// A correction takes back this part of the slope: the rest is taken back by the next, and a measurement that
+// was too large does not swing over.
+constexpr double driftGain = 0.8;
+constexpr double leastSpan = 2.5;  // seconds of measurements that a slope needs
+// Looks that follow one another share most of their sound, so their errors are alike and the scatter seems
+// smaller than it is. Hence a slope must be this many of its standard deviations, where three would do.
+constexpr double leastCertainty = 8;
+constexpr double outlier = 1;  // samples; a peak that jumped by more is not drift
+constexpr double mostDrift =
+    500e-6;  // sound cards are within 100e-6 of each other; anything else is an error
 
 }  // namespace
 
@@ -53,7 +65,7 @@ bool EchoAligner::run(std::span<const float> microphone, std::span<float> refere
     sinceMove_ += hop_;
     sinceLook_ += hop_;
     now_ += static_cast<double>(hop_) / rate;
-    // A look must see one pairing only.
+    // A look whose sound spans two pairings would find two delays.
     if (sinceLook_ < lookEvery || sinceMove_ < DelayEstimator::microphoneLength + lookBehind) {
         return false;
     }
@@ -83,7 +95,7 @@ bool EchoAligner::follow(const DelayEstimator::Found& found) {
         return false;
     }
     if (!first && estimator_.strengthAt(delay() + lead) > fainter * found.strength) {
-        return false;  // another reflection of the same echo
+        return false;  // the old peak stands, so the new one is another reflection of the same echo
     }
     seen_ = seen_ > 0 && std::abs(candidate_ - found.delay) < moved ? seen_ + 1 : 1;
     candidate_ = found.delay;
@@ -107,7 +119,8 @@ bool EchoAligner::follow(const DelayEstimator::Found& found) {
     return outside;
 }
 
-// Least squares of the delay over time.
+// Fits a line to the delay over time by least squares. Its slope is the difference of the clocks, since a
+// room does not move: 100e-6 makes four samples in two and a half seconds.
 void EchoAligner::measureDrift(double delay) {
     if (measuredCount_ == measured_.size()) {
         std::copy(measured_.begin() + 1, measured_.end(), measured_.begin());
@@ -139,7 +152,8 @@ void EchoAligner::measureDrift(double delay) {
         const double error = measured_[i].delay - meanDelay - slope * rate * x;
         residual += error * error / count;
     }
-    // A slope that the scatter alone would explain is none.
+    // The standard deviation of a fitted slope is the residual's over that of the times. A slope that the
+    // scatter alone would explain corrects nothing.
     if (std::abs(slope) * rate < leastCertainty * std::sqrt(residual / xx)) {
         return;
     }

@@ -58,12 +58,12 @@ private:
     std::vector<float> microphone_;  // the last samples, as many as a look is late and long
     std::vector<float> reference_;
     double position_ = 0;
-    double offset_ = 0;   // samples by which the reference is read earlier
-    double anchor_ = 0;   // where behind that the echo's peak is kept
-    bool found_ = false;  // it is known
-    double step_ = 1;
+    double offset_ = 0;     // samples by which the reference is read earlier
+    double anchor_ = 0;     // samples by which the echo's peak lies behind that
+    bool found_ = false;    // the echo's delay is known
+    double step_ = 1;       // samples of the reference for one of the microphone
     double candidate_ = 0;  // a new delay that must be seen again
-    int seen_ = 0;          // how often it was
+    int seen_ = 0;          // looks that saw it
     std::size_t sinceLook_ = 0;
     std::uint64_t sinceMove_ = 0;  // samples since the pairing changed
     double now_ = 0;               // seconds

@@ -7,14 +7,19 @@
 namespace tarn {
 namespace {
 
-constexpr float firstUncertainty = 0.5F;     // of the first partition: an echo about as loud as the reference
-constexpr float uncertaintyDecayDb = 60.0F;  // from the first partition to the last
-constexpr float forgetting = 0.9998F;        // of a hop: how far a room changes within it
-constexpr float nearSmoothing = 0.9F;        // of a hop
-constexpr float tinyPower = 1e-9F;           // of a bin: far below the noise of a microphone
-constexpr float leakSmoothing = 0.98F;       // of a hop
-constexpr float mostLostTrust = 1.04F;       // a factor of 50 in a second
-constexpr float halfBlock = 0.5F;            // part of a transform's block that is the hop
+// Before anything was learnt, the echo may be about as loud as the reference, and a room's response decays:
+// the prior variance of the weights falls by this many decibels from the first partition to the last. A flat
+// one would let the last partitions learn noise as eagerly as the first learn the echo.
+constexpr float firstUncertainty = 0.5F;
+constexpr float uncertaintyDecayDb = 60.0F;
+// How much of the weights a room keeps in a hop (the state transition of the Kalman filter): people move.
+constexpr float forgetting = 0.9998F;
+constexpr float nearSmoothing = 0.9F;   // in a hop; 0.1 s: syllables of the near talker are followed
+constexpr float tinyPower = 1e-9F;      // of a bin, far below the noise of a microphone
+constexpr float leakSmoothing = 0.98F;  // in a hop; half a second, since a shorter mean sees chance
+constexpr float mostLostTrust = 1.04F;  // in a hop, which makes a factor of 50 in a second
+// A transform's block holds two hops, of which one is sound: a spectrum's power counts by half.
+constexpr float halfBlock = 0.5F;
 
 }  // namespace
 
@@ -78,6 +83,8 @@ void EchoFilter::run(std::span<const float> reference, std::span<const float> mi
     learn(error);
 }
 
+// Overlap-save: each block of the reference has the hop before and the newest one, so that of the circular
+// convolution with a partition of one hop the second half is the linear one.
 void EchoFilter::pushReference(std::span<const float> reference) {
     std::copy(before_.begin() + static_cast<std::ptrdiff_t>(hop_), before_.end(), before_.begin());
     std::ranges::copy(reference, before_.begin() + static_cast<std::ptrdiff_t>(hop_));
@@ -91,6 +98,9 @@ void EchoFilter::pushReference(std::span<const float> reference) {
     }
 }
 
+// The prediction of the Kalman filter: the uncertainty grows by what the room may have changed (the weights'
+// own power is the scale of that) and by the trust that was lost, and the echo follows from the weights. What
+// the uncertainty lets expect of the reference is the power of the echo that will be left.
 void EchoFilter::estimateEcho(std::span<float> echo) {
     std::ranges::fill(sumRe_, 0.0F);
     std::ranges::fill(sumIm_, 0.0F);
@@ -118,6 +128,12 @@ void EchoFilter::estimateEcho(std::span<float> echo) {
     std::copy(block_.begin() + static_cast<std::ptrdiff_t>(hop_), block_.end(), echo.begin());
 }
 
+// The correction of the Kalman filter, with the uncertainty's matrix taken as diagonal over bins and
+// partitions, which makes it as cheap as NLMS. The gain of a weight is its uncertainty times the conjugate
+// reference, over the power of all that the error may be: expected residual echo and near talker. While
+// somebody speaks, the second term is large and the filter holds still; after a change of the room the first
+// is, and it learns with nearly the full step. The near talker's power is taken from the error itself, which
+// overstates it while echo is left, and so errs towards caution.
 void EchoFilter::learn(std::span<const float> error) {
     std::fill_n(block_.begin(), hop_, 0.0F);
     std::ranges::copy(error, block_.begin() + static_cast<std::ptrdiff_t>(hop_));
@@ -146,6 +162,9 @@ void EchoFilter::learn(std::span<const float> error) {
     }
 }
 
+// Residual echo rises and falls with the echo estimate, the near talker does not: the regression of the
+// error's power on the echo's, over all bins, is the part of the echo that is left. Where it is more than the
+// uncertainty expects, the filter is surer than it should be, and the uncertainty grows until both agree.
 void EchoFilter::followLeak() {
     float cross = 0;
     float variance = 0;
@@ -167,7 +186,9 @@ void EchoFilter::followLeak() {
     lostTrust_ = std::clamp(leak * echo / (expected + tinyPower), 1.0F, mostLostTrust);
 }
 
-// A partition's impulse response has one hop of samples; what circular convolution put behind it goes.
+// A partition's impulse response is one hop long, but the update in the frequency domain also fills the hop
+// behind it, which would wrap round in the convolution. That hop is set to zero. The unconstrained filter
+// saves two transforms a partition, but converges to a worse echo.
 void EchoFilter::constrain(std::size_t partition) {
     float* const wr = spectrumOf(weightRe_, partition);
     float* const wi = spectrumOf(weightIm_, partition);

@@ -35,7 +35,8 @@ public:
     /// the hop. Valid until the next call.
     std::span<const float> residualPower() const { return residual_; }
 
-    /// What was learnt is no longer trusted (the echo path has changed); it is the start for learning anew.
+    /// To be called where the echo path has changed: the filter trusts its weights no longer, but starts from
+    /// them when it learns anew.
     void doubt();
 
     /// Forgets everything.
@@ -69,7 +70,7 @@ private:
     std::vector<float> errorMean_;
     float crossDeviation_ = 0;
     float echoVariance_ = 0;
-    float lostTrust_ = 1;        // factor on the uncertainty, a hop
+    float lostTrust_ = 1;        // factor by which the uncertainty grows in a hop
     std::vector<float> before_;  // the last hop of the reference, then the newest
     std::vector<float> block_;
     std::vector<float> sumRe_;

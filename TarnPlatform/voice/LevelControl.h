@@ -31,8 +31,8 @@ private:
     std::vector<float> waiting_;  // the block before, with its gain
     float speechPower_;
     float noisePower_;
-    int settled_ = 0;  // blocks so far, of the first few
-    float heard_ = 0;  // seconds of speech so far
+    int settled_ = 0;  // blocks so far, counted up to `settlingBlocks`
+    float heard_ = 0;  // seconds of speech so far, counted up to `speechSeconds`
     float gain_ = 1;
     float limit_ = 1;  // the limiter's factor at the end of the last output
     float waitingLimit_ = 1;

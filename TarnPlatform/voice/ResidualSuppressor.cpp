@@ -9,18 +9,22 @@ namespace tarn {
 namespace {
 
 constexpr float tinyPower = 1e-9F;
-constexpr float echoFading = 0.7F;  // of a hop: how a room's tail beyond the filter dies away
-constexpr float slow = 0.02F;       // of a hop: the means of the leak
+constexpr float echoFading = 0.7F;  // in a hop; a room's tail beyond the filter dies away like this
+constexpr float slow = 0.02F;       // in a hop; the means of the leak take half a second to follow
 constexpr float leastLeak = 0.0005F;
 constexpr float mostLeak = 1.0F;
-constexpr float echoWeight = 1.5F;  // residual echo is rather over- than underestimated
+constexpr float echoWeight = 1.5F;  // echo that is heard is worse than a talker turned down a little
 constexpr float noiseWeight = 1.0F;
-constexpr float decisionDirected = 0.8F;  // more would blur the near talker's onsets beneath an echo
+// Ephraim and Malah use 0.98, which removes musical noise. With as much, the gain opens several hops after
+// the near talker begins beneath an echo, and their consonants are lost; the floors below hide the noise
+// instead.
+constexpr float decisionDirected = 0.8F;
 constexpr float echoFloor = 0.1F;   // -20 dB: deeper holes cost the recogniser more words than the echo does
 constexpr float noiseFloor = 0.4F;  // -8 dB: noise is made quieter, not taken away
 constexpr float noiseSmoothing = 0.8F;
-constexpr float minimumBias = 1.5F;       // a smoothed minimum lies below the mean
-constexpr std::size_t minimumHops = 150;  // the minimum is that of one to two such spans
+constexpr float minimumBias = 1.5F;  // makes up for the minimum of a smoothed power lying below its mean
+// The minimum is that of the last 1.5 to 3 s, in which speech leaves every bin quiet at least once.
+constexpr std::size_t minimumHops = 150;
 
 }  // namespace
 
@@ -36,7 +40,8 @@ ResidualSuppressor::ResidualSuppressor(std::size_t hop)
       error_(bins_),
       echo_(bins_) {
     for (std::size_t i = 0; i < window_.size(); ++i) {
-        // The root of a Hann window: applied twice, halves that overlap add up to one.
+        // The square root of a Hann window is applied before and after the gain; the squares of halves that
+        // overlap add up to one.
         window_[i] = static_cast<float>(std::sin(std::numbers::pi * (static_cast<double>(i) + 0.5) /
                                                  static_cast<double>(window_.size())));
     }
@@ -67,6 +72,7 @@ void ResidualSuppressor::run(std::span<const float> error, std::span<const float
     analyse(errorHistory_, error, error_);
     analyse(echoHistory_, echo, echo_);
     for (std::size_t k = 0; k < bins_; ++k) {
+        // The window spans two hops of the filter, hence the mean of what it expected for both.
         expected_[k] = 0.5F * (expectedBefore_[k] + residualPower[k]);
         expectedBefore_[k] = residualPower[k];
         errorPower_[k] = std::norm(error_[k]);
@@ -92,6 +98,9 @@ void ResidualSuppressor::analyse(std::vector<float>& history, std::span<const fl
     fft_.forward(block_, spectrum);
 }
 
+// By bin, the leak is the regression of the error's power on the echo estimate's. The linear filter's own
+// expectation knows nothing of a loudspeaker's distortion, which it cannot model; this does, since distortion
+// rises and falls with the echo.
 void ResidualSuppressor::followLeak() {
     float echoNow = 0;
     float echoUsual = 0;
@@ -99,7 +108,7 @@ void ResidualSuppressor::followLeak() {
         echoNow += echoPower_[k];
         echoUsual += echoMean_[k];
     }
-    // Nothing is learnt while there is no echo: its means would only fade.
+    // Nothing is learnt while there is no echo: the means would fade, and the next echo would seem a rise.
     const bool active = echoNow > 0.01F * echoUsual && echoNow > tinyPower;
     for (std::size_t k = 0; k < bins_; ++k) {
         if (active) {
@@ -117,6 +126,9 @@ void ResidualSuppressor::followLeak() {
     }
 }
 
+// Speech leaves every bin quiet now and then, steady noise does not: the minimum of the smoothed power over
+// some seconds is the noise, whoever speaks. Two minima that begin a span apart forget the old one without a
+// list of all values.
 void ResidualSuppressor::followNoise() {
     const bool newSpan = ++sinceMinimum_ >= minimumHops;
     if (newSpan) {
@@ -140,6 +152,8 @@ void ResidualSuppressor::followNoise() {
     started_ = true;
 }
 
+// The prior ratio of wanted to unwanted is mostly that of the hop before (the decision-directed estimate),
+// the posterior one that of this hop. Wiener's gain follows from the prior, which fluctuates less.
 void ResidualSuppressor::applyGain() {
     float nearPower = 0;
     float allPower = tinyPower;

@@ -21,16 +21,17 @@ constexpr double highestRate = 192000;
 constexpr std::size_t hop = 160;        // 10 ms at the output's rate
 constexpr std::size_t partitions = 24;  // 240 ms
 constexpr std::size_t piece = 4096;     // samples that are converted at a time
-constexpr double presumedDead = 0.25;   // seconds without a block after which the reference is not waited for
+constexpr double presumedDead = 0.25;   // seconds without a block after which no reference is waited for
 constexpr double rePairing = 0.010;     // seconds that the pairing may be off when the reference comes back
 constexpr double absence = 1.0;         // seconds after which it counts as coming back
-constexpr float loudest = 8.0F;         // of a sample: more is nonsense, and is cut
+constexpr float loudest = 8.0F;         // a sample of more is an error of its source, and is cut
 
 double secondsOf(std::int64_t nanoseconds) {
     return static_cast<double>(nanoseconds) * 1e-9;
 }
 
-// Finite, and not so large that a square of it would not be.
+// Replaces what is NaN or infinite and cuts what is far beyond full scale. One such sample would stay in the
+// filter's weights for good.
 void copyClean(std::span<const float> from, std::vector<float>& to) {
     to.resize(from.size());
     std::ranges::transform(from, to.begin(), [](float sample) {
@@ -114,10 +115,11 @@ void VoiceProcessor::Engine::reference(std::int64_t time, std::span<const float>
     }
 }
 
-// After a long absence the counts may have drifted from the times.
+// Samples are counted while both streams run. After a long absence of one the count may have drifted from the
+// times; where it has not, the pairing stays, because it is exacter than the times are.
 void VoiceProcessor::Engine::pairAgain(double away) {
     const double expected = indexAt(pendingTime());
-    // What the times are good for, and what the clocks may have drifted meanwhile.
+    // Times are good for a block, and the clocks may have drifted by 200e-6 of the absence.
     const double tolerance = rePairing + referenceClock_.longestBlock() + away * 200e-6;
     if (std::abs(expected - aligner_.position()) > tolerance * outputRate) {
         aligner_.pair(expected);
@@ -146,7 +148,8 @@ void VoiceProcessor::Engine::process(std::int64_t time, std::span<const float> m
         aligner_.pair(indexAt(pendingTime()));
     }
     std::size_t done = 0;
-    // What came with an earlier block has waited long enough, unless more of the reference is needed.
+    // Sound of an earlier block has waited a cycle, in which its reference comes; it waits longer only where
+    // the aligner reads the reference ahead.
     const auto young = added + static_cast<std::size_t>(std::max(aligner_.ahead(), 0.0));
     while (pending_.size() - done >= hop) {
         const bool old = done + hop + young <= pending_.size();
@@ -160,7 +163,8 @@ void VoiceProcessor::Engine::process(std::int64_t time, std::span<const float> m
     pending_.erase(pending_.begin(), pending_.begin() + static_cast<std::ptrdiff_t>(done));
 }
 
-// True where nothing is gained by waiting for the reference that belongs to the next hop.
+// True where waiting for the reference of the next hop gains nothing: it is there, or is not used, or the
+// player seems to be gone.
 bool VoiceProcessor::Engine::referenceIsHere() const {
     if (!processing_.cancelEcho || !paired_) {
         return true;
@@ -174,6 +178,7 @@ bool VoiceProcessor::Engine::referenceIsHere() const {
 // `error_` holds the microphone's hop.
 void VoiceProcessor::Engine::processHop(std::vector<float>& out) {
     if (processing_.cancelEcho && paired_) {
+        // A reference that moved makes the weights those of another delay.
         if (aligner_.run(error_, referenceHop_)) {
             filter_.doubt();
         }
@@ -198,7 +203,7 @@ VoiceProcessor::~VoiceProcessor() = default;
 
 Result<std::unique_ptr<VoiceProcessor>> VoiceProcessor::make(double microphoneRate,
                                                              VoiceProcessing processing) {
-    // Written so that what is not a number is refused too.
+    // The comparison is written so that NaN is refused, too.
     if (!(microphoneRate >= lowestRate && microphoneRate <= highestRate)) {
         return failure(ErrorKind::invalidInput,
                        "no voice processing for a microphone at " + std::to_string(microphoneRate) + " Hz");

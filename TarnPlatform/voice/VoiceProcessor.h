@@ -11,7 +11,7 @@
 
 namespace tarn {
 
-/// What is done to a microphone's signal.
+/// The stages that a microphone's signal goes through.
 struct VoiceProcessing {
     bool cancelEcho = true;
     bool suppressRest = true;  ///< of the echo, and steady noise
