@@ -14,14 +14,14 @@
 
 namespace tarn::relay {
 
-/// One line of a script: when, and what then.
+/// One line of a script: an action and when it is due.
 struct ScriptStep {
     struct Close {
         std::uint16_t code = 0;
         bool operator==(const Close&) const = default;
     };
     Clock::Duration at{};  ///< since the stream's first client message; not used with `afterAudio`
-    std::optional<std::uint64_t> afterAudio;  ///< instead of a time: decoded audio bytes that must have come
+    std::optional<std::uint64_t> afterAudio;  ///< decoded audio bytes that must have come, instead of a time
     std::variant<std::string, Close> action;  ///< text to send, or the end of the stream
 };
 

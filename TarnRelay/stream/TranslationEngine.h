@@ -12,7 +12,7 @@
 
 namespace tarn::relay {
 
-/// What a client asked for in the query of its stream.
+/// The settings that a client asked for in the query of its stream.
 struct StreamSettings {
     std::string target;                 ///< language code
     std::optional<std::string> source;  ///< language code; absent: detect
@@ -21,7 +21,7 @@ struct StreamSettings {
     std::optional<int> silenceMs;  ///< of `vad_ms`, as the client wrote it, negative too; absent: the default
 };
 
-/// Where an engine puts its events. Thread: any. Outlives the stream; after the client has gone, calls do
+/// Takes an engine's events. Thread: any. It outlives the stream; after the client has gone, calls do
 /// nothing.
 class EventSink {
 public:
@@ -39,20 +39,20 @@ public:
 class EngineStream {
 public:
     virtual ~EngineStream() = default;
-    /// One client message as it came: UTF-8 text, not yet parsed, possibly nonsense.
+    /// Takes one client message as it came: UTF-8 text that was not parsed and may not be valid JSON.
     virtual void receive(std::string message) = 0;
-    /// Waits while more messages would only pile up, so that the connection holds the client back; never
-    /// long, and a message is taken in any case. Thread: as `receive`, between its calls.
+    /// Waits while more messages would only pile up, so that the connection holds the client back. It never
+    /// waits long, and a message is taken in any case. Thread: as `receive`, between its calls.
     virtual Task<void> readyForMore() { co_return; }
 };
 
-/// Why a stream cannot be had.
+/// Why a stream cannot be opened.
 struct Refusal {
     std::string message;          ///< goes to the client as a "tarn.error"; names what is possible instead
     std::uint16_t closeCode = 0;  ///< the socket is closed with it right after
 };
 
-/// What an engine can do, by language code. An empty or absent member: it cannot tell.
+/// The languages of an engine, by code. A member that is empty or absent means that the engine cannot tell.
 struct ServedLanguages {
     std::vector<std::string> hears;
     std::map<std::string, std::vector<std::string>> translates;  ///< into what, by language heard
@@ -63,7 +63,7 @@ struct ServedLanguages {
 class TranslationEngine {
 public:
     virtual ~TranslationEngine() = default;
-    /// Does not change. Thread: any.
+    /// The result is always the same. Thread: any.
     virtual ServedLanguages languages() const { return {}; }
     /// Starts a stream for one client. Thread: the relay's network thread; returns at once.
     virtual std::expected<std::unique_ptr<EngineStream>, Refusal> open(const StreamSettings& settings,

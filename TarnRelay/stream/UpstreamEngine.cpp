@@ -23,13 +23,15 @@ namespace {
 
 namespace json = boost::json;
 
-/// Messages that wait for a slow service: over four minutes of a client's audio.
+/// A limit on the messages that wait for a slow service; it is over four minutes of a client's audio.
 constexpr std::size_t maxWaitingBytes = 8UZ * 1024 * 1024;
 constexpr std::chrono::seconds connectLimit{20};
 
 /// Code and message of an "error" event of the service, fit to be shown; nothing for any other event.
 std::optional<std::string> complaintIn(std::string_view event) {
-    constexpr std::size_t longestEvent = 16384;  // sound and texts need not be read
+    // Nearly all events are sound or texts, which need not be parsed here: the size and a plain search sort
+    // them out.
+    constexpr std::size_t longestEvent = 16384;
     if (event.size() > longestEvent || event.find("\"error\"") == std::string_view::npos) {
         return std::nullopt;
     }
@@ -43,7 +45,7 @@ std::optional<std::string> complaintIn(std::string_view event) {
     return "the translation service refuses: " + printable(complaintOf(*object));
 }
 
-/// The road to the service of one client. Thread: its own strand, except where said.
+/// One client's connection to the service. Thread: its own strand, except where said.
 class Passage : public std::enable_shared_from_this<Passage> {
 public:
     Passage(WebSocketRequest request, const NetworkContext& network, std::shared_ptr<EventSink> sink)
@@ -92,7 +94,7 @@ private:
                 co_return;
             }
             if (const auto complaint = complaintIn(message->payload)) {
-                // Before the event, which ends the client's connection.
+                // The explanation goes first, because the event ends the client's connection.
                 self->sink_->send(errorEvent(*complaint));
             }
             self->sink_->send(std::move(message->payload));
@@ -109,7 +111,7 @@ private:
             const auto sent = co_await self->service_->send(std::move(*message));
             self->waitingBytes_.fetch_sub(size);
             if (!sent) {
-                co_return;  // the receiving side learns it too, with the reason
+                co_return;  // `run` learns of it as well, with the reason, and tells the client
             }
         }
     }
