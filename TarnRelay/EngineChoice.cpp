@@ -17,7 +17,7 @@
 namespace tarn::relay {
 namespace {
 
-/// Of the engines that only pass messages on.
+/// The limit of the engines that only pass messages on, which cost this machine next to nothing.
 constexpr std::size_t defaultMaxStreams = 64;
 
 std::size_t streamsOrDefault(const EngineChoice& choice) {

@@ -10,7 +10,7 @@
 
 namespace tarn::relay {
 
-/// What the command line says about the engine; empty texts: not said.
+/// The command line's options about the engine. A text is empty where its option was not given.
 struct EngineChoice {
     std::string name = "offline";  ///< "offline", "upstream" or "script"
     std::string script;            ///< file of the script engine
@@ -18,7 +18,7 @@ struct EngineChoice {
     std::string recogniser;        ///< command lines that replace the offline engine's own parts
     std::string translator;
     std::string synthesiser;
-    std::size_t maxStreams = 0;  ///< open at once; 0: as many as the engine is good for
+    std::size_t maxStreams = 0;  ///< open at once; 0 for as many as the engine is good for
 };
 
 struct ChosenEngine {
@@ -27,8 +27,8 @@ struct ChosenEngine {
 };
 
 /// Makes the chosen engine. Fails with `invalidInput` for options that do not fit together and with another
-/// kind where what the engine needs is not there. The upstream engine's key is `TARN_SERVICE_KEY` of the
-/// environment.
+/// kind where something that the engine needs is missing. The upstream engine's key is `TARN_SERVICE_KEY` of
+/// the environment.
 Result<ChosenEngine> makeEngine(const EngineChoice& choice, const NetworkContext& network);
 
 }  // namespace tarn::relay

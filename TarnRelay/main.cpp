@@ -45,7 +45,7 @@ int fail(int status, const std::string& message) {
     return status;
 }
 
-/// Wrong options end with the status for wrong usage, whatever else has failed with the status for that.
+/// Wrong options end with the status for wrong usage, every other failure with that for failures.
 int fail(const Error& error) {
     return fail(error.kind == ErrorKind::invalidInput ? exitUsage : exitFailed, error.description);
 }
@@ -106,7 +106,8 @@ int listTokens(const TokenRegistry& tokens) {
     return std::fflush(stdout) == 0 ? exitOk : fail(exitFailed, "the list could not be written");
 }
 
-/// What the sign-in page offers whoever runs this: "USER@localhost"; empty where the user has no such name.
+/// The address that the sign-in page suggests to the user who runs this: "USER@localhost", or an empty text
+/// where the user's name makes none.
 std::string ownAddress() {
     const auto* const user = ::getpwuid(::geteuid());
     const auto address = user == nullptr ? std::string() : std::string(user->pw_name) + "@localhost";

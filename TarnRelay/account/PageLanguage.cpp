@@ -16,7 +16,7 @@ std::string_view trimmed(std::string_view text) {
     return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
-/// 0 to 1; a weight that is none is 0.
+/// The weight of an item, from 0 to 1. It is 1 where none is given, and 0 where it is not a weight.
 double weightOf(std::string_view parameters) {
     const auto text = trimmed(parameters);
     if (text.empty()) {

@@ -51,6 +51,7 @@ std::optional<std::string_view> RequestCheck::objection(const std::vector<HttpHe
     if (onLoopback_ && !host->isLoopback()) {
         return "this relay answers only to names of this machine";
     }
+    // A page of another site may send requests to any address, and only its "Origin" tells them from our own.
     for (const auto origin : valuesOf(headers, "Origin")) {
         if (!sameIgnoringCase(origin, "http://" + std::string(hosts.front()))) {
             return "requests from other web sites are refused";
@@ -68,6 +69,7 @@ bool isFromThisMachine(const ServerRequest& request) {
     if (error || !peer.is_loopback()) {
         return false;
     }
+    // A proxy on this machine connects from a loopback address for anybody, but its kind mostly says so.
     for (const auto* name : {"Forwarded", "X-Forwarded-For", "X-Forwarded-Host", "X-Real-IP", "Via"}) {
         if (!valuesOf(request.headers, name).empty()) {
             return false;
@@ -84,7 +86,7 @@ std::optional<std::string_view> pageObjection(const ServerRequest& request) {
         }
     }
     for (const auto site : valuesOf(request.headers, "Sec-Fetch-Site")) {
-        // Another port of this machine is another page: "same-site" is not enough.
+        // "same-site" is not enough: a page on another port of this machine is of the same site.
         if (request.method != "GET" && site != "same-origin") {
             return "requests from other web sites are refused";
         }
@@ -94,6 +96,7 @@ std::optional<std::string_view> pageObjection(const ServerRequest& request) {
 
 std::optional<std::string> bearerToken(const std::vector<HttpHeader>& headers) {
     constexpr std::string_view scheme = "Bearer ";
+    // Of two headers a proxy might check one and we the other, so that two are refused like none.
     const auto values = valuesOf(headers, "Authorization");
     if (values.size() != 1 || values.front().size() <= scheme.size() ||
         !sameIgnoringCase(values.front().substr(0, scheme.size()), scheme)) {

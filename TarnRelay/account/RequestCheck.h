@@ -29,13 +29,13 @@ private:
 };
 
 /// Whether a request was made on the machine that answers it: the peer's address is a loopback one, the
-/// "Host" is a name of this machine (that of a page which was pointed here is not), and no proxy says that it
-/// passes the request on for somebody else.
+/// "Host" is a name of this machine (a page that reached it by DNS rebinding has another), and no header of a
+/// proxy says that it forwards the request for somebody else.
 bool isFromThisMachine(const ServerRequest& request);
 
-/// Why a browser's request is none that a page of this relay may answer, or nothing: a frame, image or script
-/// of any page ("Sec-Fetch-Dest"), or a form that another page sends ("Sec-Fetch-Site"). Where a browser says
-/// neither, the other checks must do.
+/// Why the sign-in page must not answer a browser's request, or nothing. It refuses requests for a frame, an
+/// image or a script of any page ("Sec-Fetch-Dest"), and forms that another page sends ("Sec-Fetch-Site"). A
+/// browser that sends neither header is left to the other checks.
 std::optional<std::string_view> pageObjection(const ServerRequest& request);
 
 /// The token of an "Authorization: Bearer …" header; nothing when there is none, or more than one.

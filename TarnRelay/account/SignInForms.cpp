@@ -10,7 +10,8 @@
 namespace tarn::relay {
 namespace {
 
-/// The length is no secret.
+/// Compares in a time that does not depend on where the two differ, so that nobody can guess a secret byte by
+/// byte from how long an answer takes. Every secret has the same length, which may be known.
 bool sameSecret(std::string_view left, std::string_view right) {
     return left.size() == right.size() && ::CRYPTO_memcmp(left.data(), right.data(), left.size()) == 0;
 }
@@ -44,6 +45,7 @@ Result<SignInForms::Form> SignInForms::open(std::string_view browser) {
 
 bool SignInForms::take(std::string_view value, std::string_view browser) {
     forgetOld();
+    // The loop does not end at the match, which would tell its place.
     auto found = forms_.end();
     for (auto at = forms_.begin(); at != forms_.end(); ++at) {
         if (sameSecret(at->value, value)) {

@@ -16,7 +16,7 @@ namespace tarn::relay {
 /// name. Both are `randomSecret`s. Thread: one.
 class SignInForms {
 public:
-    /// The oldest form makes room for one more: its user is asked to confirm again.
+    /// Beyond this many the oldest form is dropped, whose user is asked to confirm again.
     static constexpr std::size_t maxOpen = 64;
     static constexpr std::chrono::minutes lifetime{10};
 
@@ -28,12 +28,12 @@ public:
 
     explicit SignInForms(std::shared_ptr<Clock> clock);
 
-    /// A new form. A browser that already has one open keeps its value, so that two of its pages work side by
-    /// side; one that shows a value which is not from here gets a new one. Fails as `randomSecret` does.
+    /// Makes a new form. A browser that has one open keeps its cookie's value, so that two of its pages work
+    /// side by side; a cookie that was not made here is replaced. Fails as `randomSecret` does.
     Result<Form> open(std::string_view browser);
 
-    /// True, once, when `value` was opened for `browser` within `lifetime`. A value that was shown with
-    /// another browser's is used up, too. Compared in constant time.
+    /// True, once, when `value` was opened for `browser` within `lifetime`. A value that comes with another
+    /// browser's cookie is used up, too. Values are compared in constant time.
     bool take(std::string_view value, std::string_view browser);
 
 private:

@@ -8,7 +8,7 @@
 namespace tarn::relay {
 namespace {
 
-/// A lake among mountains.
+/// The mark above the heading: a lake among mountains.
 constexpr std::string_view mark =
     R"(<svg class="mark" viewBox="0 0 48 48" fill="none" stroke="currentColor" stroke-width="3" )"
     R"(stroke-linecap="round" stroke-linejoin="round" aria-hidden="true" focusable="false">)"
@@ -37,14 +37,14 @@ std::string document(const SignInTexts& texts, std::string_view title, std::stri
                    mark, "\n", body, "</main>\n</body>\n</html>\n"});
 }
 
-/// A page that only tells something: heading and text.
+/// A page without a form: heading, text, and `rest` below.
 std::string notice(const SignInTexts& texts, const char* title, const char* text, std::string_view rest) {
     const auto body =
         joined({"<h1>", htmlEscaped(title), "</h1>\n<p class=\"lead\">", htmlEscaped(text), "</p>\n", rest});
     return document(texts, htmlEscaped(title), {}, body);
 }
 
-/// What is said above the form; what is wrong with the address is said at its field.
+/// The message above the form, or null. A message about the address stands at its field instead.
 const char* alertText(const SignInTexts& texts, SignInNotice notice) {
     switch (notice) {
         case SignInNotice::stale:
@@ -96,7 +96,7 @@ std::string signInFormPage(PageLanguage language, const SignInForm& form) {
         body += joined(
             {R"(<p class="error" id="email-error" role="alert">)", htmlEscaped(texts.emailError), "</p>\n"});
     }
-    // The button that comes first is also what Enter in the field presses.
+    // Enter in the field presses the form's first button, so that must be the one that signs in.
     body += joined({R"(<p class="hint" id="email-hint">)", htmlEscaped(texts.emailHint), R"(</p>
 <div class="actions">
 <button class="primary" name="answer" value="allow">)",

@@ -10,7 +10,7 @@ namespace tarn::relay {
 /// Where the sign-in page is, as Tarn opens it.
 inline constexpr std::string_view signInPath = "/auth?return_to=macos";
 
-/// What the form has to say about the attempt before.
+/// The message that the form shows about the attempt before.
 enum class SignInNotice : unsigned char { none, badEmail, stale, tooMany, notStored };
 
 struct SignInForm {
@@ -19,16 +19,16 @@ struct SignInForm {
     SignInNotice notice = SignInNotice::none;
 };
 
-// Whole HTML documents without scripts and without anything from elsewhere. Thread: any.
+// These are whole HTML documents, without scripts and without references to other files. Thread: any.
 
 std::string signInFormPage(PageLanguage language, const SignInForm& form);
-/// Moves on to `link` by itself, and has it to press as well: a browser may have asked first and been
-/// refused.
+/// The page moves on to `link` by itself, and also has a button for it, because a browser may ask first
+/// whether it may open Tarn, and be refused.
 std::string signedInPage(PageLanguage language, std::string_view email, std::string_view link);
 std::string cancelledPage(PageLanguage language);
-/// For who came here in another way than through Tarn.
+/// For a visitor who did not come through Tarn.
 std::string strayPage(PageLanguage language);
-/// For who asks from another machine.
+/// For a visitor on another machine.
 std::string elsewherePage(PageLanguage language);
 
 /// `text` as it may stand in HTML text and in quoted attributes.

@@ -31,7 +31,7 @@ ServerResponse page(int status, std::string html) {
                                         "; form-action 'self'; frame-ancestors 'none'; base-uri 'none'"},
         {"X-Frame-Options", "DENY"},
         {"X-Content-Type-Options", "nosniff"},
-        // Not "no-referrer": that makes browsers post the form with "Origin: null".
+        // "no-referrer" would make browsers post the form with "Origin: null", which is refused.
         {"Referrer-Policy", "same-origin"},
         {"Cross-Origin-Opener-Policy", "same-origin"},
         {"Cross-Origin-Resource-Policy", "same-origin"},
@@ -140,6 +140,7 @@ Task<ServerResponse> SignInRoutes::consent(ServerRequest request) {
         const auto found = fields->find(name);
         return found == fields->end() ? std::string() : found->second;
     };
+    // The one-time value is used up whatever was decided, so that nobody can send the form a second time.
     const auto decision = field("answer");
     const bool isFresh = forms_.take(field("consent"), browserOf(request));
     if (decision == "cancel") {
@@ -175,6 +176,7 @@ Task<ServerResponse> SignInRoutes::issueToken(ServerRequest request, std::string
     }
     logLine("[relay] a token was issued by the sign-in page");
     auto response = page(200, signedInPage(languageOf(request), email, callback(*token, email)));
+    // This page has no form to post, and its link holds the token.
     for (auto& header : response.headers) {
         if (header.name == "Referrer-Policy") {
             header.value = "no-referrer";

@@ -16,8 +16,8 @@ namespace tarn::relay {
 /// to Tarn through a "tarn:" link. The token stands in that one answer and nowhere else.
 ///
 /// Only a consent that comes from the page itself makes a token: see `SignInForms` for the one-time value,
-/// and `RequestCheck` for what is refused before anything here sees it. Nothing ever leads to another address
-/// than Tarn's, whatever the query says.
+/// and `RequestCheck` for requests that are refused before they come here. Every link leads to Tarn alone,
+/// whatever the query says.
 ///
 /// Thread: the network's executor.
 class SignInRoutes {

@@ -10,7 +10,8 @@
 namespace tarn::relay {
 namespace {
 
-// Text has a contrast of 4.5 and more with what it stands on, borders of 3 and more, in either scheme.
+// In either colour scheme, text has a contrast of at least 4.5 with its background, and borders of at least 3
+// (WCAG 2.1, 1.4.3 and 1.4.11).
 constexpr std::string_view style = R"(
 :root{color-scheme:light dark;--page:#e9f0f3;--card:#fff;--text:#14232b;--soft:#4b5d68;--line:#73848e;
 --accent:#0b6674;--on-accent:#fff;--accent-hover:#084e59;--error:#b3261e;--error-page:#fdeceb;--hair:#d5dfe4}

@@ -5,7 +5,7 @@
 
 namespace tarn::relay {
 
-/// The style sheet of the sign-in pages, to stand inside "<style>" exactly so.
+/// The style sheet of the sign-in pages. It must stand inside "<style>" unchanged, for its hash to match.
 std::string_view signInStyle();
 
 /// The source expression by which a content security policy allows that sheet and no other: its SHA-256 in

@@ -18,7 +18,7 @@ struct SignInTexts {
     const char* cancel;
     const char* endsAtSignOut;
 
-    const char* errorTitle;  ///< stands before the title, so that a screen reader begins with it
+    const char* errorTitle;  ///< put before the title, so that a screen reader begins with it
     const char* emailError;
     const char* staleError;
     const char* limitError;

@@ -34,14 +34,14 @@ namespace json = boost::json;
 constexpr std::chrono::seconds lockLimit{5};
 constexpr std::size_t maxFileBytes = 16UZ * 1024 * 1024;
 constexpr std::size_t maxEmailBytes = 254;
-constexpr std::ptrdiff_t maxTokensOfAddress = 32;  ///< the file would grow without end
+constexpr std::ptrdiff_t maxTokensOfAddress = 32;  ///< without a limit the file would grow for ever
 
 std::unexpected<Error> systemFailure(std::string_view what, const std::filesystem::path& path) {
     const auto reason = std::generic_category().message(errno);
     return failure(ErrorKind::system, std::string(what) + " " + path.string() + ": " + reason);
 }
 
-/// Refuses what others could have written to: `status` is that of `path`.
+/// Fails where others could have written to `path`, whose status is `status`.
 Result<void> checkOurs(const struct stat& status, const std::filesystem::path& path) {
     if (status.st_uid != ::geteuid()) {
         return failure(ErrorKind::system,
@@ -191,6 +191,8 @@ Result<bool> TokenRegistry::refresh() {
 }
 
 std::optional<Account> TokenRegistry::find(const std::string& token) const {
+    // A plain hash is enough for 256 random bits: there is no dictionary of them to try. The loop does not
+    // end at the match, which would tell its place.
     const auto hash = hashOf(token);
     const Entry* found = nullptr;
     for (const auto& entry : entries_) {
@@ -216,7 +218,8 @@ Task<void> TokenRegistry::watch(std::function<void()> changed) const {
     }
     std::array<char, 4096> buffer{};
     for (;;) {
-        // Asked for anew each time, since a folder that was moved or deleted takes its watch along.
+        // The watch is added anew each time, because a folder that was moved or deleted takes its watch
+        // along.
         if (!makePrivateFolder(folder_) || ::inotify_add_watch(inotify, folder_.c_str(), events) < 0) {
             logLine("[relay] " + folder_.string() +
                     " cannot be watched: revoked tokens keep their open streams");
@@ -226,14 +229,14 @@ Task<void> TokenRegistry::watch(std::function<void()> changed) const {
         if (error) {
             co_return;
         }
-        // Which file it was does not matter: `refresh` looks for itself.
+        // The events themselves are not read: `refresh` finds out whether the file has changed.
         changed();
     }
 }
 
 Result<std::vector<TokenRegistry::Entry>> TokenRegistry::read(Version& version) const {
     const auto path = file();
-    // Not to wait for a writer, should somebody have put a pipe there.
+    // Opening must not wait for a writer, should somebody have put a pipe there.
     const UniqueDescriptor input(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     if (!input && errno == ENOENT) {
         version = {};
@@ -336,7 +339,8 @@ Result<void> TokenRegistry::checkFolder() const {
 }
 
 Account TokenRegistry::accountOf(const Entry& entry) {
-    // The same address is the same user, also after its tokens were ended and new ones issued.
+    // The identifier follows from the address, so that the user stays the same after their tokens were ended
+    // and new ones issued.
     const auto hash = hashOf("tarn user " + entry.email);
     return {hexOf(std::span(hash).first(16)), entry.email, entry.hash};
 }

@@ -13,7 +13,7 @@
 
 namespace tarn::relay {
 
-/// What the relay keeps of a token: never the token itself.
+/// The relay keeps this hash of a token and never the token itself.
 using TokenHash = std::array<unsigned char, 32>;  ///< SHA-256
 
 struct Account {
@@ -34,14 +34,14 @@ public:
     /// either.
     static std::optional<std::filesystem::path> defaultFolder();
 
-    // Changes. Thread: any; each waits for other processes' changes, 5 s at most, and then fails with
-    // `timeout`. A file that cannot be understood fails them with `system` and stays as it is.
+    // The following calls change the file. Thread: any; each waits for other processes' changes, 5 s at most,
+    // and then fails with `timeout`. Where the file cannot be understood they fail with `system` and leave it
+    // alone.
 
-    /// A new random token of 256 bits (base64url). The 32 newest of an address are kept. Fails with
-    /// `invalidInput` for what cannot be an e-mail
-    /// address: empty, longer than 254 bytes, with control characters, or not UTF-8.
+    /// Makes a new random token of 256 bits (base64url). The 32 newest of an address are kept. Fails with
+    /// `invalidInput` for a text that is not an e-mail address by `isEmailAddress`.
     Result<std::string> issue(const std::string& email) const;
-    /// Ends every token of `email`; how many there were.
+    /// Ends every token of `email` and returns how many there were.
     Result<std::size_t> revoke(const std::string& email) const;
     /// Ends one token, where it exists.
     Result<void> revokeToken(const TokenHash& token) const;
@@ -50,16 +50,15 @@ public:
         std::string email;
         std::string time;  ///< UTC, ISO 8601
     };
-    /// What the file says of every token, in the order of their issue. Thread: any.
+    /// Every token in the file, in the order of issue. Thread: any.
     Result<std::vector<Issued>> list() const;
 
-    // The relay's view. Thread: one.
+    // The following calls are for a running relay. Thread: one.
 
-    /// Reads the file if it has changed since; true when it was read. No file: no tokens. After a failure the
-    /// last good state stands.
+    /// Reads the file if it has changed since; true when it was read. Without a file there are no tokens.
+    /// After a failure the last good state stays.
     Result<bool> refresh();
-    /// The account behind a token, of the state last read; every stored hash is compared, each in constant
-    /// time.
+    /// The account of a token, by the state last read. Every stored hash is compared, each in constant time.
     std::optional<Account> find(const std::string& token) const;
     bool holds(const TokenHash& token) const;
 
@@ -74,7 +73,7 @@ private:
         std::string issued;  ///< UTC, ISO 8601
         bool operator==(const Entry&) const = default;
     };
-    /// What tells one version of the file from another; all zero: no file.
+    /// Tells one version of the file from another. All fields are zero where there is no file.
     struct Version {
         std::uint64_t inode = 0;
         std::int64_t seconds = 0;
@@ -92,7 +91,7 @@ private:
 
     const std::filesystem::path folder_;
     std::vector<Entry> entries_;
-    std::optional<Version> version_;  ///< nothing: never read
+    std::optional<Version> version_;  ///< empty until the file was read
 };
 
 }  // namespace tarn::relay

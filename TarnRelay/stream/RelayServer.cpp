@@ -42,7 +42,7 @@ json::object object(const std::map<std::string, std::vector<std::string>>& lists
     return result;
 }
 
-/// The answers' member "languages", or none where the engine cannot tell.
+/// The member "languages" of the answers; without any member where the engine cannot tell.
 json::object toldLanguages(const ServedLanguages& served) {
     json::object told;
     if (!served.hears.empty()) {
@@ -77,7 +77,8 @@ private:
     const std::weak_ptr<ServerWebSocket> socket_;
 };
 
-/// What the handlers share. Thread: the network's executor, which also runs every connection's strand.
+/// The state that the handlers share. Thread: the network's executor, which is one thread and also runs every
+/// connection's strand.
 class Relay : public std::enable_shared_from_this<Relay> {
 public:
     Relay(NetworkContext network, SerialExecutor fileExecutor, TokenRegistry tokens,
@@ -127,7 +128,7 @@ private:
     };
     using LiveStreams = std::list<LiveStream>;
 
-    /// A place in the list of streams, however the stream ends.
+    /// Keeps a stream in the list for as long as it lives. Its coroutine may end by an exception, too.
     class Registration {
     public:
         Registration(LiveStreams& streams, LiveStream stream)
@@ -146,7 +147,9 @@ private:
         co_await self->tokens_.watch(changed);
     }
 
-    /// Streams of tokens that turn out to be gone end: the watch alone may miss a change.
+    /// Reads the tokens where the file has changed, and ends the streams whose token has gone. Requests call
+    /// this, too, because the watch may miss a change: its folder may be moved, or be on a network's file
+    /// system.
     void refreshTokens() {
         const auto fresh = tokens_.refresh();
         const auto problem = fresh ? std::string() : fresh.error().description;
@@ -208,7 +211,7 @@ private:
 
     template <typename Handler>
     ServerReply forMethod(const ServerRequest& request, const char* method, const Handler& handler) {
-        // The connection leaves the body of an answer to HEAD out.
+        // HEAD is answered as GET is; the connection leaves out the body.
         const std::string_view asked = request.method == "HEAD" ? "GET" : std::string_view(request.method);
         return asked == method ? handler(request) : wrongMethod(method);
     }
@@ -273,7 +276,8 @@ private:
         if (!account) {
             co_return unauthorized();
         }
-        // Other processes may hold the file: nobody else's stream waits for them.
+        // Another process may hold the file's lock. The network's thread, which serves all, must not wait for
+        // it.
         auto work = revoke(self->tokens_, account->token);
         const auto revoked =
             co_await asio::co_spawn(self->fileExecutor_, std::move(work), asio::use_awaitable);
@@ -319,7 +323,8 @@ private:
 
     static Task<void> runStream(std::shared_ptr<Relay> self, StreamSettings settings, TokenHash token,
                                 std::shared_ptr<ServerWebSocket> socket) {
-        // Registered first: a token that is revoked from here on ends this stream.
+        // The stream is registered before anything else, so that a token which is revoked from here on ends
+        // it; one that was revoked between the check and this is found below.
         std::optional<Registration> registration(std::in_place, self->streams_, LiveStream{token, socket});
         const auto sink = std::make_shared<SocketSink>(socket);
         auto opened = self->openStream(settings, sink);
@@ -337,8 +342,11 @@ private:
         if (opened && !self->tokens_.holds(token)) {
             socket->close(closeTokenRefused, "the token was revoked");
         }
+        // A refused client is read from as well: its closing handshake needs a reader.
         std::string ending;
         for (;;) {
+            // A client that sends faster than the engine works is held back by TCP: nothing is read
+            // meanwhile.
             if (opened) {
                 co_await (*opened)->readyForMore();
             }
@@ -363,13 +371,13 @@ private:
     TokenRegistry tokens_;
     TranslationEngine& engine_;
     const RelayServer::Options options_;
-    const json::object languages_;  ///< what the answers tell of them
+    const json::object languages_;  ///< the answers' member about them
     const RequestCheck check_;
     SignInRoutes signIn_;
     const Clock::TimePoint started_;
     asio::cancellation_signal stopWatching_;
     LiveStreams streams_;
-    std::string tokenProblem_;  ///< why the tokens could not be read last time; empty: they could
+    std::string tokenProblem_;  ///< why the tokens could not be read last time; empty where they could
     std::uint64_t streamsTotal_ = 0;
     std::uint64_t streamsRefused_ = 0;
     std::uint64_t refused_ = 0;

@@ -20,7 +20,8 @@ public:
     struct Options {
         std::string address = "127.0.0.1";  ///< numeric
         std::uint16_t port = 8787;          ///< 0: the system picks one
-        /// Where to listen, with the same `address`; taken over. Null: the server binds itself.
+        /// The socket to listen on, with the same `address`; it is taken over. Where it is null, the server
+        /// binds one itself.
         std::shared_ptr<PassedSocket> passed = nullptr;
         std::size_t maxStreams = 8;  ///< open at once; a further client is told that the relay is busy
         std::string engineName;      ///< for the health report
@@ -30,9 +31,9 @@ public:
 
     virtual ~RelayServer() = default;
 
-    /// Reads the tokens and listens. `engine` outlives the server. `fileExecutor` runs what waits for the
-    /// disk; it may be the network's. Fails when the tokens cannot be read or the address cannot be had.
-    /// Thread: the network's executor, or before its context runs.
+    /// Reads the tokens and listens. `engine` outlives the server. `fileExecutor` runs the work that waits
+    /// for the disk; it may be the network's. Fails when the tokens cannot be read or the address cannot be
+    /// bound. Thread: the network's executor, or before its context runs.
     static Result<std::unique_ptr<RelayServer>> start(NetworkContext network, SerialExecutor fileExecutor,
                                                       TokenRegistry tokens, TranslationEngine& engine,
                                                       Options options);

@@ -24,7 +24,8 @@ bool isName(const std::string& text) {
            std::ranges::all_of(text, [](char c) { return isLetterOrDigit(c) || c == '-' || c == '_'; });
 }
 
-/// Printable ASCII of a bounded length: names of voices hold spaces and signs ("en+f3").
+/// Whether a text is printable ASCII of a bounded length. Names of voices hold spaces and other characters
+/// ("en+f3").
 bool isShortText(const std::string& text) {
     return text.size() <= maxTextBytes &&
            std::ranges::all_of(text, [](char c) { return c >= ' ' && c <= '~'; });
@@ -67,7 +68,7 @@ Result<StreamSettings> parseStreamQuery(std::string_view query) {
         return failure(ErrorKind::invalidInput, "\"voice\" is not the name of a voice");
     }
     settings.clone = take("clone").value_or("none");
-    // Not only "once" and "always": which other frequencies there are is for the translation service to say.
+    // Any frequency is accepted, since the translation service decides which ones there are.
     if (!isShortText(settings.clone)) {
         return failure(ErrorKind::invalidInput, "\"clone\" is not printable ASCII of at most 64 characters");
     }
