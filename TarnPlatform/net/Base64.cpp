@@ -13,7 +13,7 @@ std::string base64Encode(std::span<const std::byte> bytes) {
     auto* out = reinterpret_cast<unsigned char*>(text.data());
     while (!bytes.empty()) {
         const auto part = bytes.first(std::min(piece, bytes.size()));
-        // It also writes a terminating zero, which lands on the next piece or on the string's own.
+        // It also writes a terminating zero, which lands on the next piece or on the string's own terminator.
         out += EVP_EncodeBlock(out, reinterpret_cast<const unsigned char*>(part.data()),
                                static_cast<int>(part.size()));
         bytes = bytes.subspan(part.size());

@@ -26,7 +26,8 @@ bool holdsCertificates(const std::string& path) {
     return false;
 }
 
-/// The names that certificates are looked up by end in a number: "5f15c80c.0".
+/// OpenSSL looks certificates up by file names that end in a number, such as "5f15c80c.0"; others do not
+/// count.
 bool hasLookupNames(const std::string& folders) {
     std::size_t start = 0;
     while (start <= folders.size()) {

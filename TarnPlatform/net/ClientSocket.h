@@ -5,7 +5,7 @@
 
 namespace tarn {
 
-/// A TCP socket whose WebSocket goodbye never waits for the peer: the library's own, after a broken frame,
+/// A TCP socket whose WebSocket teardown never waits for the peer. After a broken frame, the library's own
 /// reads on until the peer has closed, which a stuck one never does (Boost.Beast 1.81).
 class ClientSocket : public boost::asio::ip::tcp::socket {
 public:

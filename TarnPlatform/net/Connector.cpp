@@ -21,6 +21,8 @@ namespace {
 namespace ip = asio::ip;
 namespace http = boost::beast::http;
 
+// The lookup puts the preferred family first, but a network on which that family is dead would cost the delay
+// of every one of its addresses before the other family got a turn.
 std::vector<ip::address> alternateFamilies(const std::vector<ip::address>& addresses) {
     std::vector<ip::address> first;
     std::vector<ip::address> second;
@@ -40,11 +42,14 @@ std::vector<ip::address> alternateFamilies(const std::vector<ip::address>& addre
 }
 
 void setOptions(Connector::Socket& socket) {
-    boost::system::error_code ignored;  // each is a help, none a condition
+    // The connection works without any of these options, so their errors are ignored.
+    boost::system::error_code ignored;
     socket.set_option(ip::tcp::no_delay(true), ignored);
     socket.set_option(asio::socket_base::keep_alive(true), ignored);
     using Seconds = std::chrono::seconds;
     const auto limit = std::chrono::duration_cast<Seconds>(Connector::deadPeerLimit).count();
+    // TCP_USER_TIMEOUT ends a connection whose data nobody acknowledges, keep-alive an idle one: without them
+    // the kernel retransmits for a quarter of an hour, or waits for ever.
     const int userTimeout = static_cast<int>(limit) * 1000;
     const int probeAfter = static_cast<int>(limit) / 2;
     const int probeEvery = static_cast<int>(limit) / 4;
@@ -52,7 +57,8 @@ void setOptions(Connector::Socket& socket) {
     ::setsockopt(handle, IPPROTO_TCP, TCP_USER_TIMEOUT, &userTimeout, sizeof userTimeout);
     ::setsockopt(handle, IPPROTO_TCP, TCP_KEEPIDLE, &probeAfter, sizeof probeAfter);
     ::setsockopt(handle, IPPROTO_TCP, TCP_KEEPINTVL, &probeEvery, sizeof probeEvery);
-    // What the system takes and cannot send yet, its writer neither sees nor takes back.
+    // Sound that waits in the kernel's buffer is late and cannot be dropped any more. With this limit the
+    // socket is writable only while little waits there, so that the queue stands on our side.
     constexpr int mostUnsent = 8192;
     ::setsockopt(handle, IPPROTO_TCP, TCP_NOTSENT_LOWAT, &mostUnsent, sizeof mostUnsent);
 }
@@ -62,7 +68,7 @@ void setOptions(Connector::Socket& socket) {
 Connector::Connector(SerialExecutor executor, NetworkContext network)
     : executor_(std::move(executor)),
       network_(std::move(network)),
-      bell_(executor_, asio::steady_timer::time_point::max()) {}
+      changed_(executor_, asio::steady_timer::time_point::max()) {}
 
 Task<Result<Connector::Socket>> Connector::connect(Url url) {
     const auto self = shared_from_this();
@@ -86,6 +92,7 @@ Task<Result<Connector::Socket>> Connector::connect(Url url) {
     if (!socket) {
         co_return socket;
     }
+    // Asked only now: it looks at who listens there, which may change until the connection stands.
     if (network_.mayUse) {
         if (const auto allowed = network_.mayUse(url); !allowed) {
             co_return std::unexpected(allowed.error());
@@ -113,7 +120,7 @@ void Connector::abort() {
     if (tunnelled_ != nullptr) {
         tunnelled_->close(ignored);
     }
-    ring();
+    notifyChange();
 }
 
 Task<Result<std::vector<ip::address>>> Connector::findAddresses(const Url& url) {
@@ -124,19 +131,21 @@ Task<Result<std::vector<ip::address>>> Connector::findAddresses(const Url& url) 
         co_return std::vector{literal};
     }
     if (url.isLoopback()) {
-        // By definition (RFC 6761), and because callers trust this name with what may not leave the machine.
+        // RFC 6761 defines the name so, and callers trust it with data that may not leave the machine: no
+        // resolver is asked, which could answer something else.
         co_return std::vector<ip::address>{ip::address_v4::loopback(), ip::address_v6::loopback()};
     }
-    // The system's lookup cannot be interrupted: it runs on its own and is left behind when the limit passes.
+    // The system's lookup cannot be interrupted, so it runs as a coroutine of its own, which is left behind
+    // when the limit passes.
     asio::co_spawn(executor_, network_.lookUp(host),
                    [self = shared_from_this()](const std::exception_ptr& exception,
                                                Result<std::vector<ip::address>> addresses) {
                        self->found_ =
                            exception ? failure(ErrorKind::resolution, "lookup failed") : std::move(addresses);
-                       self->ring();
+                       self->notifyChange();
                    });
     while (!found_ && !aborted_) {
-        co_await waitForNews();
+        co_await waitForChange();
     }
     if (aborted_) {
         co_return failure(ErrorKind::cancelled, "cancelled while looking up " + host);
@@ -156,13 +165,15 @@ Task<Result<Connector::Socket>> Connector::race(std::vector<ip::address> address
     for (const auto& address : addresses) {
         endpoints_.emplace_back(address, port);
     }
+    // Attempts report by callbacks rather than as coroutines: the loser must be closed while it is under way,
+    // and the winner must not wait until the losers have ended.
     startNextAttempt();
     const auto isUndecided = [this] {
         return !aborted_ && !winner_ &&
                (attempts_.size() < endpoints_.size() || std::ranges::any_of(attempts_, &Attempt::pending));
     };
     while (isUndecided()) {
-        co_await waitForNews();
+        co_await waitForChange();
     }
     nextAttempt_.reset();
     std::unique_ptr<Socket> connected = winner_ ? std::move(attempts_[*winner_].socket) : nullptr;
@@ -212,7 +223,7 @@ void Connector::attemptEnded(std::size_t index, const boost::system::error_code&
     } else if (!winner_) {
         winner_ = index;
     }
-    ring();
+    notifyChange();
 }
 
 Task<Result<void>> Connector::openTunnel(Socket& socket, const Url& proxy, const Url& target) {
@@ -229,7 +240,7 @@ Task<Result<void>> Connector::openTunnel(Socket& socket, const Url& proxy, const
     const auto [writeError, written] = co_await asio::async_write(socket, asio::buffer(request), asValue);
     boost::beast::flat_buffer buffer(16384);
     http::response_parser<http::empty_body> answer;
-    answer.skip(true);
+    answer.skip(true);  // an answer to CONNECT has no body, whatever its headers say (RFC 9110, 9.3.6)
     boost::system::error_code readError = writeError;
     if (!writeError) {
         const auto [error, size] = co_await http::async_read_header(socket, buffer, answer, asValue);
@@ -248,18 +259,19 @@ Task<Result<void>> Connector::openTunnel(Socket& socket, const Url& proxy, const
                           proxyName + " refused the connection with status " + std::to_string(status),
                           status);
     }
+    // Neither TLS nor HTTP lets the server speak first, so these bytes are not the target's.
     if (buffer.size() != 0) {
         co_return failure(ErrorKind::proxy, proxyName + " sent bytes before the connection was used");
     }
     co_return Result<void>();
 }
 
-Task<void> Connector::waitForNews() {
-    co_await bell_.async_wait(asValue);
+Task<void> Connector::waitForChange() {
+    co_await changed_.async_wait(asValue);
 }
 
-void Connector::ring() {
-    bell_.cancel();
+void Connector::notifyChange() {
+    changed_.cancel();
 }
 
 }  // namespace tarn

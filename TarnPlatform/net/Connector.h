@@ -42,8 +42,8 @@ private:
     Task<Result<void>> openTunnel(Socket& socket, const Url& proxy, const Url& target);
     void startNextAttempt();
     void attemptEnded(std::size_t index, const boost::system::error_code& error);
-    Task<void> waitForNews();
-    void ring();
+    Task<void> waitForChange();
+    void notifyChange();
 
     struct Attempt {
         std::unique_ptr<Socket> socket;
@@ -52,7 +52,7 @@ private:
 
     const SerialExecutor executor_;
     const NetworkContext network_;
-    asio::steady_timer bell_;  ///< rung whenever something below has changed
+    asio::steady_timer changed_;  ///< never expires; cancelled to notify of a change below
     bool aborted_ = false;
     std::optional<Result<std::vector<asio::ip::address>>> found_;
     std::vector<asio::ip::tcp::endpoint> endpoints_;
@@ -60,7 +60,7 @@ private:
     std::unique_ptr<ScheduledCall> nextAttempt_;
     std::optional<std::size_t> winner_;
     std::string lastFailure_;
-    Socket* tunnelled_ = nullptr;  ///< waiting for the proxy's answer
+    Socket* tunnelled_ = nullptr;  ///< the one that waits for the proxy's answer
 };
 
 }  // namespace tarn

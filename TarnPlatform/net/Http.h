@@ -11,7 +11,7 @@ struct HttpHeader {
     std::string value;
 };
 
-/// The first header of that name (compared without letter case), or nothing found: empty.
+/// The value of the first header of that name, whose case does not count; empty where there is none.
 std::string_view headerValue(const std::vector<HttpHeader>& headers, std::string_view name);
 
 }  // namespace tarn

@@ -20,7 +20,7 @@ namespace {
 namespace http = boost::beast::http;
 
 constexpr std::size_t maxAnswerBytes = std::size_t{4} * 1024 * 1024;
-constexpr int maxInterimAnswers = 16;
+constexpr int maxInterimAnswers = 16;  // 1xx answers (RFC 9110, 15.2); a server may send several
 
 http::request<http::string_body> toBeast(const HttpRequest& request) {
     http::request<http::string_body> message;
@@ -28,6 +28,7 @@ http::request<http::string_body> toBeast(const HttpRequest& request) {
     message.method_string(request.method);
     message.target(request.url.requestTarget());
     message.set(http::field::host, request.url.hostHeader());
+    // Requests are rare and go to several hosts: a kept connection would mostly be dead when it is wanted.
     message.set(http::field::connection, "close");
     message.set(http::field::accept, "*/*");
     for (const auto& header : request.headers) {
@@ -50,6 +51,7 @@ Task<Result<HttpResponse>> exchange(Stream& stream, const HttpRequest& request) 
     boost::system::error_code readError;
     int interim = 0;
     do {
+        // A parser reads one message only, so each interim answer takes a new one.
         reading.emplace();
         reading->body_limit(maxAnswerBytes);
         reading->skip(request.method == "HEAD");
@@ -58,6 +60,7 @@ Task<Result<HttpResponse>> exchange(Stream& stream, const HttpRequest& request) 
     } while (!readError && reading->get().result_int() / 100 == 1 && ++interim <= maxInterimAnswers);
     auto& parser = *reading;
     if (readError) {
+        // An answer that breaks HTTP is told apart from a connection that broke.
         const bool broken =
             readError == http::error::body_limit ||
             readError.category() == http::make_error_code(http::error::bad_version).category();
@@ -74,13 +77,14 @@ Task<Result<HttpResponse>> exchange(Stream& stream, const HttpRequest& request) 
     co_return response;
 }
 
+// A line break in a value, from a token file for instance, would smuggle in headers of its own.
 bool isHeaderSafe(const HttpHeader& header) {
     const auto isControl = [](unsigned char c) { return (c < 0x20 && c != '\t') || c == 0x7f; };
     return !header.name.empty() && std::ranges::none_of(header.name, isControl) &&
            std::ranges::none_of(header.value, isControl);
 }
 
-/// One request under way; lives on its own strand until the last byte.
+/// One request under way, which lives on its own strand until the last byte.
 class Exchange {
 public:
     Exchange(SerialExecutor executor, NetworkContext network, HttpRequest request)
@@ -125,6 +129,7 @@ private:
         co_return co_await exchange(*secure_, request_);
     }
 
+    // Closing the sockets makes every operation that waits on them fail, and the coroutine ends by itself.
     void expire() {
         expired_ = true;
         connector_->abort();
@@ -150,7 +155,7 @@ class BeastHttpSession final : public HttpSession {
 public:
     explicit BeastHttpSession(NetworkContext network) : network_(std::move(network)) {}
 
-    // A request goes on without the session, whose owner may not wait for it.
+    // The request keeps itself alive, because the session's owner may be gone before the answer comes.
     Task<Result<HttpResponse>> send(HttpRequest request) override {
         const SerialExecutor strand = asio::make_strand(network_.executor);
         return carryOut(strand,

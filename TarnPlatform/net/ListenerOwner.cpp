@@ -14,8 +14,9 @@
 namespace tarn {
 namespace {
 
-/// A socket that can answer a connection to 127.0.0.1, as the kernel writes its address: words of 32 bits in
-/// the byte order of the machine.
+/// The addresses of sockets that can answer a connection to 127.0.0.1, as the kernel writes them: in words of
+/// 32 bits, each in the byte order of the machine. They are 127.0.0.1, 0.0.0.0, ::, and the first two as
+/// IPv6.
 constexpr std::array answering = {
     "0100007F",
     "00000000",
@@ -29,7 +30,7 @@ bool isTrusted(uid_t user) {
     return user == 0 || user == ::geteuid();
 }
 
-/// The owner in one line of the table, where that is a listener of the kind.
+/// The owner in one line of the table, where the line is of a listener on `port` that answers.
 std::optional<uid_t> listenerIn(const std::string& line, std::uint16_t port) {
     std::istringstream fields(line);
     std::string slot, local, remote, state, queues, timer, retransmits;

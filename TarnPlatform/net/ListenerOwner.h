@@ -12,8 +12,8 @@ namespace tarn {
 
 /// The user whose program listens on TCP `port` of this machine's 127.0.0.1 (or on all addresses); nothing
 /// where none does. Of several, one who is neither this user nor root comes first. Fails where the system
-/// does not tell. `tables`: the folder with the system's "tcp" and "tcp6". Thread: any; blocks for no longer
-/// than reading them takes.
+/// does not tell. `tables`: the folder with the system's "tcp" and "tcp6". Thread: any; blocks for as long as
+/// reading them takes.
 Result<std::optional<uid_t>> ownerOfListener(std::uint16_t port,
                                              const std::filesystem::path& tables = "/proc/net");
 

@@ -26,8 +26,8 @@ struct NetworkContext {
     ProxySettings proxy;
     std::shared_ptr<TlsTrust> trust;
     HostLookup lookUp = systemLookup;
-    /// Asked when a connection to `url` stands and before anything is sent: a failure ends the attempt.
-    /// Empty: all may be used. Thread: the connection's.
+    /// Called when a connection to `url` stands and before anything is sent; a failure ends the attempt.
+    /// Where it is empty, every connection may be used. Thread: the connection's.
     std::function<Result<void>(const Url& url)> mayUse{};
 
     /// The system's resolver (hosts file, DNS).

@@ -36,8 +36,8 @@ bool isInRange(const ip::address& address, const std::string& range) {
            ip::network_v6(address.to_v6(), network.prefix_length()).canonical() == network.canonical();
 }
 
-/// Takes a ":port" off the end of an exception and says whether it fits; an IPv6 address needs brackets for
-/// one.
+/// Takes a ":port" off the end of an exception and says whether it fits. Only an IPv6 address in brackets can
+/// have one.
 bool portFits(std::string_view& entry, std::uint16_t port) {
     const auto colon = entry.rfind(':');
     if (colon == std::string_view::npos || (entry.find(':') != colon && !entry.starts_with('['))) {
@@ -86,6 +86,7 @@ bool excepts(std::string_view entry, const Url& url) {
         return false;
     }
     const auto tail = host.substr(host.size() - entry.size());
+    // "example.org" excepts "www.example.org" but not "myexample.org".
     const bool wholeLabel = host.size() == entry.size() || host[host.size() - entry.size() - 1] == '.';
     return wholeLabel && boost::beast::iequals(tail, entry);
 }

@@ -12,7 +12,8 @@ namespace {
 
 using asio::ip::address;
 
-/// What the resolver's thread uses. It stays until the resolver has answered, wanted or not.
+/// The memory that the resolver's thread uses. It stays until the resolver has answered, even where nobody
+/// wants the answer any more: gai_cancel cannot stop a lookup that has begun.
 struct Question {
     std::string host;
     addrinfo hints{};

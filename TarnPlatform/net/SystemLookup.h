@@ -19,7 +19,7 @@ struct SystemLookup {
     static SystemLookup start(std::string host);
 
     EventQueue<Answer> answers;   ///< one answer comes, unless this object goes first
-    std::shared_ptr<void> asked;  ///< as long as it lives the answer is wanted
+    std::shared_ptr<void> asked;  ///< the answer is wanted as long as this lives
 };
 
 }  // namespace tarn

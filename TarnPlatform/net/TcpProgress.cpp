@@ -1,5 +1,5 @@
-// Apart, since <linux/tcp.h> and <netinet/tcp.h>, which the C++ library's sockets include, exclude each
-// other.
+// This is a file of its own because only <linux/tcp.h> has all fields of tcp_info, and it excludes
+// <netinet/tcp.h>, which Asio includes.
 #include "TcpProgress.h"
 
 #include <linux/sockios.h>

@@ -15,6 +15,8 @@ Task<Result<void>> shakeHands(TlsClientStream& stream, const std::string& host) 
         co_return failure(ErrorKind::tls, "the host name cannot be sent to the server");
     }
     auto* const wanted = SSL_get0_param(stream.native_handle());
+    // Names count only in the certificate's list of names, as RFC 9525 asks; its common name has been
+    // obsolete for this since 2011 (RFC 6125).
     X509_VERIFY_PARAM_set_hostflags(
         wanted, X509_CHECK_FLAG_NEVER_CHECK_SUBJECT | X509_CHECK_FLAG_NO_PARTIAL_WILDCARDS);
     const int isSet = isAddress ? X509_VERIFY_PARAM_set1_ip_asc(wanted, host.c_str())

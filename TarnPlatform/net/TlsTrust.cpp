@@ -6,7 +6,8 @@ namespace tarn {
 
 namespace ssl = boost::asio::ssl;
 
-// The library before any thread that may use it, so that at the process's end it outlives them.
+// OpenSSL registers its clean-up with atexit when it is first used. Used before any thread that needs it, it
+// outlives them at the end of the process.
 TlsTrust::TlsTrust() {
     OPENSSL_init_ssl(0, nullptr);
 }
@@ -26,8 +27,8 @@ ssl::context& TlsTrust::context() {
         }
         make();
         boost::system::error_code error;
-        // Without a readable store every certificate is refused later, which says so better than a failure
-        // here.
+        // Without a readable store every certificate is refused later, with a clearer message than a failure
+        // here could give.
         context_->set_default_verify_paths(error);
     });
     return *context_;

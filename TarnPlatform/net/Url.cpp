@@ -22,8 +22,8 @@ std::string decoded(std::string_view text) {
     return view->decode({}, urls::string_token::return_string{});
 }
 
-/// What a query name or value may hold as it stands: nothing that a server could read as a separator, a space
-/// or an escape.
+/// Every character but the unreserved ones is encoded, so that no server reads one as a separator, a space or
+/// an escape.
 std::string encodedQueryText(std::string_view text) {
     return urls::encode(urls::string_view(text.data(), text.size()), urls::unreserved_chars);
 }
@@ -48,7 +48,8 @@ Result<Url> Url::parse(std::string_view text) {
     }
     Url url;
     // Boost.URL 1.81 reads a host name that begins like an IPv4 address ("127.0.0.1.example.org") as that
-    // address and the rest as the path, so the authority is cut out here and the library reads what is left.
+    // address and the rest as the path. Hence the authority is cut out and read here, and the library reads
+    // the URL with a harmless host ("h") in its place.
     const auto slashes = text.find("//");
     std::string withoutAuthority(text);
     if (slashes != std::string_view::npos &&
@@ -72,6 +73,7 @@ Result<Url> Url::parse(std::string_view text) {
 }
 
 bool Url::readAuthority(std::string_view authority) {
+    // The last "@" counts, as in browsers: "//good.example@evil.example" names the second host.
     const auto at = authority.rfind('@');
     if (at != std::string_view::npos) {
         userInfo_ = decoded(authority.substr(0, at));

@@ -20,7 +20,7 @@
 
 namespace tarn {
 
-/// What the library calls, found by the type of the socket, to end a connection after the close frames.
+/// The library calls this to end a connection after the closing handshake; it finds it by the socket's type.
 template <typename Handler>
 void async_teardown(boost::beast::role_type /*role*/, ClientSocket& socket, Handler&& handler) {
     boost::system::error_code ignored;
@@ -55,18 +55,19 @@ public:
     virtual Task<boost::system::error_code> read(WebSocketMessage& message) = 0;
     virtual Task<void> close(std::uint16_t code) = 0;
     virtual Task<void> ping(std::uint64_t number) = 0;
-    /// `call` for each control frame that is read.
+    /// Calls `call` for each control frame that is read.
     virtual void onControlFrame(
         std::function<void(websocket::frame_type kind, std::string_view payload)> call) = 0;
     virtual TcpProgress progress() = 0;
     virtual void cut() = 0;
-    virtual std::uint16_t receivedCloseCode() const = 0;  ///< 0: none
+    virtual std::uint16_t receivedCloseCode() const = 0;  ///< 0 where no close frame came
 };
 
 template <typename Next>
 class BeastChannel final : public Channel {
 public:
     explicit BeastChannel(Next next) : stream_(std::move(next)) {
+        // The library's time-outs cannot be driven by a test's clock, so the task has its own.
         stream_.set_option(websocket::stream_base::timeout{websocket::stream_base::none(),
                                                            websocket::stream_base::none(), false});
         stream_.read_message_max(WebSocketTask::maxMessageBytes);
@@ -137,8 +138,8 @@ public:
         : executor_(std::move(executor)),
           request_(std::move(request)),
           network_(std::move(network)),
-          pongBell_(executor_, asio::steady_timer::time_point::max()),
-          closedBell_(executor_, asio::steady_timer::time_point::max()) {}
+          pingChanged_(executor_, asio::steady_timer::time_point::max()),
+          hasClosed_(executor_, asio::steady_timer::time_point::max()) {}
 
     Task<Result<void>> resume() override {
         const auto self = shared_from_this();
@@ -217,8 +218,9 @@ public:
     Task<Result<void>> roundTrip() override {
         const auto self = shared_from_this();
         co_await waitForTurn();
+        // The library allows one ping at a time, and `look` may be sending one.
         while (state_ == State::open && pinging_) {
-            co_await pongBell_.async_wait(asValue);
+            co_await pingChanged_.async_wait(asValue);
         }
         std::uint64_t number = 0;
         if (state_ == State::open) {
@@ -227,7 +229,7 @@ public:
         }
         passTurn();
         while (state_ == State::open && pingsAnswered_ < number) {
-            co_await pongBell_.async_wait(asValue);
+            co_await pingChanged_.async_wait(asValue);
         }
         if (number == 0 || pingsAnswered_ < number) {
             co_return notOpen();
@@ -238,7 +240,7 @@ public:
     void cancel(std::uint16_t code) override {
         if (state_ == State::open) {
             state_ = State::closing;
-            pongBell_.cancel();
+            pingChanged_.cancel();
             ending_ = ErrorKind::cancelled;
             asio::co_spawn(executor_, closeInTurn(shared_from_this(), code), asio::detached);
         } else if (state_ == State::connecting) {
@@ -251,7 +253,7 @@ public:
     Task<void> waitClosed() override {
         const auto self = shared_from_this();
         while (state_ == State::closing || state_ == State::connecting) {
-            co_await closedBell_.async_wait(asValue);
+            co_await hasClosed_.async_wait(asValue);
         }
     }
 
@@ -320,6 +322,7 @@ private:
         if (state_ != State::open && state_ != State::closing) {
             co_return notOpen();
         }
+        // A frame that was cut off in the middle leaves a stream that cannot be used any more.
         const auto limit = network_.clock->callAfter(executor_, sendLimit, [this] {
             sendTimedOut_ = true;
             channel_->cut();
@@ -362,7 +365,8 @@ private:
     void heard() { heardAt_ = network_.clock->now(); }
 
     void takePong(std::string_view payload) {
-        // An answer to one ping answers those before it; one that names none of ours answers all.
+        // A pong answers the ping that it names and all before it (RFC 6455, 5.5.3). Some peers send a pong
+        // without our payload; it can only mean that they are alive, so it answers all.
         std::uint64_t number = 0;
         const auto parsed = std::from_chars(payload.data(), payload.data() + payload.size(), number);
         pingsAnswered_ =
@@ -370,7 +374,7 @@ private:
         while (!pings_.empty() && pings_.front().number <= pingsAnswered_) {
             pings_.pop_front();
         }
-        pongBell_.cancel();
+        pingChanged_.cancel();
     }
 
     void look() {
@@ -379,7 +383,7 @@ private:
         }
         const auto now = network_.clock->now();
         if (!isRead_) {
-            // Answers stay unseen until the owner reads again.
+            // Pongs are seen only while the owner reads. Until then silence says nothing of the peer.
             heardAt_ = now;
             pings_.clear();
         } else if (!pinging_ && now - pingedAt_ >= pingEvery) {
@@ -389,6 +393,8 @@ private:
         lookAgain_ = network_.clock->callAfter(executor_, lookEvery, [this] { look(); });
     }
 
+    // A ping that stands behind our own sound in the kernel's buffer is answered late although the peer is
+    // well. What the other end has acknowledged tells such a slow network from a peer that hangs.
     WebSocketPulse takePulse(Clock::TimePoint now) {
         const auto progress = channel_->progress();
         if (progress.arrived > arrived_) {
@@ -415,19 +421,21 @@ private:
         if (!self->pings_.empty() && self->pings_.back().number == number) {
             self->pings_.back().end = self->channel_->progress().written;
         }
-        self->pongBell_.cancel();
+        self->pingChanged_.cancel();
     }
 
-    /// Frames leave one at a time, in the order in which the turn was asked for.
+    /// The library allows one write at a time, so frames take turns in the order in which they asked. A timer
+    /// that never expires stands for each waiting frame: cancelling it resumes the coroutine, on the strand
+    /// and in order.
     Task<void> waitForTurn() {
         if (!sending_) {
             sending_ = true;
             co_return;
         }
-        const auto bell =
+        const auto turn =
             std::make_shared<asio::steady_timer>(executor_, asio::steady_timer::time_point::max());
-        waiting_.push_back(bell);
-        co_await bell->async_wait(asValue);
+        waiting_.push_back(turn);
+        co_await turn->async_wait(asValue);
     }
 
     void passTurn() {
@@ -442,11 +450,11 @@ private:
     void leave() {
         state_ = State::gone;
         lookAgain_.reset();
-        pongBell_.cancel();
+        pingChanged_.cancel();
         if (channel_) {
             channel_->cut();
         }
-        closedBell_.cancel();
+        hasClosed_.cancel();
     }
 
     static std::unexpected<Error> tooLate() {
@@ -463,7 +471,7 @@ private:
     const WebSocketRequest request_;
     const NetworkContext network_;
     State state_ = State::fresh;
-    std::optional<ErrorKind> ending_;  ///< set when this side gave up or said goodbye
+    std::optional<ErrorKind> ending_;  ///< set when this side gave up or closed
     std::shared_ptr<Connector> connector_;
     std::unique_ptr<TlsClientStream> handshaking_;
     std::unique_ptr<Channel> channel_;
@@ -474,7 +482,7 @@ private:
     struct Ping {
         std::uint64_t number = 0;
         Clock::TimePoint askedAt;
-        std::optional<std::uint64_t> end;  ///< where it ends among the bytes written, once it was
+        std::optional<std::uint64_t> end;  ///< where it ends among the bytes written, once it was written
     };
     std::deque<Ping> pings_;
     std::uint64_t pingsSent_ = 0;
@@ -485,9 +493,9 @@ private:
     Clock::TimePoint heardAt_;
     Clock::TimePoint movedAt_;
     std::uint64_t arrived_ = 0;
-    asio::steady_timer pongBell_;  ///< rung when a ping has left or was answered, and at the end
+    asio::steady_timer pingChanged_;  ///< cancelled when a ping has left or was answered, and at the end
     std::unique_ptr<ScheduledCall> lookAgain_;
-    asio::steady_timer closedBell_;
+    asio::steady_timer hasClosed_;
     std::optional<int> upgradeStatus_;
     std::string refusal_;
     std::optional<std::uint16_t> closeCode_;

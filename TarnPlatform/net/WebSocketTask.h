@@ -23,7 +23,8 @@ struct WebSocketPulse {
     Clock::Duration silence{};
     /// Age of the oldest ping without an answer: what is sent now arrives this much later at least.
     Clock::Duration late{};
-    /// That ping is still on its way, and the network has taken bytes within `WebSocketTask::roadLimit`.
+    /// True where that ping is still on its way, and the network has taken bytes within
+    /// `WebSocketTask::roadLimit`.
     bool isOnTheRoad = false;
 };
 
@@ -32,8 +33,8 @@ struct WebSocketRequest {
     std::vector<HttpHeader> headers;  ///< added to the upgrade request
     /// Limit on everything up to and including the answered upgrade: name lookup, proxy, every address, TLS.
     std::chrono::milliseconds timeout = std::chrono::seconds(60);
-    /// Told every `WebSocketTask::lookEvery` while the connection is open and read. Where it is set, the peer
-    /// is pinged every `WebSocketTask::pingEvery`. Thread: the task's executor.
+    /// Called every `WebSocketTask::lookEvery` while the connection is open and read. Where it is set, the
+    /// peer is pinged every `WebSocketTask::pingEvery`. Thread: the task's executor.
     std::function<void(const WebSocketPulse& pulse)> onPulse;
 };
 

@@ -18,12 +18,13 @@ namespace {
 using asio::ip::tcp;
 using boost::system::error_code;
 
-/// Connections beyond the limit that are being told so; more are closed without a word.
+/// So many connections beyond the limit are answered 503 at a time; more are closed without an answer.
 constexpr std::size_t maxTurnedAway = 32;
 /// Pause after a failed accept where nobody could make room: the process is out of descriptors or memory.
 constexpr std::chrono::milliseconds acceptPause{100};
 
-/// Accepts and keeps count. Thread: the network's executor, which also serves every connection's strand.
+/// Accepts connections and keeps count of them. Thread: the network's executor, which also serves every
+/// connection's strand.
 class Listener : public std::enable_shared_from_this<Listener> {
 public:
     Listener(NetworkContext network, RequestHandler handler, HttpServer::Limits limits)
@@ -36,6 +37,7 @@ public:
         error_code error;
         acceptor_.open(endpoint.protocol(), error);
         if (!error) {
+            // Without this a restarted server could not bind while connections of the old one linger.
             acceptor_.set_option(tcp::acceptor::reuse_address(true), error);
         }
         if (!error) {
@@ -68,7 +70,7 @@ public:
 
     static Task<void> accept(std::shared_ptr<Listener> self) {
         while (!self->stopped_) {
-            // One strand a connection: everything about it happens there.
+            // Each connection has a strand, on which everything about it happens.
             const SerialExecutor strand = asio::make_strand(self->network_.executor);
             auto [error, socket] = co_await self->acceptor_.async_accept(strand, asValue);
             if (self->stopped_) {
@@ -106,7 +108,8 @@ private:
         }
     }
 
-    /// After a failed accept, which out of descriptors fails whether somebody waits or not.
+    /// To be called after a failed accept. Without descriptors accept fails whether a client waits or not, so
+    /// a connection is dropped only once there is one.
     static Task<void> makeRoom(std::shared_ptr<Listener> self, error_code why) {
         bool dropped = false;
         if (why == asio::error::no_descriptors) {
@@ -114,15 +117,16 @@ private:
             dropped = !failed && self->dropLongestWaiting();
         }
         if (dropped) {
-            // Its descriptor is closed by what was posted before this.
+            // The dropped connection closes its descriptor in a handler that was posted before this one.
             co_await asio::post(self->network_.executor, asio::use_awaitable);
         } else {
             co_await sleepFor(self->network_.clock, acceptPause);
         }
     }
 
-    /// Frees the place of whoever has waited longest without sending a whole request, so that connections
-    /// that ask for nothing lock nobody out. False: nobody waits.
+    /// Ends the connection that has waited longest without sending a whole request, so that connections that
+    /// ask for nothing lock nobody out. A limit alone would let one client hold every place with idle
+    /// connections. False where none waits.
     bool dropLongestWaiting() {
         auto longest = connections_.end();
         for (auto at = connections_.begin(); at != connections_.end(); ++at) {

@@ -17,7 +17,7 @@
 
 namespace tarn {
 
-/// A request as it came, before anything in it is believed.
+/// A request as it came. Nothing in it has been checked.
 struct ServerRequest {
     std::string method;
     std::string target;  ///< path and query as on the wire
@@ -43,16 +43,16 @@ public:
     /// The next whole message; a failure is final and means that the peer is gone.
     virtual Task<Result<WebSocketMessage>> receive() = 0;
 
-    /// Queues one text frame. What a peer does not read within `HttpServer::Limits::sendTimeout`, or piles up
-    /// beyond `maxQueuedBytes`, ends that connection and no other. Thread: any.
+    /// Queues one text frame. A peer that does not read it within `HttpServer::Limits::sendTimeout`, or for
+    /// which more than `maxQueuedBytes` pile up, loses its connection; no other is affected. Thread: any.
     virtual void send(std::string text) = 0;
 
     /// Sends what is queued, then a close frame with `code` and `reason` (123 bytes at most). The peer has
     /// `sendTimeout` for all of it. Thread: any.
     virtual void close(std::uint16_t code, std::string reason) = 0;
 
-    /// The same without what is queued, and the peer has 2 s. Also cuts a `close` short that is still
-    /// sending, whose code and reason stand. Thread: any.
+    /// Does the same but drops what is queued, and gives the peer 2 s. It also cuts short a `close` that is
+    /// still sending, whose code and reason stay. Thread: any.
     virtual void closeAtOnce(std::uint16_t code, std::string reason) = 0;
 };
 
@@ -95,7 +95,7 @@ public:
 
     virtual std::uint16_t port() const = 0;
     virtual std::string address() const = 0;
-    /// Stops to accept and ends every connection, WebSockets with close code 1001. Thread: the network's
+    /// Stops accepting and ends every connection, WebSockets with close code 1001. Thread: the network's
     /// executor.
     virtual void stop() = 0;
 };

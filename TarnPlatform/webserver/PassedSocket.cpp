@@ -12,9 +12,9 @@
 namespace tarn {
 namespace {
 
-constexpr int firstPassed = 3;
+constexpr int firstPassed = 3;  // SD_LISTEN_FDS_START of sd_listen_fds(3)
 
-/// The variable's whole number; nothing where it is unset or no number.
+/// The variable's whole number; nothing where it is unset or not a number.
 std::optional<long> numberIn(const char* variable) {
     const char* const value = std::getenv(variable);
     if (value == nullptr) {
@@ -41,7 +41,7 @@ Result<std::optional<PassedSocket>> PassedSocket::take() {
     for (const char* const variable : {"LISTEN_PID", "LISTEN_FDS", "LISTEN_FDNAMES"}) {
         ::unsetenv(variable);
     }
-    // The variables may have come down from a program that they were meant for.
+    // The variables may be inherited from another program, which they were meant for.
     if (process != ::getpid() || count.value_or(0) < 1) {
         return std::nullopt;
     }

@@ -16,9 +16,9 @@ struct PassedSocket {
     std::string address;  ///< numeric
     std::uint16_t port = 0;
 
-    /// Takes it over, and takes away the variables that tell of it, so that children are told nothing.
-    /// Nothing where this process was passed none. Fails with `invalidInput` where it was passed more than
-    /// one, or something other than a listening TCP socket. Call once, while there is one thread.
+    /// Takes the socket over, and unsets the variables that describe it, so that no child takes them for its
+    /// own. Nothing where this process was passed none. Fails with `invalidInput` where it was passed more
+    /// than one, or something other than a listening TCP socket. Call once, while there is one thread.
     static Result<std::optional<PassedSocket>> take();
 };
 

@@ -22,10 +22,11 @@ namespace beast = boost::beast;
 namespace http = beast::http;
 using boost::system::error_code;
 
-/// How long a refused peer may go on talking before its socket is closed under it: closing at once would
-/// reset the connection and could take the answer with it.
+/// How long a refused peer may go on sending before its socket is closed. A socket that is closed with unread
+/// bytes resets the connection, which may discard the answer before the peer has read it (RFC 9112, 9.6).
 constexpr std::chrono::seconds lingerLimit{1};
-/// What the system may hold for a peer that asks without reading: the answers are small. Streams get more.
+/// The size of the kernel's send buffer. Answers are small, and a peer that asks without reading shall not
+/// fill more than this. Streams get more, so that a short stall of the network does not reach the queue.
 constexpr int answersBuffer = 64 * 1024;
 constexpr int streamBuffer = 4 * 1024 * 1024;
 
@@ -111,7 +112,7 @@ Task<ServerConnection::Next> ServerConnection::serveOne(RequestHandler& handler)
         waitingSince_ = clock_->now();
     }
     {
-        // Ending only the reading direction leaves a way to say why.
+        // Only the reading direction is shut down, so that the other one can still carry the status 408.
         const auto deadline = clock_->callAfter(executor_, limits_.requestTimeout, [this, &timedOut] {
             timedOut = true;
             error_code ignored;
@@ -149,6 +150,7 @@ Task<ServerConnection::Next> ServerConnection::serveOne(RequestHandler& handler)
     if (!isUpgrade) {
         co_await refuse(426, "this path speaks WebSocket only");
     } else if (buffer_.size() != 0) {
+        // The WebSocket would start with an empty buffer and never see these bytes.
         co_await refuse(400, "frames came before the upgrade was answered");
     } else {
         co_await upgrade(std::move(request), std::move(std::get<WebSocketHandler>(reply)));
@@ -156,7 +158,8 @@ Task<ServerConnection::Next> ServerConnection::serveOne(RequestHandler& handler)
     co_return Next::nothing;
 }
 
-/// A peer that asks first whether its body is wanted is told to go on; the handler's answer tells the rest.
+/// A peer that asks with "Expect: 100-continue" whether its body is wanted is always told to send it, since
+/// the handler decides by the whole request. Without the interim answer such peers wait a second or more.
 Task<error_code> ServerConnection::readRequest(Parser& parser) {
     const auto [headError, headCount] = co_await http::async_read_header(socket_, buffer_, parser, asValue);
     if (headError || parser.is_done()) {
@@ -222,7 +225,7 @@ Task<void> ServerConnection::upgrade(UpgradedConnection::UpgradeRequest request,
 
 Task<void> ServerConnection::refuseUnreadable(error_code error, bool timedOut, bool begun) {
     if (ended_ || (timedOut && !begun)) {
-        co_return;  // ended from this side, or a connection that was merely idle
+        co_return;  // this side ended the connection, or it was merely idle
     }
     if (timedOut) {
         co_await refuse(408, "the request took too long");
@@ -237,7 +240,7 @@ Task<void> ServerConnection::refuseUnreadable(error_code error, bool timedOut, b
 }
 
 Task<void> ServerConnection::closeGently() {
-    // A peer that has had its answer makes room for a newcomer like one that asks for nothing.
+    // A peer that has had its answer may be dropped for a newcomer, as one that asks for nothing may.
     waitingSince_ = clock_->now();
     error_code error;
     socket_.shutdown(asio::ip::tcp::socket::shutdown_send, error);

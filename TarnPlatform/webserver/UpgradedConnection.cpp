@@ -21,8 +21,8 @@ namespace beast = boost::beast;
 namespace websocket = beast::websocket;
 using boost::system::error_code;
 
-/// How long a peer may take to answer a close frame, and for all of a close at once, before its socket is
-/// cut.
+/// How long a peer may take for its half of the closing handshake, and for all of a `closeAtOnce`, before its
+/// socket is closed.
 constexpr std::chrono::seconds closeLimit{2};
 constexpr std::size_t maxReasonBytes = 123;
 
@@ -35,9 +35,10 @@ public:
           stream_(std::move(socket)),
           clock_(std::move(clock)),
           limits_(limits),
-          endedBell_(executor_, asio::steady_timer::time_point::max()) {
+          hasEnded_(executor_, asio::steady_timer::time_point::max()) {
         stream_.read_message_max(limits_.maxMessageBytes);
         stream_.text(true);
+        // A frame for each message: fragments would let another message's wait for a slow reader in between.
         stream_.auto_fragment(false);
         const auto keepQuietAboutOurselves = [](websocket::response_type& response) {
             response.erase(beast::http::field::server);
@@ -60,7 +61,7 @@ public:
         stream_.control_callback([this](websocket::frame_type type, beast::string_view) {
             lastHeard_ = clock_->now();
             if (type == websocket::frame_type::close) {
-                // The library waits for the peer to end the TCP connection as well; not every peer does.
+                // The library waits for the peer to end the TCP connection, too; not every peer does.
                 peerCloseDeadline_ = cutAfter(closeLimit);
             }
         });
@@ -90,7 +91,8 @@ public:
     }
 
     void send(std::string text) override {
-        // Counted here, not on the strand: a producer on another thread must not outrun a busy strand either.
+        // The bytes are counted here and not on the strand, because a producer on another thread must not
+        // fill a busy strand's queue of handlers without a limit.
         const auto queued = queuedBytes_.fetch_add(text.size()) + text.size();
         if (queued > limits_.maxQueuedBytes) {
             queuedBytes_.fetch_sub(text.size());
@@ -119,7 +121,7 @@ public:
     void closeAtOnce(std::uint16_t code, std::string reason) override {
         reason.resize(std::min(reason.size(), maxReasonBytes));
         asio::post(executor_, [self = shared_from_this(), code, reason = std::move(reason)] {
-            // Once only: who asks again must not put the end off.
+            // This happens once: a second call must not extend the limit.
             if (self->ended_ || std::exchange(self->closingAtOnce_, true)) {
                 return;
             }
@@ -134,12 +136,12 @@ public:
     Task<void> waitEnded() override {
         const auto self = shared_from_this();
         while (!ended_) {
-            co_await endedBell_.async_wait(asValue);
+            co_await hasEnded_.async_wait(asValue);
         }
     }
 
 private:
-    /// An earlier code and reason stand; the limit is the new one.
+    /// The code and the reason of an earlier call stay; its limit is replaced.
     void beginClose(std::uint16_t code, const std::string& reason, std::chrono::milliseconds limit) {
         if (!closeRequest_) {
             closeRequest_.emplace(code, reason);
@@ -166,7 +168,7 @@ private:
         ownCloseDeadline_.reset();
         peerCloseDeadline_.reset();
         queue_.clear();
-        endedBell_.cancel();
+        hasEnded_.cancel();
     }
 
     void startWriting() {
@@ -190,7 +192,7 @@ private:
         if (!self->closeRequest_ || self->ended_) {
             co_return;
         }
-        self->writing_ = true;  // nothing may follow the close frame
+        self->writing_ = true;  // stays so, since no frame may follow the close frame
         const auto deadline = self->cutAfter(closeLimit);
         const websocket::close_reason reason(static_cast<websocket::close_code>(self->closeRequest_->first),
                                              self->closeRequest_->second);
@@ -212,8 +214,8 @@ private:
         return {ErrorKind::connection, "the client is gone: " + error.message()};
     }
 
-    /// A failed read means the peer said goodbye or is gone; only our own close handshake may still be under
-    /// way.
+    /// A failed read means that the peer has closed or is gone. The socket stays open only while our own
+    /// closing handshake is under way.
     void finishAfterReadFailure() {
         if (!closeRequest_ || !writing_) {
             cut();
@@ -230,7 +232,8 @@ private:
 
     void checkIdleness() {
         const Clock::Duration limit = limits_.idleTimeout;
-        // While nobody receives, nothing can be heard: that is the handler's pace, not the peer's silence.
+        // Nothing is read while the handler does not receive: then silence is the handler's pace, not the
+        // peer's.
         const auto quiet = receiving_ ? clock_->now() - lastHeard_ : Clock::Duration::zero();
         if (quiet >= limit) {
             cut();
@@ -256,8 +259,8 @@ private:
     const HttpServer::Limits limits_;
     std::atomic<std::size_t> queuedBytes_ = 0;
 
-    // The strand's own.
-    asio::steady_timer endedBell_;
+    // The rest is used on the strand only.
+    asio::steady_timer hasEnded_;  // never expires; cancelled once the connection has ended
     std::deque<std::string> queue_;
     std::optional<std::pair<std::uint16_t, std::string>> closeRequest_;
     std::unique_ptr<ScheduledCall> idleCheck_;
