@@ -12,7 +12,7 @@ namespace tarn::relay {
 /// Longest line that a command may write, in bytes.
 inline constexpr std::size_t kLongestCommandLine = 1 << 20;
 
-/// A command line of the user's own, whose complaints the user shall see on our standard error.
+/// The command for a command line of the user's own, whose standard error goes to ours, line by line.
 ChildCommand userCommand(std::string line);
 
 /// An object as the line that a command reads, newline included.

@@ -39,7 +39,7 @@ void EngineUpkeep::endIdleLater(Clock::Duration delay) {
             endIdleLater(*next);
             return;
         }
-        // What was freed since the last recogniser had gone, by one that was loaded meanwhile.
+        // A recogniser that was loaded meanwhile has freed memory, too, since the last one went.
         giveMemoryBack_();
     });
 }

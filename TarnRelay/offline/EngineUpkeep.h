@@ -11,22 +11,23 @@ namespace tarn::relay {
 
 /// Makes an engine small again after its clients have gone. A recogniser consists of about 100 MiB of small
 /// blocks, which the C library keeps when they are freed; a translator may keep programs running for each
-/// pair. Thread: any; what is done runs on the workers.
+/// pair. Thread: any; the work itself runs on the workers.
 class EngineUpkeep : public std::enable_shared_from_this<EngineUpkeep> {
 public:
-    /// After the last of several recognisers that go together.
+    /// So long after a recogniser has gone its memory is given back. Several that go together are waited for.
     static constexpr Clock::Duration settlingTime = std::chrono::seconds(1);
-    /// Without a text, until the translator ends what it has for a pair that no stream holds.
+    /// After so long without a text, the translator ends its programs for a pair that no stream holds.
     static constexpr Clock::Duration idleTime = std::chrono::minutes(10);
 
-    /// `giveMemoryBack` may take its time.
+    /// `giveMemoryBack` may block for a while.
     EngineUpkeep(std::shared_ptr<Clock> clock, const asio::any_io_executor& workers,
                  std::shared_ptr<Translator> translator, std::function<void()> giveMemoryBack);
 
     void recogniserGone();
     /// A stream that translates has begun.
     void translatorNeeded();
-    /// Nothing is done any more once the workers have run this. Before they are joined.
+    /// Posts the end to the workers; once they have run it, nothing more is done. To be called before they
+    /// are joined.
     void stop();
 
 private:

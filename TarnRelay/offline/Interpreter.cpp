@@ -44,7 +44,8 @@ void Interpreter::warmUp() {
         if (self->outlet_->isShut()) {
             return;
         }
-        // Another failure may have passed by the time of the first sentence.
+        // Only a missing translator is reported now. Any other failure may be over when the first sentence
+        // comes.
         const auto ready = self->translate("");
         if (!ready && ready.error().kind == ErrorKind::unavailable) {
             self->outlet_->sendError("nothing can be translated: " + ready.error().description);
@@ -52,6 +53,8 @@ void Interpreter::warmUp() {
     });
 }
 
+// A partial text replaces the one that waits, because a text that is out of date is of no use to anybody. A
+// final one takes that away as well: it holds the same words and more.
 void Interpreter::hearPartial(std::uint64_t utterance, std::string text) {
     {
         const std::lock_guard lock(mutex_);
@@ -77,6 +80,9 @@ void Interpreter::hearFinal(std::uint64_t utterance, std::string text) {
     asio::post(strand_, [self = shared_from_this()] { self->work(); });
 }
 
+// There are as many posted calls as there were texts, and each takes at most one: those whose text was
+// replaced find nothing and return. A call takes one text only, so that clients on the same workers take
+// turns.
 void Interpreter::work() {
     std::optional<Sentence> final;
     std::optional<Sentence> partial;
@@ -129,10 +135,12 @@ void Interpreter::beginResponse(std::uint64_t utterance) {
 
 void Interpreter::interpretPartial(const Sentence& sentence) {
     if (failing_) {
-        return;  // the few starts of a program that fails are for whole sentences
+        // A program that has died is started again only now and then; partial texts would use up those starts
+        // before a whole sentence comes.
+        return;
     }
     const auto translated = translate(sentence.text);
-    // A failure here is said with the finished sentence, if it lasts that long.
+    // A failure is reported with the finished sentence, if it lasts that long.
     if (!translated || isBlank(*translated)) {
         return;
     }
@@ -190,6 +198,7 @@ void Interpreter::speak(const std::string& text, const std::string& response) {
         outlet_->sendError("a sentence could not be spoken: " + sound.error().description);
         return;
     }
+    // The sound goes out in pieces as the service's does, so that a client can begin to play the first.
     for (std::span<const std::byte> rest(*sound); !rest.empty();) {
         const auto delta = rest.first(std::min(rest.size(), deltaBytes));
         rest = rest.subspan(delta.size());

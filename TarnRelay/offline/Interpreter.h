@@ -20,9 +20,9 @@ namespace tarn::relay {
 /// Translates and speaks one client's utterances, in order, on a worker.
 ///
 /// A finished utterance is never skipped, unless more than `longestQueue` of them wait. Of an utterance under
-/// way only the newest text is translated, and only while nothing finished waits, so that a slow translator
-/// delays nothing. After a failure it is a finished utterance that tries the translator again. Thread: any;
-/// what the workers do is serialised.
+/// way only the newest text is translated, and only while no finished one waits, so that a slow translator
+/// delays nothing. After a failure only a finished utterance tries the translator again. Thread: any; the
+/// work itself is serialised.
 class Interpreter : public std::enable_shared_from_this<Interpreter> {
 public:
     static constexpr std::size_t longestQueue = 64;
@@ -31,17 +31,17 @@ public:
         std::shared_ptr<Translator> translator;
         std::shared_ptr<Synthesiser> synthesiser;
         std::string source;
-        std::string target;                          ///< the same as `source`: the text is spoken as it is
-        std::string voice;                           ///< empty: the language's own
-        std::shared_ptr<const void> hold = nullptr;  ///< on what the translator needs for the pair
+        std::string target;  ///< where it is the same as `source`, the text is spoken as it is
+        std::string voice;   ///< empty for the language's default
+        std::shared_ptr<const void> hold = nullptr;  ///< keeps the translator's programs for the pair running
     };
 
     /// `workers`: where blocking calls may be made; outlives the interpreter.
     Interpreter(Job job, std::shared_ptr<StreamOutlet> outlet, const asio::any_io_executor& workers);
 
-    /// Has the translator and the voice ready before the first sentence.
+    /// Starts the translator before the first sentence comes.
     void warmUp();
-    /// `utterance`: counts up.
+    /// `utterance`: its number, which counts up.
     void hearPartial(std::uint64_t utterance, std::string text);
     void hearFinal(std::uint64_t utterance, std::string text);
 

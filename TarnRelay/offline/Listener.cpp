@@ -14,14 +14,20 @@ namespace tarn::relay {
 namespace {
 
 constexpr auto samplesPerSecond = static_cast<std::uint64_t>(qwenInputSampleRate);
+// One run of `work` takes so much sound, which a recogniser handles in 20 to 60 ms: another client on the
+// same thread waits no longer than that for its turn.
 constexpr std::size_t stepSamples = samplesPerSecond / 10;
-constexpr std::uint64_t partialInterval =
-    samplesPerSecond * 3 / 10;  // between translations of a partial text
-constexpr double earlySeconds =
-    1;  ///< that sound may come ahead of its time, as after a stall of the network
-constexpr auto longestHold = std::chrono::seconds(1);       // then one message is read whatever waits
-constexpr auto lookPause = std::chrono::milliseconds(100);  // for a recogniser that answers later
-constexpr auto retryPause = std::chrono::milliseconds(50);  // for a recogniser that takes no more sound
+// Partial texts change several times a second and a translation takes a few milliseconds, but nobody reads as
+// fast: they are translated no more often than this.
+constexpr std::uint64_t partialInterval = samplesPerSecond * 3 / 10;
+// Sound may come so much ahead of its time without counting as a file: a stall of the network delivers it
+// late and all at once.
+constexpr double earlySeconds = 1;
+// After so long one message is read however much waits, so that a closing handshake is seen.
+constexpr auto longestHold = std::chrono::seconds(1);
+constexpr auto lookPause =
+    std::chrono::milliseconds(100);  // between looks at a recogniser that answers later
+constexpr auto retryPause = std::chrono::milliseconds(50);  // before a full recogniser is offered sound again
 
 std::string itemId(std::uint64_t utterance) {
     return "item_" + std::to_string(utterance);
@@ -89,7 +95,8 @@ bool Listener::isHeld() const {
     return waitingSamples_ > samplesIn(limits_.heldSeconds);
 }
 
-/// The lock is held. Of a client that plays a file as fast as it can, sound always waits.
+/// The lock is held. Being behind is the relay's fault only where sound comes no faster than people speak: of
+/// a client that plays a file as fast as it can, sound always waits.
 bool Listener::isBehind() {
     const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - begun_;
     return waitingSamples_ > samplesIn(limits_.behindSeconds) &&
@@ -99,18 +106,18 @@ bool Listener::isBehind() {
 Task<void> Listener::readyForMore() {
     const auto self = shared_from_this();
     const auto executor = co_await asio::this_coro::executor;
-    std::shared_ptr<asio::steady_timer> bell;
+    std::shared_ptr<asio::steady_timer> room;
     {
         const std::lock_guard lock(mutex_);
         if (!isHeld()) {
             co_return;
         }
-        bell = std::make_shared<asio::steady_timer>(executor, longestHold);
-        bell_ = bell;
+        room = std::make_shared<asio::steady_timer>(executor, longestHold);
+        room_ = room;
     }
-    co_await bell->async_wait(asValue);
+    co_await room->async_wait(asValue);
     const std::lock_guard lock(mutex_);
-    bell_.reset();
+    room_.reset();
 }
 
 void Listener::stop() {
@@ -118,7 +125,7 @@ void Listener::stop() {
         const std::lock_guard lock(mutex_);
         waiting_.clear();
         waitingSamples_ = 0;
-        bell_.reset();
+        room_.reset();
     }
     asio::post(strand_, [self = shared_from_this()] { self->recogniser_.reset(); });
 }
@@ -138,8 +145,8 @@ bool Listener::makeRecogniser() {
     return true;
 }
 
-/// The lock is held. Never more than one `work` is on its way: a strand runs all that is ready on one thread,
-/// while others wait for that thread.
+/// The lock is held. Never more than one `work` is posted: a strand runs all its ready handlers in a row on
+/// one thread, so that a client with much waiting sound would keep the others from that thread.
 void Listener::scheduleWork() {
     if (!working_ && !waiting_.empty()) {
         working_ = true;
@@ -166,12 +173,13 @@ void Listener::work() {
     scheduleWork();
 }
 
+/// `working_` stays set, so that sound which comes meanwhile posts nothing.
 void Listener::workLater() {
     const auto timer = std::make_shared<asio::steady_timer>(strand_, retryPause);
     timer->async_wait([self = shared_from_this(), timer](const boost::system::error_code&) { self->work(); });
 }
 
-/// Sound may stop to come before the last answer does.
+/// The sound may end before the last answer comes. Without this look nobody would read that answer.
 void Listener::lookLater() {
     if (std::exchange(looking_, true)) {
         return;
@@ -191,7 +199,7 @@ void Listener::lookLater() {
 
 std::vector<std::int16_t> Listener::nextStep() {
     std::vector<std::int16_t> samples;
-    std::shared_ptr<asio::steady_timer> bell;
+    std::shared_ptr<asio::steady_timer> room;
     {
         const std::lock_guard lock(mutex_);
         if (waiting_.empty()) {
@@ -201,12 +209,13 @@ std::vector<std::int16_t> Listener::nextStep() {
         waiting_.pop_front();
         waitingSamples_ -= samples.size();
         if (!isHeld()) {
-            bell = std::exchange(bell_, nullptr);
+            room = std::exchange(room_, nullptr);
         }
     }
-    if (bell) {
-        // On the reader's executor, where its wait has begun by the time this runs.
-        asio::post(bell->get_executor(), [bell] { bell->cancel(); });
+    if (room) {
+        // The timer is cancelled on the reader's executor: by the time this runs there, its wait has begun. A
+        // timer that is cancelled before that would not end the wait.
+        asio::post(room->get_executor(), [room] { room->cancel(); });
     }
     return samples;
 }
@@ -225,6 +234,7 @@ void Listener::recognise(const std::vector<std::int16_t>& samples) {
     if (recogniser_->inSpeech() && !inUtterance_) {
         beginUtterance();
     } else if (inUtterance_ && !recogniser_->inSpeech()) {
+        // A failure ended the utterance without a final text.
         endUtterance("");
     }
 }
@@ -269,7 +279,8 @@ void Listener::endUtterance(std::string text) {
     const auto item = itemId(utterance_);
     outlet_->send(events::speechStopped, {{"item_id", item}, {"audio_end_ms", milliseconds()}});
     outlet_->send(events::bufferCommitted, {{"item_id", item}});
-    // Noise without a word is no utterance; but a text that was shown and turns out to be none is taken back.
+    // Noise without a word is not an utterance. A text that was shown, however, and turns out to be noise
+    // must be taken back, which the empty transcript below does.
     if (text.empty() && !shown_) {
         return;
     }

@@ -19,14 +19,13 @@
 
 namespace tarn::relay {
 
-/// Recognises one client's speech on a worker, tells the client what was heard and passes it to the
-/// interpreter.
+/// Recognises one client's speech on a worker, sends the text to the client and passes it to the interpreter.
 ///
 /// Time is counted in received sound: an utterance ends after silence that was received, not after a pause in
-/// the sending. Sound that the recogniser cannot keep up with waits in memory; who gives it is to wait for
-/// `readyForMore`. More of it than the limit allows is dropped as it comes, while what already waits is kept.
-/// The workers take a tenth of a second of sound at a time, so that they go round the clients. Thread: any;
-/// what the workers do is serialised.
+/// the sending. Sound that the recogniser cannot keep up with waits in memory; the caller is expected to wait
+/// for `readyForMore`. Sound beyond the limit is dropped as it comes, while the sound that waits already is
+/// kept. The workers take a tenth of a second of sound at a time, so that the clients take turns. Thread:
+/// any; the work itself is serialised.
 class Listener : public std::enable_shared_from_this<Listener> {
 public:
     struct Limits {
@@ -41,12 +40,12 @@ public:
              Limits limits, std::shared_ptr<StreamOutlet> outlet, std::shared_ptr<Interpreter> interpreter,
              const asio::any_io_executor& workers);
 
-    /// Makes the recogniser before the first sound is there.
+    /// Makes the recogniser before the first sound comes.
     void warmUp();
     void hear(std::span<const std::int16_t> samples);
     /// Waits while enough sound waits, a second at most. Thread: a serial executor, one call at a time.
     Task<void> readyForMore();
-    /// Drops what waits and lets the recogniser go, on the worker. The outlet is shut before.
+    /// Drops the sound that waits and destroys the recogniser, on the worker. The outlet must be shut before.
     void stop();
 
 private:
@@ -78,8 +77,8 @@ private:
     std::size_t waitingSamples_ = 0;
     std::size_t receivedSamples_ = 0;
     std::chrono::steady_clock::time_point begun_;  ///< when the first sound came
-    bool working_ = false;                         ///< `work` will run
-    std::shared_ptr<asio::steady_timer> bell_;     ///< what `readyForMore` waits for; null: it does not
+    bool working_ = false;                         ///< `work` is posted, or runs
+    std::shared_ptr<asio::steady_timer> room_;  ///< cancelled to end the wait of `readyForMore`; null if none
     bool toldBehind_ = false;
     bool toldDropped_ = false;
 
@@ -87,7 +86,7 @@ private:
     std::unique_ptr<Recogniser> recogniser_;
     bool looking_ = false;         ///< `lookLater` is under way
     bool unusable_ = false;        ///< no recogniser could be made
-    bool toldFailure_ = false;     ///< nothing was heard since the last failure that was told
+    bool toldFailure_ = false;     ///< nothing was heard since the last failure that was reported
     std::uint64_t position_ = 0;   ///< samples recognised
     std::uint64_t utterance_ = 0;  ///< counts up; 0 before the first
     bool inUtterance_ = false;

@@ -29,14 +29,14 @@ int cores() {
 
 OfflineEngine::Limits completed(OfflineEngine::Limits limits) {
     if (limits.maxStreams <= 0) {
-        // Speech without a pause takes up to a quarter of a core; the rest is for the translators, the voices
-        // and whoever else lives here.
+        // Recognising speech without a pause takes up to a quarter of a core. Half of each core is left for
+        // the translators, the voices and other programs.
         limits.maxStreams = 2 * cores();
     }
     return limits;
 }
 
-/// "pt-BR" is also asked for as "pt".
+/// The names that a language is looked up by, best first: "pt-BR" is also found as "pt-br" and as "pt".
 std::vector<std::string> namesOf(const std::string& code) {
     std::string lower;
     std::ranges::transform(code, std::back_inserter(lower),
@@ -66,7 +66,7 @@ std::unexpected<Refusal> refusal(std::string message, std::uint16_t closeCode) {
     return std::unexpected(Refusal{.message = std::move(message), .closeCode = closeCode});
 }
 
-/// What a client wrote, fit to be shown and logged.
+/// A text of a client, made fit to be shown and logged.
 std::string quoted(const std::string& code) {
     std::string text = code.substr(0, 32);
     std::ranges::replace_if(text, [](unsigned char c) { return std::isprint(c) == 0 || c > 126; }, '?');
@@ -75,7 +75,8 @@ std::string quoted(const std::string& code) {
 
 }  // namespace
 
-/// The threads that recognise, and those that wait for translators and voices.
+/// The threads that recognise, and those that wait for translators and voices. The pools are apart because
+/// the first need cores and the others only wait: a slow translator must not keep a core from recognising.
 struct OfflineEngine::Workers {
     Workers(int streams, const Parts& parts, std::shared_ptr<Clock> clock)
         : translator(parts.translator),
@@ -87,8 +88,8 @@ struct OfflineEngine::Workers {
     Workers(const Workers&) = delete;
     Workers& operator=(const Workers&) = delete;
     ~Workers() {
-        // With every stream gone what is queued does nothing, and nobody wants what is being waited for.
-        // Recognisers first: they are who queues for the rest.
+        // With every stream gone, queued work does nothing, and nobody wants the answers that are waited for.
+        // The recognisers are joined first, because they are the ones that queue work for the others.
         translator->stop();
         synthesiser->stop();
         upkeep->stop();
@@ -130,7 +131,7 @@ OfflineEngine::OfflineEngine(Parts parts, Limits limits, std::shared_ptr<Clock> 
 
 std::expected<std::string, Refusal> OfflineEngine::sourceOf(const std::string& asked) const {
     if (sources_.empty()) {
-        // The recogniser does not say what it can do: it is asked, which costs nothing yet.
+        // The recogniser lists no languages, so it is asked for this one. Making it reads no model yet.
         std::vector<std::string> translated;
         std::ranges::transform(pairs_, std::back_inserter(translated),
                                [](const auto& pair) { return pair.first; });
@@ -153,7 +154,7 @@ std::expected<std::string, Refusal> OfflineEngine::sourceOf(const std::string& a
 std::expected<std::string, Refusal> OfflineEngine::targetOf(const std::string& asked,
                                                             const std::string& source) const {
     if (pairs_.empty()) {
-        // As above; what cannot be done shows with the first text.
+        // The translator lists no pairs, so any is tried; a failure shows with the first text.
         return asked.empty() ? refusal("no language to translate to was given", closeUnsupported)
                              : std::expected<std::string, Refusal>(asked);
     }
@@ -184,7 +185,7 @@ ServedLanguages OfflineEngine::languages() const {
         }
     }
     if (pairs_.empty()) {
-        return served;  // what is to be spoken is not known either
+        return served;  // the languages that could be spoken are not known either
     }
     for (const auto& language : spoken) {
         auto names = parts_.synthesiser->voices(language);

@@ -21,10 +21,10 @@ namespace tarn::relay {
 /// one thread for each core; translating and speaking, which wait for other programs, have a pool of their
 /// own.
 ///
-/// What cannot be done is refused with a text that names what can. A recogniser or translator that lists no
-/// languages is taken to try any.
+/// A language that is not served is refused with a text that names those that are. A recogniser or translator
+/// that lists no languages is taken to try any.
 ///
-/// With the last of the engine and its streams gone, the translator and the synthesiser are stopped and the
+/// When the engine and all its streams have gone, the translator and the synthesiser are stopped, and the
 /// calls that are under way are waited for.
 class OfflineEngine : public TranslationEngine {
 public:
@@ -37,7 +37,7 @@ public:
     };
 
     struct Limits {
-        int maxStreams = 0;  ///< that the caller opens at once; 0: what the cores can do in real time
+        int maxStreams = 0;  ///< that the caller opens at once; 0 for as many as the cores do in real time
         Listener::Limits listener;
     };
 
@@ -60,8 +60,8 @@ private:
     const Limits limits_;
     const std::shared_ptr<Workers> workers_;  ///< shared with the streams
     const Parts parts_;
-    const std::vector<std::string> sources_;                        ///< empty: any
-    const std::vector<std::pair<std::string, std::string>> pairs_;  ///< empty: any
+    const std::vector<std::string> sources_;                        ///< empty where any may be tried
+    const std::vector<std::pair<std::string, std::string>> pairs_;  ///< empty where any may be tried
 };
 
 }  // namespace tarn::relay

@@ -41,7 +41,7 @@ void OfflineStream::sendSession(std::string_view type) {
 void OfflineStream::receive(std::string message) {
     const auto parsed = parseClientMessage(message);
     if (!parsed) {
-        // Once is enough: a client that sends nonsense sends it fifty times a second.
+        // This is reported once: a client that sends invalid messages sends them many times a second.
         if (!std::exchange(toldNonsense_, true)) {
             outlet_->sendError("a message was ignored: " + parsed.error());
         }

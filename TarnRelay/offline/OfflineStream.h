@@ -13,14 +13,14 @@ namespace tarn::relay {
 /// Takes one client's messages and hands its sound to the listener.
 class OfflineStream : public EngineStream {
 public:
-    /// What the client is told about its session.
+    /// The settings that the client is sent with the session's events.
     struct Session {
         std::string source;
         std::string target;
         int silenceMs = 0;
     };
 
-    /// `workers`: what the listener runs on, kept as long as the stream.
+    /// `workers`: the threads that the listener runs on, kept alive as long as the stream.
     OfflineStream(std::shared_ptr<void> workers, std::shared_ptr<StreamOutlet> outlet,
                   std::shared_ptr<Listener> listener, Session session);
     ~OfflineStream() override;
@@ -33,7 +33,7 @@ public:
 private:
     void sendSession(std::string_view type);
 
-    const std::shared_ptr<void> workers_;  ///< first here, hence the last to go
+    const std::shared_ptr<void> workers_;  ///< declared first, hence destroyed last
     const std::shared_ptr<StreamOutlet> outlet_;
     const std::shared_ptr<Listener> listener_;
     const Session session_;

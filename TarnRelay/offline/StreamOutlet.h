@@ -11,14 +11,14 @@
 
 namespace tarn::relay {
 
-/// The way of one stream's events to its client, from several workers, until it is shut. Thread: any.
+/// Sends one stream's events to its client, from several workers, until it is shut. Thread: any.
 class StreamOutlet {
 public:
     explicit StreamOutlet(std::shared_ptr<EventSink> sink) : sink_(std::move(sink)) {}
 
     /// Sends `fields` with the event's type and an identifier of its own.
     void send(std::string_view type, boost::json::object fields = {});
-    /// Tells the client's user something in plain words.
+    /// Sends a message for the client's user, in plain words.
     void sendError(const std::string& message);
     void close(std::uint16_t code, std::string reason);
 

@@ -13,7 +13,7 @@ using std::chrono::steady_clock;
 static_assert(std::endian::native == std::endian::little, "samples are sent as they are");
 
 constexpr std::size_t kMostWaiting = sizeof(std::int16_t) * 16000 * 30;  ///< bytes
-constexpr std::size_t kMostLines = 200;  ///< of one call; nobody says more between two
+constexpr std::size_t kMostLines = 200;  ///< in one call; no speech changes more often between two calls
 
 ChildCommand recogniserCommand(std::string line, const std::string& language, int silenceMs) {
     auto command = userCommand(std::move(line));
@@ -51,6 +51,8 @@ Result<void> CommandRecogniser::process(std::span<const std::int16_t> samples,
     if (waiting_.empty()) {
         lastTaken_ = steady_clock::now();
     }
+    // A command is behind only where the earlier sound, too, was more than the limit: one large piece, given
+    // at once, may be larger than that.
     const bool behind = waiting_.size() > kMostWaiting;
     const auto bytes = std::as_bytes(samples);
     waiting_.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
@@ -60,7 +62,8 @@ Result<void> CommandRecogniser::process(std::span<const std::int16_t> samples,
         outcome = failure(ErrorKind::timeout, "does not keep up with the sound");
     }
     if (child) {
-        // Read in any case: a command that has just ended may have left its last words.
+        // The output is read even after a failure: a command that has just ended may have left its last
+        // words.
         const auto collected = collect(**child, heard);
         if (outcome) {
             outcome = collected;
@@ -97,7 +100,7 @@ Result<void> CommandRecogniser::collect(ChildProcess& child, std::vector<Hypothe
         const auto line = child.readUntil('\n', kLongestCommandLine, steady_clock::now());
         if (!line) {
             if (line.error().kind == ErrorKind::timeout) {
-                return {};  // nothing more for now
+                return {};  // no whole line is there yet
             }
             return std::unexpected(line.error());
         }

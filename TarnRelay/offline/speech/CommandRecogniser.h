@@ -19,17 +19,17 @@ namespace tarn::relay {
 /// TARN_SILENCE_MS the silence that ends an utterance.
 ///
 /// Sound that the command does not take at once waits here, up to 30 seconds of it where a caller goes on in
-/// spite of `full`. A command that has ended,
-/// that takes nothing for longer than the limit, that falls 30 seconds behind, or that writes something else,
-/// is ended and costs the utterance under way; what waited is dropped with it. While a command that always
-/// dies is left alone for a second, sound is dropped without a further failure.
+/// spite of `full`. A command that has ended, that takes nothing for longer than the limit, that falls 30
+/// seconds behind, or that writes something else, is ended and costs the utterance under way; the sound that
+/// waited is dropped with it. A command that always dies is not started again for a second, in which sound is
+/// dropped without a further failure.
 class CommandRecogniser : public Recogniser {
 public:
     /// `limits`: how long the command may go without taking sound, at first and later.
     CommandRecogniser(std::string command, const std::string& language, int silenceMs,
                       AnswerLimits limits = kCommandLimits);
 
-    /// Never waits for the command, but for its start and its end.
+    /// Waits only for the command to start and to end, never for it to read or to write.
     Result<void> process(std::span<const std::int16_t> samples, std::vector<Hypothesis>& heard) override;
     bool inSpeech() const override { return inSpeech_; }
     bool full() const override { return !waiting_.empty(); }

@@ -74,7 +74,7 @@ public:
             const auto step = samples.first(std::min(samples.size(), stepSamples));
             samples = samples.subspan(step.size());
             if (auto done = processStep(step, heard); !done) {
-                // The decoder's state is not to be trusted any more; the next call makes another.
+                // The decoder's state cannot be trusted after a failure, so the next call makes a new one.
                 decoder_.reset();
                 inSpeech_ = false;
                 return done;
@@ -136,7 +136,7 @@ private:
         // once, and not by a decoder's own settings, which would close it under the others.
         static std::once_flag silenced;
         std::call_once(silenced, [] { err_set_logfp(nullptr); });
-        // Settings that it reads while it loads are the process's too.
+        // Some settings that the library reads while it loads a model are global as well.
         static std::mutex mutex;
         const std::lock_guard lock(mutex);
         const auto silenceFrames = std::to_string(silenceMs_ / frameMs);
@@ -174,8 +174,8 @@ bool beginsWith(const fs::path& file, std::initializer_list<std::string_view> ma
     return std::ranges::any_of(marks, [&](std::string_view mark) { return beginning.starts_with(mark); });
 }
 
-/// The model of a folder, where it is complete. The library ends the whole process over some files that it
-/// cannot read, so that they are looked at before it sees them.
+/// The model of a folder, where it is complete. The library exits the whole process over some files that it
+/// cannot read, so their beginnings are checked here first.
 std::optional<PocketSphinxFactory::Model> modelIn(const fs::path& folder) {
     std::error_code error;
     PocketSphinxFactory::Model model{.acoustic = folder / folder.filename(), .words = {}, .language = {}};
@@ -205,7 +205,7 @@ PocketSphinxFactory::PocketSphinxFactory(const fs::path& models) {
     for (const auto& entry : fs::directory_iterator(models, error)) {
         folders.push_back(entry.path());
     }
-    std::ranges::sort(folders);  // of several models of a language, always the same one
+    std::ranges::sort(folders);  // so that of several models of a language it is always the same one
     for (const auto& folder : folders) {
         const auto name = folder.filename().string();
         if (auto model = modelIn(folder)) {

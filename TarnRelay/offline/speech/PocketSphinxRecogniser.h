@@ -24,7 +24,7 @@ public:
     explicit PocketSphinxFactory(const std::filesystem::path& models = "/usr/share/pocketsphinx/model");
 
     std::vector<std::string> languages() const override;
-    /// From 200 ms: less would cut words in two.
+    /// At least 200 ms, because less would cut words in two.
     SilenceBounds silenceBounds() const override { return {.shortest = 200, .longest = 10000}; }
     Result<std::unique_ptr<Recogniser>> make(const std::string& language, int silenceMs) override;
 

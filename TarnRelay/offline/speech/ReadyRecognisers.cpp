@@ -5,7 +5,7 @@
 
 namespace tarn::relay {
 
-/// Tells when it has gone.
+/// Calls `gone` when it has been destroyed.
 class ReadyRecognisers::Lent : public Recogniser {
 public:
     Lent(std::unique_ptr<Recogniser> recogniser, std::function<void()> gone)
@@ -74,10 +74,11 @@ void ReadyRecognisers::load(const Kind& kind) {
     }
     auto made = makeLent(kind);
     std::vector<Hypothesis> nothing;
-    // Without a sample to work on, a recogniser does what comes before the first one: it reads its model.
+    // A call without samples makes a recogniser do what it does before the first one: read its model.
     if (!made || !(*made)->process({}, nothing)) {
         return;
     }
+    // The one that was kept before is destroyed after the lock is released, which takes a while.
     const std::lock_guard lock(mutex_);
     kind_ = kind;
     ready_.swap(*made);

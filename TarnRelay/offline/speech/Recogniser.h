@@ -11,7 +11,7 @@
 
 namespace tarn::relay {
 
-/// What a recogniser heard so far.
+/// The text that a recogniser has heard so far.
 struct Hypothesis {
     std::string text;    ///< the whole utterance so far, lower case, without punctuation; may be empty
     bool final = false;  ///< the utterance has ended and its text will not change
@@ -30,11 +30,11 @@ public:
     virtual Result<void> process(std::span<const std::int16_t> samples, std::vector<Hypothesis>& heard) = 0;
     /// True between the first sound of an utterance and its final text.
     virtual bool inSpeech() const = 0;
-    /// True while sound that was taken earlier waits inside: give no more for now, but call `process` without
-    /// samples again soon.
+    /// True while sound that was taken earlier waits inside. The caller should give no more for now, but call
+    /// `process` without samples again soon.
     virtual bool full() const { return false; }
-    /// True where more may be heard in the sound that was taken: call `process` now and then, with or without
-    /// samples.
+    /// True where more may be heard in the sound that was taken. The caller should call `process` now and
+    /// then, with or without samples.
     virtual bool answersLater() const { return false; }
 };
 

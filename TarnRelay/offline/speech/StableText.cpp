@@ -6,7 +6,8 @@
 namespace tarn::relay {
 namespace {
 
-/// Length of what both texts begin with, cut back to whole words of `first`.
+/// The length of the beginning that both texts share, cut back to whole words: "the meet" and "the meeting"
+/// share "the", since a word that still grows is not stable.
 std::size_t commonWords(const std::string& first, const std::string& second) {
     const auto [end, otherEnd] = std::ranges::mismatch(first, second);
     const auto ends = [](const std::string& text, auto at) { return at == text.end() || *at == ' '; };
@@ -24,6 +25,7 @@ StableText::Split StableText::update(const std::string& whole) {
     if (recent_.size() > agreement_) {
         recent_.pop_front();
     }
+    // Fewer texts than are needed cannot agree, however alike they are.
     std::size_t stable = recent_.size() == agreement_ ? whole.size() : 0;
     for (const auto& earlier : recent_) {
         stable = std::min(stable, commonWords(whole, earlier));

@@ -6,13 +6,19 @@
 
 namespace tarn::relay {
 
-/// Splits the growing text of an utterance into words that have stopped changing and the rest. Not
+/// Splits the growing text of an utterance into the words that have stopped changing and the rest. Not
 /// thread-safe.
+///
+/// Recognisers and translators revise their latest words, and a reader should see which ones may still
+/// change. A word counts as stable once several texts in a row begin with it and all before it (the "local
+/// agreement" of Liu, Spanakis and Niehues, "Low-latency sequence-to-sequence speech recognition and
+/// translation by partial hypothesis selection", Interspeech 2020). It may change even so; agreement only
+/// makes that rare.
 class StableText {
 public:
     struct Split {
         std::string text;   ///< the stable beginning
-        std::string stash;  ///< what may still change, with the space that joins it to `text`
+        std::string stash;  ///< the rest, which may still change, with the space that joins it to `text`
         bool operator==(const Split&) const = default;
     };
 

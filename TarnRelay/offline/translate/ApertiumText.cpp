@@ -19,6 +19,7 @@ bool isWordEdge(char character) {
            character == '.' || character == ',' || character == '?' || character == '!';
 }
 
+// The process's own locale may be "C", which knows no letters beyond ASCII.
 wint_t toUpper(wint_t letter) {
     static const locale_t locale = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
     return locale != nullptr ? ::towupper_l(letter, locale) : ::towupper(letter);
@@ -43,9 +44,10 @@ std::string toApertium(std::string_view text, std::string_view source) {
     for (std::size_t at = 0; at < text.size(); ++at) {
         const char character = text[at];
         if (character == '\0') {
-            result.push_back(' ');  // it would end the text
+            result.push_back(' ');  // a NUL byte would end the text
         } else if (character == '~') {
-            result.append("[~]");  // a formatting mark passes untouched; escaped, this character does not
+            result.append(
+                "[~]");  // as a formatting mark this character passes untouched, escaped it does not
         } else if (kSpecial.find(character) != std::string_view::npos) {
             result.push_back('\\');
             result.push_back(character);
@@ -65,7 +67,7 @@ std::string fromApertium(std::string_view answer) {
     for (std::size_t at = 0; at < answer.size(); ++at) {
         char character = answer[at];
         if (character == '[' || character == ']') {
-            continue;  // bounds of a formatting mark: brackets of the text itself are escaped
+            continue;  // these bound a formatting mark, since brackets of the text itself are escaped
         }
         if (character == '\\' && at + 1 < answer.size()) {
             character = answer[++at];

@@ -17,7 +17,8 @@ namespace {
 
 constexpr std::size_t kLongestText = 65536;
 constexpr std::size_t kLongestAnswer = 1 << 20;
-constexpr std::string_view kSentenceEnd = ".[]";  ///< what Apertium's own text filter puts behind a text
+/// Apertium's own text filter puts this behind a text, so that its rules see a sentence end.
+constexpr std::string_view kSentenceEnd = ".[]";
 
 struct LanguageName {
     std::string_view apertium;
@@ -75,8 +76,9 @@ void replaceAll(std::string& text, std::string_view from, std::string_view to) {
     }
 }
 
-/// The shell's pipeline for a mode, made to answer text by text: every program is told to hand on what it has
-/// at each NUL byte (-z), and the generator to leave out its marks for unknown words (-n).
+/// The shell's pipeline for a mode, changed to answer text by text: every program gets -z, which makes it
+/// flush at each NUL byte, and the generator -n, which leaves out its marks for unknown words. The program
+/// `apertium` itself is not used: with its text filter it does not flush.
 std::string pipelineOf(std::string recipe) {
     replaceAll(recipe, "$1", "-n");
     replaceAll(recipe, "$2", "");
@@ -114,7 +116,7 @@ ApertiumTranslator::ApertiumTranslator(const std::filesystem::path& modes, std::
             continue;
         }
         auto command = ChildCommand::shell(pipeline);
-        // The stages end at once where the user's locale has not been generated.
+        // Under a locale that has not been generated the stages would end at once.
         command.environment = {{"LC_ALL", "C.UTF-8"}};
         pipelines_.try_emplace(*pair, std::make_unique<ChildConversation>(
                                           "the translator " + pair->first + " to " + pair->second,

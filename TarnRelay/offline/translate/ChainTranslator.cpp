@@ -8,6 +8,7 @@
 namespace tarn::relay {
 namespace {
 
+// Every step adds mistakes of its own; after three, little is left of a sentence.
 constexpr std::size_t kMostSteps = 3;
 
 std::string written(const std::vector<std::string>& way) {
@@ -26,7 +27,7 @@ ChainTranslator::ChainTranslator(std::unique_ptr<Translator> direct) : direct_(s
         neighbours[source].insert(target);
     }
     for (const auto& [source, unused] : neighbours) {
-        // Breadth first, so that the first way found to a language is a shortest one.
+        // The search goes breadth first, so that the first way found to a language is a shortest one.
         std::deque<std::vector<std::string>> open{{source}};
         while (!open.empty()) {
             const auto way = std::move(open.front());

@@ -22,15 +22,16 @@ public:
     /// One sentence or a part of one. A failure costs this text only: the next call works again.
     virtual Result<std::string> translate(const std::string& text, const std::string& source,
                                           const std::string& target) = 0;
-    /// Keeps what this pair needs from being ended as idle while the result lives. May be null.
+    /// While the result lives, the programs that this pair needs are not ended as idle. It may be null.
     virtual std::shared_ptr<const void> hold(const std::string& /*source*/,
                                              const std::string& /*target*/) const {
         return nullptr;
     }
-    /// Ends what was not needed for `limit`; it comes again with the next text that needs it. How long until
-    /// it is worth another try; nothing where there is nothing to end. Blocks as `translate` does.
+    /// Ends the programs that were not needed for `limit`; they are started again with the next text that
+    /// needs them. The result is how long to wait until another call is worth while, or nothing where no
+    /// program is left to end. Blocks as `translate` does.
     virtual std::optional<Clock::Duration> endIdle(Clock::Duration /*limit*/) { return std::nullopt; }
-    /// Makes the calls under way, and later ones, fail soon instead of waiting for what they wait for.
+    /// Makes the calls under way, and later ones, fail soon instead of waiting.
     virtual void stop() {}
 };
 

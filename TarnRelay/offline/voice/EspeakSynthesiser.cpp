@@ -20,7 +20,7 @@ constexpr std::size_t kLongestText = 65536;
 constexpr std::size_t kMostOutput = std::size_t{256}
                                     << 20;  ///< bytes; the longest text at the slowest takes a third
 
-/// Languages without a voice, and the one whose voice their speakers understand best.
+/// Languages without a voice, each with the language whose voice its speakers understand best.
 constexpr std::array<std::pair<std::string_view, std::string_view>, 4> kSubstitutes{
     {{"gl", "pt"}, {"oc", "ca"}, {"ast", "es"}, {"nn", "nb"}}};
 
@@ -37,7 +37,7 @@ int numberIn(std::string_view text) {
     return number;
 }
 
-/// The text as the program shall read it: "[[" would begin phoneme codes, and a NUL byte the end.
+/// The text as it is given to the program, for which "[[" begins phoneme codes and a NUL byte ends the text.
 std::string spoken(const std::string& text) {
     std::string result;
     for (const char character : text) {
@@ -118,7 +118,8 @@ Result<Speech> EspeakSynthesiser::run(const std::string& file, const std::string
     if (!bytes) {
         return std::unexpected(bytes.error());
     }
-    // The head of the sound does not tell its length, so that only the status tells whether it is all there.
+    // The header was written before the length was known, so that only the exit status tells whether the
+    // sound is complete.
     if (const auto finished = (*child)->finish(deadline); !finished) {
         return std::unexpected(finished.error());
     }

@@ -12,8 +12,8 @@
 namespace tarn::relay {
 
 /// Speaks with eSpeak NG, run as a separate program for each text (it needs about 30 ms to start and speak a
-/// sentence). Languages and voices are what the program says it has; a language that it lacks but whose
-/// speakers understand another is spoken with that one (Galician with Portuguese, Occitan with Catalan).
+/// sentence). Languages and voices are those that the program lists. A language that it lacks, but whose
+/// speakers understand another, is spoken with that one (Galician with Portuguese, Occitan with Catalan).
 /// Thread: any; texts are spoken side by side.
 class EspeakSynthesiser : public Synthesiser {
 public:
@@ -28,15 +28,15 @@ public:
     /// `voice`: a name, a file or a language code of the program's list ("Spanish_(Latin_America)",
     /// "roa/es-419", "es-419"), in any case. A blank text gives no samples. Fails with `invalidInput` for a
     /// text of more than 64 KiB, with `unavailable` for a language that is not spoken, and with `timeout`,
-    /// `closed` or `protocol` where the program failed. A program that dies is run once more: the sound that
-    /// it leaves breaks off in mid-sentence.
+    /// `closed` or `protocol` where the program failed. A program that dies is run once more, because the
+    /// sound that it leaves breaks off in mid-sentence.
     Result<Speech> speak(const std::string& text, const std::string& voice,
                          const std::string& language) override;
     void stop() override { stop_->raise(); }
 
 private:
     struct Choice {
-        std::string file;  ///< what selects the voice on the command line
+        std::string file;  ///< selects the voice on the command line
         int priority;      ///< lower is better
         std::string name;
     };

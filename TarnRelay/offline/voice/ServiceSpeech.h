@@ -8,8 +8,8 @@
 
 namespace tarn::relay {
 
-/// Speech as clients receive it: signed 16-bit little-endian, 24 kHz, mono. Fails with `invalidInput` for a
-/// rate that cannot be converted.
+/// Converts speech to the form in which clients receive it: signed 16-bit little-endian, 24 kHz, mono. Fails
+/// with `invalidInput` for a rate that cannot be converted.
 Result<std::vector<std::byte>> toServiceSpeech(const Speech& speech);
 
 }  // namespace tarn::relay

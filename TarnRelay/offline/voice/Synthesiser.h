@@ -24,16 +24,16 @@ class Synthesiser {
 public:
     virtual ~Synthesiser() = default;
     virtual bool speaks(const std::string& language) const = 0;
-    /// Names that `speak` takes as a voice, the language's default first; none where it is not spoken.
-    /// Nothing where it cannot be told.
+    /// Names that `speak` takes as a voice, the language's default first; an empty list where the language is
+    /// not spoken, nothing where the synthesiser cannot tell.
     virtual std::optional<std::vector<std::string>> voices(const std::string& /*language*/) const {
         return std::nullopt;
     }
-    /// `voice`: empty for the language's default; an unknown one falls back to that. A failure costs this
+    /// `voice`: empty for the language's default, which an unknown one falls back to. A failure costs this
     /// text only.
     virtual Result<Speech> speak(const std::string& text, const std::string& voice,
                                  const std::string& language) = 0;
-    /// Makes the calls under way, and later ones, fail soon instead of waiting for what they wait for.
+    /// Makes the calls under way, and later ones, fail soon instead of waiting.
     virtual void stop() {}
 };
 
