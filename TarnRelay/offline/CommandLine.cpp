@@ -8,7 +8,7 @@ namespace {
 
 namespace json = boost::json;
 
-constexpr std::size_t kDeepest = 8;
+constexpr std::size_t deepest = 8;
 
 }  // namespace
 
@@ -24,7 +24,7 @@ std::string commandLine(const json::object& object) {
 
 Result<json::object> parseCommandLine(std::string_view line) {
     json::parse_options options;
-    options.max_depth = kDeepest;
+    options.max_depth = deepest;
     boost::system::error_code invalid;
     auto value = json::parse(json::string_view(line.data(), line.size()), invalid, {}, options);
     if (invalid || !value.is_object()) {
@@ -46,7 +46,7 @@ Result<json::object> askForObject(ChildProcess& child, std::string_view question
     if (const auto written = child.write(question, deadline); !written) {
         return std::unexpected(written.error());
     }
-    const auto line = child.readUntil('\n', kLongestCommandLine, deadline);
+    const auto line = child.readUntil('\n', longestCommandLine, deadline);
     if (!line) {
         return std::unexpected(line.error());
     }

@@ -10,7 +10,7 @@
 namespace tarn::relay {
 
 /// Longest line that a command may write, in bytes.
-inline constexpr std::size_t kLongestCommandLine = 1 << 20;
+inline constexpr std::size_t longestCommandLine = 1 << 20;
 
 /// The command for a command line of the user's own, whose standard error goes to ours, line by line.
 ChildCommand userCommand(std::string line);

@@ -190,7 +190,7 @@ void Interpreter::speak(const std::string& text, const std::string& response) {
         return;
     }
     auto speech = job_.synthesiser->speak(text, job_.voice, job_.target);
-    if (speech && speech->samples.size() / kLongestSpeechSeconds > static_cast<std::size_t>(speech->rate)) {
+    if (speech && speech->samples.size() / longestSpeechSeconds > static_cast<std::size_t>(speech->rate)) {
         speech = failure(ErrorKind::invalidInput, "it takes longer than a minute");
     }
     const auto sound = speech ? toServiceSpeech(*speech) : std::unexpected(speech.error());

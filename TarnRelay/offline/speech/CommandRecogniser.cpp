@@ -12,8 +12,8 @@ using std::chrono::steady_clock;
 
 static_assert(std::endian::native == std::endian::little, "samples are sent as they are");
 
-constexpr std::size_t kMostWaiting = sizeof(std::int16_t) * 16000 * 30;  ///< bytes
-constexpr std::size_t kMostLines = 200;  ///< in one call; no speech changes more often between two calls
+constexpr std::size_t mostWaiting = sizeof(std::int16_t) * 16000 * 30;  ///< bytes
+constexpr std::size_t mostLines = 200;  ///< in one call; no speech changes more often between two calls
 
 ChildCommand recogniserCommand(std::string line, const std::string& language, int silenceMs) {
     auto command = userCommand(std::move(line));
@@ -53,12 +53,12 @@ Result<void> CommandRecogniser::process(std::span<const std::int16_t> samples,
     }
     // A command is behind only where the earlier sound, too, was more than the limit: one large piece, given
     // at once, may be larger than that.
-    const bool behind = waiting_.size() > kMostWaiting;
+    const bool behind = waiting_.size() > mostWaiting;
     const auto bytes = std::as_bytes(samples);
     waiting_.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     const auto child = child_.child();
     auto outcome = child ? feed(**child) : std::unexpected(child.error());
-    if (outcome && behind && waiting_.size() > kMostWaiting) {
+    if (outcome && behind && waiting_.size() > mostWaiting) {
         outcome = failure(ErrorKind::timeout, "does not keep up with the sound");
     }
     if (child) {
@@ -96,8 +96,8 @@ Result<void> CommandRecogniser::feed(ChildProcess& child) {
 }
 
 Result<void> CommandRecogniser::collect(ChildProcess& child, std::vector<Hypothesis>& heard) {
-    for (std::size_t lines = 0; lines < kMostLines; ++lines) {
-        const auto line = child.readUntil('\n', kLongestCommandLine, steady_clock::now());
+    for (std::size_t lines = 0; lines < mostLines; ++lines) {
+        const auto line = child.readUntil('\n', longestCommandLine, steady_clock::now());
         if (!line) {
             if (line.error().kind == ErrorKind::timeout) {
                 return {};  // no whole line is there yet

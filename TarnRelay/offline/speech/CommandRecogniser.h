@@ -27,7 +27,7 @@ class CommandRecogniser : public Recogniser {
 public:
     /// `limits`: how long the command may go without taking sound, at first and later.
     CommandRecogniser(std::string command, const std::string& language, int silenceMs,
-                      AnswerLimits limits = kCommandLimits);
+                      AnswerLimits limits = commandLimits);
 
     /// Waits only for the command to start and to end, never for it to read or to write.
     Result<void> process(std::span<const std::int16_t> samples, std::vector<Hypothesis>& heard) override;
@@ -49,7 +49,7 @@ private:
 /// Runs one command per client. Any language is tried.
 class CommandRecogniserFactory : public RecogniserFactory {
 public:
-    explicit CommandRecogniserFactory(std::string command, AnswerLimits limits = kCommandLimits)
+    explicit CommandRecogniserFactory(std::string command, AnswerLimits limits = commandLimits)
         : command_(std::move(command)), limits_(limits) {}
 
     /// Empty: any language is tried.

@@ -12,7 +12,7 @@ namespace {
 namespace utf = boost::locale::utf;
 using Utf8 = utf::utf_traits<char>;
 
-constexpr std::string_view kSpecial = "\\[]{}^$@/<>";
+constexpr std::string_view special = "\\[]{}^$@/<>";
 
 bool isWordEdge(char character) {
     return character == '\'' || character == ' ' || character == '\n' || character == '\t' ||
@@ -48,7 +48,7 @@ std::string toApertium(std::string_view text, std::string_view source) {
         } else if (character == '~') {
             result.append(
                 "[~]");  // as a formatting mark this character passes untouched, escaped it does not
-        } else if (kSpecial.find(character) != std::string_view::npos) {
+        } else if (special.find(character) != std::string_view::npos) {
             result.push_back('\\');
             result.push_back(character);
         } else if (character == 'i' && source == "en" && (at == 0 || isWordEdge(text[at - 1])) &&

@@ -15,17 +15,17 @@
 namespace tarn::relay {
 namespace {
 
-constexpr std::size_t kLongestText = 65536;
-constexpr std::size_t kLongestAnswer = 1 << 20;
+constexpr std::size_t longestText = 65536;
+constexpr std::size_t longestAnswer = 1 << 20;
 /// Apertium's own text filter puts this behind a text, so that its rules see a sentence end.
-constexpr std::string_view kSentenceEnd = ".[]";
+constexpr std::string_view sentenceEnd = ".[]";
 
 struct LanguageName {
     std::string_view apertium;
     std::string_view code;
 };
 
-constexpr std::array kLanguageNames{
+constexpr std::array languageNames{
     LanguageName{"afr", "af"},    LanguageName{"arg", "an"},    LanguageName{"ast", "ast"},
     LanguageName{"bel", "be"},    LanguageName{"bre", "br"},    LanguageName{"bul", "bg"},
     LanguageName{"cat", "ca"},    LanguageName{"cym", "cy"},    LanguageName{"dan", "da"},
@@ -45,8 +45,8 @@ constexpr std::array kLanguageNames{
 
 /// The code of one of Apertium's language names; nothing for a variant ("cat_valencia") or something else.
 std::optional<std::string> codeOf(std::string_view name) {
-    const auto* const known = std::ranges::find(kLanguageNames, name, &LanguageName::apertium);
-    if (known != kLanguageNames.end()) {
+    const auto* const known = std::ranges::find(languageNames, name, &LanguageName::apertium);
+    if (known != languageNames.end()) {
         return std::string(known->code);
     }
     const bool plain =
@@ -143,18 +143,18 @@ Result<std::string> ApertiumTranslator::translate(const std::string& text, const
     if (!isUtf8(text)) {
         return failure(ErrorKind::invalidInput, "the text to translate is not UTF-8");
     }
-    if (text.size() > kLongestText) {
+    if (text.size() > longestText) {
         return failure(ErrorKind::invalidInput, "the text to translate is too long");
     }
     std::string question = toApertium(text, source);
-    question.append(kSentenceEnd);
+    question.append(sentenceEnd);
     question.push_back('\0');
     std::string answer;
     const auto outcome = pipeline->second->ask([&](ChildProcess& child, auto deadline) -> Result<void> {
         if (auto written = child.write(question, deadline); !written) {
             return written;
         }
-        auto line = child.readUntil('\0', kLongestAnswer, deadline);
+        auto line = child.readUntil('\0', longestAnswer, deadline);
         if (!line) {
             return std::unexpected(line.error());
         }
@@ -164,8 +164,8 @@ Result<std::string> ApertiumTranslator::translate(const std::string& text, const
     if (!outcome) {
         return std::unexpected(outcome.error());
     }
-    if (answer.ends_with(kSentenceEnd)) {
-        answer.resize(answer.size() - kSentenceEnd.size());
+    if (answer.ends_with(sentenceEnd)) {
+        answer.resize(answer.size() - sentenceEnd.size());
     }
     return fromApertium(answer);
 }

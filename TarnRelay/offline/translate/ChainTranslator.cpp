@@ -9,7 +9,7 @@ namespace tarn::relay {
 namespace {
 
 // Every step adds mistakes of its own; after three, little is left of a sentence.
-constexpr std::size_t kMostSteps = 3;
+constexpr std::size_t mostSteps = 3;
 
 std::string written(const std::vector<std::string>& way) {
     std::string text;
@@ -32,7 +32,7 @@ ChainTranslator::ChainTranslator(std::unique_ptr<Translator> direct) : direct_(s
         while (!open.empty()) {
             const auto way = std::move(open.front());
             open.pop_front();
-            if (way.size() > kMostSteps) {
+            if (way.size() > mostSteps) {
                 continue;
             }
             for (const auto& next : neighbours[way.back()]) {

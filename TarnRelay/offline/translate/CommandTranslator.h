@@ -17,7 +17,7 @@ namespace tarn::relay {
 /// ended and costs the call. Thread: any.
 class CommandTranslator : public Translator {
 public:
-    explicit CommandTranslator(std::string command, AnswerLimits limits = kCommandLimits);
+    explicit CommandTranslator(std::string command, AnswerLimits limits = commandLimits);
 
     /// Empty: any pair is tried.
     std::vector<std::pair<std::string, std::string>> pairs() const override { return {}; }

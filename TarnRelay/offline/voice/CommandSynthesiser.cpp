@@ -26,13 +26,13 @@ Result<Speech> readSpeech(ChildProcess& child, std::string_view question, ChildP
     }
     const auto rate = numberOf(*head, "rate");
     const auto bytes = numberOf(*head, "bytes");
-    if (!rate || *rate < kLowestSpeechRate || *rate > kHighestSpeechRate) {
+    if (!rate || *rate < lowestSpeechRate || *rate > highestSpeechRate) {
         return failure(ErrorKind::protocol, "wrote a line without a usable \"rate\"");
     }
     if (!bytes || *bytes < 0 || *bytes % 2 != 0) {
         return failure(ErrorKind::protocol, "wrote a line without a usable number of \"bytes\"");
     }
-    if (*bytes > *rate * 2 * kLongestSpeechSeconds) {
+    if (*bytes > *rate * 2 * longestSpeechSeconds) {
         return failure(ErrorKind::protocol, "announced more than a minute of sound for one text");
     }
     const auto sound = child.readExactly(static_cast<std::size_t>(*bytes), deadline);

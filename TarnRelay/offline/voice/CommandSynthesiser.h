@@ -16,7 +16,7 @@ namespace tarn::relay {
 /// call. Thread: any.
 class CommandSynthesiser : public Synthesiser {
 public:
-    explicit CommandSynthesiser(std::string command, AnswerLimits limits = kCommandLimits);
+    explicit CommandSynthesiser(std::string command, AnswerLimits limits = commandLimits);
 
     /// Every language is tried.
     bool speaks(const std::string&) const override { return true; }

@@ -16,12 +16,12 @@
 namespace tarn::relay {
 namespace {
 
-constexpr std::size_t kLongestText = 65536;
-constexpr std::size_t kMostOutput = std::size_t{256}
-                                    << 20;  ///< bytes; the longest text at the slowest takes a third
+constexpr std::size_t longestText = 65536;
+constexpr std::size_t mostOutput = std::size_t{256}
+                                   << 20;  ///< bytes; the longest text at the slowest takes a third
 
 /// Languages without a voice, each with the language whose voice its speakers understand best.
-constexpr std::array<std::pair<std::string_view, std::string_view>, 4> kSubstitutes{
+constexpr std::array<std::pair<std::string_view, std::string_view>, 4> substitutes{
     {{"gl", "pt"}, {"oc", "ca"}, {"ast", "es"}, {"nn", "nb"}}};
 
 std::string lower(std::string text) {
@@ -78,7 +78,7 @@ std::optional<std::vector<std::string>> EspeakSynthesiser::voices(const std::str
 
 Result<Speech> EspeakSynthesiser::speak(const std::string& text, const std::string& voice,
                                         const std::string& language) {
-    if (text.size() > kLongestText) {
+    if (text.size() > longestText) {
         return failure(ErrorKind::invalidInput, "the text to speak is too long");
     }
     const auto wished = voices_.find(lower(voice));
@@ -114,7 +114,7 @@ Result<Speech> EspeakSynthesiser::run(const std::string& file, const std::string
         return std::unexpected(written.error());
     }
     (*child)->closeInput();
-    const auto bytes = (*child)->readToEnd(kMostOutput, deadline);
+    const auto bytes = (*child)->readToEnd(mostOutput, deadline);
     if (!bytes) {
         return std::unexpected(bytes.error());
     }
@@ -155,7 +155,7 @@ void EspeakSynthesiser::addVoices(const std::string& table) {
             offer(language, {file, numberIn(priority), name});
         }
     }
-    for (const auto& [language, substitute] : kSubstitutes) {
+    for (const auto& [language, substitute] : substitutes) {
         if (const auto known = languages_.find(std::string(substitute)); known != languages_.end()) {
             languages_.try_emplace(std::string(language), known->second);
         }

@@ -9,9 +9,9 @@
 
 namespace tarn::relay {
 
-inline constexpr int kLowestSpeechRate = 8000;     ///< Hz
-inline constexpr int kHighestSpeechRate = 192000;  ///< Hz
-inline constexpr int kLongestSpeechSeconds = 60;   ///< of one text, that a client is sent
+inline constexpr int lowestSpeechRate = 8000;     ///< Hz
+inline constexpr int highestSpeechRate = 192000;  ///< Hz
+inline constexpr int longestSpeechSeconds = 60;   ///< of one text, that a client is sent
 
 /// Mono speech.
 struct Speech {

@@ -35,7 +35,7 @@ Result<Speech> parseWave(std::string_view bytes) {
                                    numberAt<std::uint16_t>(body, 2) == 1 &&
                                    numberAt<std::uint16_t>(body, 14) == 16;
             const auto rate = numberAt<std::uint32_t>(body, 4);
-            if (!pcm16Mono || rate < kLowestSpeechRate || rate > kHighestSpeechRate) {
+            if (!pcm16Mono || rate < lowestSpeechRate || rate > highestSpeechRate) {
                 return failure(ErrorKind::protocol, "wrote a WAV stream that is not 16-bit mono PCM");
             }
             speech.rate = static_cast<int>(rate);
