@@ -39,3 +39,11 @@ inline constexpr std::string_view responseDone = "response.done";
 inline constexpr std::string_view tarnError = "tarn.error";
 
 }  // namespace tarn::events
+
+namespace tarn {
+
+/// Path and query of the translation service's WebSocket, behind "wss://" and its host.
+inline constexpr std::string_view serviceRoute =
+    "/api-ws/v1/realtime?model=qwen3.5-livetranslate-flash-realtime";
+
+}  // namespace tarn

@@ -6,6 +6,7 @@
 #include <boost/asio/strand.hpp>
 #include <span>
 
+#include "EventNames.h"
 #include "EventProtocol.h"
 #include "TarnCore/audio/ServiceAudio.h"
 #include "TarnCore/deployment/Deployment.h"
@@ -44,8 +45,7 @@ QwenClient::QwenClient(Url endpoint, std::string authHeader, QwenConfig config, 
 
 const Url& QwenClient::directEndpoint() {
     static const Url endpoint = [] {
-        const auto url = Url::parse("wss://" + Deployment::serviceHost() +
-                                    "/api-ws/v1/realtime?model=qwen3.5-livetranslate-flash-realtime");
+        const auto url = Url::parse("wss://" + Deployment::serviceHost() + std::string(serviceRoute));
         return url.value_or(Url());
     }();
     return endpoint;

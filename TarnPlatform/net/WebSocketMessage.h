@@ -15,8 +15,6 @@ struct WebSocketMessage {
 inline constexpr std::uint16_t closeNormal = 1000;
 inline constexpr std::uint16_t closeGoingAway = 1001;
 inline constexpr std::uint16_t closeUnsupported = 1003;
-inline constexpr std::uint16_t closePolicy = 1008;
-inline constexpr std::uint16_t closeTooBig = 1009;
 inline constexpr std::uint16_t closeInternalError = 1011;
 inline constexpr std::uint16_t closeTryAgainLater = 1013;
 

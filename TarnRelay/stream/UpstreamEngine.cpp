@@ -173,7 +173,7 @@ UpstreamEngine::UpstreamEngine(Url endpoint, std::string key, NetworkContext net
     : endpoint_(std::move(endpoint)), key_(std::move(key)), network_(std::move(network)) {}
 
 Result<Url> UpstreamEngine::serviceEndpoint(const std::string& host) {
-    auto url = Url::parse("wss://" + host + "/api-ws/v1/realtime?model=qwen3.5-livetranslate-flash-realtime");
+    auto url = Url::parse("wss://" + host + std::string(serviceRoute));
     const bool isPlain = host.find_first_of("/?#@\\ ") == std::string::npos;
     if (!isPlain || !url || url->host().empty()) {
         return failure(ErrorKind::invalidInput, "\"" + host + "\" is not a host name");
