@@ -177,12 +177,6 @@ std::vector<QueryItem> Url::queryItems() const {
     return items;
 }
 
-Url Url::withScheme(std::string scheme) const {
-    Url copy = *this;
-    copy.scheme_ = lowered(std::move(scheme));
-    return copy;
-}
-
 Url Url::withPath(std::string path) const {
     Url copy = *this;
     copy.path_ = std::move(path);

@@ -39,7 +39,6 @@ public:
     /// Query items in order, decoded ("+" stands for itself).
     std::vector<QueryItem> queryItems() const;
 
-    Url withScheme(std::string scheme) const;
     Url withPath(std::string path) const;                           ///< `path` is percent-encoded already
     Url withQueryItems(const std::vector<QueryItem>& items) const;  ///< percent-encodes names and values
     /// Exactly one "/" between the present path and `component`.
