@@ -1,8 +1,9 @@
 #include "FormBody.h"
 
-#include <algorithm>
 #include <boost/url/parse_query.hpp>
 #include <cstddef>
+
+#include "TarnPlatform/net/Http.h"
 
 namespace tarn::relay {
 namespace {
@@ -39,8 +40,7 @@ bool isFormType(std::string_view contentType) {
     while (type.ends_with(' ') || type.ends_with('\t')) {
         type.remove_suffix(1);
     }
-    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-    return std::ranges::equal(type, form, {}, lower);
+    return sameIgnoringCase(type, form);
 }
 
 }  // namespace tarn::relay

@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <charconv>
 #include <cstddef>
-#include <string>
+
+#include "TarnPlatform/net/Http.h"
 
 namespace tarn::relay {
 namespace {
@@ -32,12 +33,7 @@ double weightOf(std::string_view parameters) {
 }
 
 bool isLanguage(std::string_view tag, std::string_view code) {
-    if (tag.size() < code.size() || (tag.size() > code.size() && tag[code.size()] != '-')) {
-        return false;
-    }
-    return std::ranges::equal(tag.substr(0, code.size()), code, [](char a, char b) {
-        return (a >= 'A' && a <= 'Z' ? static_cast<char>(a - 'A' + 'a') : a) == b;
-    });
+    return sameIgnoringCase(tag.substr(0, tag.find('-')), code);
 }
 
 }  // namespace

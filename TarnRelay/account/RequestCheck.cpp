@@ -1,6 +1,5 @@
 #include "RequestCheck.h"
 
-#include <algorithm>
 #include <boost/asio/ip/address.hpp>
 #include <initializer_list>
 
@@ -8,14 +7,6 @@
 
 namespace tarn::relay {
 namespace {
-
-char lower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-bool sameIgnoringCase(std::string_view left, std::string_view right) {
-    return std::ranges::equal(left, right, [](char a, char b) { return lower(a) == lower(b); });
-}
 
 std::vector<std::string_view> valuesOf(const std::vector<HttpHeader>& headers, std::string_view name) {
     std::vector<std::string_view> values;
