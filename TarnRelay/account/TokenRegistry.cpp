@@ -19,12 +19,12 @@
 #include <system_error>
 #include <utility>
 
+#include "EmailAddress.h"
 #include "RandomSecret.h"
 #include "TarnPlatform/base/AtomicFile.h"
 #include "TarnPlatform/base/FileLock.h"
 #include "TarnPlatform/base/Log.h"
 #include "TarnPlatform/base/UniqueDescriptor.h"
-#include "TarnPlatform/base/Utf8.h"
 
 namespace tarn::relay {
 namespace {
@@ -33,7 +33,6 @@ namespace json = boost::json;
 
 constexpr std::chrono::seconds lockLimit{5};
 constexpr std::size_t maxFileBytes = 16UZ * 1024 * 1024;
-constexpr std::size_t maxEmailBytes = 254;
 constexpr std::ptrdiff_t maxTokensOfAddress = 32;  ///< without a limit the file would grow for ever
 
 std::unexpected<Error> systemFailure(std::string_view what, const std::filesystem::path& path) {
@@ -119,11 +118,9 @@ std::optional<std::filesystem::path> TokenRegistry::defaultFolder() {
 }
 
 Result<std::string> TokenRegistry::issue(const std::string& email) const {
-    const auto isControl = [](unsigned char c) { return c < 0x20 || c == 0x7f; };
-    if (email.empty() || email.size() > maxEmailBytes || std::ranges::any_of(email, isControl) ||
-        !isUtf8(email)) {
+    if (!isEmailAddress(email)) {
         return failure(ErrorKind::invalidInput,
-                       "an e-mail address is 1 to 254 bytes of UTF-8 text without control characters");
+                       "an e-mail address is like name@example.org, in ASCII and of 254 bytes at most");
     }
     auto token = randomSecret();
     if (!token) {
