@@ -7,7 +7,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
 #include "RateConverter.h"
@@ -23,6 +25,36 @@ std::unexpected<Error> failed(ErrorKind kind, const std::string& path, const std
 std::string systemReason() {
     return std::strerror(errno);
 }
+
+/// Bytes in memory, for libsndfile to read like a file.
+struct Memory {
+    std::string_view bytes;
+    sf_count_t at = 0;
+
+    static SF_VIRTUAL_IO access;
+
+    sf_count_t size() const { return std::ssize(bytes); }
+    sf_count_t seek(sf_count_t offset, int from) {
+        const auto base = from == SEEK_SET ? 0 : from == SEEK_CUR ? at : size();
+        at = std::clamp<sf_count_t>(base + offset, 0, size());
+        return at;
+    }
+    sf_count_t read(void* to, sf_count_t most) {
+        const auto count = std::clamp<sf_count_t>(most, 0, size() - at);
+        std::memcpy(to, bytes.data() + at, static_cast<std::size_t>(count));
+        at += count;
+        return count;
+    }
+};
+
+SF_VIRTUAL_IO Memory::access{
+    .get_filelen = [](void* memory) { return static_cast<Memory*>(memory)->size(); },
+    .seek = [](sf_count_t offset, int from,
+               void* memory) { return static_cast<Memory*>(memory)->seek(offset, from); },
+    .read = [](void* to, sf_count_t most,
+               void* memory) { return static_cast<Memory*>(memory)->read(to, most); },
+    .write = nullptr,
+    .tell = [](void* memory) { return static_cast<Memory*>(memory)->at; }};
 
 }  // namespace
 
@@ -87,6 +119,31 @@ Result<PcmBuffer> SoundFileReader::read(std::uint32_t frames) {
     }
     buffer->setFrameLength(static_cast<std::uint32_t>(std::max<sf_count_t>(count, 0)));
     return std::move(*buffer);
+}
+
+Result<MonoSound> readWaveStream(std::string_view bytes) {
+    Memory memory{bytes};
+    SF_INFO info{};
+    // libsndfile takes the length of the file where the header's is larger.
+    SoundFileHandle file(-1);
+    file.sound = sf_open_virtual(&Memory::access, SFM_READ, &info, &memory);
+    if (file.sound == nullptr) {
+        return failure(ErrorKind::protocol, bytes.starts_with("RIFF")
+                                                ? "wrote a WAV stream without sound"
+                                                : "wrote something that is not a WAV stream");
+    }
+    const int kind = info.format & SF_FORMAT_TYPEMASK;
+    if (kind != SF_FORMAT_WAV && kind != SF_FORMAT_WAVEX) {
+        return failure(ErrorKind::protocol, "wrote something that is not a WAV stream");
+    }
+    if ((info.format & SF_FORMAT_SUBMASK) != SF_FORMAT_PCM_16 || info.channels != 1) {
+        return failure(ErrorKind::protocol, "wrote a WAV stream that is not 16-bit mono PCM");
+    }
+    MonoSound sound{.sampleRate = info.samplerate,
+                    .samples = std::vector<std::int16_t>(static_cast<std::size_t>(info.frames))};
+    const auto count = sf_read_short(file.sound, sound.samples.data(), info.frames);
+    sound.samples.resize(static_cast<std::size_t>(std::max<sf_count_t>(count, 0)));
+    return sound;
 }
 
 SoundFileWriter::SoundFileWriter(std::unique_ptr<SoundFileHandle> file, std::string path)

@@ -5,6 +5,8 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "AudioFormat.h"
 #include "PcmBuffer.h"
@@ -43,6 +45,17 @@ private:
     AudioFormat format_;
     std::string path_;
 };
+
+/// One channel of signed 16-bit samples.
+struct MonoSound {
+    int sampleRate = 0;  ///< Hz
+    std::vector<std::int16_t> samples;
+};
+
+/// Reads a WAV stream of 16-bit mono PCM that a program has written to a pipe. Such a program cannot go back
+/// and write the length into the header, so the samples that are there count, whatever the header promises.
+/// Fails with `protocol`, in words that go on after the program's name. Thread: any.
+Result<MonoSound> readWaveStream(std::string_view bytes);
 
 /// Writes 16-bit WAV of one channel as the sound arrives.
 ///

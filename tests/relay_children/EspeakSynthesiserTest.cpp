@@ -132,9 +132,9 @@ TEST(EspeakSynthesiser, FailsWithinItsLimitWhenTheProgramDoes) {
           Case{"cat $0.wav; exec >&-; exec sleep 1000", ErrorKind::timeout, "did not end"},
           Case{"printf 'RIFF....WAVEfmt '", ErrorKind::protocol, "without sound"},
           Case{"printf 'RIFF....WAVEdata\\377\\377\\377\\377xxxx'", ErrorKind::protocol, "without sound"},
-          Case{
-              "printf 'RIFF....WAVEfmt \\020\\0\\0\\0\\1\\0\\2\\0\\104\\254\\0\\0\\0\\0\\0\\0\\4\\0\\020\\0'",
-              ErrorKind::protocol, "16-bit mono"}}) {
+          Case{"printf 'RIFF....WAVEfmt "
+               "\\020\\0\\0\\0\\1\\0\\2\\0\\104\\254\\0\\0\\0\\0\\0\\0\\4\\0\\020\\0data\\4\\0\\0\\0....'",
+               ErrorKind::protocol, "16-bit mono"}}) {
         const test::Folder folder;
         EspeakSynthesiser broken(voice(folder, script), 1s);
         ASSERT_TRUE(broken.speaks("es"));

@@ -9,9 +9,9 @@
 #include <string_view>
 #include <utility>
 
+#include "TarnPlatform/audio/SoundFile.h"
 #include "TarnPlatform/base/Log.h"
 #include "TarnPlatform/process/ChildProcess.h"
-#include "WaveParser.h"
 
 namespace tarn::relay {
 namespace {
@@ -123,7 +123,14 @@ Result<Speech> EspeakSynthesiser::run(const std::string& file, const std::string
     if (const auto finished = (*child)->finish(deadline); !finished) {
         return std::unexpected(finished.error());
     }
-    return parseWave(*bytes);
+    auto sound = readWaveStream(*bytes);
+    if (!sound) {
+        return std::unexpected(sound.error());
+    }
+    if (sound->sampleRate < lowestSpeechRate || sound->sampleRate > highestSpeechRate) {
+        return failure(ErrorKind::protocol, "wrote a WAV stream that is not 16-bit mono PCM");
+    }
+    return Speech{.rate = sound->sampleRate, .samples = std::move(sound->samples)};
 }
 
 /// Reads lines such as
