@@ -10,9 +10,9 @@
 #include <boost/beast/http/write.hpp>
 #include <optional>
 
+#include "ClientSocket.h"
 #include "Connector.h"
 #include "TarnPlatform/base/CarryOut.h"
-#include "TlsClientStream.h"
 
 namespace tarn {
 namespace {

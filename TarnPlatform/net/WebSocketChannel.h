@@ -8,8 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "ClientSocket.h"
 #include "TcpProgress.h"
-#include "TlsClientStream.h"
 #include "WebSocketTask.h"
 
 namespace tarn {

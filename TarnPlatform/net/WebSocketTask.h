@@ -12,7 +12,6 @@
 #include "NetworkContext.h"
 #include "TarnPlatform/base/Result.h"
 #include "Url.h"
-#include "WebSocketMessage.h"
 
 namespace tarn {
 

@@ -10,7 +10,6 @@
 #include <utility>
 
 #include "ServerConnection.h"
-#include "ServerSpawn.h"
 
 namespace tarn {
 namespace {

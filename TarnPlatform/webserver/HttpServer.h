@@ -13,7 +13,6 @@
 #include "TarnPlatform/base/Result.h"
 #include "TarnPlatform/net/Http.h"
 #include "TarnPlatform/net/NetworkContext.h"
-#include "TarnPlatform/net/WebSocketMessage.h"
 
 namespace tarn {
 

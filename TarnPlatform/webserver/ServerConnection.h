@@ -1,20 +1,40 @@
 #pragma once
 
+#include <boost/asio/co_spawn.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/http/message.hpp>
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/string_body.hpp>
 #include <boost/system/error_code.hpp>
+#include <exception>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "HttpServer.h"
+#include "TarnPlatform/base/Log.h"
 #include "UpgradedConnection.h"
 
 namespace tarn {
+
+/// Starts `task` on `executor`. An exception that escapes it is a fault of ours: it is logged and ends that
+/// task.
+template <typename Executor>
+void spawnLogged(const Executor& executor, Task<void> task) {
+    asio::co_spawn(executor, std::move(task), [](const std::exception_ptr& exception) {
+        if (!exception) {
+            return;
+        }
+        try {
+            std::rethrow_exception(exception);
+        } catch (const std::exception& error) {
+            logLine(std::string("[http] a connection failed: ") + error.what());
+        }
+    });
+}
 
 /// One accepted connection of the server: requests one after the other, or an upgrade. Internal to the
 /// server. Thread: the strand that is `socket`'s executor.

@@ -12,7 +12,7 @@
 #include <optional>
 #include <utility>
 
-#include "ServerSpawn.h"
+#include "ServerConnection.h"
 
 namespace tarn {
 namespace {

@@ -8,7 +8,7 @@
 
 #include "TarnCore/audio/ServiceAudio.h"
 #include "TarnCore/realtime/EventNames.h"
-#include "TarnPlatform/net/WebSocketMessage.h"
+#include "TarnPlatform/net/Http.h"
 
 namespace tarn::relay {
 namespace {

@@ -14,7 +14,7 @@
 #include "Interpreter.h"
 #include "OfflineStream.h"
 #include "StreamOutlet.h"
-#include "TarnPlatform/net/WebSocketMessage.h"
+#include "TarnPlatform/net/Http.h"
 #include "TarnPlatform/process/FreeMemory.h"
 #include "TarnRelay/offline/speech/ReadyRecognisers.h"
 

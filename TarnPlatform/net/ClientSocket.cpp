@@ -1,4 +1,4 @@
-#include "TlsClientStream.h"
+#include "ClientSocket.h"
 
 #include <openssl/x509_vfy.h>
 #include <openssl/x509v3.h>
