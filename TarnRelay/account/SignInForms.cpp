@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "RandomSecret.h"
+#include "TokenRegistry.h"
 
 namespace tarn::relay {
 namespace {

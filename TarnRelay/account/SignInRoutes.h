@@ -1,16 +1,44 @@
 #pragma once
 
+#include <algorithm>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
-#include "IssueLimit.h"
 #include "SignInForms.h"
 #include "SignInPage.h"
 #include "TarnPlatform/base/Asio.h"
+#include "TarnPlatform/base/Clock.h"
 #include "TarnPlatform/webserver/HttpServer.h"
 
 namespace tarn::relay {
+
+/// How fast tokens may be made: `burst` at once, and one more for each `pause` that passed since (a token
+/// bucket, kept as the time at which it is full again). Thread: one.
+class IssueLimit {
+public:
+    static constexpr int burst = 10;
+    static constexpr std::chrono::seconds pause{6};
+
+    explicit IssueLimit(std::shared_ptr<Clock> clock) : clock_(std::move(clock)), fullAt_(clock_->now()) {}
+
+    /// False: too many. Counts only what it allows.
+    bool take() {
+        const auto now = clock_->now();
+        const auto next = std::max(fullAt_, now) + pause;
+        if (next - now > burst * pause) {
+            return false;
+        }
+        fullAt_ = next;
+        return true;
+    }
+
+private:
+    const std::shared_ptr<Clock> clock_;
+    Clock::TimePoint fullAt_;
+};
 
 /// The sign-in page: a form that names the account, the user's consent, and a page that carries a new token
 /// to Tarn through a "tarn:" link. The token stands in that one answer and nowhere else.

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <openssl/crypto.h>
+#include <openssl/rand.h>
 #include <openssl/sha.h>
 #include <sys/inotify.h>
 #include <sys/stat.h>
@@ -20,11 +21,11 @@
 #include <utility>
 
 #include "EmailAddress.h"
-#include "RandomSecret.h"
 #include "TarnPlatform/base/AtomicFile.h"
 #include "TarnPlatform/base/FileLock.h"
 #include "TarnPlatform/base/Log.h"
 #include "TarnPlatform/base/UniqueDescriptor.h"
+#include "TarnPlatform/net/Base64.h"
 
 namespace tarn::relay {
 namespace {
@@ -102,6 +103,18 @@ const json::string* textField(const json::object& object, std::string_view name)
 }
 
 }  // namespace
+
+Result<std::string> randomSecret() {
+    std::array<unsigned char, 32> bits{};
+    if (::RAND_bytes(bits.data(), static_cast<int>(bits.size())) != 1) {
+        return failure(ErrorKind::system, "the system gives no random numbers");
+    }
+    auto text = base64Encode(std::as_bytes(std::span(bits)));
+    std::ranges::replace(text, '+', '-');
+    std::ranges::replace(text, '/', '_');
+    text.erase(text.find('='));
+    return text;
+}
 
 TokenRegistry::TokenRegistry(std::filesystem::path folder) : folder_(std::move(folder)) {}
 

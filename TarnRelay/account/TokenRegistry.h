@@ -13,6 +13,10 @@
 
 namespace tarn::relay {
 
+/// 256 random bits as 43 characters of base64url without padding (RFC 4648 section 5). Fails with `system`
+/// when the system gives no random numbers. Thread: any.
+Result<std::string> randomSecret();
+
 /// The relay keeps this hash of a token and never the token itself.
 using TokenHash = std::array<unsigned char, 32>;  ///< SHA-256
 

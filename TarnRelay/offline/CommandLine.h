@@ -1,13 +1,20 @@
 #pragma once
 
 #include <boost/json/object.hpp>
+#include <chrono>
 #include <string>
 #include <string_view>
 
 #include "TarnPlatform/base/Result.h"
+#include "TarnPlatform/process/ChildConversation.h"
 #include "TarnPlatform/process/ChildProcess.h"
 
 namespace tarn::relay {
+
+/// How long a command of the user's own may take: big models load slowly, but nobody waits longer than this
+/// for a sentence.
+inline constexpr AnswerLimits commandLimits{.first = std::chrono::seconds(60),
+                                            .later = std::chrono::seconds(10)};
 
 /// Longest line that a command may write, in bytes.
 inline constexpr std::size_t longestCommandLine = 1 << 20;

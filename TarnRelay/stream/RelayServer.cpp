@@ -10,7 +10,6 @@
 #include <string_view>
 #include <utility>
 
-#include "RelayErrors.h"
 #include "StreamQuery.h"
 #include "TarnPlatform/base/Log.h"
 #include "TarnRelay/account/RequestCheck.h"
@@ -20,6 +19,9 @@ namespace tarn::relay {
 namespace {
 
 namespace json = boost::json;
+
+/// The close code of this protocol for a token that is no longer good.
+constexpr std::uint16_t closeTokenRefused = 4001;
 
 ServerResponse jsonResponse(int status, const json::object& body) {
     ServerResponse response;

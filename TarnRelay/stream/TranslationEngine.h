@@ -32,6 +32,9 @@ public:
     virtual void close(std::uint16_t code, std::string reason) = 0;
 };
 
+/// The relay's own event that tells the client's user what is wrong.
+std::string errorEvent(const std::string& message);
+
 /// One client's stream inside an engine.
 /// Thread: `receive` on the connection's strand, one call at a time; it returns at once (work goes
 /// elsewhere). Destroying it ends the work for that client; no event follows, and it does not block for

@@ -10,7 +10,6 @@
 #include <string_view>
 #include <utility>
 
-#include "RelayErrors.h"
 #include "TarnCore/realtime/EventNames.h"
 #include "TarnCore/realtime/EventProtocol.h"
 #include "TarnPlatform/base/EventQueue.h"

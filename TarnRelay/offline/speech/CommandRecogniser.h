@@ -9,7 +9,7 @@
 
 #include "Recogniser.h"
 #include "TarnPlatform/process/KeptChild.h"
-#include "TarnRelay/offline/CommandLimits.h"
+#include "TarnRelay/offline/CommandLine.h"
 
 namespace tarn::relay {
 

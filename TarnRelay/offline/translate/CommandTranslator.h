@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "TarnPlatform/process/ChildConversation.h"
-#include "TarnRelay/offline/CommandLimits.h"
+#include "TarnRelay/offline/CommandLine.h"
 #include "Translator.h"
 
 namespace tarn::relay {

@@ -4,7 +4,7 @@
 
 #include "Synthesiser.h"
 #include "TarnPlatform/process/ChildConversation.h"
-#include "TarnRelay/offline/CommandLimits.h"
+#include "TarnRelay/offline/CommandLine.h"
 
 namespace tarn::relay {
 

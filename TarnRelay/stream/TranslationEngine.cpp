@@ -1,4 +1,4 @@
-#include "RelayErrors.h"
+#include "TranslationEngine.h"
 
 #include <boost/json.hpp>
 
