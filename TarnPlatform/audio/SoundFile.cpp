@@ -18,10 +18,6 @@
 namespace tarn {
 namespace {
 
-std::unexpected<Error> failed(ErrorKind kind, const std::string& path, const std::string& reason) {
-    return soundFileFailure(kind, path, reason);
-}
-
 std::string systemReason() {
     return std::strerror(errno);
 }
@@ -58,11 +54,7 @@ SF_VIRTUAL_IO Memory::access{
 
 }  // namespace
 
-struct SoundFileReader::File : SoundFileHandle {
-    using SoundFileHandle::SoundFileHandle;
-};
-
-SoundFileReader::SoundFileReader(std::unique_ptr<File> file, AudioFormat format, std::string path)
+SoundFileReader::SoundFileReader(std::unique_ptr<SoundFileHandle> file, AudioFormat format, std::string path)
     : file_(std::move(file)), format_(std::move(format)), path_(std::move(path)) {}
 SoundFileReader::SoundFileReader(SoundFileReader&&) noexcept = default;
 SoundFileReader& SoundFileReader::operator=(SoundFileReader&&) noexcept = default;
@@ -70,33 +62,33 @@ SoundFileReader::~SoundFileReader() = default;
 
 Result<SoundFileReader> SoundFileReader::open(const std::string& path) {
     // Opening a pipe would wait for its other end if the call were allowed to block.
-    auto file = std::make_unique<File>(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    auto file = std::make_unique<SoundFileHandle>(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status{};
     if (file->descriptor < 0 || ::fstat(file->descriptor, &status) != 0) {
-        return failed(ErrorKind::invalidInput, path, systemReason());
+        return soundFileFailure(ErrorKind::invalidInput, path, systemReason());
     }
     if (S_ISDIR(status.st_mode)) {
-        return failed(ErrorKind::invalidInput, path, "is a directory");
+        return soundFileFailure(ErrorKind::invalidInput, path, "is a directory");
     }
     if (!S_ISREG(status.st_mode)) {
-        return failed(ErrorKind::invalidInput, path, "is not a regular file");
+        return soundFileFailure(ErrorKind::invalidInput, path, "is not a regular file");
     }
     if (status.st_size == 0) {
-        return failed(ErrorKind::invalidInput, path, "is empty");
+        return soundFileFailure(ErrorKind::invalidInput, path, "is empty");
     }
     SF_INFO info{};
     file->sound = sf_open_fd(file->descriptor, SFM_READ, &info, SF_FALSE);
     if (file->sound == nullptr) {
-        return failed(ErrorKind::invalidInput, path,
-                      "is not a sound file that can be read (" + soundReason(nullptr) + ")");
+        return soundFileFailure(ErrorKind::invalidInput, path,
+                                "is not a sound file that can be read (" + soundReason(nullptr) + ")");
     }
     if (info.channels < 1 || std::cmp_greater(info.channels, PcmBuffer::mostChannels)) {
-        return failed(ErrorKind::invalidInput, path,
-                      "has " + std::to_string(info.channels) + " channels, which is more than " +
-                          std::to_string(PcmBuffer::mostChannels));
+        return soundFileFailure(ErrorKind::invalidInput, path,
+                                "has " + std::to_string(info.channels) + " channels, which is more than " +
+                                    std::to_string(PcmBuffer::mostChannels));
     }
     if (info.samplerate < RateConverter::lowestRate || info.samplerate > RateConverter::highestRate) {
-        return failed(
+        return soundFileFailure(
             ErrorKind::invalidInput, path,
             "has a sample rate of " + std::to_string(info.samplerate) + " Hz, which cannot be converted");
     }
@@ -110,12 +102,12 @@ Result<PcmBuffer> SoundFileReader::read(std::uint32_t frames) {
     const auto wanted = std::max<std::uint32_t>(frames, 1);
     auto buffer = PcmBuffer::make(format_, wanted);
     if (!buffer) {
-        return failed(ErrorKind::system, path_, "there is no memory for its samples");
+        return soundFileFailure(ErrorKind::system, path_, "there is no memory for its samples");
     }
     const auto count = sf_readf_float(file_->sound, buffer->floatChannelData(), wanted);
     if (count <= 0 && sf_error(file_->sound) != SF_ERR_NO_ERROR) {
-        return failed(ErrorKind::invalidInput, path_,
-                      "cannot be read on (" + soundReason(file_->sound) + ")");
+        return soundFileFailure(ErrorKind::invalidInput, path_,
+                                "cannot be read on (" + soundReason(file_->sound) + ")");
     }
     buffer->setFrameLength(static_cast<std::uint32_t>(std::max<sf_count_t>(count, 0)));
     return std::move(*buffer);
@@ -170,11 +162,12 @@ Result<void> SoundFileWriter::write(std::span<const std::byte> pcm) {
         return {};
     }
     if (bytes_ + size > mostWavBytes) {
-        return failed(ErrorKind::system, path_, "is as large as a WAV file can be");
+        return soundFileFailure(ErrorKind::system, path_, "is as large as a WAV file can be");
     }
     const auto written = sf_write_raw(file_->sound, pcm.data(), static_cast<sf_count_t>(size));
     if (std::cmp_not_equal(written, size)) {
-        return failed(ErrorKind::system, path_, "cannot be written (" + soundReason(file_->sound) + ")");
+        return soundFileFailure(ErrorKind::system, path_,
+                                "cannot be written (" + soundReason(file_->sound) + ")");
     }
     bytes_ += size;
     return {};

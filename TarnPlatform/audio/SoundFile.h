@@ -37,11 +37,9 @@ public:
     Result<PcmBuffer> read(std::uint32_t frames);
 
 private:
-    struct File;
+    SoundFileReader(std::unique_ptr<SoundFileHandle> file, AudioFormat format, std::string path);
 
-    SoundFileReader(std::unique_ptr<File> file, AudioFormat format, std::string path);
-
-    std::unique_ptr<File> file_;
+    std::unique_ptr<SoundFileHandle> file_;
     AudioFormat format_;
     std::string path_;
 };
