@@ -94,6 +94,7 @@ Result<ChosenEngine> makeOffline(const EngineChoice& choice) {
 }  // namespace
 
 Result<ChosenEngine> makeEngine(const EngineChoice& choice, const NetworkContext& network) {
+    // An option that the chosen engine would ignore is refused: whoever gave it expects it to work.
     const bool hasCommands =
         !choice.recogniser.empty() || !choice.translator.empty() || !choice.synthesiser.empty();
     if (!choice.script.empty() && choice.name != "script") {

@@ -123,6 +123,7 @@ int serve(const TokenRegistry& tokens, const std::string& listen, const EngineCh
     if (!passed) {
         return fail(passed.error());
     }
+    // One thread serves all connections; engines that wait have threads of their own.
     asio::io_context context(1);
     NetworkContext network;
     network.executor = context.get_executor();
@@ -137,6 +138,7 @@ int serve(const TokenRegistry& tokens, const std::string& listen, const EngineCh
     options.address = endpoint->address;
     options.port = endpoint->port;
     if (*passed) {
+        // The socket was bound by whoever started this program, and `--listen` does not move it.
         options.address = (*passed)->address;
         options.passed = std::make_shared<PassedSocket>(std::move(**passed));
     }
@@ -199,6 +201,7 @@ int run(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? exitOk : exitUsage;
     }
+    // A command of the user's own that has ended must cost an error and not this process.
     std::signal(SIGPIPE, SIG_IGN);
     const auto folder = TokenRegistry::defaultFolder();
     if (!folder) {

@@ -90,6 +90,7 @@ public:
     Exchange(SerialExecutor executor, NetworkContext network, HttpRequest request)
         : executor_(std::move(executor)), network_(std::move(network)), request_(std::move(request)) {}
 
+    // The parameter keeps the exchange alive while it is under way.
     static Task<Result<HttpResponse>> run(std::shared_ptr<Exchange> self) {
         co_return co_await self->perform();
     }
@@ -105,6 +106,7 @@ private:
         connector_ = std::make_shared<Connector>(executor_, network_);
         const auto limit = network_.clock->callAfter(executor_, request_.timeout, [this] { expire(); });
         auto answer = co_await converse();
+        // An answer that was complete when the limit passed is still good.
         if (expired_ && !answer) {
             co_return failure(ErrorKind::timeout,
                               "no answer within " + std::to_string(request_.timeout.count() / 1000) + " s");

@@ -46,6 +46,7 @@ SystemLookup::Answer answerOf(int error, const addrinfo* entries) {
         return failure(ErrorKind::resolution, ::gai_strerror(error));
     }
     std::vector<address> addresses;
+    // Names with several services give each address once for each of them.
     for (const auto* entry = entries; entry != nullptr; entry = entry->ai_next) {
         const auto found = toAddress(*entry->ai_addr);
         if (std::ranges::find(addresses, found) == addresses.end()) {

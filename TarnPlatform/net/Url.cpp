@@ -94,6 +94,7 @@ bool Url::readAuthority(std::string_view authority) {
         host_ = decoded(authority.substr(0, colon));
         digits = authority.substr(colon);
     }
+    // Decoded, a host may hold characters that would end it early in a header or another parser.
     if (std::ranges::any_of(host_,
                             [](unsigned char c) { return c <= ' ' || c == 0x7f || c == '/' || c == '@'; })) {
         return false;
@@ -111,6 +112,7 @@ std::uint16_t Url::portOrDefault() const {
     return port_.value_or(isSecure() ? 443 : 80);
 }
 
+// Only the spelling counts: a name that a resolver maps to 127.0.0.1 may mean another machine tomorrow.
 bool Url::isLoopback() const {
     boost::system::error_code isName;
     const auto address = boost::asio::ip::make_address(host_, isName);

@@ -24,6 +24,9 @@ std::string describe(const boost::system::error_code& error) {
     return error.message();
 }
 
+/// States follow one another in the order of `State` and never go back. Every operation that waits finds out
+/// from `ending_` and `sendTimedOut_` afterwards why the library failed it: the library only knows that the
+/// socket was closed under it.
 class BeastWebSocketTask final : public WebSocketTask,
                                  public std::enable_shared_from_this<BeastWebSocketTask> {
 public:
@@ -47,11 +50,13 @@ public:
         const auto limit =
             network_.clock->callAfter(executor_, request_.timeout, [this] { abandon(ErrorKind::timeout); });
         auto connected = co_await connectAndUpgrade();
+        // A `cancel` may have come while the upgrade's answer was on its way.
         if (connected && !ending_) {
             state_ = State::open;
             listenForLife();
             co_return Result<void>();
         }
+        // The limit, or a `cancel`, has closed the socket. Its error says nothing about that.
         leave();
         if (ending_ == ErrorKind::timeout) {
             co_return failure(ErrorKind::timeout, "no connection with " + request_.url.hostHeader() +
@@ -85,6 +90,7 @@ public:
             heard();
             co_return message;
         }
+        // The close frame's code is wanted even where this side closed first.
         if (channel_->receivedCloseCode() != 0) {
             closeCode_ = channel_->receivedCloseCode();
         }
@@ -116,6 +122,7 @@ public:
             co_await pingChanged_.async_wait(asValue);
         }
         std::uint64_t number = 0;
+        // The turn is kept until the ping has been written, so that no later frame gets before it.
         if (state_ == State::open) {
             number = pingsSent_ + 1;
             co_await ping(self);
@@ -135,6 +142,7 @@ public:
             state_ = State::closing;
             pingChanged_.cancel();
             ending_ = ErrorKind::cancelled;
+            // The close frame waits for its turn, so that frames given to `send` before leave first.
             asio::co_spawn(executor_, closeInTurn(shared_from_this(), code), asio::detached);
         } else if (state_ == State::connecting) {
             abandon(ErrorKind::cancelled);
@@ -176,6 +184,7 @@ private:
         } else {
             channel_ = WebSocketChannel::over(ClientSocket(std::move(*socket)));
         }
+        // A response whose status stays 0 was never received.
         websocket::response_type response;
         response.result(0U);
         const auto error = co_await channel_->upgrade(request_, response);

@@ -52,6 +52,7 @@ Result<std::optional<PassedSocket>> PassedSocket::take() {
     passed.descriptor = UniqueDescriptor(firstPassed);
     boost::asio::ip::tcp::endpoint endpoint;
     auto size = static_cast<socklen_t>(endpoint.capacity());
+    // Accepting on anything else would fail later, over and over, without saying why.
     const bool listens = hasOption(firstPassed, SO_ACCEPTCONN, 1) &&
                          hasOption(firstPassed, SO_TYPE, SOCK_STREAM) &&
                          ::getsockname(firstPassed, endpoint.data(), &size) == 0;

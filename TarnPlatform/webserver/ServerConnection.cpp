@@ -40,6 +40,8 @@ std::string httpDate() {
     return text.str();
 }
 
+// The library checks an upgrade only when it accepts it. Here it is known before, so that a handler can
+// answer anything else with a plain response.
 bool isWellFormedUpgrade(const http::request<http::string_body>& request) {
     const auto key = request[http::field::sec_websocket_key];
     return beast::websocket::is_upgrade(request) && request[http::field::sec_websocket_version] == "13" &&
@@ -125,6 +127,7 @@ Task<ServerConnection::Next> ServerConnection::serveOne(RequestHandler& handler)
         co_await refuseUnreadable(readError, timedOut, parser.got_some());
         co_return Next::nothing;
     }
+    // The handler gets a copy of its own, since the upgrade needs the library's request afterwards.
     auto request = parser.release();
     const auto isHead = request.method() == http::verb::head;
     const auto keepAlive = request.keep_alive();
@@ -135,6 +138,7 @@ Task<ServerConnection::Next> ServerConnection::serveOne(RequestHandler& handler)
     try {
         reply = co_await handler(std::move(plain));
     } catch (const std::exception& exception) {
+        // A handler that throws is a fault of ours, which costs this client its answer and no other.
         logLine(std::string("[http] a request failed: ") + exception.what());
         ServerResponse failed;
         failed.status = 500;
@@ -190,6 +194,7 @@ Task<ServerConnection::Next> ServerConnection::answer(ServerResponse response, b
     if (!isHead) {
         message.body() = std::move(response.body);
     }
+    // A client that does not read would keep its place for ever.
     const auto deadline = closeAfter(limits_.sendTimeout);
     const auto [error, count] = co_await http::async_write(socket_, message, asValue);
     co_return error || !keepAlive ? Next::nothing : Next::request;
@@ -219,6 +224,7 @@ Task<void> ServerConnection::upgrade(UpgradedConnection::UpgradeRequest request,
         logLine(std::string("[http] a WebSocket failed: ") + exception.what());
         upgraded_->close(closeInternalError, {});
     }
+    // A connection that the handler has closed keeps the handler's code.
     upgraded_->close(closeNormal, {});
     co_await upgraded_->waitEnded();
 }

@@ -13,6 +13,7 @@ bool isLetterOrDigit(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
 }
 
+// The letters, digits and signs of an "atext" (RFC 5322, 3.2.3), and dots anywhere, as browsers allow them.
 bool isLocalPart(std::string_view text) {
     constexpr std::string_view signs = ".!#$%&'*+/=?^_`{|}~-";
     return !text.empty() && std::ranges::all_of(text, [&](char c) {

@@ -27,6 +27,7 @@ Result<FormFields> parseForm(std::string_view text) {
     for (const auto& pair : *parsed) {
         const bool isNew =
             fields.emplace(pair.key.decode(plusIsSpace), pair.value.decode(plusIsSpace)).second;
+        // Of two values a check might read one and the action the other.
         if (!isNew) {
             return failure(ErrorKind::invalidInput, "a field is given twice");
         }

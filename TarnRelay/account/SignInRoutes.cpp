@@ -27,6 +27,8 @@ ServerResponse page(int status, std::string html) {
     response.headers = {
         {"Content-Type", "text/html; charset=utf-8"},
         {"Cache-Control", "no-store"},
+        // The page needs its style sheet and its form, and everything else is forbidden, scripts first of
+        // all.
         {"Content-Security-Policy", "default-src 'none'; style-src " + signInStyleSource() +
                                         "; form-action 'self'; frame-ancestors 'none'; base-uri 'none'"},
         {"X-Frame-Options", "DENY"},
@@ -74,6 +76,7 @@ std::string trimmed(const std::string& text) {
                                       : text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
 }
 
+// The token and the address are percent-encoded in full, so that neither can add a parameter to the link.
 std::string callback(const std::string& token, const std::string& email) {
     return Url::parse("tarn://login")->withQueryItems({{"token", token}, {"user_email", email}}).text();
 }
@@ -159,6 +162,7 @@ Task<ServerResponse> SignInRoutes::consent(ServerRequest request) {
     if (!isEmailAddress(email)) {
         co_return formPage(request, 422, std::move(email), SignInNotice::badEmail);
     }
+    // The limit is asked last, so that refused forms do not use it up.
     if (!limit_.take()) {
         auto response = formPage(request, 429, std::move(email), SignInNotice::tooMany);
         response.headers.push_back({"Retry-After", std::to_string(IssueLimit::pause.count())});

@@ -141,6 +141,7 @@ Result<std::string> TokenRegistry::issue(const std::string& email) const {
     }
     const auto changed = change([&](std::vector<Entry>& entries) {
         entries.push_back({hashOf(*token), email, nowText()});
+        // Entries are in the order of their issue, so the first ones of the address are its oldest.
         auto surplus = std::ranges::count(entries, email, &Entry::email) - maxTokensOfAddress;
         std::erase_if(entries, [&](const Entry& entry) { return entry.email == email && surplus-- > 0; });
     });
@@ -256,6 +257,7 @@ Result<std::vector<TokenRegistry::Entry>> TokenRegistry::read(Version& version) 
     if (!input || ::fstat(input.get(), &status) != 0) {
         return systemFailure("cannot read", path);
     }
+    // The folder counts as much as the file, which its owner could replace.
     const auto folderOurs = checkFolder();
     const auto ours = folderOurs ? checkOurs(status, path) : folderOurs;
     if (!ours) {
@@ -337,6 +339,7 @@ Result<void> TokenRegistry::change(const std::function<void(std::vector<Entry>&)
     }
     const auto before = *entries;
     edit(*entries);
+    // A file that would stay the same is left alone: writing it would wake every running relay.
     return *entries == before ? Result<void>() : write(*entries);
 }
 

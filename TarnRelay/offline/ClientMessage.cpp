@@ -10,6 +10,7 @@ namespace {
 
 namespace json = boost::json;
 
+// The bytes are put together one by one, because the wire is little-endian on every machine.
 std::vector<std::int16_t> samplesOf(const std::vector<std::byte>& bytes) {
     std::vector<std::int16_t> samples(bytes.size() / 2);
     for (std::size_t i = 0; i < samples.size(); ++i) {
@@ -31,6 +32,8 @@ std::expected<ClientMessage, std::string> parseClientMessage(std::string_view te
     if (text.size() > largestClientMessage) {
         return std::unexpected("it is larger than 1 MiB");
     }
+    // A deeply nested text would exhaust the stack of a recursive reader; no message of the protocol needs
+    // depth.
     json::parse_options options;
     options.max_depth = 16;
     boost::system::error_code error;

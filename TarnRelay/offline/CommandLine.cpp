@@ -23,6 +23,7 @@ std::string commandLine(const json::object& object) {
 }
 
 Result<json::object> parseCommandLine(std::string_view line) {
+    // The command's output is not trusted more than a client's: its nesting is limited, too.
     json::parse_options options;
     options.max_depth = deepest;
     boost::system::error_code invalid;

@@ -15,6 +15,7 @@ EngineUpkeep::EngineUpkeep(std::shared_ptr<Clock> clock, const asio::any_io_exec
 
 void EngineUpkeep::recogniserGone() {
     asio::post(strand_, [self = shared_from_this()] {
+        // Another recogniser that goes starts the time anew, so that memory is given back once for all.
         if (!self->stopped_) {
             self->settling_ = self->clock_->callAfter(self->strand_, settlingTime, [raw = self.get()] {
                 raw->settling_.reset();

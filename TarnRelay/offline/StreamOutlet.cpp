@@ -8,6 +8,7 @@
 namespace tarn::relay {
 
 void StreamOutlet::send(std::string_view type, boost::json::object fields) {
+    // Numbering and sending happen under one lock, so that events arrive in the order of their numbers.
     fields["type"] = type;
     const std::lock_guard lock(mutex_);
     if (sink_) {

@@ -47,6 +47,7 @@ public:
             start_ = clock_->now();
         }
         audioBytes_ += audioBytesIn(message);
+        // While a timer runs, `play` goes on by itself; a step that waits for sound is looked at here.
         if (!waiting_) {
             play();
         }

@@ -25,6 +25,7 @@ struct LanguageName {
     std::string_view code;
 };
 
+// Clients use two-letter codes (ISO 639-1); Apertium names its languages by three letters, partly older ones.
 constexpr std::array languageNames{
     LanguageName{"afr", "af"},    LanguageName{"arg", "an"},    LanguageName{"ast", "ast"},
     LanguageName{"bel", "be"},    LanguageName{"bre", "br"},    LanguageName{"bul", "bg"},
@@ -147,6 +148,7 @@ Result<std::string> ApertiumTranslator::translate(const std::string& text, const
         return failure(ErrorKind::invalidInput, "the text to translate is too long");
     }
     std::string question = toApertium(text, source);
+    // A pipeline answers with the same NUL byte, which no text can hold, so the answer's end is certain.
     question.append(sentenceEnd);
     question.push_back('\0');
     std::string answer;

@@ -32,6 +32,7 @@ Result<Speech> readSpeech(ChildProcess& child, std::string_view question, ChildP
     if (!bytes || *bytes < 0 || *bytes % 2 != 0) {
         return failure(ErrorKind::protocol, "wrote a line without a usable number of \"bytes\"");
     }
+    // The announced size is checked before it is read, so that a wrong number does not take all memory.
     if (*bytes > *rate * 2 * longestSpeechSeconds) {
         return failure(ErrorKind::protocol, "announced more than a minute of sound for one text");
     }

@@ -13,7 +13,7 @@
 namespace tarn::relay {
 namespace {
 
-constexpr std::uint32_t sliceFrames = 4096;
+constexpr std::uint32_t sliceFrames = 4096;  // of output, converted at a time
 
 AudioFormat monoAt(double rate) {
     return {.commonFormat = CommonFormat::int16,
@@ -56,6 +56,7 @@ Result<std::vector<std::byte>> toServiceSpeech(const Speech& speech) {
     std::ranges::copy(speech.samples, input->int16ChannelData());
     input->setFrameLength(frames);
 
+    // One buffer holds the whole text's sound; the end of the stream makes the filter give its last samples.
     bool given = false;
     const auto next = [&]() -> AudioConverter::Input {
         if (given) {
