@@ -64,7 +64,7 @@ AudioConverter::OutputStatus AudioConverter::convertThrowing(PcmBuffer& output, 
                       "the output is " + output.format().description() + ", not " + to_.description()};
         return OutputStatus::error;
     }
-    // What the filter holds goes out before more is asked for, so that input is taken only where it is
+    // The filter's output goes out before more is asked for, so that input is taken only where it is
     // needed.
     for (;;) {
         fill(output);

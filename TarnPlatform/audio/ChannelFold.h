@@ -10,10 +10,11 @@ namespace tarn {
 
 /// Reduces the channels of one continuous stream to one.
 ///
-/// Wishes, in order: speech in any single channel stays audible; channels that carry the same at full scale
-/// do not clip, so the weights never sum to more than one; nothing clicks. One channel is kept, two are
-/// averaged, surround layouts fold with the usual coefficients (centre as it is, sides and rears 3 dB down,
-/// no low-frequency channel) divided by their sum, and channels without a known position are averaged.
+/// It aims, in this order, at the following: speech in any single channel stays audible; channels that carry
+/// the same at full scale do not clip, so the weights never sum to more than one; nothing clicks. One channel
+/// is kept, two are averaged, surround layouts fold with the usual coefficients (centre as it is, sides and
+/// rears 3 dB down, no low-frequency channel) divided by their sum, and channels without a known position are
+/// averaged.
 ///
 /// Two channels of opposite polarity (one microphone wired the wrong way round) would cancel: where the
 /// average is 20 dB below the difference, the right channel is turned over, gradually over 10 ms.

@@ -20,7 +20,7 @@ public:
     static constexpr std::size_t mostBytes = std::size_t{1} << 30;
     static constexpr std::uint32_t mostChannels = 64;
 
-    /// Nothing when the memory is not to be had or would exceed `mostBytes`, when the channels are none or
+    /// Nothing when the memory cannot be allocated or would exceed `mostBytes`, when the channels are none or
     /// more than `mostChannels`, or when the size of a sample is not known.
     static std::optional<PcmBuffer> make(const AudioFormat& format, std::uint32_t frameCapacity);
 

@@ -19,7 +19,7 @@ namespace tarn {
 /// likes.
 using HostLookup = std::function<Task<Result<std::vector<asio::ip::address>>>(std::string host)>;
 
-/// What every connection of a process shares. Copies share the same clock and trust.
+/// The parts that every connection of a process shares. Copies share the same clock and trust.
 struct NetworkContext {
     SerialExecutor executor;  ///< where sockets live; a connection makes a strand of its own on it
     std::shared_ptr<Clock> clock;

@@ -28,7 +28,7 @@ public:
     static std::optional<std::string> readEnvironment(const char* name);
 
 private:
-    std::string secureProxy_;  ///< empty: none
+    std::string secureProxy_;  ///< empty where there is none
     std::vector<std::string> exceptions_;
 };
 

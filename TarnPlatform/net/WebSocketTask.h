@@ -48,7 +48,7 @@ public:
     static constexpr std::size_t maxRefusalBytes = 4096;
     /// A peer that takes no byte for this long is dead: the send under way fails with `timeout`.
     static constexpr std::chrono::seconds sendLimit{20};
-    /// After `cancel`, how long a peer may take to answer the close before the socket is cut.
+    /// How long a peer may take after `cancel` to answer the close frame before the socket is closed.
     static constexpr std::chrono::seconds closeLimit{2};
     static constexpr std::chrono::milliseconds lookEvery{250};
     static constexpr std::chrono::milliseconds pingEvery{500};

@@ -10,10 +10,10 @@ namespace tarn {
 /// each stage pulls from the one before it.
 ///
 /// Life: the graph is built (`setSource`), prepared and only then rendered. A source must outlive every
-/// rendering of the stages after it. Neither is changed nor prepared again while somebody renders.
+/// rendering of the stages after it. The graph is neither changed nor prepared again while it is rendered.
 ///
-/// What ends in Rt runs in the audio callback, one thread at a time: no allocation or free, no lock, no log,
-/// no file, no unbounded loop, here and in every override.
+/// Functions whose names end in Rt run in the audio callback, one thread at a time: no allocation or free, no
+/// lock, no log, no file, no unbounded loop, here and in every override.
 class AudioNode {
 public:
     AudioNode() = default;

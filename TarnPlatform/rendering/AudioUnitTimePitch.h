@@ -14,7 +14,7 @@ namespace tarn {
 /// several; see SpliceSearch) is left out or said twice, the two ends faded over each other: PICOLA (Morita
 /// and Itakura, 1986), with the place counted anew with every sample, so that the rate may change at any.
 ///
-/// What it reads ahead (47 ms at most) it takes from what is queued already. Where the source ends, the last
+/// It reads ahead by at most 47 ms, from sound that is queued already. Where the source ends, the last
 /// periods are spliced with as much as is there or copied, down to the last sample: nothing stays inside, and
 /// no silence goes through. At rate 1.0 it plays what it has read ahead and is then a plain passage, exact
 /// and without delay; returning to it is no seam.

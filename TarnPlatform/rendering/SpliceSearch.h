@@ -6,7 +6,8 @@
 
 namespace tarn {
 
-/// Where speech goes on as it would have gone on here: a place one period of the voice away, or several.
+/// Finds a place where speech goes on as it would have gone on here: one period of the voice away, or
+/// several.
 ///
 /// Compares a window of sound with windows at every distance that a voice's period can have (65 to 400 Hz at
 /// 24 kHz) and takes the most alike by normalised cross-correlation, first on every fourth sample and then

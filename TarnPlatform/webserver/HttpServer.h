@@ -57,7 +57,7 @@ public:
 
 /// Takes an upgraded connection; the connection ends when the coroutine returns.
 using WebSocketHandler = std::function<Task<void>(std::shared_ptr<ServerWebSocket>)>;
-/// What a handler answers: a response, or the acceptance of an upgrade.
+/// A handler's answer: a response, or the acceptance of an upgrade.
 using ServerReply = std::variant<ServerResponse, WebSocketHandler>;
 /// Thread: the strand of the request's connection, on the server's executor.
 using RequestHandler = std::function<Task<ServerReply>(ServerRequest)>;

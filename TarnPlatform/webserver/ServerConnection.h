@@ -48,8 +48,8 @@ public:
     Task<void> serve(RequestHandler handler);
     /// Answers 503 without reading anything, and closes.
     Task<void> turnAway();
-    /// Since when the connection has waited for a request, or for the peer to close after the last answer. It
-    /// is empty while a request is being answered and after an upgrade.
+    /// The time since which the connection has waited for a request, or for the peer to close after the last
+    /// answer. It is empty while a request is being answered and after an upgrade.
     std::optional<Clock::TimePoint> waitingSince() const { return waitingSince_; }
     /// Ends the connection at once; an upgraded one says that the server is going away. Thread: any.
     void end();

@@ -15,7 +15,7 @@ class UpgradedConnection : public ServerWebSocket {
 public:
     using UpgradeRequest = boost::beast::http::request<boost::beast::http::string_body>;
 
-    /// Answers the upgrade with 101. False: the peer is gone.
+    /// Answers the upgrade with 101. False where the peer is gone.
     virtual Task<bool> accept(UpgradeRequest request) = 0;
     /// Ready once the socket is closed.
     virtual Task<void> waitEnded() = 0;

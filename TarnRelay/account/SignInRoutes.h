@@ -15,8 +15,8 @@
 
 namespace tarn::relay {
 
-/// How fast tokens may be made: `burst` at once, and one more for each `pause` that passed since (a token
-/// bucket, kept as the time at which it is full again). Thread: one.
+/// Limits how fast tokens are made: `burst` at once, and one more for each `pause` that has passed since (a
+/// token bucket, kept as the time at which it is full again). Thread: one.
 class IssueLimit {
 public:
     static constexpr int burst = 10;
@@ -24,7 +24,7 @@ public:
 
     explicit IssueLimit(std::shared_ptr<Clock> clock) : clock_(std::move(clock)), fullAt_(clock_->now()) {}
 
-    /// False: too many. Counts only what it allows.
+    /// True where a token may be made now, which is then counted; false where there were too many.
     bool take() {
         const auto now = clock_->now();
         const auto next = std::max(fullAt_, now) + pause;

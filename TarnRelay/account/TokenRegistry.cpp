@@ -257,7 +257,7 @@ Result<std::vector<TokenRegistry::Entry>> TokenRegistry::read(Version& version) 
     if (!input || ::fstat(input.get(), &status) != 0) {
         return systemFailure("cannot read", path);
     }
-    // The folder counts as much as the file, which its owner could replace.
+    // The folder counts as much as the file: its owner could put another file there.
     const auto folderOurs = checkFolder();
     const auto ours = folderOurs ? checkOurs(status, path) : folderOurs;
     if (!ours) {

@@ -52,7 +52,7 @@ public:
     explicit CommandRecogniserFactory(std::string command, AnswerLimits limits = commandLimits)
         : command_(std::move(command)), limits_(limits) {}
 
-    /// Empty: any language is tried.
+    /// The list is empty, since any language is tried.
     std::vector<std::string> languages() const override { return {}; }
     /// Never fails: the command is started with the first sound.
     Result<std::unique_ptr<Recogniser>> make(const std::string& language, int silenceMs) override {

@@ -19,7 +19,7 @@ class CommandTranslator : public Translator {
 public:
     explicit CommandTranslator(std::string command, AnswerLimits limits = commandLimits);
 
-    /// Empty: any pair is tried.
+    /// The list is empty, since any pair is tried.
     std::vector<std::pair<std::string, std::string>> pairs() const override { return {}; }
 
     /// Fails with `invalidInput` for a text that is not UTF-8, with `timeout`, `closed` or `protocol` where
