@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "GraphCaptureStream.h"
+#include "GraphCapture.h"
 #include "TarnPlatform/audioserver/AudioServer.h"
 #include "TarnPlatform/base/EventQueue.h"
 
@@ -28,7 +28,7 @@ public:
     std::shared_ptr<CaptureStream> makeStream(const ContentFilter& filter,
                                               const StreamConfiguration& configuration,
                                               std::weak_ptr<StreamDelegate> delegate) override {
-        return std::make_shared<GraphCaptureStream>(server_, filter, configuration, std::move(delegate));
+        return std::make_shared<GraphCapture>(server_, filter, configuration, std::move(delegate));
     }
 
 private:

@@ -1,10 +1,11 @@
 #include "GraphCapture.h"
 
+#include <string>
 #include <utility>
 
-#include "CaptureDelivery.h"
 #include "CaptureFold.h"
 #include "TarnPlatform/audioserver/AudioServerError.h"
+#include "TarnPlatform/base/EventQueue.h"
 #include "TarnPlatform/base/Log.h"
 
 namespace tarn {
@@ -29,16 +30,125 @@ GraphStream::Description description() {
     return stream;
 }
 
+/// Whether all is known of a node that tells whose it is.
+bool isDescribed(const Graph& graph, const GraphNode& node) {
+    const GraphClient* client = graph.clientOf(node);
+    return node.described && (client == nullptr || client->described);
+}
+
+CaptureLinks::Choose chooser(const ContentFilter& filter, const StreamConfiguration& configuration) {
+    return [filter, withoutOwn = configuration.excludesCurrentProcessAudio](const Graph& graph,
+                                                                            const GraphNode& node) {
+        // What repeats an output would be heard twice, and would bring our own sound back.
+        return node.isOutputStream() && isDescribed(graph, node) && !repeatsAnOutput(graph, node) &&
+               !(withoutOwn && AudioServer::isOwn(graph, node)) && filter.accepts(applicationOf(graph, node));
+    };
+}
+
 }  // namespace
 
-GraphCapture::GraphCapture(AudioServer& server, CaptureLinks::Choose chosen, Receiver& receiver)
-    : server_(server), chosen_(std::move(chosen)), receiver_(receiver) {}
+GraphCapture::GraphCapture(AudioServer& server, const ContentFilter& filter,
+                           const StreamConfiguration& configuration, std::weak_ptr<StreamDelegate> delegate)
+    : server_(server),
+      chosen_(chooser(filter, configuration)),
+      configuration_(configuration),
+      delegate_(std::move(delegate)) {}
 
+// It ends here and not on the control queue, which would wait for the receiver's queue where that one let go
+// of us last.
 GraphCapture::~GraphCapture() {
-    stop();
+    end();
+}
+
+Result<void> GraphCapture::addStreamOutput(std::shared_ptr<StreamOutput> output, StreamOutputType type,
+                                           std::shared_ptr<SerialQueue> sampleHandlerQueue) {
+    return control_.sync([&]() -> Result<void> {
+        if (output == nullptr || sampleHandlerQueue == nullptr) {
+            return failure(ErrorKind::invalidInput, "an output of a capture needs a receiver and a queue");
+        }
+        if (state_ != State::fresh) {
+            return failure(ErrorKind::invalidInput, "an output cannot be added once the capture has started");
+        }
+        if (!outputs_.try_emplace(type, std::move(output), std::move(sampleHandlerQueue)).second) {
+            return failure(ErrorKind::invalidInput, "the capture has an output of this type already");
+        }
+        return {};
+    });
+}
+
+Task<Result<void>> GraphCapture::startCapture() {
+    const auto self = shared_from_this();
+    const EventQueue<Result<void>> outcome;
+    // Whoever waits for the outcome may end the server next, so nothing of us is held on when it is told.
+    control_.async([held = self, outcome]() mutable {
+        auto started = held->start();
+        held.reset();
+        outcome.push(std::move(started));
+    });
+    auto started = co_await outcome.next();
+    co_return std::move(*started);
+}
+
+void GraphCapture::stopCapture(std::function<void(Result<void>)> completionHandler) {
+    control_.async([held = shared_from_this(), completionHandler = std::move(completionHandler)]() mutable {
+        auto stopped = held->stop();
+        held.reset();
+        if (completionHandler) {
+            completionHandler(std::move(stopped));
+        }
+    });
 }
 
 Result<void> GraphCapture::start() {
+    if (state_ != State::fresh) {
+        return failure(ErrorKind::invalidInput, "the capture was started before");
+    }
+    if (configuration_.sampleRate != static_cast<int>(CaptureDelivery::rate) ||
+        configuration_.channelCount != 2) {
+        return failure(ErrorKind::invalidInput,
+                       "a capture delivers two channels at 48000 Hz and nothing else");
+    }
+    const auto audio = outputs_.find(StreamOutputType::audio);
+    if (configuration_.capturesAudio && audio != outputs_.end()) {
+        delivery_ = std::make_unique<CaptureDelivery>(
+            audio->second.queue, [this, output = audio->second.output](const SampleBuffer& buffer) {
+                output->stream(*this, buffer, StreamOutputType::audio);
+            });
+    }
+    if (auto started = startInGraph(); !started) {
+        delivery_.reset();
+        return started;
+    }
+    state_ = State::running;
+    return {};
+}
+
+Result<void> GraphCapture::stop() {
+    if (state_ != State::running) {
+        return failure(ErrorKind::invalidInput, "the capture is not running");
+    }
+    end();
+    return {};
+}
+
+void GraphCapture::endByItself(const Error& error) {
+    if (state_ != State::running) {
+        return;
+    }
+    end();
+    if (const auto delegate = delegate_.lock()) {
+        delegate->stream(*this, error);
+    }
+}
+
+void GraphCapture::end() {
+    state_ = State::ended;
+    leaveGraph();
+    delivery_.reset();
+    outputs_.clear();
+}
+
+Result<void> GraphCapture::startInGraph() {
     if (auto following = server_.addObserver(*this); !following) {
         return following;
     }
@@ -54,12 +164,12 @@ Result<void> GraphCapture::start() {
         }
     }
     if (!started) {
-        stop();
+        leaveGraph();
     }
     return started;
 }
 
-void GraphCapture::stop() {
+void GraphCapture::leaveGraph() {
     if (!std::exchange(following_, false)) {
         return;
     }
@@ -124,7 +234,9 @@ void GraphCapture::graphChanged(const Graph& graph) {
 }
 
 void GraphCapture::receiveRt(std::span<const float> interleaved, std::int64_t) noexcept {
-    receiver_.receiveRt(interleaved, gain_.load(std::memory_order_relaxed));
+    if (delivery_ != nullptr) {
+        delivery_->pushRt(interleaved, gain_.load(std::memory_order_relaxed));
+    }
 }
 
 void GraphCapture::streaming() {
@@ -162,14 +274,20 @@ void GraphCapture::recover() {
     *lostFor_ += watchEvery;
     if (*lostFor_ >= giveUpAfter) {
         lostFor_.reset();
-        receiver_.ended(*failure_);
+        control_.async([weak = weak_from_this(), error = *failure_] {
+            if (const auto self = weak.lock()) {
+                self->endByItself(error);
+            }
+        });
     } else if (dead_ && *lostFor_ % retryEvery == std::chrono::milliseconds(0)) {
         connected();
     }
 }
 
 void GraphCapture::watch() {
-    receiver_.tick();
+    if (delivery_ != nullptr) {
+        delivery_->tick();
+    }
     if (stream_ != nullptr) {
         links_->watch(server_.graph(), stream_->isStreaming(), watchEvery);
     }
