@@ -1,6 +1,8 @@
 #include "StreamTap.h"
 
 #include <algorithm>
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/detached.hpp>
 #include <boost/asio/post.hpp>
 #include <utility>
 
@@ -28,6 +30,10 @@ Task<void> TappedStream::sendAudio(std::vector<std::byte> bytes) {
     unsent_ += bytes.size();
     given_ += bytes.size();
     return send(shared_from_this(), std::move(bytes));
+}
+
+void TappedStream::queueAudio(std::vector<std::byte> bytes) {
+    asio::co_spawn(bell_.get_executor(), sendAudio(std::move(bytes)), asio::detached);
 }
 
 Task<void> TappedStream::send(std::shared_ptr<TappedStream> self, std::vector<std::byte> bytes) {

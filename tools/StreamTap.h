@@ -41,6 +41,7 @@ public:
 
     const EventQueue<TarnTranslateEvent>& events() const override { return events_; }
     Task<void> sendAudio(std::vector<std::byte> bytes) override;
+    void queueAudio(std::vector<std::byte> bytes) override;
     Task<bool> waitHeard() override { return inner_->waitHeard(); }
     /// The session hears no more of what comes until the end; the observer does.
     Task<void> close() override {

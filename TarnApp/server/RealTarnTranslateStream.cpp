@@ -106,6 +106,10 @@ Task<void> RealTarnTranslateStream::sendAudio(std::vector<std::byte> bytes) {
     return client_->sendAudio(std::move(bytes));
 }
 
+void RealTarnTranslateStream::queueAudio(std::vector<std::byte> bytes) {
+    client_->queueAudio(std::move(bytes));
+}
+
 Task<bool> RealTarnTranslateStream::waitHeard() {
     return client_->waitHeard();
 }

@@ -29,6 +29,7 @@ public:
     const EventQueue<TarnTranslateEvent>& events() const override { return events_; }
     const EventQueue<ConnectionHealth>& health() const override { return health_; }
     Task<void> sendAudio(std::vector<std::byte> bytes) override;
+    void queueAudio(std::vector<std::byte> bytes) override;
     Task<bool> waitHeard() override;
     Task<void> close() override;
     bool isAlive() const override;

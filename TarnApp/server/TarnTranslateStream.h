@@ -29,7 +29,10 @@ public:
     /// when they have left; where the network is too slow, the oldest are left out and told as `Gap`.
     virtual Task<void> sendAudio(std::vector<std::byte> bytes) = 0;
 
-    /// Completes when all that was given to `sendAudio` before (but less than a twentieth of a second at its
+    /// As `sendAudio`, without telling when the bytes have left. Thread: any; never waits.
+    virtual void queueAudio(std::vector<std::byte> bytes) = 0;
+
+    /// Completes when all that was given to `sendAudio` or `queueAudio` before (but less than a twentieth of a second at its
     /// end) has been read by the server: true; false when the connection ends first. What the server makes of
     /// it may still come.
     virtual Task<bool> waitHeard() = 0;

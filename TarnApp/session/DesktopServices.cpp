@@ -7,7 +7,6 @@
 #include "TarnCore/audio/AudioApps.h"
 #include "TarnCore/audio/SystemAudioCapture.h"
 #include "TarnCore/deployment/Deployment.h"
-#include "TarnPlatform/base/NetworkThread.h"
 #include "TarnPlatform/base/PreferredLanguages.h"
 #include "TarnPlatform/desktop/SchemeRegistration.h"
 #include "TarnPlatform/engine/SoundWatch.h"
@@ -86,7 +85,6 @@ SessionServices SessionServices::real(SerialExecutor main) {
     SessionServices services;
     services.main = std::move(main);
     services.workers = workerPool().get_executor();
-    services.network = NetworkThread::shared().executor();
     services.clock = Clock::system();
     services.microphoneStatus = desktopMicrophone;
     services.requestMicrophone = askForDesktopMicrophone;

@@ -24,7 +24,6 @@ namespace tarn {
 struct SessionServices {
     SerialExecutor main;            ///< where every session and its observers live
     asio::any_io_executor workers;  ///< where starting and stopping sound may block
-    SerialExecutor network;         ///< where sending sets off
     std::shared_ptr<Clock> clock;
 
     std::function<AuthorizationStatus()> microphoneStatus;

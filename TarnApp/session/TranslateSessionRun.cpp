@@ -253,10 +253,7 @@ Task<PipelineResult<void>> TranslateSession::startMicPipeline(const Run& run) {
     if (!send) {
         co_return std::unexpected(send.error());
     }
-    micSession->onPCM = [forward = makeSender(parts.resampler, std::move(*send))](const PcmBuffer& buffer) {
-        auto first = buffer.format().channelCount >= 2 ? MicSession::extractChannel0(buffer) : std::nullopt;
-        forward(first ? *first : buffer);
-    };
+    micSession->onPCM = makeSender(parts.resampler, std::move(*send));
     micSession->onLevel = levelReceiver(run);
     const SerialExecutor sound = *parts.sound;
     const auto started =
@@ -291,10 +288,7 @@ Task<PipelineResult<SendAudio>> TranslateSession::openTransport(const Run& run, 
         run.services.main,
         readEvents(run.session, run.start.call, stream, std::move(audioSink), run.services.clock));
     TaskHandle::start(run.services.main, watchConnection(run.session, run.start.call, stream));
-    SendAudio send = [stream, network = run.services.network](std::vector<std::byte> bytes) {
-        asio::co_spawn(network, stream->sendAudio(std::move(bytes)), asio::detached);
-    };
-    co_return send;
+    co_return [stream](std::vector<std::byte> bytes) { stream->queueAudio(std::move(bytes)); };
 }
 
 Task<void> TranslateSession::readEvents(std::weak_ptr<TranslateSession> weak, Call start,

@@ -41,7 +41,9 @@ QwenClient::QwenClient(Url endpoint, std::string authHeader, QwenConfig config, 
       authHeader_(std::move(authHeader)),
       config_(std::move(config)),
       handler_(std::move(onAudio), std::move(onTranscript), std::move(onTarnEvent)),
-      deathBell_(strand_, asio::steady_timer::time_point::max()) {}
+      deathBell_(strand_, asio::steady_timer::time_point::max()),
+      leavingBell_(strand_, asio::steady_timer::time_point::max()),
+      chunkBell_(strand_, asio::steady_timer::time_point::max()) {}
 
 const Url& QwenClient::directEndpoint() {
     static const Url endpoint = [] {
@@ -59,6 +61,10 @@ Task<Result<void>> QwenClient::connect() {
 
 Task<void> QwenClient::sendAudio(std::vector<std::byte> bytes) {
     return carryOut(strand_, sendAudioOnStrand(shared_from_this(), std::move(bytes)));
+}
+
+void QwenClient::queueAudio(std::vector<std::byte> bytes) {
+    asio::post(strand_, [self = shared_from_this(), bytes = std::move(bytes)] { self->takeAudio(bytes); });
 }
 
 Task<bool> QwenClient::waitHeard() {
@@ -142,7 +148,9 @@ Task<Result<void>> QwenClient::connectOnStrand(std::shared_ptr<QwenClient> self)
     if (!sent) {
         co_return sent;
     }
+    self->isConnected_ = true;
     asio::co_spawn(self->strand_, receiveLoop(self, task), asio::detached);
+    asio::co_spawn(self->strand_, sendLoop(self, task), asio::detached);
     co_return Result<void>();
 }
 
@@ -154,44 +162,48 @@ Task<Result<void>> QwenClient::sendJson(std::string text) {
     co_return co_await task->send(std::move(text));
 }
 
-Task<void> QwenClient::sendAudioOnStrand(std::shared_ptr<QwenClient> self, std::vector<std::byte> bytes) {
-    if (!self->alive_) {
-        co_return;
+void QwenClient::takeAudio(std::span<const std::byte> bytes) {
+    if (!alive_) {
+        return;
     }
-    auto& pending = self->pendingInput_;
-    pending.insert(pending.end(), bytes.begin(), bytes.end());
-    self->given_ += bytes.size();
-    self->leaveOutOldest();
-    const auto position = self->wholeChunksEnd();
-    if (self->isSending_) {
-        co_await waitUntilGone(self, position);
-        co_return;
-    }
-    self->isSending_ = true;
-    co_await sendUntil(self, position);
-    if (self->alive_ && self->unsentBytes() >= chunkBytes) {
-        asio::co_spawn(self->strand_, sendTheRest(self), asio::detached);  // what others gave meanwhile
+    pendingInput_.insert(pendingInput_.end(), bytes.begin(), bytes.end());
+    given_ += bytes.size();
+    if (isConnected_) {
+        leaveOutOldest();
+        chunkBell_.cancel();
     } else {
-        self->isSending_ = false;
+        dropWholeChunks();
     }
 }
 
-Task<void> QwenClient::sendTheRest(std::shared_ptr<QwenClient> self) {
-    while (self->alive_ && self->unsentBytes() >= chunkBytes) {
-        co_await sendUntil(self, self->wholeChunksEnd());
-    }
-    self->isSending_ = false;
+/// Chunks that no socket can take get their event ids all the same.
+void QwenClient::dropWholeChunks() {
+    const auto chunks = unsentBytes() / chunkBytes;
+    eventCounter_ += static_cast<int>(chunks);
+    pendingStart_ += chunks * chunkBytes;
+    forgetSent();
+    passed(chunks * chunkBytes);
 }
 
-Task<void> QwenClient::sendUntil(std::shared_ptr<QwenClient> self, std::uint64_t position) {
+Task<void> QwenClient::sendAudioOnStrand(std::shared_ptr<QwenClient> self, std::vector<std::byte> bytes) {
+    self->takeAudio(bytes);
+    co_await waitUntilGone(self, self->wholeChunksEnd());
+}
+
+Task<void> QwenClient::sendLoop(std::shared_ptr<QwenClient> self, std::shared_ptr<WebSocketTask> task) {
     auto& pending = self->pendingInput_;
     auto& start = self->pendingStart_;
-    while (self->alive_ && self->gone_ < position) {
+    while (self->alive_) {
+        if (self->unsentBytes() < chunkBytes) {
+            co_await self->chunkBell_.async_wait(asValue);
+            continue;
+        }
         auto event =
             audioAppendEvent(self->nextEventId("evt_a_"), std::span(pending).subspan(start, chunkBytes));
         start += chunkBytes;
         self->isLeaving_ = true;
-        const auto sent = co_await self->sendJson(std::move(event));
+        self->leavingBell_.cancel();
+        const auto sent = co_await task->send(std::move(event));
         self->isLeaving_ = false;
         if (!sent) {
             if (self->alive_) {
@@ -306,6 +318,11 @@ void QwenClient::handleMessage(const std::string& text) {
 }
 
 Task<void> QwenClient::closeOnStrand(std::shared_ptr<QwenClient> self) {
+    // A chunk that was given before the close leaves before the closing handshake, which the socket sees to
+    // once it has the chunk.
+    while (self->alive_ && self->isConnected_ && !self->isLeaving_ && self->unsentBytes() >= chunkBytes) {
+        co_await self->leavingBell_.async_wait(asValue);
+    }
     self->alive_ = false;
     self->ringAll();
     const auto task = std::exchange(self->task_, nullptr);
@@ -335,6 +352,8 @@ void QwenClient::die(const std::string& reason) {
 
 void QwenClient::ringAll() {
     deathBell_.cancel();
+    leavingBell_.cancel();
+    chunkBell_.cancel();
     for (const auto& waiter : waiters_) {
         waiter.bell->cancel();
     }

@@ -8,6 +8,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -73,6 +74,9 @@ public:
     /// all the same.
     Task<void> sendAudio(std::vector<std::byte> bytes);
 
+    /// As `sendAudio`, without telling when the chunks have left. Thread: any; never waits.
+    void queueAudio(std::vector<std::byte> bytes);
+
     /// Completes when every whole chunk given before has left and the server has read it: true; false when
     /// the connection ends first.
     Task<bool> waitHeard();
@@ -100,8 +104,7 @@ private:
     static Task<Result<void>> connectAndWait(std::shared_ptr<QwenClient> self);
     static Task<Result<void>> connectOnStrand(std::shared_ptr<QwenClient> self);
     static Task<void> sendAudioOnStrand(std::shared_ptr<QwenClient> self, std::vector<std::byte> bytes);
-    static Task<void> sendUntil(std::shared_ptr<QwenClient> self, std::uint64_t position);
-    static Task<void> sendTheRest(std::shared_ptr<QwenClient> self);
+    static Task<void> sendLoop(std::shared_ptr<QwenClient> self, std::shared_ptr<WebSocketTask> task);
     static Task<void> waitUntilGone(std::shared_ptr<QwenClient> self, std::uint64_t position);
     static Task<bool> waitHeardOnStrand(std::shared_ptr<QwenClient> self);
     static Task<void> closeOnStrand(std::shared_ptr<QwenClient> self);
@@ -110,6 +113,8 @@ private:
     static Task<void> receiveLoop(std::shared_ptr<QwenClient> self, std::shared_ptr<WebSocketTask> task);
     Task<Result<void>> sendJson(std::string text);
     void handleMessage(const std::string& text);
+    void takeAudio(std::span<const std::byte> bytes);
+    void dropWholeChunks();
     std::size_t unsentBytes() const { return pendingInput_.size() - pendingStart_; }
     std::uint64_t wholeChunksEnd() const;
     void leaveOutOldest();
@@ -135,8 +140,8 @@ private:
     std::size_t pendingStart_ = 0;
     std::uint64_t gone_ = 0;  ///< bytes that have left or were left out, of all that were given
     std::uint64_t given_ = 0;
-    bool isSending_ = false;
-    bool isLeaving_ = false;  ///< a chunk that counts neither as unsent nor as gone
+    bool isConnected_ = false;  ///< the loops run
+    bool isLeaving_ = false;    ///< a chunk that counts neither as unsent nor as gone
     bool hasLeftOut_ = false;
     /// A caller that waits until `gone_` has come to its `position`.
     struct Waiter {
@@ -148,6 +153,8 @@ private:
     std::string deathReason_;
     std::string refusal_;
     asio::steady_timer deathBell_;
+    asio::steady_timer leavingBell_;  ///< cancelled when a chunk is being given to the socket
+    asio::steady_timer chunkBell_;    ///< cancelled when the send loop has to look for a chunk
 
     // Any thread.
     std::atomic<bool> alive_{true};

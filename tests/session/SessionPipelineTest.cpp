@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <numbers>
 
 #include "SessionWorld.h"
 #include "TarnApp/localization/LocKey.h"
@@ -583,21 +582,6 @@ TEST_F(SessionPipelineTest, ShowsTheLevelOfTheRunThatIsShown) {
     EXPECT_EQ(session_->inputLevel(), 0.0F) << "the capture has ended by itself";
 }
 
-/// A sine at 48 kHz on the first channel, silence on the others.
-PcmBuffer toneOnTheFirst(std::uint32_t channels) {
-    auto buffer =
-        PcmBuffer::make({CommonFormat::float32, 48000, channels, false, std::nullopt}, 4800).value();
-    buffer.setFrameLength(4800);
-    for (std::uint32_t i = 0; i < 4800; ++i) {
-        buffer.floatChannelData(0)[i] =
-            0.5F * std::sin(2 * std::numbers::pi_v<float> * 440.0F * static_cast<float>(i) / 48000.0F);
-        for (std::uint32_t channel = 1; channel < channels; ++channel) {
-            buffer.floatChannelData(channel)[i] = 0.0F;
-        }
-    }
-    return buffer;
-}
-
 TEST_F(SessionPipelineTest, SaysWhatIsWrongWithARunThatGoesOn) {
     const auto health = [this] {
         std::string names;
@@ -677,21 +661,6 @@ TEST_F(SessionPipelineTest, SaysWhatIsWrongWithARunThatGoesOn) {
     world_.pass(1s);
     EXPECT_EQ(health(), "");
     expectNothingLeft();
-}
-
-TEST_F(SessionPipelineTest, SendsTheMicrophonesFirstChannelAloneAndUnchanged) {
-    std::vector<std::vector<std::byte>> sent;
-    for (const std::uint32_t channels : {1U, 2U, 6U}) {
-        start(CaptureSource::mic);
-        world_.sent.clear();
-        session_->micSession()->onPCM(toneOnTheFirst(channels));
-        world_.settle();
-        sent.push_back(world_.sent);
-        stop();
-    }
-    EXPECT_NEAR(static_cast<double>(sent[0].size()), 3200, 200) << "16 kHz, 16 bits, one channel";
-    EXPECT_EQ(sent[1], sent[0]);
-    EXPECT_EQ(sent[2], sent[0]);
 }
 
 TEST_F(SessionPipelineTest, TakesNoMoreEventsWhileAMinuteOfVoiceWaits) {

@@ -37,7 +37,6 @@ protected:
 
     SessionServices services() {
         auto services = world_.services();
-        services.network = relay_.network();
         return services;
     }
 

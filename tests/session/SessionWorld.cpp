@@ -152,11 +152,10 @@ ScriptedStream::~ScriptedStream() {
     }
 }
 
-Task<void> ScriptedStream::sendAudio(std::vector<std::byte> bytes) {
+void ScriptedStream::queueAudio(std::vector<std::byte> bytes) {
     if (isOpen_) {
         world_.sent.insert(world_.sent.end(), bytes.begin(), bytes.end());
     }
-    co_return;
 }
 
 Task<void> ScriptedStream::close() {
@@ -231,7 +230,6 @@ SessionServices SessionWorld::services() {
     SessionServices services;
     services.main = main.get_executor();
     services.workers = workers.get_executor();
-    services.network = main.get_executor();
     services.clock = clock;
     services.microphoneStatus = [this] { return microphoneStatus; };
     services.requestMicrophone = [this] { return askForMicrophone(*this); };

@@ -44,7 +44,8 @@ public:
     ~ScriptedStream() override;
 
     const EventQueue<TarnTranslateEvent>& events() const override { return events_; }
-    Task<void> sendAudio(std::vector<std::byte> bytes) override;
+    Task<void> sendAudio(std::vector<std::byte>) override { co_return; }
+    void queueAudio(std::vector<std::byte> bytes) override;
     Task<void> close() override;
     Task<bool> waitHeard() override { co_return isOpen_; }
     bool isAlive() const override { return isOpen_; }
