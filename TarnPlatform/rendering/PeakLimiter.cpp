@@ -23,7 +23,8 @@ void PeakLimiter::limitRt(std::span<float> sound) noexcept {
         // The attack is immediate: the gain falls to the sample that needs it, and does not look ahead, which
         // would cost delay. The distortion of that single step is far less than that of clipping every peak.
         // The release is exponential and, at 0.2 s, slower than a period of the lowest voice, so that the
-        // gain does not follow the waveform itself.
+        // gain does not follow the waveform itself: after shorter releases, as after clipping, fewer words
+        // are understood (docs/benchmarks.md has the table).
         gain_ += (1 - gain_) * step;
         gain_ = gain_ > released ? 1 : gain_;
         gain_ = std::min(gain_, 1 / std::max(std::abs(sample), 1.0F));

@@ -38,7 +38,7 @@ public:
           hasEnded_(executor_, asio::steady_timer::time_point::max()) {
         stream_.read_message_max(limits_.maxMessageBytes);
         stream_.text(true);
-        // A frame for each message: fragments would let another message's wait for a slow reader in between.
+        // Each message leaves as one frame, so that clients need not put fragments together.
         stream_.auto_fragment(false);
         const auto keepQuietAboutOurselves = [](websocket::response_type& response) {
             response.erase(beast::http::field::server);

@@ -60,7 +60,8 @@ bool isFromThisMachine(const ServerRequest& request) {
     if (error || !peer.is_loopback()) {
         return false;
     }
-    // A proxy on this machine connects from a loopback address for anybody, but its kind mostly says so.
+    // A proxy on this machine connects from a loopback address for clients anywhere, but mostly says so in
+    // one of these headers.
     for (const auto* name : {"Forwarded", "X-Forwarded-For", "X-Forwarded-Host", "X-Real-IP", "Via"}) {
         if (!valuesOf(request.headers, name).empty()) {
             return false;

@@ -14,8 +14,8 @@ namespace tarn::relay {
 namespace {
 
 constexpr auto samplesPerSecond = static_cast<std::uint64_t>(qwenInputSampleRate);
-// One run of `work` takes so much sound, which a recogniser handles in 20 to 60 ms: another client on the
-// same thread waits no longer than that for its turn.
+// One run of `work` takes so much sound. A recogniser needs about 20 ms for it, rarely 200 ms, and another
+// client on the same thread waits no longer than that for its turn.
 constexpr std::size_t stepSamples = samplesPerSecond / 10;
 // Partial texts change several times a second and a translation takes a few milliseconds, but nobody reads as
 // fast: they are translated no more often than this.
