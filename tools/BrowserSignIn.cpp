@@ -12,6 +12,7 @@
 #include "TarnApp/session/URLSchemeHandler.h"
 #include "TarnPlatform/base/EventQueue.h"
 #include "TarnPlatform/base/Printable.h"
+#include "TarnPlatform/bus/BusThread.h"
 #include "TarnPlatform/desktop/SchemeRegistration.h"
 #include "TarnPlatform/desktop/SingleInstance.h"
 
@@ -88,7 +89,8 @@ Task<ExitStatus> loginInBrowser(const Options& options, SerialExecutor main) {
             handler.handle(url);
         }
     };
-    const auto instance = SingleInstance::claim(applicationID, main, std::move(callbacks));
+    BusThread bus;
+    const auto instance = SingleInstance::claim(bus, applicationID, main, std::move(callbacks));
     registerLinkHandler();
 
     if (const auto page = model->signInPage()) {

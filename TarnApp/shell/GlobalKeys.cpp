@@ -24,8 +24,8 @@ constexpr std::array<Key, 4> keys{{{"start-stop", AddedText::keyStartStop, "Ctrl
 
 }  // namespace
 
-GlobalKeys::GlobalKeys(SerialExecutor main, const UserDefaults& defaults, Perform perform)
-    : shortcuts_(std::move(main), shortcuts(defaults), std::move(perform)) {}
+GlobalKeys::GlobalKeys(BusThread& bus, SerialExecutor main, const UserDefaults& defaults, Perform perform)
+    : shortcuts_(bus, std::move(main), shortcuts(defaults), std::move(perform)) {}
 
 std::vector<Shortcut> GlobalKeys::shortcuts(const UserDefaults& defaults) {
     std::vector<Shortcut> list;

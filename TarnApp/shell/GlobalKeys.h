@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "TarnPlatform/bus/BusThread.h"
 #include "TarnPlatform/settings/UserDefaults.h"
 #include "TarnPlatform/shortcuts/GlobalShortcuts.h"
 
@@ -15,8 +16,8 @@ class GlobalKeys {
 public:
     using Perform = std::function<void(const std::string& id)>;
 
-    /// `perform` gets "start-stop", "mini-mode", "click-through" or "show".
-    GlobalKeys(SerialExecutor main, const UserDefaults& defaults, Perform perform);
+    /// `bus` must outlive this. `perform` gets "start-stop", "mini-mode", "click-through" or "show".
+    GlobalKeys(BusThread& bus, SerialExecutor main, const UserDefaults& defaults, Perform perform);
 
     /// Those that are on. What is no key is said in the log, and the usual one stands for it.
     static std::vector<Shortcut> shortcuts(const UserDefaults& defaults);

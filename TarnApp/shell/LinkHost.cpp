@@ -16,8 +16,8 @@ constexpr int mostClaims = 5;
 
 }  // namespace
 
-LinkHost::LinkHost(SerialExecutor main, std::chrono::milliseconds patience)
-    : main_(std::move(main)), patience_(patience) {
+LinkHost::LinkHost(BusThread& bus, SerialExecutor main, std::chrono::milliseconds patience)
+    : bus_(bus), main_(std::move(main)), patience_(patience) {
     for (auto* const timer : {&idle_, &limit_}) {
         timer->setSingleShot(true);
         QObject::connect(timer, &QTimer::timeout, [this] { leave(); });
@@ -43,7 +43,7 @@ LinkHost::Position LinkHost::takePosition(const std::vector<std::string>& links)
     for (int claim = 0; claim < mostClaims; ++claim) {
         instance_.reset();
         instance_ = SingleInstance::claim(
-            applicationID, main_,
+            bus_, applicationID, main_,
             {.activate =
                  [] { logLine("[tarn] there is no display for a window; tarn-cli works without one"); },
              .open = [this](const std::vector<std::string>& urls) { carryOut(urls); },

@@ -9,6 +9,7 @@
 #include "TarnApp/session/TranslateViewModel.h"
 #include "TarnApp/session/URLSchemeHandler.h"
 #include "TarnPlatform/base/Asio.h"
+#include "TarnPlatform/bus/BusThread.h"
 #include "TarnPlatform/desktop/SingleInstance.h"
 
 namespace tarn {
@@ -18,9 +19,9 @@ namespace tarn {
 /// included. Thread: main.
 class LinkHost {
 public:
-    /// `patience`: how long it waits for more links before it ends. `main` is the executor of Qt's event
-    /// loop.
-    LinkHost(SerialExecutor main, std::chrono::milliseconds patience);
+    /// `bus` must outlive this. `patience`: how long it waits for more links before it ends. `main` is the
+    /// executor of Qt's event loop.
+    LinkHost(BusThread& bus, SerialExecutor main, std::chrono::milliseconds patience);
 
     /// Runs the event loop as long as there is something to do. Returns the program's exit status: 0 when
     /// every link was carried out or handed over, 1, after one line, when the running program did not take
@@ -36,6 +37,7 @@ private:
     void rest();
     void leave();
 
+    BusThread& bus_;
     const SerialExecutor main_;
     std::chrono::milliseconds patience_;
     bool isLeaving_ = false;

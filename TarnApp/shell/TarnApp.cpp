@@ -22,10 +22,11 @@ constexpr std::chrono::seconds stopLimit{1};
 
 }  // namespace
 
-TarnApp::TarnApp(const ViewModelServices& services, MainWindowLoader& loader)
-    : vm_(TranslateViewModel::make(services)),
+TarnApp::TarnApp(const ViewModelServices& services, BusThread& bus, MainWindowLoader& loader)
+    : bus_(bus),
+      vm_(TranslateViewModel::make(services)),
       onboarding_(std::make_shared<OnboardingCoordinator>(services.defaults, services.credentials)),
-      appearance_(services.session.main),
+      appearance_(bus, services.session.main),
       loader_(loader),
       appDelegate_(loader.engine(), services) {
     Loc::manager = &localization_;
@@ -96,10 +97,10 @@ void TarnApp::appeared() {
 // Once the window is there, which it must not hold up.
 void TarnApp::appearElsewhere() {
     QGuiApplication::setWindowIcon(windowIcon());
-    tray_ = std::make_unique<Tray>(*vm_, *appDelegate_.overlay(), localization_,
+    tray_ = std::make_unique<Tray>(bus_, *vm_, *appDelegate_.overlay(), localization_,
                                    [this](const std::string& action) { perform(action); });
     const auto& services = vm_->services();
-    keys_ = std::make_unique<GlobalKeys>(services.session.main, *services.defaults,
+    keys_ = std::make_unique<GlobalKeys>(bus_, services.session.main, *services.defaults,
                                          [this](const std::string& id) { perform(id); });
 }
 

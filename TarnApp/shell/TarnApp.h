@@ -8,6 +8,7 @@
 #include "AppDelegate.h"
 #include "GlobalKeys.h"
 #include "MainWindowLoader.h"
+#include "TarnPlatform/bus/BusThread.h"
 #include "TarnPlatform/desktop/DesktopAppearance.h"
 #include "Tray.h"
 
@@ -17,8 +18,8 @@ namespace tarn {
 /// Thread: main, after the `QGuiApplication` has been made.
 class TarnApp {
 public:
-    /// `loader` must outlive this.
-    TarnApp(const ViewModelServices& services, MainWindowLoader& loader);
+    /// The others must outlive this.
+    TarnApp(const ViewModelServices& services, BusThread& bus, MainWindowLoader& loader);
     ~TarnApp();
     TarnApp(const TarnApp&) = delete;
     TarnApp& operator=(const TarnApp&) = delete;
@@ -48,6 +49,7 @@ private:
     void appeared();
     void appearElsewhere();
 
+    BusThread& bus_;
     LocalizationManager localization_;
     std::shared_ptr<TranslateViewModel> vm_;
     std::shared_ptr<OnboardingCoordinator> onboarding_;

@@ -6,11 +6,11 @@
 
 namespace tarn {
 
-Tray::Tray(TranslateViewModel& vm, FloatingOverlay& overlay, LocalizationManager& localization,
-           std::function<void(const std::string& action)> perform)
+Tray::Tray(BusThread& bus, TranslateViewModel& vm, FloatingOverlay& overlay,
+           LocalizationManager& localization, std::function<void(const std::string& action)> perform)
     : vm_(vm),
       overlay_(overlay),
-      icon_("tarn", vm.services().session.main,
+      icon_(bus, "tarn", vm.services().session.main,
             [perform = std::move(perform)](const std::string& row) { perform(row.empty() ? "show" : row); }) {
     connect(&vm_, &TranslateViewModel::canStopChanged, this, &Tray::follow);
     connect(&vm_, &TranslateViewModel::isLoggedInChanged, this, &Tray::follow);

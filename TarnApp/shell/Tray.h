@@ -6,6 +6,7 @@
 
 #include "TarnApp/localization/LocalizationManager.h"
 #include "TarnApp/session/TranslateViewModel.h"
+#include "TarnPlatform/bus/BusThread.h"
 #include "TarnPlatform/desktop/TrayIcon.h"
 #include "TarnPlatform/windows/FloatingOverlay.h"
 
@@ -18,7 +19,7 @@ class Tray : public QObject {
 public:
     /// `perform` gets the action that the user chose, by the names of `TarnApp::perform`. The others must
     /// outlive this.
-    Tray(TranslateViewModel& vm, FloatingOverlay& overlay, LocalizationManager& localization,
+    Tray(BusThread& bus, TranslateViewModel& vm, FloatingOverlay& overlay, LocalizationManager& localization,
          std::function<void(const std::string& action)> perform);
 
 private:

@@ -22,6 +22,7 @@
 #include "TarnCore/deployment/Deployment.h"
 #include "TarnPlatform/base/Log.h"
 #include "TarnPlatform/base/MainThread.h"
+#include "TarnPlatform/bus/BusThread.h"
 #include "TarnPlatform/desktop/SchemeRegistration.h"
 #include "TarnPlatform/process/FreeMemory.h"
 #include "TarnPlatform/process/StandardDescriptors.h"
@@ -63,6 +64,7 @@ bool knowsServers() {
 
 int showWindow(int argc, char** argv, const Arguments& arguments) {
     Renderer::choose();
+    BusThread bus;  // connects while the window is made ready
     QGuiApplication application(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("tarn"));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Tarn"));
@@ -74,7 +76,7 @@ int showWindow(int argc, char** argv, const Arguments& arguments) {
     const MainThread main;
     std::unique_ptr<TarnApp> app;
     const auto instance =
-        SingleInstance::claim(applicationID, main.executor(),
+        SingleInstance::claim(bus, applicationID, main.executor(),
                               {.activate = [&app] { app->activate(); },
                                .open = [&app](const std::vector<std::string>& urls) { app->openUrls(urls); },
                                .action = [&app](const std::string& name) { app->perform(name); }});
@@ -91,7 +93,7 @@ int showWindow(int argc, char** argv, const Arguments& arguments) {
     }
     registerAsLinkHandler();
     // What the bus has asked for since the claim waits in the event loop, which must not run before this.
-    app = std::make_unique<TarnApp>(ViewModelServices::real(main.executor()), loader);
+    app = std::make_unique<TarnApp>(ViewModelServices::real(main.executor()), bus, loader);
     MainWindowLoader::goOn();
     Fonts::warmUp();
     if (!app->open()) {
@@ -113,7 +115,8 @@ int carryOutLinks(char** argv, const Arguments& arguments) {
     QCoreApplication application(one, argv);
     const MainThread main;
     const bool isService = arguments.task == Arguments::Task::service;
-    LinkHost host(main.executor(), isService ? servicePatience : std::chrono::seconds(0));
+    BusThread bus;
+    LinkHost host(bus, main.executor(), isService ? servicePatience : std::chrono::seconds(0));
     return host.run(arguments.links);
 }
 

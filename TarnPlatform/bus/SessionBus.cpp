@@ -23,6 +23,12 @@ std::optional<std::string> sessionBusAddress() {
     return std::string("unix:path=") + escaped.get();
 }
 
+GDBusConnectionFlags ownConnectionFlags() {
+    // A C flag set. NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange)
+    return static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                             G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
+}
+
 Owned<GDBusConnection> connectToSessionBus(GCancellable* limit, std::string& whyNot) {
     const auto address = sessionBusAddress();
     if (!address) {
@@ -30,12 +36,8 @@ Owned<GDBusConnection> connectToSessionBus(GCancellable* limit, std::string& why
         return nullptr;
     }
     GlibFailure failure;
-    Owned<GDBusConnection> bus(g_dbus_connection_new_for_address_sync(
-        address->c_str(),
-        // A C flag set. NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange)
-        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-        nullptr, limit, failure.out()));
+    Owned<GDBusConnection> bus(g_dbus_connection_new_for_address_sync(address->c_str(), ownConnectionFlags(),
+                                                                      nullptr, limit, failure.out()));
     if (!bus) {
         whyNot = failure.text();
     }

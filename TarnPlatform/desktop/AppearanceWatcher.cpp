@@ -1,15 +1,13 @@
 #include "AppearanceWatcher.h"
 
 #include <array>
-#include <boost/asio/post.hpp>
 #include <cstdlib>
 #include <string_view>
-#include <thread>
 #include <utility>
 #include <vector>
 
-#include "TarnPlatform/bus/Glib.h"
-#include "TarnPlatform/bus/SessionBus.h"
+#include "TarnPlatform/bus/BusConnection.h"
+#include "TarnPlatform/bus/BusThread.h"
 
 namespace tarn {
 namespace {
@@ -21,7 +19,6 @@ constexpr const char* appearance = "org.freedesktop.appearance";
 constexpr const char* gnomeInterface = "org.gnome.desktop.interface";
 constexpr const char* gnomeAccess = "org.gnome.desktop.a11y.interface";
 constexpr const char* kdeGeneral = "org.kde.kdeglobals.KDE";
-constexpr int portalLimitMs = 10'000;  // it may have to be started first
 
 struct KeyFileFree {
     void operator()(GKeyFile* file) const { g_key_file_free(file); }
@@ -79,81 +76,60 @@ void take(AppearanceFacts& facts, std::string_view place, std::string_view key, 
 
 }  // namespace
 
-/// Shared with its thread. All of it is the thread's, but what says otherwise.
+/// Thread: the bus's.
 class AppearanceWatcher::Reader {
 public:
-    Reader(SerialExecutor executor, std::function<void(const AppearanceFacts&)> told)
-        : executor_(std::move(executor)),
-          told_(std::make_shared<std::function<void(const AppearanceFacts&)>>(std::move(told))),
-          posted_(told_) {}
-    ~Reader() { g_main_context_unref(context_); }
+    using Tell = std::function<void(AppearanceFacts)>;
+
+    Reader(BusConnection& bus, Tell tell) : bus_(bus), tell_(std::move(tell)) {
+        watchFiles();
+        watchSettings();
+        this->tell();
+        bus_.whenConnected(lifeline_, [this](GDBusConnection* connection, const std::string&) {
+            if (connection != nullptr) {
+                watchPortal(connection);
+            }
+        });
+    }
+    ~Reader() {
+        if (connection_ != nullptr) {
+            g_bus_unwatch_name(portalWatch_);
+            g_dbus_connection_signal_unsubscribe(connection_, changes_);
+        }
+        for (const auto& monitor : monitors_) {
+            g_signal_handlers_disconnect_by_data(monitor.get(), this);
+        }
+        for (GSettings* const settings : {settings_.get(), access_.get()}) {
+            if (settings != nullptr) {
+                g_signal_handlers_disconnect_by_data(settings, this);
+            }
+        }
+    }
     Reader(const Reader&) = delete;
     Reader& operator=(const Reader&) = delete;
 
-    static void start(const std::shared_ptr<Reader>& reader) {
-        reader->thread_ = std::thread([reader] { reader->run(); });
-    }
-
-    /// Thread: the executor's.
-    void stop() {
-        told_.reset();
-        g_cancellable_cancel(cancellable_.get());
-        g_main_context_wakeup(context_);
-        thread_.join();
-    }
-
 private:
-    void run() {
-        g_main_context_push_thread_default(context_);
-        watchFiles();
-        watchSettings();
-        tell();
-        watchPortal();
-        const auto isOver = [this] { return g_cancellable_is_cancelled(cancellable_.get()) != FALSE; };
-        while (!isOver() || calls_ > 0) {
-            g_main_context_iteration(context_, TRUE);
-        }
-        if (portalWatch_ != 0) {
-            g_bus_unwatch_name(portalWatch_);
-            g_dbus_connection_signal_unsubscribe(bus_.get(), changes_);
-        }
-        monitors_.clear();
-        settings_.reset();
-        access_.reset();
-        bus_.reset();
-        while (g_main_context_iteration(context_, FALSE) != FALSE) {
-        }
-        g_main_context_pop_thread_default(context_);
-    }
-
     void watchFiles();
     void readFiles();
     void watchSettings();
     void readSettings();
-    void watchPortal();
+    void watchPortal(GDBusConnection* connection);
     void askPortal();
+    void takePortal(GVariant* groups);
     void tell();
 
-    // Fixed at birth.
-    const SerialExecutor executor_;
-    GMainContext* const context_ = g_main_context_new();
-    const Owned<GCancellable> cancellable_{g_cancellable_new()};
-
-    // The executor's. What is posted holds it weakly.
-    std::shared_ptr<std::function<void(const AppearanceFacts&)>> told_;
-    std::thread thread_;
-
-    const std::weak_ptr<std::function<void(const AppearanceFacts&)>> posted_;
+    BusConnection& bus_;
+    const Tell tell_;
+    const BusConnection::Lifeline lifeline_ = BusConnection::newLifeline();
     AppearanceFacts facts_;
     AppearanceFacts lastTold_;
     bool hasTold_ = false;
     std::vector<Owned<GFileMonitor>> monitors_;
     Owned<GSettings> settings_;
     Owned<GSettings> access_;  ///< those of how the desktop can be used
-    Owned<GDBusConnection> bus_;
+    GDBusConnection* connection_ = nullptr;
     guint portalWatch_ = 0;
     guint changes_ = 0;
-    int calls_ = 0;  ///< to the portal, not answered yet
 };
 
 void AppearanceWatcher::Reader::watchFiles() {
@@ -166,7 +142,8 @@ void AppearanceWatcher::Reader::watchFiles() {
             continue;
         }
         const Text path(g_build_filename(folder.get(), "settings.ini", nullptr));
-        const Owned<GFile> file(g_file_new_for_path(path.get()));
+        // The local file system alone: GLib's own choice would ask a service on the bus, and wait for it.
+        const Owned<GFile> file(g_vfs_get_file_for_path(g_vfs_get_local(), path.get()));
         Owned<GFileMonitor> monitor(g_file_monitor_file(file.get(), G_FILE_MONITOR_NONE, nullptr, nullptr));
         if (monitor) {
             g_signal_connect(monitor.get(), "changed",
@@ -234,14 +211,10 @@ void AppearanceWatcher::Reader::readSettings() {
     facts_.settingsHighContrast = flag(access_.get(), "high-contrast");
 }
 
-void AppearanceWatcher::Reader::watchPortal() {
-    std::string whyNot;
-    bus_ = connectToSessionBus(cancellable_.get(), whyNot);
-    if (!bus_) {
-        return;
-    }
+void AppearanceWatcher::Reader::watchPortal(GDBusConnection* connection) {
+    connection_ = connection;
     changes_ = g_dbus_connection_signal_subscribe(
-        bus_.get(), portalName, portalInterface, "SettingChanged", portalPath, nullptr,
+        connection_, portalName, portalInterface, "SettingChanged", portalPath, nullptr,
         G_DBUS_SIGNAL_FLAGS_NONE,
         [](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant* arguments,
            gpointer data) {
@@ -257,7 +230,7 @@ void AppearanceWatcher::Reader::watchPortal() {
         },
         this, nullptr);
     portalWatch_ = g_bus_watch_name_on_connection(
-        bus_.get(), portalName, G_BUS_NAME_WATCHER_FLAGS_AUTO_START,
+        connection_, portalName, G_BUS_NAME_WATCHER_FLAGS_AUTO_START,
         [](GDBusConnection*, const char*, const char*, gpointer self) {
             static_cast<Reader*>(self)->askPortal();
         },
@@ -266,56 +239,54 @@ void AppearanceWatcher::Reader::watchPortal() {
 
 void AppearanceWatcher::Reader::askPortal() {
     const std::array<const char*, 5> places{appearance, gnomeInterface, gnomeAccess, kdeGeneral, nullptr};
-    ++calls_;
-    g_dbus_connection_call(
-        bus_.get(), portalName, portalPath, portalInterface, "ReadAll", g_variant_new("(^as)", places.data()),
-        G_VARIANT_TYPE("(a{sa{sv}})"), G_DBUS_CALL_FLAGS_NONE, portalLimitMs, cancellable_.get(),
-        [](GObject* bus, GAsyncResult* result, gpointer data) {
-            auto* const self = static_cast<Reader*>(data);
-            --self->calls_;
-            // It may be a portal without settings.
-            const Variant reply(
-                g_dbus_connection_call_finish(reinterpret_cast<GDBusConnection*>(bus), result, nullptr));
-            if (!reply) {
-                return;
-            }
-            const Variant all(g_variant_get_child_value(reply.get(), 0));
-            GVariantIter groups;
-            g_variant_iter_init(&groups, all.get());
-            const char* place = nullptr;
-            for (GVariant* group = nullptr; g_variant_iter_next(&groups, "{&s@a{sv}}", &place, &group);) {
-                const Variant owned(group);
-                GVariantIter entries;
-                g_variant_iter_init(&entries, group);
-                const char* key = nullptr;
-                for (GVariant* value = nullptr; g_variant_iter_next(&entries, "{&sv}", &key, &value);) {
-                    take(self->facts_, place, key, Variant(value));
-                }
-            }
-            self->tell();
-        },
-        this);
+    bus_.call({.to = portalName,
+               .path = portalPath,
+               .interface = portalInterface,
+               .method = "ReadAll",
+               .arguments = g_variant_new("(^as)", places.data()),
+               .answerType = "(a{sa{sv}})",
+               .flags = G_DBUS_CALL_FLAGS_NONE},
+              lifeline_, [this](const Variant& reply, const std::string&) {
+                  if (reply) {  // not so from a portal without settings
+                      const Variant groups(g_variant_get_child_value(reply.get(), 0));
+                      takePortal(groups.get());
+                      tell();
+                  }
+              });
+}
+
+void AppearanceWatcher::Reader::takePortal(GVariant* groups) {
+    GVariantIter places;
+    g_variant_iter_init(&places, groups);
+    const char* place = nullptr;
+    for (GVariant* group = nullptr; g_variant_iter_next(&places, "{&s@a{sv}}", &place, &group);) {
+        const Variant owned(group);
+        GVariantIter entries;
+        g_variant_iter_init(&entries, group);
+        const char* key = nullptr;
+        for (GVariant* value = nullptr; g_variant_iter_next(&entries, "{&sv}", &key, &value);) {
+            take(facts_, place, key, Variant(value));
+        }
+    }
 }
 
 void AppearanceWatcher::Reader::tell() {
     if (!std::exchange(hasTold_, true) || facts_ != lastTold_) {
         lastTold_ = facts_;
-        asio::post(executor_, [weak = posted_, facts = facts_] {
-            if (const auto told = weak.lock()) {
-                (*told)(facts);
-            }
-        });
+        tell_(facts_);
     }
 }
 
-AppearanceWatcher::AppearanceWatcher(SerialExecutor executor,
+AppearanceWatcher::AppearanceWatcher(BusThread& bus, SerialExecutor executor,
                                      std::function<void(const AppearanceFacts&)> told)
-    : reader_(std::make_shared<Reader>(std::move(executor), std::move(told))) {
-    Reader::start(reader_);
+    : bus_(bus), told_(std::move(executor), std::move(told)) {
+    bus_.post([this](BusConnection& connection) {
+        reader_ = std::make_unique<Reader>(connection, told_.poster());
+    });
 }
 
 AppearanceWatcher::~AppearanceWatcher() {
-    reader_->stop();
+    bus_.run([this](BusConnection&) { reader_.reset(); });
 }
 
 }  // namespace tarn

@@ -4,17 +4,19 @@
 #include <memory>
 
 #include "AppearanceFacts.h"
-#include "TarnPlatform/base/Asio.h"
+#include "TarnPlatform/base/PostedCallback.h"
 
 namespace tarn {
 
-/// Asks the desktop for its look and listens for changes, on a thread of its own: whatever of the desktop
-/// does not answer, nobody waits for it.
+class BusThread;
+
+/// Asks the desktop for its look and listens for changes. Nobody waits for the desktop.
 class AppearanceWatcher {
 public:
-    /// `told` is called on `executor` with what is known by then, and again at each change; no more once this
-    /// object is gone.
-    AppearanceWatcher(SerialExecutor executor, std::function<void(const AppearanceFacts&)> told);
+    /// `bus` must outlive this. `told` is called on `executor` with what is known without the bus, and again
+    /// at each change; no more once this object is gone.
+    AppearanceWatcher(BusThread& bus, SerialExecutor executor,
+                      std::function<void(const AppearanceFacts&)> told);
     /// Thread: the executor's.
     ~AppearanceWatcher();
     AppearanceWatcher(const AppearanceWatcher&) = delete;
@@ -22,7 +24,9 @@ public:
 
 private:
     class Reader;
-    const std::shared_ptr<Reader> reader_;
+    BusThread& bus_;
+    const PostedCallback<AppearanceFacts> told_;
+    std::unique_ptr<Reader> reader_;  ///< on the bus's thread
 };
 
 }  // namespace tarn

@@ -17,13 +17,14 @@ bool isPaletteDark() {
 
 }  // namespace
 
-DesktopAppearance::DesktopAppearance(SerialExecutor main, QObject* parent)
+DesktopAppearance::DesktopAppearance(BusThread& bus, SerialExecutor main, QObject* parent)
     : QObject(parent), isDark_(isPaletteDark()) {
     qGuiApp->installEventFilter(this);
-    watcher_ = std::make_unique<AppearanceWatcher>(std::move(main), [this](const AppearanceFacts& facts) {
-        facts_ = facts;
-        settle();
-    });
+    watcher_ =
+        std::make_unique<AppearanceWatcher>(bus, std::move(main), [this](const AppearanceFacts& facts) {
+            facts_ = facts;
+            settle();
+        });
 }
 
 DesktopAppearance::~DesktopAppearance() = default;

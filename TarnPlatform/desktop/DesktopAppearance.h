@@ -9,6 +9,7 @@
 namespace tarn {
 
 class AppearanceWatcher;
+class BusThread;
 
 /// The look that the user has chosen for the desktop: dark or light, high contrast, and whether things may
 /// move. From the desktop's portal, its settings, those of GTK, or else the palette that Qt has found.
@@ -18,7 +19,8 @@ class DesktopAppearance : public QObject {
     Q_OBJECT
 
 public:
-    explicit DesktopAppearance(SerialExecutor main, QObject* parent = nullptr);
+    /// `bus` must outlive this.
+    DesktopAppearance(BusThread& bus, SerialExecutor main, QObject* parent = nullptr);
     ~DesktopAppearance() override;
 
     bool isDark() const { return isDark_; }

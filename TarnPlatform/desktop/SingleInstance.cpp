@@ -1,23 +1,21 @@
 #include "SingleInstance.h"
 
 #include <algorithm>
-#include <boost/asio/post.hpp>
 #include <chrono>
 #include <future>
 #include <optional>
 #include <string_view>
-#include <thread>
 #include <utility>
 
 #include "TarnPlatform/base/Log.h"
 #include "TarnPlatform/base/Utf8.h"
-#include "TarnPlatform/bus/SessionBus.h"
+#include "TarnPlatform/bus/BusConnection.h"
+#include "TarnPlatform/bus/BusThread.h"
 
 namespace tarn {
 namespace {
 
-constexpr std::chrono::seconds limit{2};
-constexpr int limitMs = 2000;
+constexpr std::chrono::milliseconds limit = std::chrono::seconds(2);
 constexpr std::size_t longestAction = 256;
 
 constexpr const char* interfaceName = "org.freedesktop.Application";
@@ -45,13 +43,6 @@ std::string objectPath(const std::string& applicationID) {
 enum NameReply : guint32 { primaryOwner = 1, exists = 3 };
 constexpr guint32 doNotQueue = 4;
 
-Variant callBus(GDBusConnection* bus, const char* method, GVariant* arguments, GCancellable* cancellable,
-                GlibFailure& problem) {
-    return Variant(g_dbus_connection_call_sync(
-        bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method, arguments,
-        G_VARIANT_TYPE("(u)"), G_DBUS_CALL_FLAGS_NO_AUTO_START, limitMs, cancellable, problem.out()));
-}
-
 GVariant* noPlatformData() {
     return g_variant_new_array(G_VARIANT_TYPE("{sv}"), nullptr, 0);
 }
@@ -75,116 +66,94 @@ std::optional<std::vector<std::string>> acceptableUrls(GVariant* arguments) {
 
 }  // namespace
 
-/// The connection and its thread. Shared with the thread, which a bus that hangs may hold longer than the
-/// owner waits.
+/// What the program shows of itself on the bus. Thread: the bus's, but for `call`.
 class SingleInstance::Peer {
 public:
-    Peer(std::string applicationID, SerialExecutor executor, Callbacks callbacks)
-        : name_(std::move(applicationID)),
+    enum class Claim { primary, secondary, noBus };
+    using Claimed = std::function<void(Claim claim, const std::string& whyNot)>;
+    struct Calls {
+        std::function<void()> activate;
+        std::function<void(std::vector<std::string>)> open;
+        std::function<void(std::string)> action;
+    };
+
+    /// `claimed` is called once, when it is known who has the name.
+    Peer(BusConnection& bus, std::string name, Calls calls, Claimed claimed)
+        : name_(std::move(name)),
           path_(objectPath(name_)),
-          executor_(std::move(executor)),
-          callbacks_(std::make_shared<Callbacks>(std::move(callbacks))) {}
-    ~Peer() { g_main_context_unref(context_); }
+          calls_(std::move(calls)),
+          claimed_(std::move(claimed)),
+          bus_(bus) {
+        bus_.whenConnected(lifeline_, [this](GDBusConnection* connection, const std::string& whyNot) {
+            connection_ = connection;
+            connection_ != nullptr ? requestName() : claimed_(Claim::noBus, whyNot);
+        });
+    }
+    ~Peer() {
+        if (asked_) {
+            // Also where the bus has not answered yet: it would give this program a name that nobody serves.
+            askBus("ReleaseName", g_variant_new("(s)", name_.c_str()), nullptr, {});
+        }
+        withdraw();
+    }
     Peer(const Peer&) = delete;
     Peer& operator=(const Peer&) = delete;
 
-    static void start(const std::shared_ptr<Peer>& peer);
-    void stop();
+    /// `released` is called when all that came before has been posted.
+    void release(std::function<void()> released);
 
-    bool isPrimary() const { return isPrimary_; }
-    Result<void> call(const char* method, GVariant* arguments);
-    void release();
+    /// Calls the program that has the name, and waits for its answer. Requires: somebody else has it. Thread:
+    /// any.
+    Result<void> call(const char* method, GVariant* arguments) const;
 
 private:
-    enum class Claim { primary, secondary, noBus };
-
-    void runThread(std::promise<Claim> claimed);
-    Claim claimName();
+    void requestName();
     bool registerObject();
-    void serve();
-    void answer(const char* method, GVariant* arguments, GDBusMethodInvocation* invocation);
+    void withdraw();
+    void askBus(const char* method, GVariant* arguments, const BusConnection::Lifeline& lifeline,
+                BusConnection::Answered answered);
+    void answer(std::string_view method, GVariant* arguments, GDBusMethodInvocation* invocation);
 
-    // Fixed at birth.
     const std::string name_;
     const std::string path_;
-    const SerialExecutor executor_;
-    GMainContext* const context_ = g_main_context_new();
-    const Owned<GCancellable> cancellable_{g_cancellable_new()};
-
-    // The executor's. What is posted holds it weakly: with the owner gone, nothing is called.
-    std::shared_ptr<Callbacks> callbacks_;
-    bool isPrimary_ = true;
-    bool holdsName_ = false;
-    std::thread thread_;
-
-    // Set by the thread before it reports the claim, and only read after that.
-    Owned<GDBusConnection> bus_;
-    std::weak_ptr<Callbacks> posted_;
-    std::string whyNot_;
-
-    // The thread's own.
+    const Calls calls_;
+    const Claimed claimed_;
+    BusConnection& bus_;
+    const BusConnection::Lifeline lifeline_ = BusConnection::newLifeline();
+    GDBusConnection* connection_ = nullptr;  ///< does not change any more once the name is claimed
     guint object_ = 0;
-    bool isOver_ = false;
+    gulong closed_ = 0;
+    bool asked_ = false;  ///< for the name, which may be this program's
 };
 
-void SingleInstance::Peer::start(const std::shared_ptr<Peer>& peer) {
-    peer->posted_ = peer->callbacks_;
-    std::promise<Claim> promise;
-    auto claimed = promise.get_future();
-    peer->thread_ =
-        std::thread([peer, promise = std::move(promise)]() mutable { peer->runThread(std::move(promise)); });
-    if (claimed.wait_for(limit) != std::future_status::ready) {
-        g_cancellable_cancel(peer->cancellable_.get());
-        peer->thread_.detach();
-        logLine(
-            "[desktop] the session bus does not answer: other starts of this program will not find this one");
+void SingleInstance::Peer::requestName() {
+    // The object comes first, since whoever sees the name may call at once.
+    if (!registerObject()) {
+        claimed_(Claim::noBus, "the object cannot be registered");
         return;
     }
-    const auto claim = claimed.get();
-    if (claim == Claim::noBus) {
-        logLine("[desktop] no session bus (" + peer->whyNot_ +
-                "): other starts of this program will not find this one");
-    }
-    peer->isPrimary_ = claim != Claim::secondary;
-    peer->holdsName_ = claim == Claim::primary;
-}
-
-void SingleInstance::Peer::runThread(std::promise<Claim> claimed) {
-    g_main_context_push_thread_default(context_);
-    const auto claim = claimName();
-    claimed.set_value(claim);
-    if (claim == Claim::primary) {
-        serve();
-    }
-    if (object_ != 0) {
-        g_dbus_connection_unregister_object(bus_.get(), object_);
-    }
-    // What the connection still has for this thread.
-    while (g_main_context_iteration(context_, FALSE) != FALSE) {
-    }
-    g_main_context_pop_thread_default(context_);
-}
-
-SingleInstance::Peer::Claim SingleInstance::Peer::claimName() {
-    bus_ = connectToSessionBus(cancellable_.get(), whyNot_);
-    if (!bus_) {
-        return Claim::noBus;
-    }
-    // The object first: whoever sees the name may call at once.
-    if (!registerObject()) {
-        whyNot_ = "the object cannot be registered";
-        return Claim::noBus;
-    }
-    GlibFailure problem;
-    const auto reply = callBus(bus_.get(), "RequestName", g_variant_new("(su)", name_.c_str(), doNotQueue),
-                               cancellable_.get(), problem);
-    if (!reply) {
-        whyNot_ = problem.text();
-        return Claim::noBus;
-    }
-    guint32 answer = 0;
-    g_variant_get(reply.get(), "(u)", &answer);
-    return answer == NameReply::exists ? Claim::secondary : Claim::primary;
+    asked_ = true;
+    askBus("RequestName", g_variant_new("(su)", name_.c_str(), doNotQueue), lifeline_,
+           [this](const Variant& reply, const std::string& whyNot) {
+               guint32 outcome = 0;
+               if (reply) {
+                   g_variant_get(reply.get(), "(u)", &outcome);
+               }
+               if (!reply || outcome == NameReply::exists) {
+                   asked_ = !reply;
+                   withdraw();
+                   claimed_(reply ? Claim::secondary : Claim::noBus, whyNot);
+                   return;
+               }
+               closed_ = g_signal_connect(
+                   connection_, "closed", G_CALLBACK(+[](GDBusConnection*, gboolean, GError*, gpointer) {
+                       logLine(
+                           "[desktop] the session bus is gone: other starts of this program no longer "
+                           "find this one");
+                   }),
+                   nullptr);
+               claimed_(Claim::primary, {});
+           });
 }
 
 bool SingleInstance::Peer::registerObject() {
@@ -195,62 +164,67 @@ bool SingleInstance::Peer::registerObject() {
         nullptr,
         nullptr,
         {}};
-    object_ = g_dbus_connection_register_object(bus_.get(), path_.c_str(), applicationInterface(), &table,
+    object_ = g_dbus_connection_register_object(connection_, path_.c_str(), applicationInterface(), &table,
                                                 this, nullptr, nullptr);
     return object_ != 0;
 }
 
-void SingleInstance::Peer::serve() {
-    const auto closed = g_signal_connect(
-        bus_.get(), "closed", G_CALLBACK(+[](GDBusConnection*, gboolean, GError*, gpointer) {
-            logLine(
-                "[desktop] the session bus is gone: other starts of this program no longer find this one");
-        }),
-        nullptr);
-    while (!isOver_) {
-        g_main_context_iteration(context_, TRUE);
+void SingleInstance::Peer::withdraw() {
+    if (object_ != 0) {
+        g_dbus_connection_unregister_object(connection_, std::exchange(object_, 0));
     }
-    g_signal_handler_disconnect(bus_.get(), closed);
+    if (closed_ != 0) {
+        g_signal_handler_disconnect(connection_, std::exchange(closed_, 0));
+    }
 }
 
-void SingleInstance::Peer::answer(const char* method, GVariant* arguments,
+void SingleInstance::Peer::askBus(const char* method, GVariant* arguments,
+                                  const BusConnection::Lifeline& lifeline, BusConnection::Answered answered) {
+    bus_.call({.to = "org.freedesktop.DBus",
+               .path = "/org/freedesktop/DBus",
+               .interface = "org.freedesktop.DBus",
+               .method = method,
+               .arguments = arguments,
+               .answerType = "(u)",
+               .limit = limit},
+              lifeline, std::move(answered));
+}
+
+void SingleInstance::Peer::release(std::function<void()> released) {
+    asked_ = false;
+    askBus("ReleaseName", g_variant_new("(s)", name_.c_str()), lifeline_,
+           [this, released = std::move(released)](const Variant&, const std::string&) {
+               // The bus delivers in order, so that every call to the name lies in the context by now; so
+               // does the end of the bus, where that is why there is an answer.
+               callOn(bus_.context(), released);
+           });
+}
+
+void SingleInstance::Peer::answer(std::string_view method, GVariant* arguments,
                                   GDBusMethodInvocation* invocation) {
-    const std::string_view name(method);
-    if (name == "Open") {
+    if (method == "Open") {
         auto urls = acceptableUrls(arguments);
         if (!urls) {
             g_dbus_method_invocation_return_error_literal(invocation, G_DBUS_ERROR, G_DBUS_ERROR_INVALID_ARGS,
                                                           "too many addresses, or too long ones");
             return;
         }
-        asio::post(executor_, [weak = posted_, urls = std::move(*urls)]() mutable {
-            if (const auto callbacks = weak.lock(); callbacks && callbacks->open) {
-                callbacks->open(std::move(urls));
-            }
-        });
-    } else if (name == "ActivateAction") {
+        calls_.open(std::move(*urls));
+    } else if (method == "ActivateAction") {
         const char* action = nullptr;
         g_variant_get_child(arguments, 0, "&s", &action);
-        asio::post(executor_, [weak = posted_, action = std::string(action).substr(0, longestAction)] {
-            if (const auto callbacks = weak.lock(); callbacks && callbacks->action) {
-                callbacks->action(action);
-            }
-        });
+        calls_.action(std::string(action).substr(0, longestAction));
     } else {
-        asio::post(executor_, [weak = posted_] {
-            if (const auto callbacks = weak.lock(); callbacks && callbacks->activate) {
-                callbacks->activate();
-            }
-        });
+        calls_.activate();
     }
     g_dbus_method_invocation_return_value(invocation, nullptr);
 }
 
-Result<void> SingleInstance::Peer::call(const char* method, GVariant* arguments) {
+Result<void> SingleInstance::Peer::call(const char* method, GVariant* arguments) const {
     GlibFailure problem;
     const Variant reply(g_dbus_connection_call_sync(
-        bus_.get(), name_.c_str(), path_.c_str(), interfaceName, method, arguments, nullptr,
-        G_DBUS_CALL_FLAGS_NO_AUTO_START, limitMs, nullptr, problem.out()));
+        connection_, name_.c_str(), path_.c_str(), interfaceName, method, arguments, nullptr,
+        G_DBUS_CALL_FLAGS_NO_AUTO_START, static_cast<int>(limit.count()), nullptr, problem.out()));
     if (reply) {
         return {};
     }
@@ -263,47 +237,57 @@ Result<void> SingleInstance::Peer::call(const char* method, GVariant* arguments)
     return failure(ErrorKind::unavailable, "the running program is gone");
 }
 
-void SingleInstance::Peer::release() {
-    if (!std::exchange(holdsName_, false)) {
+std::unique_ptr<SingleInstance> SingleInstance::claim(BusThread& bus, const std::string& applicationID,
+                                                      const SerialExecutor& executor, Callbacks callbacks) {
+    std::unique_ptr<SingleInstance> instance(
+        new SingleInstance(bus, applicationID, executor, std::move(callbacks)));
+    instance->claimName();
+    return instance;
+}
+
+SingleInstance::SingleInstance(BusThread& bus, std::string applicationID, const SerialExecutor& executor,
+                               Callbacks callbacks)
+    : bus_(bus),
+      name_(std::move(applicationID)),
+      activate_(executor, std::move(callbacks.activate)),
+      open_(executor, std::move(callbacks.open)),
+      action_(executor, std::move(callbacks.action)) {}
+
+void SingleInstance::claimName() {
+    struct Outcome {
+        Peer::Claim claim;
+        std::string whyNot;
+    };
+    // Shared, because an answer may come when nobody waits any more.
+    const auto promise = std::make_shared<std::promise<Outcome>>();
+    bus_.post([this, promise](BusConnection& bus) {
+        peer_ = std::make_unique<Peer>(
+            bus, name_, Peer::Calls{activate_.poster(), open_.poster(), action_.poster()},
+            [promise](Peer::Claim claim, const std::string& whyNot) { promise->set_value({claim, whyNot}); });
+    });
+    auto answer = promise->get_future();
+    if (answer.wait_for(limit) != std::future_status::ready) {
+        bus_.run([this](BusConnection&) { peer_.reset(); });
+        logLine(
+            "[desktop] the session bus does not answer: other starts of this program will not find this one");
         return;
     }
-    const auto released = std::make_shared<std::promise<void>>();
-    callOn(context_, [this, released] {
-        GlibFailure problem;
-        const auto reply =
-            callBus(bus_.get(), "ReleaseName", g_variant_new("(s)", name_.c_str()), nullptr, problem);
-        // What came before the answer lies in the context by now.
-        while (g_main_context_iteration(context_, FALSE) != FALSE) {
-        }
-        released->set_value();
-    });
-    released->get_future().wait_for(limit);
-}
-
-void SingleInstance::Peer::stop() {
-    release();
-    callbacks_.reset();
-    if (thread_.joinable()) {
-        callOn(context_, [this] { isOver_ = true; });
-        thread_.join();
+    const auto outcome = answer.get();
+    if (outcome.claim == Peer::Claim::noBus) {
+        logLine("[desktop] no session bus (" + outcome.whyNot +
+                "): other starts of this program will not find this one");
     }
+    isPrimary_ = outcome.claim != Peer::Claim::secondary;
+    holdsName_ = outcome.claim == Peer::Claim::primary;
 }
-
-std::unique_ptr<SingleInstance> SingleInstance::claim(const std::string& applicationID,
-                                                      SerialExecutor executor, Callbacks callbacks) {
-    const auto peer = std::make_shared<Peer>(applicationID, std::move(executor), std::move(callbacks));
-    Peer::start(peer);
-    return std::unique_ptr<SingleInstance>(new SingleInstance(peer));
-}
-
-SingleInstance::SingleInstance(std::shared_ptr<Peer> peer) : peer_(std::move(peer)) {}
 
 SingleInstance::~SingleInstance() {
-    peer_->stop();
+    release();
+    bus_.run([this](BusConnection&) { peer_.reset(); });
 }
 
 bool SingleInstance::isPrimary() const {
-    return peer_->isPrimary();
+    return isPrimary_;
 }
 
 Result<void> SingleInstance::forward(const std::vector<std::string>& urls) {
@@ -325,7 +309,12 @@ Result<void> SingleInstance::activate() {
 }
 
 void SingleInstance::release() {
-    peer_->release();
+    if (!std::exchange(holdsName_, false)) {
+        return;
+    }
+    const auto released = std::make_shared<std::promise<void>>();
+    bus_.post([this, released](BusConnection&) { peer_->release([released] { released->set_value(); }); });
+    released->get_future().wait_for(limit);
 }
 
 }  // namespace tarn

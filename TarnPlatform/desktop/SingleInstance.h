@@ -5,16 +5,18 @@
 #include <string>
 #include <vector>
 
-#include "TarnPlatform/base/Asio.h"
+#include "TarnPlatform/base/PostedCallback.h"
 #include "TarnPlatform/base/Result.h"
 
 namespace tarn {
+
+class BusThread;
 
 /// One running program for each user session, found under a name on the session bus, where it can be brought
 /// to the front and given addresses (the interface `org.freedesktop.Application`, which the desktop uses
 /// too).
 ///
-/// Calls from the bus arrive on a thread of its own, so that a busy program still answers, and go on to the
+/// Calls from the bus arrive on the bus's thread, so that a busy program still answers, and go on to the
 /// executor. Nothing of an address is ever logged: it may hold a secret.
 class SingleInstance {
 public:
@@ -30,9 +32,9 @@ public:
 
     /// Takes the name `applicationID` ("org.example.App") if nobody has it; its object is /org/example/App.
     /// Where there is no bus, or it does not answer, this is the primary and says so in one line.
-    /// Waits 2 s at most. Thread: any, then that of `executor` for the object.
-    static std::unique_ptr<SingleInstance> claim(const std::string& applicationID, SerialExecutor executor,
-                                                 Callbacks callbacks);
+    /// `bus` must outlive the object. Waits 2 s at most. Thread: that of `executor`, also for the object.
+    static std::unique_ptr<SingleInstance> claim(BusThread& bus, const std::string& applicationID,
+                                                 const SerialExecutor& executor, Callbacks callbacks);
 
     /// Gives the name back.
     ~SingleInstance();
@@ -55,9 +57,18 @@ public:
 
 private:
     class Peer;
-    explicit SingleInstance(std::shared_ptr<Peer> peer);
+    SingleInstance(BusThread& bus, std::string applicationID, const SerialExecutor& executor,
+                   Callbacks callbacks);
+    void claimName();
 
-    const std::shared_ptr<Peer> peer_;
+    BusThread& bus_;
+    const std::string name_;
+    const PostedCallback<> activate_;
+    const PostedCallback<std::vector<std::string>> open_;
+    const PostedCallback<std::string> action_;
+    bool isPrimary_ = true;
+    bool holdsName_ = false;
+    std::unique_ptr<Peer> peer_;  ///< on the bus's thread
 };
 
 }  // namespace tarn

@@ -3,13 +3,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
-#include <boost/asio/post.hpp>
 #include <string_view>
-#include <thread>
 #include <utility>
 
-#include "TarnPlatform/bus/SessionBus.h"
+#include "TarnPlatform/bus/BusConnection.h"
+#include "TarnPlatform/bus/BusThread.h"
 
 namespace tarn {
 namespace {
@@ -106,106 +104,41 @@ GVariant* propertiesOf(const TrayRow& row) {
 
 }  // namespace
 
-/// The connection and its thread. Rows have the ids 1, 2, … on the bus, and the menu itself 0.
+/// The icon's object on the bus, and its menu's. Rows have the ids 1, 2, … there, and the menu itself 0.
 class TrayIcon::Item {
 public:
     using Chosen = std::function<void(std::string id)>;
 
-    Item(std::string objectID, SerialExecutor executor, Chosen chosen)
-        : objectID_(std::move(objectID)),
-          executor_(std::move(executor)),
-          chosen_(std::make_shared<Chosen>(std::move(chosen))),
-          posted_(chosen_) {}
-    ~Item() { g_main_context_unref(context_); }
+    Item(BusConnection& bus, std::string objectID, Chosen chosen)
+        : objectID_(std::move(objectID)), chosen_(std::move(chosen)), bus_(bus) {
+        bus_.whenConnected(lifeline_, [this](GDBusConnection* connection, const std::string&) {
+            if (connection != nullptr) {
+                serve(connection);
+            }
+        });
+    }
+    ~Item() {
+        if (connection_ != nullptr) {
+            g_bus_unwatch_name(watch_);
+            bus_.call({.to = "org.freedesktop.DBus",
+                       .path = "/org/freedesktop/DBus",
+                       .interface = "org.freedesktop.DBus",
+                       .method = "ReleaseName",
+                       .arguments = g_variant_new("(s)", busName_.c_str())});
+            g_dbus_connection_unregister_object(connection_, menu_);
+            g_dbus_connection_unregister_object(connection_, item_);
+        }
+    }
     Item(const Item&) = delete;
     Item& operator=(const Item&) = delete;
 
-    static void start(const std::shared_ptr<Item>& item) {
-        item->thread_ = std::thread([item] { item->runThread(); });
-    }
-
-    void stop() {
-        chosen_.reset();
-        g_cancellable_cancel(cancellable_.get());
-        callOn(context_, [this] { isOver_ = true; });
-        thread_.join();  // nothing that it waits for is not cancelled
-    }
-
-    void show(TrayContent content) {
-        if (!serves_) {
-            return;  // nobody would take it from the queue
-        }
-        callOn(context_, [this, content = std::move(content)]() mutable { change(std::move(content)); });
-    }
-
-private:
-    void runThread() {
-        g_main_context_push_thread_default(context_);
-        std::string whyNot;
-        bus_ = connectToSessionBus(cancellable_.get(), whyNot);
-        if (bus_) {
-            serve();
-        }
-        serves_ = false;
-        // What was given to this thread, and what the connection still has for it.
-        while (g_main_context_iteration(context_, FALSE) != FALSE) {
-        }
-        g_main_context_pop_thread_default(context_);
-    }
-
-    void serve() {
-        static const GDBusInterfaceVTable table = {
-            [](GDBusConnection*, const char*, const char*, const char*, const char* method,
-               GVariant* arguments, GDBusMethodInvocation* invocation,
-               gpointer self) { static_cast<Item*>(self)->answer(method, arguments, invocation); },
-            [](GDBusConnection*, const char*, const char*, const char*, const char* property, GError**,
-               gpointer self) { return static_cast<Item*>(self)->property(property); },
-            nullptr,
-            {}};
-        const guint item = g_dbus_connection_register_object(bus_.get(), itemPath, node()->interfaces[0],
-                                                             &table, this, nullptr, nullptr);
-        const guint menu = g_dbus_connection_register_object(bus_.get(), menuPath, node()->interfaces[1],
-                                                             &table, this, nullptr, nullptr);
-        const guint name =
-            g_bus_own_name_on_connection(bus_.get(), busName_.c_str(), G_BUS_NAME_OWNER_FLAGS_DO_NOT_QUEUE,
-                                         nullptr, nullptr, nullptr, nullptr);
-        const guint watch = g_bus_watch_name_on_connection(
-            bus_.get(), watcherName, G_BUS_NAME_WATCHER_FLAGS_NONE,
-            [](GDBusConnection*, const char*, const char*, gpointer self) {
-                static_cast<Item*>(self)->hasWatcher_ = true;
-                static_cast<Item*>(self)->announce();
-            },
-            [](GDBusConnection*, const char*, gpointer self) {
-                static_cast<Item*>(self)->hasWatcher_ = false;
-            },
-            this, nullptr);
-        while (!isOver_ && g_dbus_connection_is_closed(bus_.get()) == FALSE) {
-            g_main_context_iteration(context_, TRUE);
-        }
-        g_bus_unwatch_name(watch);
-        g_bus_unown_name(name);
-        g_dbus_connection_unregister_object(bus_.get(), menu);
-        g_dbus_connection_unregister_object(bus_.get(), item);
-    }
-
-    /// Not before there is something to show, which a watcher reads at once.
-    void announce() {
-        if (hasWatcher_ && hasContent_) {
-            g_dbus_connection_call(bus_.get(), watcherName, "/StatusNotifierWatcher", watcherName,
-                                   "RegisterStatusNotifierItem", g_variant_new("(s)", busName_.c_str()),
-                                   nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, cancellable_.get(), nullptr,
-                                   nullptr);
-        }
-    }
-
     void change(TrayContent content) {
         const TrayContent before = std::exchange(content_, std::move(content));
-        if (!bus_) {
-            hasContent_ = true;
-            return;
-        }
         if (!std::exchange(hasContent_, true)) {
             announce();
+            return;
+        }
+        if (connection_ == nullptr) {
             return;
         }
         if (content_.rows != before.rows) {
@@ -223,8 +156,54 @@ private:
         }
     }
 
+private:
+    void serve(GDBusConnection* connection) {
+        static const GDBusInterfaceVTable table = {
+            [](GDBusConnection*, const char*, const char*, const char*, const char* method,
+               GVariant* arguments, GDBusMethodInvocation* invocation,
+               gpointer self) { static_cast<Item*>(self)->answer(method, arguments, invocation); },
+            [](GDBusConnection*, const char*, const char*, const char*, const char* property, GError**,
+               gpointer self) { return static_cast<Item*>(self)->property(property); },
+            nullptr,
+            {}};
+        connection_ = connection;
+        item_ = g_dbus_connection_register_object(connection_, itemPath, node()->interfaces[0], &table, this,
+                                                  nullptr, nullptr);
+        menu_ = g_dbus_connection_register_object(connection_, menuPath, node()->interfaces[1], &table, this,
+                                                  nullptr, nullptr);
+        // The protocol wants a name of this form for each icon. GLib's helper for names would wait for the
+        // bus when it gives the name back.
+        constexpr guint32 doNotQueue = 4;
+        bus_.call({.to = "org.freedesktop.DBus",
+                   .path = "/org/freedesktop/DBus",
+                   .interface = "org.freedesktop.DBus",
+                   .method = "RequestName",
+                   .arguments = g_variant_new("(su)", busName_.c_str(), doNotQueue)});
+        watch_ = g_bus_watch_name_on_connection(
+            connection_, watcherName, G_BUS_NAME_WATCHER_FLAGS_NONE,
+            [](GDBusConnection*, const char*, const char*, gpointer self) {
+                static_cast<Item*>(self)->hasWatcher_ = true;
+                static_cast<Item*>(self)->announce();
+            },
+            [](GDBusConnection*, const char*, gpointer self) {
+                static_cast<Item*>(self)->hasWatcher_ = false;
+            },
+            this, nullptr);
+    }
+
+    /// Registers the icon, but not before there is something to show, since a watcher reads it at once.
+    void announce() {
+        if (hasWatcher_ && hasContent_) {
+            bus_.call({.to = watcherName,
+                       .path = "/StatusNotifierWatcher",
+                       .interface = watcherName,
+                       .method = "RegisterStatusNotifierItem",
+                       .arguments = g_variant_new("(s)", busName_.c_str())});
+        }
+    }
+
     void emit(const char* path, const char* interface, const char* signal, GVariant* arguments) {
-        g_dbus_connection_emit_signal(bus_.get(), nullptr, path, interface, signal, arguments, nullptr);
+        g_dbus_connection_emit_signal(connection_, nullptr, path, interface, signal, arguments, nullptr);
     }
 
     GVariant* property(std::string_view name) const {
@@ -322,22 +301,14 @@ private:
     void happened(gint32 id, std::string_view event) {
         const TrayRow* const row = rowAt(id);
         if (event == "clicked" && row != nullptr && row->isEnabled && !row->id.empty()) {
-            tell(row->id);
+            chosen_(row->id);
         }
-    }
-
-    void tell(std::string id) {
-        asio::post(executor_, [weak = posted_, id = std::move(id)]() mutable {
-            if (const auto chosen = weak.lock()) {
-                (*chosen)(std::move(id));
-            }
-        });
     }
 
     void answer(std::string_view method, GVariant* arguments, GDBusMethodInvocation* invocation) {
         GVariant* reply = nullptr;
         if (method == "Activate" || method == "SecondaryActivate") {
-            tell({});
+            chosen_({});
         } else if (method == "GetLayout") {
             gint32 parent = 0;
             gint32 depth = 0;
@@ -387,41 +358,35 @@ private:
         g_dbus_method_invocation_return_value(invocation, reply);
     }
 
-    // Fixed at birth.
     const std::string objectID_;
     const std::string busName_ = "org.kde.StatusNotifierItem-" + std::to_string(::getpid()) + "-1";
-    const SerialExecutor executor_;
-    GMainContext* const context_ = g_main_context_new();
-    const Owned<GCancellable> cancellable_{g_cancellable_new()};
-
-    // The executor's. What is posted holds it weakly: with the owner gone, nothing is called.
-    std::shared_ptr<Chosen> chosen_;
-    const std::weak_ptr<Chosen> posted_;
-    std::thread thread_;
-
-    // Any thread's.
-    std::atomic<bool> serves_{true};
-
-    // The thread's.
-    Owned<GDBusConnection> bus_;
+    const Chosen chosen_;
+    BusConnection& bus_;
+    const BusConnection::Lifeline lifeline_ = BusConnection::newLifeline();
+    GDBusConnection* connection_ = nullptr;
+    guint item_ = 0;
+    guint menu_ = 0;
+    guint watch_ = 0;
     TrayContent content_;
     bool hasContent_ = false;
     bool hasWatcher_ = false;
     guint32 revision_ = 1;
-    bool isOver_ = false;
 };
 
-TrayIcon::TrayIcon(std::string objectID, SerialExecutor executor, std::function<void(std::string id)> chosen)
-    : item_(std::make_shared<Item>(std::move(objectID), std::move(executor), std::move(chosen))) {
-    Item::start(item_);
+TrayIcon::TrayIcon(BusThread& bus, std::string objectID, SerialExecutor executor,
+                   std::function<void(std::string id)> chosen)
+    : bus_(bus), chosen_(std::move(executor), std::move(chosen)) {
+    bus_.post([this, objectID = std::move(objectID)](BusConnection& connection) {
+        item_ = std::make_unique<Item>(connection, objectID, chosen_.poster());
+    });
 }
 
 TrayIcon::~TrayIcon() {
-    item_->stop();
+    bus_.run([this](BusConnection&) { item_.reset(); });
 }
 
 void TrayIcon::show(TrayContent content) {
-    item_->show(std::move(content));
+    bus_.post([this, content = std::move(content)](BusConnection&) { item_->change(content); });
 }
 
 }  // namespace tarn

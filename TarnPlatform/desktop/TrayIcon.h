@@ -7,9 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "TarnPlatform/base/Asio.h"
+#include "TarnPlatform/base/PostedCallback.h"
 
 namespace tarn {
+
+class BusThread;
 
 /// A picture of the tray's: `argb` has width × height pixels of four bytes, alpha first.
 struct TrayPicture {
@@ -43,12 +45,13 @@ struct TrayContent {
 /// session bus nothing happens.
 ///
 /// Threads: made, changed and destroyed on `executor`, where the callback is called, and never after the
-/// destruction. The bus is served by a thread of its own, so that nothing here waits for it.
+/// destruction. Nothing here waits for the bus.
 class TrayIcon {
 public:
-    /// `objectID`: tells this program's icon from others. `chosen` gets the id of a row that the user chose,
-    /// or an empty one for the icon itself.
-    TrayIcon(std::string objectID, SerialExecutor executor, std::function<void(std::string id)> chosen);
+    /// `bus` must outlive this. `objectID`: tells this program's icon from others. `chosen` gets the id of a
+    /// row that the user chose, or an empty one for the icon itself.
+    TrayIcon(BusThread& bus, std::string objectID, SerialExecutor executor,
+             std::function<void(std::string id)> chosen);
     ~TrayIcon();
     TrayIcon(const TrayIcon&) = delete;
     TrayIcon& operator=(const TrayIcon&) = delete;
@@ -58,7 +61,9 @@ public:
 
 private:
     class Item;
-    std::shared_ptr<Item> item_;
+    BusThread& bus_;
+    const PostedCallback<std::string> chosen_;
+    std::unique_ptr<Item> item_;  ///< on the bus's thread
 };
 
 }  // namespace tarn

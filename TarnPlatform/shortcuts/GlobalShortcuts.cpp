@@ -1,102 +1,51 @@
 #include "GlobalShortcuts.h"
 
-#include <boost/asio/post.hpp>
 #include <optional>
-#include <thread>
 #include <utility>
 
 #include "KeyGrabs.h"
 #include "ShortcutPortal.h"
-#include "TarnPlatform/bus/SessionBus.h"
+#include "TarnPlatform/bus/BusThread.h"
 
 namespace tarn {
 
-/// Shared with its thread. All of it is the thread's, but what says otherwise.
+/// Thread: the bus's. It waits there for answers of the X server, which is no other program's business: where
+/// that server hangs, no key is pressed, no icon of the tray is seen, and the main thread hangs too.
 class GlobalShortcuts::Listener {
 public:
-    Listener(SerialExecutor executor, std::vector<Shortcut> shortcuts, Pressed pressed)
-        : executor_(std::move(executor)),
-          shortcuts_(std::move(shortcuts)),
-          pressed_(std::make_shared<Pressed>(std::move(pressed))),
-          posted_(pressed_) {}
-    ~Listener() { g_main_context_unref(context_); }
-    Listener(const Listener&) = delete;
-    Listener& operator=(const Listener&) = delete;
-
-    static void start(const std::shared_ptr<Listener>& listener) {
-        listener->thread_ = std::thread([listener] { listener->run(); });
-    }
-
-    /// Thread: the executor's.
-    void stop() {
-        pressed_.reset();
-        g_cancellable_cancel(cancellable_.get());
-        g_main_context_wakeup(context_);
-        thread_.join();
+    Listener(BusConnection& bus, std::vector<Shortcut> shortcuts,
+             std::function<void(const std::string& id)> pressed)
+        : shortcuts_(std::move(shortcuts)), pressed_(std::move(pressed)) {
+        grab();
+        portal_.emplace(bus, shortcuts_, pressed_,
+                        [this](bool isBound) { isBound ? grabs_.reset() : grab(); });
     }
 
 private:
-    void run() {
-        g_main_context_push_thread_default(context_);
-        grab();
-        std::string whyNot;
-        const auto bus = connectToSessionBus(cancellable_.get(), whyNot);
-        std::optional<ShortcutPortal> portal;
-        if (bus) {
-            portal.emplace(
-                bus.get(), cancellable_.get(), shortcuts_, [this](const std::string& id) { tell(id); },
-                [this](bool isBound) { isBound ? grabs_.reset() : grab(); });
-        }
-        const auto isOver = [this] { return g_cancellable_is_cancelled(cancellable_.get()) != FALSE; };
-        while (!isOver() || (portal && portal->isWaiting())) {
-            g_main_context_iteration(context_, TRUE);
-        }
-        portal.reset();
-        grabs_.reset();
-        while (g_main_context_iteration(context_, FALSE) != FALSE) {
-        }
-        g_main_context_pop_thread_default(context_);
-    }
-
     void grab() {
         if (!grabs_) {
-            grabs_.emplace(context_, shortcuts_, [this](const std::string& id) { tell(id); });
+            grabs_.emplace(shortcuts_, pressed_);
         }
     }
 
-    void tell(const std::string& id) {
-        asio::post(executor_, [weak = posted_, id] {
-            if (const auto pressed = weak.lock()) {
-                (*pressed)(id);
-            }
-        });
-    }
-
-    // Fixed at birth.
-    const SerialExecutor executor_;
     const std::vector<Shortcut> shortcuts_;
-    GMainContext* const context_ = g_main_context_new();
-    const Owned<GCancellable> cancellable_{g_cancellable_new()};
-
-    // The executor's. What is posted holds it weakly.
-    std::shared_ptr<Pressed> pressed_;
-    std::thread thread_;
-
-    const std::weak_ptr<Pressed> posted_;
+    const std::function<void(const std::string& id)> pressed_;
     std::optional<KeyGrabs> grabs_;
+    std::optional<ShortcutPortal> portal_;
 };
 
-GlobalShortcuts::GlobalShortcuts(SerialExecutor executor, std::vector<Shortcut> shortcuts, Pressed pressed) {
+GlobalShortcuts::GlobalShortcuts(BusThread& bus, SerialExecutor executor, std::vector<Shortcut> shortcuts,
+                                 Pressed pressed)
+    : bus_(bus), pressed_(std::move(executor), std::move(pressed)) {
     if (!shortcuts.empty()) {
-        listener_ = std::make_shared<Listener>(std::move(executor), std::move(shortcuts), std::move(pressed));
-        Listener::start(listener_);
+        bus_.post([this, shortcuts = std::move(shortcuts)](BusConnection& connection) {
+            listener_ = std::make_unique<Listener>(connection, shortcuts, pressed_.poster());
+        });
     }
 }
 
 GlobalShortcuts::~GlobalShortcuts() {
-    if (listener_) {
-        listener_->stop();
-    }
+    bus_.run([this](BusConnection&) { listener_.reset(); });
 }
 
 }  // namespace tarn

@@ -5,10 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "TarnPlatform/base/Asio.h"
+#include "TarnPlatform/base/PostedCallback.h"
 #include "Trigger.h"
 
 namespace tarn {
+
+class BusThread;
 
 struct Shortcut {
     std::string id;           ///< unique in its list
@@ -22,20 +24,24 @@ struct Shortcut {
 ///
 /// A portal that is started again binds them again. A key that is held down counts once.
 ///
-/// Threads: made and destroyed on `executor`, where `pressed` is called, and never after the destruction. A
-/// thread of its own waits for the desktop.
+/// Threads: made and destroyed on `executor`, where `pressed` is called, and never after the destruction.
+/// Nothing here waits for the bus or, but for the end of the grabs, the X server.
 class GlobalShortcuts {
 public:
     using Pressed = std::function<void(const std::string& id)>;
 
-    GlobalShortcuts(SerialExecutor executor, std::vector<Shortcut> shortcuts, Pressed pressed);
+    /// `bus` must outlive this.
+    GlobalShortcuts(BusThread& bus, SerialExecutor executor, std::vector<Shortcut> shortcuts,
+                    Pressed pressed);
     ~GlobalShortcuts();
     GlobalShortcuts(const GlobalShortcuts&) = delete;
     GlobalShortcuts& operator=(const GlobalShortcuts&) = delete;
 
 private:
     class Listener;
-    std::shared_ptr<Listener> listener_;
+    BusThread& bus_;
+    const PostedCallback<std::string> pressed_;
+    std::unique_ptr<Listener> listener_;  ///< on the bus's thread
 };
 
 }  // namespace tarn

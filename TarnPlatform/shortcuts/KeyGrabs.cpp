@@ -46,8 +46,7 @@ xcb_keycode_t americanKey(std::uint32_t sign) {
 
 }  // namespace
 
-KeyGrabs::KeyGrabs(GMainContext* context, const std::vector<Shortcut>& shortcuts,
-                   std::function<void(const std::string&)> pressed)
+KeyGrabs::KeyGrabs(const std::vector<Shortcut>& shortcuts, std::function<void(const std::string&)> pressed)
     : shortcuts_(shortcuts), pressed_(std::move(pressed)), connection_(xcb_connect(nullptr, nullptr)) {
     if (!connect()) {
         return;
@@ -59,7 +58,7 @@ KeyGrabs::KeyGrabs(GMainContext* context, const std::vector<Shortcut>& shortcuts
         return xcb_connection_has_error(grabs->connection_) == 0 ? G_SOURCE_CONTINUE : G_SOURCE_REMOVE;
     };
     g_source_set_callback(source_, G_SOURCE_FUNC(readable), this, nullptr);
-    g_source_attach(source_, context);
+    g_source_attach(source_, g_main_context_get_thread_default());
     isStale_ = true;
     takeEvents();
 }

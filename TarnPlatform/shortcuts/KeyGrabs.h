@@ -17,12 +17,11 @@ namespace tarn {
 /// the key that has its sign in the keyboard layout in use; where that layout has no such sign, in the first
 /// one that has it, and where none has it, the key at its place of the American keyboard.
 ///
-/// Thread: the one that runs the context.
+/// Thread: one whose main context is its default, and runs.
 class KeyGrabs {
 public:
     /// `shortcuts` must outlive this.
-    KeyGrabs(GMainContext* context, const std::vector<Shortcut>& shortcuts,
-             std::function<void(const std::string& id)> pressed);
+    KeyGrabs(const std::vector<Shortcut>& shortcuts, std::function<void(const std::string& id)> pressed);
     ~KeyGrabs();
     KeyGrabs(const KeyGrabs&) = delete;
     KeyGrabs& operator=(const KeyGrabs&) = delete;

@@ -1,7 +1,6 @@
 #include "ShortcutPortal.h"
 
 #include <algorithm>
-#include <memory>
 #include <utility>
 
 namespace tarn {
@@ -12,27 +11,24 @@ constexpr const char* portalPath = "/org/freedesktop/portal/desktop";
 constexpr const char* portalInterface = "org.freedesktop.portal.GlobalShortcuts";
 constexpr const char* requestInterface = "org.freedesktop.portal.Request";
 constexpr const char* sessionInterface = "org.freedesktop.portal.Session";
-constexpr int portalLimitMs = 10'000;  // it may have to be started first
-
-/// A call on its way, and the portal's life that it belongs to.
-struct Call {
-    ShortcutPortal* portal;
-    unsigned life;
-};
 
 }  // namespace
 
-ShortcutPortal::ShortcutPortal(GDBusConnection* bus, GCancellable* cancellable,
-                               const std::vector<Shortcut>& shortcuts,
+ShortcutPortal::ShortcutPortal(BusConnection& bus, const std::vector<Shortcut>& shortcuts,
                                std::function<void(const std::string&)> pressed,
                                std::function<void(bool)> bound)
-    : bus_(bus),
-      cancellable_(cancellable),
-      shortcuts_(shortcuts),
-      pressed_(std::move(pressed)),
-      bound_(std::move(bound)) {
+    : bus_(bus), shortcuts_(shortcuts), pressed_(std::move(pressed)), bound_(std::move(bound)) {
+    bus_.whenConnected(lifeline_, [this](GDBusConnection* connection, const std::string&) {
+        if (connection != nullptr) {
+            watch(connection);
+        }
+    });
+}
+
+void ShortcutPortal::watch(GDBusConnection* connection) {
+    connection_ = connection;
     activated_ = g_dbus_connection_signal_subscribe(
-        bus_, portalName, portalInterface, "Activated", portalPath, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
+        connection_, portalName, portalInterface, "Activated", portalPath, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
         [](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant* arguments,
            gpointer data) {
             auto* const self = static_cast<ShortcutPortal*>(data);
@@ -48,7 +44,7 @@ ShortcutPortal::ShortcutPortal(GDBusConnection* bus, GCancellable* cancellable,
         },
         this, nullptr);
     closed_ = g_dbus_connection_signal_subscribe(
-        bus_, portalName, sessionInterface, "Closed", nullptr, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
+        connection_, portalName, sessionInterface, "Closed", nullptr, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
         [](GDBusConnection*, const char*, const char* path, const char*, const char*, GVariant*,
            gpointer data) {
             auto* const self = static_cast<ShortcutPortal*>(data);
@@ -60,7 +56,7 @@ ShortcutPortal::ShortcutPortal(GDBusConnection* bus, GCancellable* cancellable,
         },
         this, nullptr);
     watch_ = g_bus_watch_name_on_connection(
-        bus_, portalName, G_BUS_NAME_WATCHER_FLAGS_AUTO_START,
+        connection_, portalName, G_BUS_NAME_WATCHER_FLAGS_AUTO_START,
         [](GDBusConnection*, const char*, const char*, gpointer self) {
             static_cast<ShortcutPortal*>(self)->appeared();
         },
@@ -68,25 +64,26 @@ ShortcutPortal::ShortcutPortal(GDBusConnection* bus, GCancellable* cancellable,
         this, nullptr);
 }
 
-// The session ends with the connection.
 ShortcutPortal::~ShortcutPortal() {
-    dropRequest();
-    g_bus_unwatch_name(watch_);
-    g_dbus_connection_signal_unsubscribe(bus_, activated_);
-    g_dbus_connection_signal_unsubscribe(bus_, closed_);
+    if (connection_ != nullptr) {
+        closeSession();
+        dropRequest();
+        g_bus_unwatch_name(watch_);
+        g_dbus_connection_signal_unsubscribe(connection_, activated_);
+        g_dbus_connection_signal_unsubscribe(connection_, closed_);
+    }
 }
 
 void ShortcutPortal::closeSession() {
     if (!session_.empty()) {
-        g_dbus_connection_call(bus_, portalName, session_.c_str(), sessionInterface, "Close", nullptr,
-                               nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, portalLimitMs, nullptr, nullptr,
-                               nullptr);
+        bus_.call(
+            {.to = portalName, .path = session_.c_str(), .interface = sessionInterface, .method = "Close"});
         session_.clear();
     }
 }
 
 void ShortcutPortal::vanished() {
-    ++life_;
+    portalsLife_.reset();
     dropRequest();
     session_.clear();
     setBound(false);
@@ -95,21 +92,19 @@ void ShortcutPortal::vanished() {
 // Many portals have no shortcuts: only one that says its version has.
 void ShortcutPortal::appeared() {
     vanished();
-    ++calls_;
-    g_dbus_connection_call(
-        bus_, portalName, portalPath, "org.freedesktop.DBus.Properties", "Get",
-        g_variant_new("(ss)", portalInterface, "version"), G_VARIANT_TYPE("(v)"), G_DBUS_CALL_FLAGS_NONE,
-        portalLimitMs, cancellable_,
-        [](GObject* bus, GAsyncResult* result, gpointer data) {
-            const std::unique_ptr<Call> call(static_cast<Call*>(data));
-            --call->portal->calls_;
-            const Variant reply(
-                g_dbus_connection_call_finish(reinterpret_cast<GDBusConnection*>(bus), result, nullptr));
-            if (reply && call->life == call->portal->life_) {
-                call->portal->createSession();
-            }
-        },
-        new Call{this, life_});
+    portalsLife_ = BusConnection::newLifeline();
+    bus_.call({.to = portalName,
+               .path = portalPath,
+               .interface = "org.freedesktop.DBus.Properties",
+               .method = "Get",
+               .arguments = g_variant_new("(ss)", portalInterface, "version"),
+               .answerType = "(v)",
+               .flags = G_DBUS_CALL_FLAGS_NONE},
+              portalsLife_, [this](const Variant& reply, const std::string&) {
+                  if (reply) {
+                      createSession();
+                  }
+              });
 }
 
 std::string ShortcutPortal::newToken() {
@@ -161,30 +156,28 @@ void ShortcutPortal::setBound(bool isBound) {
     }
 }
 
-// The answer is a signal, which may come before the call returns.
+// The answer is a signal of an object whose path follows from the connection's name and `token`. It may come
+// before the call returns, so it is listened for first. The call itself returns nothing of use: where it
+// fails, there is no signal.
 void ShortcutPortal::request(const char* method, GVariant* arguments, const std::string& token,
                              Answered answered) {
-    std::string sender = g_dbus_connection_get_unique_name(bus_) + 1;
+    std::string sender = g_dbus_connection_get_unique_name(connection_) + 1;
     std::ranges::replace(sender, '.', '_');
     answered_ = answered;
     listen(std::string(portalPath) + "/request/" + sender + "/" + token);
-    ++calls_;
-    g_dbus_connection_call(
-        bus_, portalName, portalPath, portalInterface, method, arguments, G_VARIANT_TYPE("(o)"),
-        G_DBUS_CALL_FLAGS_NONE, portalLimitMs, cancellable_,
-        [](GObject* bus, GAsyncResult* result, gpointer data) {
-            --static_cast<ShortcutPortal*>(data)->calls_;
-            // Refused at once: there will be no answer.
-            const Variant reply(
-                g_dbus_connection_call_finish(reinterpret_cast<GDBusConnection*>(bus), result, nullptr));
-        },
-        this);
+    bus_.call({.to = portalName,
+               .path = portalPath,
+               .interface = portalInterface,
+               .method = method,
+               .arguments = arguments,
+               .flags = G_DBUS_CALL_FLAGS_NONE});
 }
 
 void ShortcutPortal::listen(const std::string& request) {
     dropRequest();
     response_ = g_dbus_connection_signal_subscribe(
-        bus_, portalName, requestInterface, "Response", request.c_str(), nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
+        connection_, portalName, requestInterface, "Response", request.c_str(), nullptr,
+        G_DBUS_SIGNAL_FLAGS_NONE,
         [](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant* arguments,
            gpointer self) { static_cast<ShortcutPortal*>(self)->respond(arguments); },
         this, nullptr);
@@ -192,7 +185,7 @@ void ShortcutPortal::listen(const std::string& request) {
 
 void ShortcutPortal::dropRequest() {
     if (response_ != 0) {
-        g_dbus_connection_signal_unsubscribe(bus_, std::exchange(response_, 0));
+        g_dbus_connection_signal_unsubscribe(connection_, std::exchange(response_, 0));
     }
 }
 

@@ -5,28 +5,26 @@
 #include <vector>
 
 #include "GlobalShortcuts.h"
-#include "TarnPlatform/bus/Glib.h"
+#include "TarnPlatform/bus/BusConnection.h"
 
 namespace tarn {
 
 /// Shortcuts that the desktop's portal binds, each time that it starts. Its user may be asked, and take long.
-/// Thread: the one that runs the default context at the time of making.
+/// Thread: the bus's.
 class ShortcutPortal {
 public:
     /// What is given must outlive this. `pressed` and `bound` are called when a shortcut is pressed, and when
     /// the portal has bound them or does so no longer.
-    ShortcutPortal(GDBusConnection* bus, GCancellable* cancellable, const std::vector<Shortcut>& shortcuts,
+    ShortcutPortal(BusConnection& bus, const std::vector<Shortcut>& shortcuts,
                    std::function<void(const std::string& id)> pressed, std::function<void(bool)> bound);
     ~ShortcutPortal();
     ShortcutPortal(const ShortcutPortal&) = delete;
     ShortcutPortal& operator=(const ShortcutPortal&) = delete;
 
-    /// Whether a call is not answered yet. Requires: cancelled, and not waiting, before the destruction.
-    bool isWaiting() const { return calls_ > 0; }
-
 private:
     using Answered = void (ShortcutPortal::*)(GVariant* results);
 
+    void watch(GDBusConnection* connection);
     void appeared();
     void vanished();
     void createSession();
@@ -40,11 +38,13 @@ private:
     void closeSession();
     std::string newToken();
 
-    GDBusConnection* const bus_;
-    GCancellable* const cancellable_;
+    BusConnection& bus_;
     const std::vector<Shortcut>& shortcuts_;
     const std::function<void(const std::string&)> pressed_;
     const std::function<void(bool)> bound_;
+    GDBusConnection* connection_ = nullptr;
+    const BusConnection::Lifeline lifeline_ = BusConnection::newLifeline();
+    BusConnection::Lifeline portalsLife_;  ///< answers to an earlier life of the portal do not count
     guint watch_ = 0;
     guint activated_ = 0;
     guint closed_ = 0;
@@ -52,8 +52,6 @@ private:
     Answered answered_ = nullptr;
     std::string session_;
     bool isBound_ = false;
-    int calls_ = 0;
-    unsigned life_ = 0;  ///< of the portal: answers to an earlier one do not count
     unsigned tokens_ = 0;
 };
 

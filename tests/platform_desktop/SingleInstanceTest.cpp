@@ -9,7 +9,9 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/local/stream_protocol.hpp>
 #include <cstdlib>
+#include <list>
 
+#include "TarnPlatform/bus/BusThread.h"
 #include "support/LogCapture.h"
 #include "support/Program.h"
 #include "support/keyring/PrivateKeyring.h"
@@ -26,7 +28,7 @@ class SingleInstanceTest : public testing::Test {
 protected:
     std::unique_ptr<SingleInstance> claim() {
         return SingleInstance::claim(
-            applicationID, context_.get_executor(),
+            buses_.emplace_back(), applicationID, context_.get_executor(),
             {.activate = [this] { calls_.emplace_back("activate"); },
              .open =
                  [this](const std::vector<std::string>& urls) {
@@ -70,6 +72,7 @@ protected:
     asio::io_context context_{1};
     asio::executor_work_guard<asio::io_context::executor_type> work_ = asio::make_work_guard(context_);
     std::vector<std::string> calls_;
+    std::list<BusThread> buses_;
     const test::LogCapture log_;
 };
 

@@ -14,6 +14,7 @@
 #include <ranges>
 
 #include "StandInPortal.h"
+#include "TarnPlatform/bus/BusThread.h"
 #include "support/LogCapture.h"
 #include "support/keyring/PrivateKeyring.h"
 
@@ -112,7 +113,7 @@ protected:
     void SetUp() override { setLayout("us"); }
     void start(std::vector<Shortcut> list = {shortcut("mini", "Ctrl+Alt+M"),
                                              shortcut("start", "Ctrl+Alt+S")}) {
-        shortcuts_.emplace(context_.get_executor(), std::move(list),
+        shortcuts_.emplace(bus_.emplace(), context_.get_executor(), std::move(list),
                            [this](const std::string& id) { heard_.push_back(id); });
     }
     static void setLayout(const std::string& layout) {
@@ -144,6 +145,7 @@ protected:
     asio::executor_work_guard<asio::io_context::executor_type> work_ = asio::make_work_guard(context_);
     OtherProgram other_;
     std::vector<std::string> heard_;
+    std::optional<BusThread> bus_;
     std::optional<GlobalShortcuts> shortcuts_;
 };
 

@@ -9,9 +9,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <future>
+#include <optional>
 #include <string>
 #include <thread>
 
+#include "TarnPlatform/bus/BusThread.h"
 #include "TarnPlatform/bus/Glib.h"
 #include "TarnPlatform/bus/SessionBus.h"
 #include "support/Program.h"
@@ -107,7 +109,7 @@ protected:
     }
 
     void start() {
-        watcher_ = std::make_unique<AppearanceWatcher>(context_.get_executor(),
+        watcher_ = std::make_unique<AppearanceWatcher>(bus_.emplace(), context_.get_executor(),
                                                        [this](const AppearanceFacts& facts) {
                                                            facts_ = facts;
                                                            ++told_;
@@ -126,6 +128,7 @@ protected:
     asio::executor_work_guard<asio::io_context::executor_type> work_ = asio::make_work_guard(context_);
     AppearanceFacts facts_;
     int told_ = 0;
+    std::optional<BusThread> bus_;
     std::unique_ptr<AppearanceWatcher> watcher_;
 };
 

@@ -115,7 +115,7 @@ public:
         defaults.set("onboarding.done", true);
         world_.setLanguage(style_.language);
         auto services = world_.vm()->services();
-        app_ = std::make_unique<TarnApp>(services, loader_);
+        app_ = std::make_unique<TarnApp>(services, bus_, loader_);
         world_.useModel(app_->viewModel());
         app_->open();
         Appearance::shared().setDark(style_.dark);
@@ -561,6 +561,7 @@ private:
     const Style style_;
     ViewWorld world_;
     MainWindowLoader loader_;
+    BusThread bus_;
     std::unique_ptr<TarnApp> app_;
     QQmlEngine engine_;
     std::unique_ptr<Backdrop> backdrop_;

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Glib.h"
+
+namespace tarn {
+
+/// The connection to the session bus, as the parts on a `BusThread` see it. That thread has its main context
+/// as its default, so that signals and incoming calls arrive on it. Thread: that one.
+class BusConnection {
+public:
+    /// Held by whoever asks. When the last copy is gone, what was asked for is not answered any more.
+    using Lifeline = std::shared_ptr<const void>;
+    static Lifeline newLifeline() { return std::make_shared<char>(); }
+
+    /// `address`: of the session bus; nothing where there is none.
+    explicit BusConnection(std::optional<std::string> address) : address_(std::move(address)) {}
+    ~BusConnection() { g_main_context_unref(context_); }
+    BusConnection(const BusConnection&) = delete;
+    BusConnection& operator=(const BusConnection&) = delete;
+
+    /// Where there is no connection `bus` is null, and `whyNot` says why.
+    using Connected = std::function<void(GDBusConnection* bus, const std::string& whyNot)>;
+    /// Calls `connected` as soon as it is known whether there is a connection, which may be at once. `bus` is
+    /// valid as long as this object.
+    void whenConnected(const Lifeline& lifeline, Connected connected);
+
+    struct Call {
+        const char* to;  ///< a name on the bus
+        const char* path;
+        const char* interface;
+        const char* method;
+        GVariant* arguments = nullptr;     ///< consumed where it is floating
+        const char* answerType = nullptr;  ///< an answer of another type counts as a failure; null: any type
+        GDBusCallFlags flags = G_DBUS_CALL_FLAGS_NO_AUTO_START;
+        std::chrono::milliseconds limit =
+            std::chrono::seconds(10);  ///< the bus may have to start the service
+    };
+    /// Where there is no answer `reply` is null, and `whyNot` says why.
+    using Answered = std::function<void(const Variant& reply, const std::string& whyNot)>;
+    /// Calls `answered` once, later. Requires: there is a connection, which may have ended.
+    void call(const Call& wanted, const Lifeline& lifeline, Answered answered);
+    /// For a call whose answer nobody needs.
+    void call(const Call& wanted) { call(wanted, nullptr, {}); }
+
+    // For the `BusThread`.
+
+    GMainContext* context() const { return context_; }
+    /// Connects, and runs the main context until `end` and until nothing is under way.
+    void serve();
+    /// Cancels what is under way.
+    void end();
+
+private:
+    struct Asked;
+    void connect();
+    void haveConnected(Owned<GDBusConnection> bus, std::string whyNot);
+
+    const std::optional<std::string> address_;
+    GMainContext* const context_ = g_main_context_new();
+    const Owned<GCancellable> cancellable_{g_cancellable_new()};
+    Owned<GDBusConnection> bus_;
+    bool isConnecting_ = true;
+    std::string whyNot_;
+    std::vector<std::pair<std::weak_ptr<const void>, Connected>> waiting_;  ///< for the connection
+    int underWay_ = 0;  ///< operations that GLib has not called back for yet
+    bool isOver_ = false;
+};
+
+}  // namespace tarn
