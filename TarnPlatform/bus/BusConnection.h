@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -26,10 +27,9 @@ public:
     BusConnection(const BusConnection&) = delete;
     BusConnection& operator=(const BusConnection&) = delete;
 
-    /// Where there is no connection `bus` is null, and `whyNot` says why.
-    using Connected = std::function<void(GDBusConnection* bus, const std::string& whyNot)>;
-    /// Calls `connected` as soon as it is known whether there is a connection, which may be at once. `bus` is
-    /// valid as long as this object.
+    /// Where there is no connection, `whyNot` says why.
+    using Connected = std::function<void(bool isConnected, const std::string& whyNot)>;
+    /// Calls `connected` as soon as it is known whether there is a connection, which may be at once.
     void whenConnected(const Lifeline& lifeline, Connected connected);
 
     struct Call {
@@ -45,16 +45,48 @@ public:
     };
     /// Where there is no answer `reply` is null, and `whyNot` says why.
     using Answered = std::function<void(const Variant& reply, const std::string& whyNot)>;
-    /// Calls `answered` once, later. Requires: there is a connection, which may have ended.
+
+    // What follows requires that there is a connection, which may have ended.
+
+    /// Calls `answered` once, later.
     void call(const Call& wanted, const Lifeline& lifeline, Answered answered);
     /// For a call whose answer nobody needs.
     void call(const Call& wanted) { call(wanted, nullptr, {}); }
+    /// Calls a method of the bus itself whose answer is a number.
+    void callBus(const char* method, GVariant* arguments, const Lifeline& lifeline, Answered answered);
+
+    /// Undoes, when the last copy is gone, what the function did that returned it.
+    using Held = std::shared_ptr<void>;
+
+    /// `received` gets the path of the sending object. `path`: null for any object. `type`: of the arguments;
+    /// signals of another type are passed over; null: any type.
+    Held listen(const char* sender, const char* interface, const char* signal, const char* path,
+                const char* type, std::function<void(std::string_view path, GVariant* arguments)> received);
+
+    /// Says now and at each change whether somebody has the name. `flags` may have the bus start a service.
+    Held watchName(const char* name, GBusNameWatcherFlags flags, std::function<void(bool isThere)> changed);
+
+    /// Asks for a name. The answer is 1 for the one who has it now and 3 where somebody else has it.
+    Held ownName(const std::string& name, const Lifeline& lifeline, Answered answered);
+
+    struct Object {
+        /// Must answer the invocation.
+        std::function<void(std::string_view method, GVariant* arguments, GDBusMethodInvocation* invocation)>
+            call;
+        std::function<GVariant*(std::string_view name)> property = {};
+    };
+    /// Serves an object at `path`; null where there is one already.
+    Held serve(const char* path, GDBusInterfaceInfo* interface, Object object);
+
+    void emit(const char* path, const char* interface, const char* signal, GVariant* arguments);
+
+    GDBusConnection* get() const { return bus_.get(); }
 
     // For the `BusThread`.
 
     GMainContext* context() const { return context_; }
     /// Connects, and runs the main context until `end` and until nothing is under way.
-    void serve();
+    void runThread();
     /// Cancels what is under way.
     void end();
 

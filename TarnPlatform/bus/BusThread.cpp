@@ -11,7 +11,7 @@ namespace tarn {
 // The address is read here, because the environment may still change while the thread starts.
 BusThread::BusThread()
     : bus_(std::make_unique<BusConnection>(sessionBusAddress())),
-      thread_([bus = bus_.get()] { bus->serve(); }) {}
+      thread_([bus = bus_.get()] { bus->runThread(); }) {}
 
 BusThread::~BusThread() {
     post([](BusConnection& bus) { bus.end(); });

@@ -85,17 +85,13 @@ public:
         watchFiles();
         watchSettings();
         this->tell();
-        bus_.whenConnected(lifeline_, [this](GDBusConnection* connection, const std::string&) {
-            if (connection != nullptr) {
-                watchPortal(connection);
+        bus_.whenConnected(lifeline_, [this](bool isConnected, const std::string&) {
+            if (isConnected) {
+                watchPortal();
             }
         });
     }
     ~Reader() {
-        if (connection_ != nullptr) {
-            g_bus_unwatch_name(portalWatch_);
-            g_dbus_connection_signal_unsubscribe(connection_, changes_);
-        }
         for (const auto& monitor : monitors_) {
             g_signal_handlers_disconnect_by_data(monitor.get(), this);
         }
@@ -113,7 +109,7 @@ private:
     void readFiles();
     void watchSettings();
     void readSettings();
-    void watchPortal(GDBusConnection* connection);
+    void watchPortal();
     void askPortal();
     void takePortal(GVariant* groups);
     void tell();
@@ -127,9 +123,7 @@ private:
     std::vector<Owned<GFileMonitor>> monitors_;
     Owned<GSettings> settings_;
     Owned<GSettings> access_;  ///< those of how the desktop can be used
-    GDBusConnection* connection_ = nullptr;
-    guint portalWatch_ = 0;
-    guint changes_ = 0;
+    std::vector<BusConnection::Held> held_;
 };
 
 void AppearanceWatcher::Reader::watchFiles() {
@@ -211,41 +205,27 @@ void AppearanceWatcher::Reader::readSettings() {
     facts_.settingsHighContrast = flag(access_.get(), "high-contrast");
 }
 
-void AppearanceWatcher::Reader::watchPortal(GDBusConnection* connection) {
-    connection_ = connection;
-    changes_ = g_dbus_connection_signal_subscribe(
-        connection_, portalName, portalInterface, "SettingChanged", portalPath, nullptr,
-        G_DBUS_SIGNAL_FLAGS_NONE,
-        [](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant* arguments,
-           gpointer data) {
-            auto* const self = static_cast<Reader*>(data);
-            if (g_variant_is_of_type(arguments, G_VARIANT_TYPE("(ssv)")) != FALSE) {
-                const char* place = nullptr;
-                const char* key = nullptr;
-                GVariant* value = nullptr;
-                g_variant_get(arguments, "(&s&sv)", &place, &key, &value);
-                take(self->facts_, place, key, Variant(value));
-                self->tell();
-            }
-        },
-        this, nullptr);
-    portalWatch_ = g_bus_watch_name_on_connection(
-        connection_, portalName, G_BUS_NAME_WATCHER_FLAGS_AUTO_START,
-        [](GDBusConnection*, const char*, const char*, gpointer self) {
-            static_cast<Reader*>(self)->askPortal();
-        },
-        nullptr, this, nullptr);
+void AppearanceWatcher::Reader::watchPortal() {
+    held_.push_back(bus_.listen(portalName, portalInterface, "SettingChanged", portalPath, "(ssv)",
+                                [this](std::string_view, GVariant* arguments) {
+                                    const char* place = nullptr;
+                                    const char* key = nullptr;
+                                    GVariant* value = nullptr;
+                                    g_variant_get(arguments, "(&s&sv)", &place, &key, &value);
+                                    take(facts_, place, key, Variant(value));
+                                    tell();
+                                }));
+    held_.push_back(bus_.watchName(portalName, G_BUS_NAME_WATCHER_FLAGS_AUTO_START, [this](bool isThere) {
+        if (isThere) {
+            askPortal();
+        }
+    }));
 }
 
 void AppearanceWatcher::Reader::askPortal() {
     const std::array<const char*, 5> places{appearance, gnomeInterface, gnomeAccess, kdeGeneral, nullptr};
-    bus_.call({.to = portalName,
-               .path = portalPath,
-               .interface = portalInterface,
-               .method = "ReadAll",
-               .arguments = g_variant_new("(^as)", places.data()),
-               .answerType = "(a{sa{sv}})",
-               .flags = G_DBUS_CALL_FLAGS_NONE},
+    bus_.call({portalName, portalPath, portalInterface, "ReadAll", g_variant_new("(^as)", places.data()),
+               "(a{sa{sv}})", G_DBUS_CALL_FLAGS_NONE},
               lifeline_, [this](const Variant& reply, const std::string&) {
                   if (reply) {  // not so from a portal without settings
                       const Variant groups(g_variant_get_child_value(reply.get(), 0));

@@ -39,9 +39,7 @@ std::string objectPath(const std::string& applicationID) {
     return path;
 }
 
-/// The answer of RequestName.
-enum NameReply : guint32 { primaryOwner = 1, exists = 3 };
-constexpr guint32 doNotQueue = 4;
+constexpr guint32 somebodyElse = 3;  ///< has the name: an answer of RequestName
 
 GVariant* noPlatformData() {
     return g_variant_new_array(G_VARIANT_TYPE("{sv}"), nullptr, 0);
@@ -84,17 +82,14 @@ public:
           calls_(std::move(calls)),
           claimed_(std::move(claimed)),
           bus_(bus) {
-        bus_.whenConnected(lifeline_, [this](GDBusConnection* connection, const std::string& whyNot) {
-            connection_ = connection;
-            connection_ != nullptr ? requestName() : claimed_(Claim::noBus, whyNot);
+        bus_.whenConnected(lifeline_, [this](bool isConnected, const std::string& whyNot) {
+            isConnected ? requestName() : claimed_(Claim::noBus, whyNot);
         });
     }
     ~Peer() {
-        if (asked_) {
-            // Also where the bus has not answered yet: it would give this program a name that nobody serves.
-            askBus("ReleaseName", g_variant_new("(s)", name_.c_str()), nullptr, {});
+        if (closed_ != 0) {
+            g_signal_handler_disconnect(bus_.get(), closed_);
         }
-        withdraw();
     }
     Peer(const Peer&) = delete;
     Peer& operator=(const Peer&) = delete;
@@ -108,10 +103,7 @@ public:
 
 private:
     void requestName();
-    bool registerObject();
-    void withdraw();
-    void askBus(const char* method, GVariant* arguments, const BusConnection::Lifeline& lifeline,
-                BusConnection::Answered answered);
+    void haveAsked(const Variant& reply, const std::string& whyNot);
     void answer(std::string_view method, GVariant* arguments, GDBusMethodInvocation* invocation);
 
     const std::string name_;
@@ -120,84 +112,55 @@ private:
     const Claimed claimed_;
     BusConnection& bus_;
     const BusConnection::Lifeline lifeline_ = BusConnection::newLifeline();
-    GDBusConnection* connection_ = nullptr;  ///< does not change any more once the name is claimed
-    guint object_ = 0;
     gulong closed_ = 0;
-    bool asked_ = false;  ///< for the name, which may be this program's
+    BusConnection::Held object_;
+    BusConnection::Held ownedName_;
 };
 
 void SingleInstance::Peer::requestName() {
     // The object comes first, since whoever sees the name may call at once.
-    if (!registerObject()) {
+    object_ = bus_.serve(
+        path_.c_str(), applicationInterface(),
+        {.call = [this](std::string_view method, GVariant* arguments, GDBusMethodInvocation* invocation) {
+            answer(method, arguments, invocation);
+        }});
+    if (!object_) {
         claimed_(Claim::noBus, "the object cannot be registered");
         return;
     }
-    asked_ = true;
-    askBus("RequestName", g_variant_new("(su)", name_.c_str(), doNotQueue), lifeline_,
-           [this](const Variant& reply, const std::string& whyNot) {
-               guint32 outcome = 0;
-               if (reply) {
-                   g_variant_get(reply.get(), "(u)", &outcome);
-               }
-               if (!reply || outcome == NameReply::exists) {
-                   asked_ = !reply;
-                   withdraw();
-                   claimed_(reply ? Claim::secondary : Claim::noBus, whyNot);
-                   return;
-               }
-               closed_ = g_signal_connect(
-                   connection_, "closed", G_CALLBACK(+[](GDBusConnection*, gboolean, GError*, gpointer) {
-                       logLine(
-                           "[desktop] the session bus is gone: other starts of this program no longer "
-                           "find this one");
-                   }),
-                   nullptr);
-               claimed_(Claim::primary, {});
-           });
+    // Held from here on: where the bus answers too late, the name goes back, since nobody serves it.
+    ownedName_ = bus_.ownName(name_, lifeline_, [this](const Variant& reply, const std::string& whyNot) {
+        haveAsked(reply, whyNot);
+    });
 }
 
-bool SingleInstance::Peer::registerObject() {
-    static const GDBusInterfaceVTable table = {
-        [](GDBusConnection* /*bus*/, const char* /*sender*/, const char* /*path*/, const char* /*interface*/,
-           const char* method, GVariant* arguments, GDBusMethodInvocation* invocation,
-           gpointer self) { static_cast<Peer*>(self)->answer(method, arguments, invocation); },
-        nullptr,
-        nullptr,
-        {}};
-    object_ = g_dbus_connection_register_object(connection_, path_.c_str(), applicationInterface(), &table,
-                                                this, nullptr, nullptr);
-    return object_ != 0;
-}
-
-void SingleInstance::Peer::withdraw() {
-    if (object_ != 0) {
-        g_dbus_connection_unregister_object(connection_, std::exchange(object_, 0));
+void SingleInstance::Peer::haveAsked(const Variant& reply, const std::string& whyNot) {
+    guint32 outcome = 0;
+    if (reply) {
+        g_variant_get(reply.get(), "(u)", &outcome);
     }
-    if (closed_ != 0) {
-        g_signal_handler_disconnect(connection_, std::exchange(closed_, 0));
+    if (!reply || outcome == somebodyElse) {
+        object_.reset();
+        ownedName_.reset();
+        claimed_(reply ? Claim::secondary : Claim::noBus, whyNot);
+        return;
     }
-}
-
-void SingleInstance::Peer::askBus(const char* method, GVariant* arguments,
-                                  const BusConnection::Lifeline& lifeline, BusConnection::Answered answered) {
-    bus_.call({.to = "org.freedesktop.DBus",
-               .path = "/org/freedesktop/DBus",
-               .interface = "org.freedesktop.DBus",
-               .method = method,
-               .arguments = arguments,
-               .answerType = "(u)",
-               .limit = limit},
-              lifeline, std::move(answered));
+    closed_ = g_signal_connect(
+        bus_.get(), "closed", G_CALLBACK(+[](GDBusConnection*, gboolean, GError*, gpointer) {
+            logLine(
+                "[desktop] the session bus is gone: other starts of this program no longer find this one");
+        }),
+        nullptr);
+    claimed_(Claim::primary, {});
 }
 
 void SingleInstance::Peer::release(std::function<void()> released) {
-    asked_ = false;
-    askBus("ReleaseName", g_variant_new("(s)", name_.c_str()), lifeline_,
-           [this, released = std::move(released)](const Variant&, const std::string&) {
-               // The bus delivers in order, so that every call to the name lies in the context by now; so
-               // does the end of the bus, where that is why there is an answer.
-               callOn(bus_.context(), released);
-           });
+    bus_.callBus("ReleaseName", g_variant_new("(s)", name_.c_str()), lifeline_,
+                 [this, released = std::move(released)](const Variant&, const std::string&) {
+                     // The bus delivers in order, so that every call to the name lies in the context by now;
+                     // so does the end of the bus, where that is why there is an answer.
+                     callOn(bus_.context(), released);
+                 });
 }
 
 void SingleInstance::Peer::answer(std::string_view method, GVariant* arguments,
@@ -223,7 +186,7 @@ void SingleInstance::Peer::answer(std::string_view method, GVariant* arguments,
 Result<void> SingleInstance::Peer::call(const char* method, GVariant* arguments) const {
     GlibFailure problem;
     const Variant reply(g_dbus_connection_call_sync(
-        connection_, name_.c_str(), path_.c_str(), interfaceName, method, arguments, nullptr,
+        bus_.get(), name_.c_str(), path_.c_str(), interfaceName, method, arguments, nullptr,
         G_DBUS_CALL_FLAGS_NO_AUTO_START, static_cast<int>(limit.count()), nullptr, problem.out()));
     if (reply) {
         return {};

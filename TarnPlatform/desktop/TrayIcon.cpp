@@ -111,23 +111,11 @@ public:
 
     Item(BusConnection& bus, std::string objectID, Chosen chosen)
         : objectID_(std::move(objectID)), chosen_(std::move(chosen)), bus_(bus) {
-        bus_.whenConnected(lifeline_, [this](GDBusConnection* connection, const std::string&) {
-            if (connection != nullptr) {
-                serve(connection);
+        bus_.whenConnected(lifeline_, [this](bool isConnected, const std::string&) {
+            if (isConnected) {
+                serve();
             }
         });
-    }
-    ~Item() {
-        if (connection_ != nullptr) {
-            g_bus_unwatch_name(watch_);
-            bus_.call({.to = "org.freedesktop.DBus",
-                       .path = "/org/freedesktop/DBus",
-                       .interface = "org.freedesktop.DBus",
-                       .method = "ReleaseName",
-                       .arguments = g_variant_new("(s)", busName_.c_str())});
-            g_dbus_connection_unregister_object(connection_, menu_);
-            g_dbus_connection_unregister_object(connection_, item_);
-        }
     }
     Item(const Item&) = delete;
     Item& operator=(const Item&) = delete;
@@ -138,72 +126,45 @@ public:
             announce();
             return;
         }
-        if (connection_ == nullptr) {
-            return;
+        if (held_.empty()) {
+            return;  // there is no bus
         }
         if (content_.rows != before.rows) {
             ++revision_;
-            emit(menuPath, menuInterface, "LayoutUpdated", g_variant_new("(ui)", revision_, 0));
+            bus_.emit(menuPath, menuInterface, "LayoutUpdated", g_variant_new("(ui)", revision_, 0));
         }
         if (content_.pictures != before.pictures) {
-            emit(itemPath, itemInterface, "NewIcon", nullptr);
+            bus_.emit(itemPath, itemInterface, "NewIcon", nullptr);
         }
         if (content_.title != before.title) {
-            emit(itemPath, itemInterface, "NewTitle", nullptr);
+            bus_.emit(itemPath, itemInterface, "NewTitle", nullptr);
         }
         if (content_.tooltip != before.tooltip) {
-            emit(itemPath, itemInterface, "NewToolTip", nullptr);
+            bus_.emit(itemPath, itemInterface, "NewToolTip", nullptr);
         }
     }
 
 private:
-    void serve(GDBusConnection* connection) {
-        static const GDBusInterfaceVTable table = {
-            [](GDBusConnection*, const char*, const char*, const char*, const char* method,
-               GVariant* arguments, GDBusMethodInvocation* invocation,
-               gpointer self) { static_cast<Item*>(self)->answer(method, arguments, invocation); },
-            [](GDBusConnection*, const char*, const char*, const char*, const char* property, GError**,
-               gpointer self) { return static_cast<Item*>(self)->property(property); },
-            nullptr,
-            {}};
-        connection_ = connection;
-        item_ = g_dbus_connection_register_object(connection_, itemPath, node()->interfaces[0], &table, this,
-                                                  nullptr, nullptr);
-        menu_ = g_dbus_connection_register_object(connection_, menuPath, node()->interfaces[1], &table, this,
-                                                  nullptr, nullptr);
-        // The protocol wants a name of this form for each icon. GLib's helper for names would wait for the
-        // bus when it gives the name back.
-        constexpr guint32 doNotQueue = 4;
-        bus_.call({.to = "org.freedesktop.DBus",
-                   .path = "/org/freedesktop/DBus",
-                   .interface = "org.freedesktop.DBus",
-                   .method = "RequestName",
-                   .arguments = g_variant_new("(su)", busName_.c_str(), doNotQueue)});
-        watch_ = g_bus_watch_name_on_connection(
-            connection_, watcherName, G_BUS_NAME_WATCHER_FLAGS_NONE,
-            [](GDBusConnection*, const char*, const char*, gpointer self) {
-                static_cast<Item*>(self)->hasWatcher_ = true;
-                static_cast<Item*>(self)->announce();
-            },
-            [](GDBusConnection*, const char*, gpointer self) {
-                static_cast<Item*>(self)->hasWatcher_ = false;
-            },
-            this, nullptr);
+    void serve() {
+        const BusConnection::Object object{
+            .call = [this](std::string_view method, GVariant* arguments,
+                           GDBusMethodInvocation* invocation) { answer(method, arguments, invocation); },
+            .property = [this](std::string_view name) { return property(name); }};
+        held_.push_back(bus_.serve(itemPath, node()->interfaces[0], object));
+        held_.push_back(bus_.serve(menuPath, node()->interfaces[1], object));
+        held_.push_back(bus_.ownName(busName_, nullptr, {}));
+        held_.push_back(bus_.watchName(watcherName, G_BUS_NAME_WATCHER_FLAGS_NONE, [this](bool isThere) {
+            hasWatcher_ = isThere;
+            announce();
+        }));
     }
 
     /// Registers the icon, but not before there is something to show, since a watcher reads it at once.
     void announce() {
         if (hasWatcher_ && hasContent_) {
-            bus_.call({.to = watcherName,
-                       .path = "/StatusNotifierWatcher",
-                       .interface = watcherName,
-                       .method = "RegisterStatusNotifierItem",
-                       .arguments = g_variant_new("(s)", busName_.c_str())});
+            bus_.call({watcherName, "/StatusNotifierWatcher", watcherName, "RegisterStatusNotifierItem",
+                       g_variant_new("(s)", busName_.c_str())});
         }
-    }
-
-    void emit(const char* path, const char* interface, const char* signal, GVariant* arguments) {
-        g_dbus_connection_emit_signal(connection_, nullptr, path, interface, signal, arguments, nullptr);
     }
 
     GVariant* property(std::string_view name) const {
@@ -363,14 +324,11 @@ private:
     const Chosen chosen_;
     BusConnection& bus_;
     const BusConnection::Lifeline lifeline_ = BusConnection::newLifeline();
-    GDBusConnection* connection_ = nullptr;
-    guint item_ = 0;
-    guint menu_ = 0;
-    guint watch_ = 0;
     TrayContent content_;
     bool hasContent_ = false;
     bool hasWatcher_ = false;
     guint32 revision_ = 1;
+    std::vector<BusConnection::Held> held_;
 };
 
 TrayIcon::TrayIcon(BusThread& bus, std::string objectID, SerialExecutor executor,

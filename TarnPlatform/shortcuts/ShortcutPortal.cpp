@@ -18,73 +18,50 @@ ShortcutPortal::ShortcutPortal(BusConnection& bus, const std::vector<Shortcut>& 
                                std::function<void(const std::string&)> pressed,
                                std::function<void(bool)> bound)
     : bus_(bus), shortcuts_(shortcuts), pressed_(std::move(pressed)), bound_(std::move(bound)) {
-    bus_.whenConnected(lifeline_, [this](GDBusConnection* connection, const std::string&) {
-        if (connection != nullptr) {
-            watch(connection);
+    bus_.whenConnected(lifeline_, [this](bool isConnected, const std::string&) {
+        if (isConnected) {
+            watch();
         }
     });
 }
 
-void ShortcutPortal::watch(GDBusConnection* connection) {
-    connection_ = connection;
-    activated_ = g_dbus_connection_signal_subscribe(
-        connection_, portalName, portalInterface, "Activated", portalPath, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
-        [](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant* arguments,
-           gpointer data) {
-            auto* const self = static_cast<ShortcutPortal*>(data);
-            if (g_variant_is_of_type(arguments, G_VARIANT_TYPE("(osta{sv})")) == FALSE) {
-                return;
-            }
-            const char* session = nullptr;
-            const char* id = nullptr;
-            g_variant_get(arguments, "(&o&sta{sv})", &session, &id, nullptr, nullptr);
-            if (session == self->session_ && std::ranges::count(self->shortcuts_, id, &Shortcut::id) > 0) {
-                self->pressed_(id);
-            }
-        },
-        this, nullptr);
-    closed_ = g_dbus_connection_signal_subscribe(
-        connection_, portalName, sessionInterface, "Closed", nullptr, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
-        [](GDBusConnection*, const char*, const char* path, const char*, const char*, GVariant*,
-           gpointer data) {
-            auto* const self = static_cast<ShortcutPortal*>(data);
-            if (path == self->session_) {
-                self->session_.clear();
-                self->dropRequest();
-                self->setBound(false);
-            }
-        },
-        this, nullptr);
-    watch_ = g_bus_watch_name_on_connection(
-        connection_, portalName, G_BUS_NAME_WATCHER_FLAGS_AUTO_START,
-        [](GDBusConnection*, const char*, const char*, gpointer self) {
-            static_cast<ShortcutPortal*>(self)->appeared();
-        },
-        [](GDBusConnection*, const char*, gpointer self) { static_cast<ShortcutPortal*>(self)->vanished(); },
-        this, nullptr);
+ShortcutPortal::~ShortcutPortal() {
+    closeSession();
 }
 
-ShortcutPortal::~ShortcutPortal() {
-    if (connection_ != nullptr) {
-        closeSession();
-        dropRequest();
-        g_bus_unwatch_name(watch_);
-        g_dbus_connection_signal_unsubscribe(connection_, activated_);
-        g_dbus_connection_signal_unsubscribe(connection_, closed_);
-    }
+void ShortcutPortal::watch() {
+    held_.push_back(bus_.listen(portalName, portalInterface, "Activated", portalPath, "(osta{sv})",
+                                [this](std::string_view, GVariant* arguments) {
+                                    const char* session = nullptr;
+                                    const char* id = nullptr;
+                                    g_variant_get(arguments, "(&o&sta{sv})", &session, &id, nullptr, nullptr);
+                                    if (session == session_ &&
+                                        std::ranges::count(shortcuts_, id, &Shortcut::id) > 0) {
+                                        pressed_(id);
+                                    }
+                                }));
+    held_.push_back(bus_.listen(portalName, sessionInterface, "Closed", nullptr, nullptr,
+                                [this](std::string_view path, GVariant*) {
+                                    if (path == session_) {
+                                        session_.clear();
+                                        response_.reset();
+                                        setBound(false);
+                                    }
+                                }));
+    held_.push_back(bus_.watchName(portalName, G_BUS_NAME_WATCHER_FLAGS_AUTO_START,
+                                   [this](bool isThere) { isThere ? appeared() : vanished(); }));
 }
 
 void ShortcutPortal::closeSession() {
     if (!session_.empty()) {
-        bus_.call(
-            {.to = portalName, .path = session_.c_str(), .interface = sessionInterface, .method = "Close"});
+        bus_.call({portalName, session_.c_str(), sessionInterface, "Close"});
         session_.clear();
     }
 }
 
 void ShortcutPortal::vanished() {
     portalsLife_.reset();
-    dropRequest();
+    response_.reset();
     session_.clear();
     setBound(false);
 }
@@ -93,13 +70,8 @@ void ShortcutPortal::vanished() {
 void ShortcutPortal::appeared() {
     vanished();
     portalsLife_ = BusConnection::newLifeline();
-    bus_.call({.to = portalName,
-               .path = portalPath,
-               .interface = "org.freedesktop.DBus.Properties",
-               .method = "Get",
-               .arguments = g_variant_new("(ss)", portalInterface, "version"),
-               .answerType = "(v)",
-               .flags = G_DBUS_CALL_FLAGS_NONE},
+    bus_.call({portalName, portalPath, "org.freedesktop.DBus.Properties", "Get",
+               g_variant_new("(ss)", portalInterface, "version"), "(v)", G_DBUS_CALL_FLAGS_NONE},
               portalsLife_, [this](const Variant& reply, const std::string&) {
                   if (reply) {
                       createSession();
@@ -161,39 +133,17 @@ void ShortcutPortal::setBound(bool isBound) {
 // fails, there is no signal.
 void ShortcutPortal::request(const char* method, GVariant* arguments, const std::string& token,
                              Answered answered) {
-    std::string sender = g_dbus_connection_get_unique_name(connection_) + 1;
+    std::string sender = g_dbus_connection_get_unique_name(bus_.get()) + 1;
     std::ranges::replace(sender, '.', '_');
+    const std::string path = std::string(portalPath) + "/request/" + sender + "/" + token;
     answered_ = answered;
-    listen(std::string(portalPath) + "/request/" + sender + "/" + token);
-    bus_.call({.to = portalName,
-               .path = portalPath,
-               .interface = portalInterface,
-               .method = method,
-               .arguments = arguments,
-               .flags = G_DBUS_CALL_FLAGS_NONE});
-}
-
-void ShortcutPortal::listen(const std::string& request) {
-    dropRequest();
-    response_ = g_dbus_connection_signal_subscribe(
-        connection_, portalName, requestInterface, "Response", request.c_str(), nullptr,
-        G_DBUS_SIGNAL_FLAGS_NONE,
-        [](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant* arguments,
-           gpointer self) { static_cast<ShortcutPortal*>(self)->respond(arguments); },
-        this, nullptr);
-}
-
-void ShortcutPortal::dropRequest() {
-    if (response_ != 0) {
-        g_dbus_connection_signal_unsubscribe(connection_, std::exchange(response_, 0));
-    }
+    response_ = bus_.listen(portalName, requestInterface, "Response", path.c_str(), "(ua{sv})",
+                            [this](std::string_view, GVariant* answer) { respond(answer); });
+    bus_.call({portalName, portalPath, portalInterface, method, arguments, nullptr, G_DBUS_CALL_FLAGS_NONE});
 }
 
 void ShortcutPortal::respond(GVariant* arguments) {
-    if (g_variant_is_of_type(arguments, G_VARIANT_TYPE("(ua{sv})")) == FALSE) {
-        return;
-    }
-    dropRequest();
+    const auto listener = std::exchange(response_, nullptr);  // there is one answer
     guint32 outcome = 0;
     GVariant* values = nullptr;
     g_variant_get(arguments, "(u@a{sv})", &outcome, &values);

@@ -24,15 +24,13 @@ public:
 private:
     using Answered = void (ShortcutPortal::*)(GVariant* results);
 
-    void watch(GDBusConnection* connection);
+    void watch();
     void appeared();
     void vanished();
     void createSession();
     void bindShortcuts(GVariant* results);
     void haveBound(GVariant* results);
     void request(const char* method, GVariant* arguments, const std::string& token, Answered answered);
-    void listen(const std::string& request);
-    void dropRequest();
     void respond(GVariant* arguments);
     void setBound(bool isBound);
     void closeSession();
@@ -42,13 +40,10 @@ private:
     const std::vector<Shortcut>& shortcuts_;
     const std::function<void(const std::string&)> pressed_;
     const std::function<void(bool)> bound_;
-    GDBusConnection* connection_ = nullptr;
     const BusConnection::Lifeline lifeline_ = BusConnection::newLifeline();
     BusConnection::Lifeline portalsLife_;  ///< answers to an earlier life of the portal do not count
-    guint watch_ = 0;
-    guint activated_ = 0;
-    guint closed_ = 0;
-    guint response_ = 0;
+    std::vector<BusConnection::Held> held_;
+    BusConnection::Held response_;  ///< listens for the answer to the last request
     Answered answered_ = nullptr;
     std::string session_;
     bool isBound_ = false;
