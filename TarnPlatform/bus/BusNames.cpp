@@ -1,143 +1,98 @@
 #include "BusNames.h"
 
-#include <string_view>
-#include <thread>
-
+#include "CallLimit.h"
 #include "SessionBus.h"
 
 namespace tarn {
 namespace {
 
-constexpr const char* busName = "org.freedesktop.DBus";
 constexpr const char* portalName = "org.freedesktop.portal.Desktop";
 
-/// A conversation with the bus, cancelled when its time is over.
+/// A conversation with the bus on a connection of its own, cancelled when its time is over.
 class Asking {
 public:
     explicit Asking(std::chrono::milliseconds limit)
-        : context_(g_main_context_new()), cancellable_(g_cancellable_new()) {
-        g_main_context_push_thread_default(context_);
-        timer_ = g_timeout_source_new(static_cast<guint>(limit.count()));
-        g_source_set_callback(
-            timer_,
-            [](gpointer cancellable) -> gboolean {
-                g_cancellable_cancel(static_cast<GCancellable*>(cancellable));
-                return G_SOURCE_REMOVE;
-            },
-            cancellable_.get(), nullptr);
-        watch_ = g_main_context_new();
-        g_source_attach(timer_, watch_);
-        watcher_ = std::jthread([this](const std::stop_token& stop) {
-            while (!stop.stop_requested()) {
-                g_main_context_iteration(watch_, TRUE);
-            }
-        });
-        bus_ = connectToSessionBus(cancellable_.get(), whyNot_);
-    }
-    ~Asking() {
-        watcher_.request_stop();
-        g_main_context_wakeup(watch_);
-        watcher_.join();
-        g_source_destroy(timer_);
-        g_source_unref(timer_);
-        g_main_context_unref(watch_);
-        bus_.reset();
-        while (g_main_context_iteration(context_, FALSE) != FALSE) {
-        }
-        g_main_context_pop_thread_default(context_);
-        g_main_context_unref(context_);
-    }
-    Asking(const Asking&) = delete;
-    Asking& operator=(const Asking&) = delete;
+        : limit_(limit), bus_(connectToSessionBus(limit_.cancellable(), whyNot_)) {}
 
     explicit operator bool() const { return bus_ != nullptr; }
+    GDBusConnection* bus() const { return bus_.get(); }
+    const CallLimit& limit() const { return limit_; }
 
-    Variant call(const char* to, const char* path, const char* interface, const char* method,
-                 GVariant* arguments, const char* answerType) {
-        return Variant(g_dbus_connection_call_sync(
-            bus_.get(), to, path, interface, method, arguments, G_VARIANT_TYPE(answerType),
-            G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, cancellable_.get(), failure_.out()));
-    }
-
-    std::unexpected<Error> failed() const {
-        if (g_cancellable_is_cancelled(cancellable_.get()) != FALSE) {
-            return failure(ErrorKind::timeout, "the session bus does not answer");
-        }
-        return failure(ErrorKind::unavailable, "no session bus (" + (bus_ ? failure_.text() : whyNot_) + ")");
+    std::unexpected<Error> failed(const GlibFailure& problem) const {
+        return limit_.hasPassed() ? failure(ErrorKind::timeout, "the session bus does not answer")
+                                  : failure(ErrorKind::unavailable,
+                                            "no session bus (" + (bus_ ? problem.text() : whyNot_) + ")");
     }
 
 private:
-    GMainContext* const context_;
-    const Owned<GCancellable> cancellable_;
-    GMainContext* watch_ = nullptr;
-    GSource* timer_ = nullptr;
-    std::jthread watcher_;
+    const OwnMainContext context_;
+    const CallLimit limit_;
     std::string whyNot_;
-    GlibFailure failure_;
-    Owned<GDBusConnection> bus_;
+    const Owned<GDBusConnection> bus_;
 };
-
-Result<bool> hasOwner(Asking& asking, const std::string& name) {
-    const auto answer = asking.call(busName, "/org/freedesktop/DBus", busName, "NameHasOwner",
-                                    g_variant_new("(s)", name.c_str()), "(b)");
-    if (!answer) {
-        return asking.failed();
-    }
-    gboolean owned = FALSE;
-    g_variant_get(answer.get(), "(b)", &owned);
-    return owned != FALSE;
-}
 
 }  // namespace
 
-Result<BusNamePresence> busNamePresence(const std::string& name, std::chrono::milliseconds limit) {
-    Asking asking(limit);
-    if (!asking) {
-        return asking.failed();
+Variant callSync(GDBusConnection* bus, const BusMethod& method, GVariant* arguments, const char* answerType,
+                 const CallLimit& limit, GlibFailure& problem) {
+    return Variant(g_dbus_connection_call_sync(
+        bus, method.to, method.path, method.interface, method.name, arguments, G_VARIANT_TYPE(answerType),
+        G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, limit.cancellable(), problem.out()));
+}
+
+std::optional<BusNamePresence> presenceOn(GDBusConnection* bus, const std::string& name,
+                                          const CallLimit& limit, GlibFailure& problem) {
+    const auto hasOwner =
+        callSync(bus, busMethod("NameHasOwner"), g_variant_new("(s)", name.c_str()), "(b)", limit, problem);
+    if (!hasOwner) {
+        return std::nullopt;
     }
-    const auto owned = hasOwner(asking, name);
-    if (!owned) {
-        return std::unexpected(owned.error());
-    }
-    if (*owned) {
+    gboolean owned = FALSE;
+    g_variant_get(hasOwner.get(), "(b)", &owned);
+    if (owned != FALSE) {
         return BusNamePresence::owned;
     }
-    const auto names =
-        asking.call(busName, "/org/freedesktop/DBus", busName, "ListActivatableNames", nullptr, "(as)");
+    const auto names = callSync(bus, busMethod("ListActivatableNames"), nullptr, "(as)", limit, problem);
     if (!names) {
-        return asking.failed();
+        return std::nullopt;
     }
-    GVariantIter* entries = nullptr;
-    g_variant_get(names.get(), "(as)", &entries);
-    bool found = false;
-    const char* entry = nullptr;
-    while (g_variant_iter_next(entries, "&s", &entry) != FALSE) {
-        found = found || name == entry;
+    const Variant list(g_variant_get_child_value(names.get(), 0));
+    GVariantIter entries;
+    g_variant_iter_init(&entries, list.get());
+    for (const char* entry = nullptr; g_variant_iter_next(&entries, "&s", &entry) != FALSE;) {
+        if (name == entry) {
+            return BusNamePresence::activatable;
+        }
     }
-    g_variant_iter_free(entries);
-    return found ? BusNamePresence::activatable : BusNamePresence::absent;
+    return BusNamePresence::absent;
+}
+
+Result<BusNamePresence> busNamePresence(const std::string& name, std::chrono::milliseconds limit) {
+    const Asking asking(limit);
+    GlibFailure problem;
+    const auto presence = asking ? presenceOn(asking.bus(), name, asking.limit(), problem) : std::nullopt;
+    return presence ? Result<BusNamePresence>(*presence) : asking.failed(problem);
 }
 
 Result<std::optional<std::uint32_t>> portalSettingsVersion(std::chrono::milliseconds limit) {
-    Asking asking(limit);
-    if (!asking) {
-        return asking.failed();
+    const Asking asking(limit);
+    GlibFailure problem;
+    const auto presence =
+        asking ? presenceOn(asking.bus(), portalName, asking.limit(), problem) : std::nullopt;
+    if (!presence) {
+        return asking.failed(problem);
     }
-    const auto owned = hasOwner(asking, portalName);
-    if (!owned) {
-        return std::unexpected(owned.error());
-    }
-    if (!*owned) {
+    if (*presence != BusNamePresence::owned) {
         return std::nullopt;
     }
-    const auto answer =
-        asking.call(portalName, "/org/freedesktop/portal/desktop", "org.freedesktop.DBus.Properties", "Get",
-                    g_variant_new("(ss)", "org.freedesktop.portal.Settings", "version"), "(v)");
+    const auto answer = callSync(
+        asking.bus(),
+        {portalName, "/org/freedesktop/portal/desktop", "org.freedesktop.DBus.Properties", "Get"},
+        g_variant_new("(ss)", "org.freedesktop.portal.Settings", "version"), "(v)", asking.limit(), problem);
     if (!answer) {
-        const auto why = asking.failed();
-        return why.error().kind == ErrorKind::timeout
-                   ? Result<std::optional<std::uint32_t>>(std::unexpected(why.error()))
-                   : std::nullopt;
+        // An error of the portal's means that it has no settings.
+        return asking.limit().hasPassed() ? Result<std::optional<std::uint32_t>>(asking.failed(problem))
+                                          : std::nullopt;
     }
     GVariant* inner = nullptr;
     g_variant_get(answer.get(), "(v)", &inner);

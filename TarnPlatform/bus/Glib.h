@@ -40,11 +40,31 @@ public:
         g_clear_error(&error_);
         return &error_;
     }
+    explicit operator bool() const { return error_ != nullptr; }
     bool is(GQuark domain, int code) const { return g_error_matches(error_, domain, code) != FALSE; }
     std::string text() const { return error_ == nullptr ? "no reason given" : error_->message; }
 
 private:
     GError* error_ = nullptr;
+};
+
+/// A main context that is the thread's default as long as this object: what is asked for meanwhile is
+/// answered there, whether or not somebody runs the process's own context. Thread: on the stack of one.
+class OwnMainContext {
+public:
+    OwnMainContext() : context_(g_main_context_new()) { g_main_context_push_thread_default(context_); }
+    ~OwnMainContext() {
+        // GLib releases what was subscribed through work that it posts here.
+        while (g_main_context_iteration(context_, FALSE) != FALSE) {
+        }
+        g_main_context_pop_thread_default(context_);
+        g_main_context_unref(context_);
+    }
+    OwnMainContext(const OwnMainContext&) = delete;
+    OwnMainContext& operator=(const OwnMainContext&) = delete;
+
+private:
+    GMainContext* const context_;
 };
 
 }  // namespace tarn

@@ -3,6 +3,8 @@
 #include <optional>
 #include <string>
 
+#include "BusNames.h"
+#include "CallLimit.h"
 #include "Glib.h"
 
 namespace tarn {
@@ -17,5 +19,27 @@ GDBusConnectionFlags ownConnectionFlags();
 /// none. Its signals and calls go to the caller's main context. Waits until the bus has answered or `limit`
 /// is cancelled.
 Owned<GDBusConnection> connectToSessionBus(GCancellable* limit, std::string& whyNot);
+
+/// A method of an object on the bus.
+struct BusMethod {
+    const char* to;
+    const char* path;
+    const char* interface;
+    const char* name;
+};
+/// A method of the bus itself.
+inline BusMethod busMethod(const char* name) {
+    return {"org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", name};
+}
+
+/// Calls it and waits for the answer; null, and why, where there is none of that type within the limit. The
+/// bus starts nothing for it.
+Variant callSync(GDBusConnection* bus, const BusMethod& method, GVariant* arguments, const char* answerType,
+                 const CallLimit& limit, GlibFailure& problem);
+
+/// As `busNamePresence`, on a connection that is there already; nothing, and why, where the bus does not
+/// answer.
+std::optional<BusNamePresence> presenceOn(GDBusConnection* bus, const std::string& name,
+                                          const CallLimit& limit, GlibFailure& problem);
 
 }  // namespace tarn

@@ -17,8 +17,13 @@ void freeVariant(gpointer value) {
     g_variant_unref(static_cast<GVariant*>(value));
 }
 
-/// One prompt being waited for. Everything happens in the main context that was the thread's default at the
-/// start. Ownership: the task's data, freed with it.
+/// The wait for one prompt. Everything happens in the main context that was the thread's default at the
+/// start.
+///
+/// A prompt is an object of the service's: the call "Prompt" has it shown, and its signal "Completed" tells
+/// how it ended. The service may be killed or stopped at any moment between the two, and then no signal
+/// comes. So the wait also ends when the service's name changes its owner, when the bus is gone, and when the
+/// call is cancelled. Ownership: the task's data, freed with it.
 class PromptWait {
 public:
     static void start(SecretService* service, SecretPrompt* prompt, GCancellable* cancellable,
@@ -36,20 +41,14 @@ private:
     PromptWait(GTask* task, SecretService* service, SecretPrompt* prompt)
         : task_(task),
           limit_(static_cast<CallLimit*>(g_object_get_data(G_OBJECT(service), limitKey))),
-          bus_(G_DBUS_CONNECTION(g_object_ref(g_dbus_proxy_get_connection(G_DBUS_PROXY(service))))),
+          connection_(G_DBUS_CONNECTION(g_object_ref(g_dbus_proxy_get_connection(G_DBUS_PROXY(service))))),
           serviceName_(g_dbus_proxy_get_name(G_DBUS_PROXY(service))),
           owner_(ownerOf(service)),
           path_(g_dbus_proxy_get_object_path(G_DBUS_PROXY(prompt))) {}
-    ~PromptWait() {
-        g_clear_pointer(&earlyCompletion_, g_variant_unref);
-        g_object_unref(bus_);
-    }
 
     static std::string ownerOf(SecretService* service) {
-        char* const owner = g_dbus_proxy_get_name_owner(G_DBUS_PROXY(service));
-        std::string text = owner != nullptr ? owner : "";
-        g_free(owner);
-        return text;
+        const Text owner(g_dbus_proxy_get_name_owner(G_DBUS_PROXY(service)));
+        return owner ? owner.get() : "";
     }
 
     void begin(GCancellable* cancellable) {
@@ -58,14 +57,16 @@ private:
             g_object_unref(task_);
             return;
         }
-        // By the owner's own name: signals under a name that can change hands are held back until the library
-        // has looked it up.
-        completed_ = g_dbus_connection_signal_subscribe(bus_, owner_.c_str(), promptInterface, "Completed",
-                                                        path_.c_str(), nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
-                                                        onCompleted, this, nullptr);
+        // Both subscriptions come before the call, because the prompt may complete, or the service die,
+        // before the call is answered. They name the owner's unique name: GLib delivers signals under a
+        // well-known name only after it has looked up who owns it, which may be later.
+        completed_ = g_dbus_connection_signal_subscribe(connection_.get(), owner_.c_str(), promptInterface,
+                                                        "Completed", path_.c_str(), nullptr,
+                                                        G_DBUS_SIGNAL_FLAGS_NONE, onCompleted, this, nullptr);
         ownerChanged_ = g_dbus_connection_signal_subscribe(
-            bus_, "org.freedesktop.DBus", "org.freedesktop.DBus", "NameOwnerChanged", "/org/freedesktop/DBus",
-            serviceName_.c_str(), G_DBUS_SIGNAL_FLAGS_NONE, onOwnerChanged, this, nullptr);
+            connection_.get(), "org.freedesktop.DBus", "org.freedesktop.DBus", "NameOwnerChanged",
+            "/org/freedesktop/DBus", serviceName_.c_str(), G_DBUS_SIGNAL_FLAGS_NONE, onOwnerChanged, this,
+            nullptr);
         if (cancellable != nullptr) {
             cancelled_ = g_cancellable_source_new(cancellable);
             attach(cancelled_, G_SOURCE_FUNC(+[](GCancellable* /*source*/, gpointer self) -> gboolean {
@@ -74,16 +75,18 @@ private:
                        return G_SOURCE_CONTINUE;
                    }));
         }
+        // The end of the connection is a signal too, but GLib emits it in the context in which the connection
+        // was made, which nobody may run. So the connection is looked at every second.
         busCheck_ = g_timeout_source_new_seconds(busCheckSeconds);
         attach(
             busCheck_, +[](gpointer self) -> gboolean {
                 auto* const wait = static_cast<PromptWait*>(self);
-                if (g_dbus_connection_is_closed(wait->bus_) != FALSE) {
+                if (g_dbus_connection_is_closed(wait->connection_.get()) != FALSE) {
                     wait->fail(G_IO_ERROR_CLOSED, "the session bus went away");
                 }
                 return G_SOURCE_CONTINUE;
             });
-        g_dbus_connection_call(bus_, owner_.c_str(), path_.c_str(), promptInterface, "Prompt",
+        g_dbus_connection_call(connection_.get(), owner_.c_str(), path_.c_str(), promptInterface, "Prompt",
                                g_variant_new("(s)", ""), nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, -1,
                                cancellable, onShown, g_object_ref(task_));
     }
@@ -111,8 +114,8 @@ private:
             if (wait->limit_ != nullptr) {
                 wait->limit_->promptBegins();
             }
-            if (wait->earlyCompletion_ != nullptr) {
-                wait->complete(wait->earlyCompletion_);
+            if (wait->earlyCompletion_) {
+                wait->complete(wait->earlyCompletion_.get());
             }
         }
         g_object_unref(task);
@@ -127,8 +130,8 @@ private:
         }
         if (wait->isShown_) {
             wait->complete(parameters);
-        } else if (wait->earlyCompletion_ == nullptr) {
-            wait->earlyCompletion_ = g_variant_ref(parameters);
+        } else if (!wait->earlyCompletion_) {
+            wait->earlyCompletion_.reset(g_variant_ref(parameters));
         }
     }
 
@@ -166,8 +169,8 @@ private:
         if (isShown_ && limit_ != nullptr) {
             limit_->promptEnds();
         }
-        g_dbus_connection_signal_unsubscribe(bus_, completed_);
-        g_dbus_connection_signal_unsubscribe(bus_, ownerChanged_);
+        g_dbus_connection_signal_unsubscribe(connection_.get(), completed_);
+        g_dbus_connection_signal_unsubscribe(connection_.get(), ownerChanged_);
         for (auto* const source : {cancelled_, busCheck_}) {
             if (source != nullptr) {
                 g_source_destroy(source);
@@ -178,7 +181,7 @@ private:
 
     GTask* const task_;  ///< holds this object
     CallLimit* const limit_;
-    GDBusConnection* const bus_;
+    const Owned<GDBusConnection> connection_;
     const std::string serviceName_;
     const std::string owner_;  ///< the service's unique name on the bus
     const std::string path_;
@@ -186,7 +189,7 @@ private:
     guint ownerChanged_ = 0;
     GSource* cancelled_ = nullptr;
     GSource* busCheck_ = nullptr;
-    GVariant* earlyCompletion_ = nullptr;  ///< the signal, where it came before the answer
+    Variant earlyCompletion_;  ///< the signal, where it came before the answer
     bool isShown_ = false;
     bool isOver_ = false;
 };
@@ -215,25 +218,18 @@ GVariant* promptFinish(SecretService* service, GAsyncResult* result, GError** er
 
 GVariant* promptSync(SecretService* service, SecretPrompt* prompt, GCancellable* cancellable,
                      const GVariantType* returnType, GError** error) {
-    auto* const context = g_main_context_new();
-    g_main_context_push_thread_default(context);
-    GAsyncResult* result = nullptr;
+    const OwnMainContext context;
+    Owned<GAsyncResult> result;
     promptAsync(
         service, prompt, returnType, cancellable,
         [](GObject* /*service*/, GAsyncResult* finished, gpointer data) {
-            *static_cast<GAsyncResult**>(data) = G_ASYNC_RESULT(g_object_ref(finished));
+            static_cast<Owned<GAsyncResult>*>(data)->reset(G_ASYNC_RESULT(g_object_ref(finished)));
         },
-        static_cast<gpointer>(&result));
-    while (result == nullptr) {
-        g_main_context_iteration(context, TRUE);
+        &result);
+    while (!result) {
+        g_main_context_iteration(g_main_context_get_thread_default(), TRUE);
     }
-    auto* const outcome = promptFinish(service, result, error);
-    g_object_unref(result);
-    while (g_main_context_iteration(context, FALSE) != FALSE) {
-    }
-    g_main_context_pop_thread_default(context);
-    g_main_context_unref(context);
-    return outcome;
+    return promptFinish(service, result.get(), error);
 }
 
 void initialiseClass(gpointer type, gpointer /*data*/) {
@@ -249,6 +245,8 @@ GType promptAwareServiceType() {
     static const GType type = [] {
         GTypeQuery parent{};
         g_type_query(SECRET_TYPE_SERVICE, &parent);
+        // A subclass is the library's own way to replace how it waits; it has no fields of its own, so that
+        // its sizes are the parent's.
         return g_type_register_static_simple(SECRET_TYPE_SERVICE, "TarnSecretService", parent.class_size,
                                              initialiseClass, parent.instance_size, nullptr, GTypeFlags{});
     }();

@@ -2,7 +2,7 @@
 
 #include <gio/gio.h>
 
-#include "CallLimit.h"
+#include "TarnPlatform/bus/CallLimit.h"
 
 namespace tarn {
 

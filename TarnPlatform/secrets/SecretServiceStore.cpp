@@ -1,37 +1,23 @@
 #include "SecretServiceStore.h"
 
 #include <libsecret/secret.h>
-#include <sys/stat.h>
 
-#include <cstdlib>
 #include <memory>
 #include <utility>
 
-#include "CallLimit.h"
 #include "PromptAwareService.h"
 #include "TarnPlatform/base/Log.h"
+#include "TarnPlatform/bus/SessionBus.h"
 
 namespace tarn {
 namespace {
 
 constexpr const char* serviceName = "org.freedesktop.secrets";
-constexpr const char* busName = "org.freedesktop.DBus";
-
-struct ObjectUnref {
-    void operator()(gpointer object) const { g_object_unref(object); }
-};
-template <typename T>
-using Object = std::unique_ptr<T, ObjectUnref>;
 
 struct ObjectListFree {
     void operator()(GList* list) const { g_list_free_full(list, g_object_unref); }
 };
 using ObjectList = std::unique_ptr<GList, ObjectListFree>;
-
-struct VariantUnref {
-    void operator()(GVariant* variant) const { g_variant_unref(variant); }
-};
-using Variant = std::unique_ptr<GVariant, VariantUnref>;
 
 struct SecretUnref {
     void operator()(gpointer value) const { secret_value_unref(value); }
@@ -42,43 +28,6 @@ struct TableUnref {
     void operator()(GHashTable* table) const { g_hash_table_unref(table); }
 };
 using Attributes = std::unique_ptr<GHashTable, TableUnref>;
-
-class Failure {
-public:
-    ~Failure() { g_clear_error(&error_); }
-    Failure() = default;
-    Failure(const Failure&) = delete;
-    Failure& operator=(const Failure&) = delete;
-    GError** out() {
-        g_clear_error(&error_);
-        return &error_;
-    }
-    explicit operator bool() const { return error_ != nullptr; }
-    bool is(GQuark domain, int code) const { return g_error_matches(error_, domain, code) != FALSE; }
-    std::string text() const { return error_ == nullptr ? "no reason given" : error_->message; }
-
-private:
-    GError* error_ = nullptr;
-};
-
-/// Signals and idle work of one call run in a main context of its own, and end with it: the default context
-/// may never be iterated in this process.
-class OwnMainContext {
-public:
-    OwnMainContext() : context_(g_main_context_new()) { g_main_context_push_thread_default(context_); }
-    ~OwnMainContext() {
-        // What was subscribed is released by work posted here.
-        while (g_main_context_iteration(context_, FALSE) != FALSE) {
-        }
-        g_main_context_pop_thread_default(context_);
-        g_main_context_unref(context_);
-    }
-    OwnMainContext(const OwnMainContext&) = delete;
-    OwnMainContext& operator=(const OwnMainContext&) = delete;
-
-private:
-    GMainContext* context_;
-};
 
 const SecretSchema* schema() {
     static const SecretSchema* const made =
@@ -95,7 +44,7 @@ std::unexpected<SecretError> lockedFailure() {
     return fail(SecretFault::locked, "the keyring is locked");
 }
 
-std::unexpected<SecretError> asFailure(const Failure& failure, const CallLimit& limit) {
+std::unexpected<SecretError> asFailure(const GlibFailure& failure, const CallLimit& limit) {
     if (limit.hasPassed()) {
         return fail(SecretFault::timedOut, "the keyring does not answer");
     }
@@ -116,26 +65,13 @@ std::unexpected<SecretError> asFailure(const Failure& failure, const CallLimit& 
     return fail(SecretFault::refused, "the keyring refused: " + failure.text());
 }
 
-/// Connects to nothing that is not there: the library's own fallback would start a bus of its own.
-bool busIsNamed() {
-    if (const char* const address = std::getenv("DBUS_SESSION_BUS_ADDRESS");
-        address != nullptr && *address != '\0') {
-        return true;
-    }
-    const char* const folder = std::getenv("XDG_RUNTIME_DIR");
-    if (folder == nullptr || *folder == '\0') {
-        return false;
-    }
-    struct stat status{};
-    return ::stat((std::string(folder) + "/bus").c_str(), &status) == 0 && S_ISSOCK(status.st_mode);
-}
-
-Object<GDBusConnection> connectToBus(const CallLimit& limit) {
-    if (!busIsNamed()) {
+/// The connection that the library uses, too.
+Owned<GDBusConnection> connectToBus(const CallLimit& limit) {
+    if (!sessionBusAddress()) {
         return nullptr;
     }
-    Failure failure;
-    Object<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, limit.cancellable(), failure.out()));
+    GlibFailure failure;
+    Owned<GDBusConnection> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, limit.cancellable(), failure.out()));
     if (bus) {
         // By default the end of the bus would end this process.
         g_dbus_connection_set_exit_on_close(bus.get(), FALSE);
@@ -143,38 +79,20 @@ Object<GDBusConnection> connectToBus(const CallLimit& limit) {
     return bus;
 }
 
-Variant askBus(GDBusConnection* bus, const char* method, GVariant* arguments, const char* answerType,
-               const CallLimit& limit, Failure& failure) {
-    return Variant(g_dbus_connection_call_sync(
-        bus, busName, "/org/freedesktop/DBus", busName, method, arguments, G_VARIANT_TYPE(answerType),
-        G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, limit.cancellable(), failure.out()));
-}
-
-SecretServicePresence presenceOn(GDBusConnection* bus, const CallLimit& limit) {
-    Failure failure;
-    const auto hasOwner =
-        askBus(bus, "NameHasOwner", g_variant_new("(s)", serviceName), "(b)", limit, failure);
-    if (!hasOwner) {
+SecretServicePresence servicePresence(GDBusConnection* bus, const CallLimit& limit) {
+    GlibFailure failure;
+    const auto presence = presenceOn(bus, serviceName, limit, failure);
+    if (!presence) {
         return SecretServicePresence::unanswered;
     }
-    gboolean owned = FALSE;
-    g_variant_get(hasOwner.get(), "(b)", &owned);
-    if (owned != FALSE) {
-        return SecretServicePresence::owned;
+    switch (*presence) {
+        case BusNamePresence::owned:
+            return SecretServicePresence::owned;
+        case BusNamePresence::activatable:
+            return SecretServicePresence::activatable;
+        default:
+            return SecretServicePresence::absent;
     }
-    const auto names = askBus(bus, "ListActivatableNames", nullptr, "(as)", limit, failure);
-    if (!names) {
-        return SecretServicePresence::unanswered;
-    }
-    GVariantIter* iterator = nullptr;
-    g_variant_get(names.get(), "(as)", &iterator);
-    bool found = false;
-    const char* name = nullptr;
-    while (g_variant_iter_next(iterator, "&s", &name) != FALSE) {
-        found = found || std::string_view(name) == serviceName;
-    }
-    g_variant_iter_free(iterator);
-    return found ? SecretServicePresence::activatable : SecretServicePresence::absent;
 }
 
 /// One conversation with the service: everything that a call needs, torn down in the order it must be.
@@ -190,13 +108,13 @@ public:
             return limit_.hasPassed() ? fail(SecretFault::timedOut, "the session bus does not answer")
                                       : fail(SecretFault::unavailable, "there is no session bus");
         }
-        Failure failure;
-        switch (presenceOn(bus_.get(), limit_)) {
+        GlibFailure failure;
+        switch (servicePresence(bus_.get(), limit_)) {
             case SecretServicePresence::owned:
                 break;
             case SecretServicePresence::activatable:
-                if (!askBus(bus_.get(), "StartServiceByName", g_variant_new("(su)", serviceName, 0U), "(u)",
-                            limit_, failure)) {
+                if (!callSync(bus_.get(), busMethod("StartServiceByName"),
+                              g_variant_new("(su)", serviceName, 0U), "(u)", limit_, failure)) {
                     return limit_.hasPassed() ? fail(SecretFault::timedOut, "the keyring does not start")
                                               : fail(SecretFault::unavailable,
                                                      "the keyring does not start: " + failure.text());
@@ -219,7 +137,7 @@ public:
 
     /// Every item of that key, in all collections, locked ones included.
     SecretResult<ObjectList> find(const SecretKey& key, SecretSearchFlags extra) {
-        Failure failure;
+        GlibFailure failure;
         const auto wanted = attributes(key);
         // A C flag set. NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange)
         const auto flags = static_cast<SecretSearchFlags>(SECRET_SEARCH_ALL | extra);
@@ -234,7 +152,7 @@ public:
     /// Asks the user, through the desktop's prompt, to unlock these items or collections. False: still
     /// locked.
     SecretResult<bool> unlock(GList* objects) {
-        Failure failure;
+        GlibFailure failure;
         const int unlocked =
             secret_service_unlock_sync(service_.get(), objects, cancellable(), nullptr, failure.out());
         if (failure && !failure.is(SECRET_ERROR, SECRET_ERROR_IS_LOCKED)) {
@@ -255,8 +173,8 @@ public:
 private:
     OwnMainContext context_;
     CallLimit limit_;
-    Object<GDBusConnection> bus_;
-    Object<SecretService> service_;
+    Owned<GDBusConnection> bus_;
+    Owned<SecretService> service_;
 };
 
 SecretItem* firstItem(const ObjectList& items, bool locked) {
@@ -304,7 +222,7 @@ SecretResult<std::optional<std::string>> getFrom(Conversation& keyring, const Se
         promptDismissed = true;
         return lockedFailure();
     }
-    Failure failure;
+    GlibFailure failure;
     if (secret_item_load_secret_sync(locked, keyring.cancellable(), failure.out()) == FALSE) {
         return asFailure(failure, keyring.limit());
     }
@@ -316,7 +234,7 @@ void removeOutside(Conversation& keyring, const SecretKey& key, const std::strin
     const auto items = keyring.find(key, SECRET_SEARCH_NONE);
     for (auto* entry = items ? items->get() : nullptr; entry != nullptr; entry = entry->next) {
         const std::string_view path = g_dbus_proxy_get_object_path(G_DBUS_PROXY(entry->data));
-        Failure failure;
+        GlibFailure failure;
         if (!path.starts_with(collection + "/")) {
             secret_item_delete_sync(SECRET_ITEM(entry->data), keyring.cancellable(), failure.out());
         }
@@ -324,8 +242,8 @@ void removeOutside(Conversation& keyring, const SecretKey& key, const std::strin
 }
 
 SecretResult<void> replaceIn(Conversation& keyring, const SecretKey& key, std::string_view value) {
-    Failure failure;
-    const Object<SecretCollection> collection(
+    GlibFailure failure;
+    const Owned<SecretCollection> collection(
         secret_collection_for_alias_sync(keyring.service(), SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE,
                                          keyring.cancellable(), failure.out()));
     // A keyring that was never used names a collection that is yet to be made; storing makes it, with a
@@ -377,7 +295,7 @@ SecretResult<bool> removeFrom(Conversation& keyring, const SecretKey& key) {
     }
     bool anyLocked = false;
     for (auto* entry = items->get(); entry != nullptr; entry = entry->next) {
-        Failure failure;
+        GlibFailure failure;
         if (secret_item_delete_sync(SECRET_ITEM(entry->data), keyring.cancellable(), failure.out()) ==
             FALSE) {
             if (!failure.is(SECRET_ERROR, SECRET_ERROR_IS_LOCKED)) {
@@ -419,8 +337,8 @@ SecretResult<bool> SecretServiceStore::isLocked() const {
     if (const auto opened = keyring.open(); !opened) {
         return std::unexpected(opened.error());
     }
-    Failure failure;
-    const Object<SecretCollection> collection(
+    GlibFailure failure;
+    const Owned<SecretCollection> collection(
         secret_collection_for_alias_sync(keyring.service(), SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE,
                                          keyring.cancellable(), failure.out()));
     if (failure && !failure.is(SECRET_ERROR, SECRET_ERROR_NO_SUCH_OBJECT)) {
@@ -460,7 +378,7 @@ SecretServicePresence SecretServiceStore::presence(std::chrono::milliseconds lim
     if (!bus) {
         return watch.hasPassed() ? SecretServicePresence::unanswered : SecretServicePresence::noBus;
     }
-    return presenceOn(bus.get(), watch);
+    return servicePresence(bus.get(), watch);
 }
 
 }  // namespace tarn

@@ -7,11 +7,11 @@
 #include <mutex>
 #include <string>
 
-#include "CallLimit.h"
 #include "FileSecretStore.h"
 #include "LastingSecretStore.h"
 #include "SecretServiceStore.h"
 #include "TarnPlatform/base/Log.h"
+#include "TarnPlatform/bus/CallLimit.h"
 
 namespace tarn {
 namespace {

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <gio/gio.h>
-
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <thread>
+
+#include "Glib.h"
 
 namespace tarn {
 
@@ -20,21 +20,21 @@ public:
     CallLimit(const CallLimit&) = delete;
     CallLimit& operator=(const CallLimit&) = delete;
 
-    GCancellable* cancellable() const { return cancellable_; }
+    GCancellable* cancellable() const { return cancellable_.get(); }
     bool hasPassed() const;
 
     void promptBegins();
-    /// Whoever waits for a prompt waits no more, now and from now on. Thread: any.
-    static void endPrompts();
-
     void promptEnds();  ///< the service has the whole limit again to finish
+
+    /// Ends every wait for a prompt, now and from now on. Thread: any.
+    static void endPrompts();
 
 private:
     void watch();
     void giveUpPrompt();
 
     const std::chrono::milliseconds limit_;
-    GCancellable* const cancellable_;
+    const Owned<GCancellable> cancellable_{g_cancellable_new()};
     mutable std::mutex mutex_;
     std::condition_variable changed_;
     std::chrono::steady_clock::time_point deadline_;

@@ -22,10 +22,7 @@ Calls& calls() {
 }  // namespace
 
 CallLimit::CallLimit(std::chrono::milliseconds limit)
-    : limit_(limit),
-      cancellable_(g_cancellable_new()),
-      deadline_(std::chrono::steady_clock::now() + limit),
-      watcher_([this] { watch(); }) {
+    : limit_(limit), deadline_(std::chrono::steady_clock::now() + limit), watcher_([this] { watch(); }) {
     const std::lock_guard lock(calls().mutex);
     calls().all.insert(this);
 }
@@ -41,7 +38,6 @@ CallLimit::~CallLimit() {
     }
     changed_.notify_one();
     watcher_.join();
-    g_object_unref(cancellable_);
 }
 
 bool CallLimit::hasPassed() const {
@@ -99,7 +95,7 @@ void CallLimit::watch() {
         } else {
             passed_ = true;
             lock.unlock();
-            g_cancellable_cancel(cancellable_);
+            g_cancellable_cancel(cancellable_.get());
             return;
         }
     }
