@@ -203,11 +203,7 @@ int run(int argc, char** argv) {
     }
     // A command of the user's own that has ended must cost an error and not this process.
     std::signal(SIGPIPE, SIG_IGN);
-    const auto folder = TokenRegistry::defaultFolder();
-    if (!folder) {
-        return fail(exitFailed, "neither XDG_STATE_HOME nor HOME says where the tokens are kept");
-    }
-    const TokenRegistry tokens(*folder);
+    const TokenRegistry tokens(TokenRegistry::defaultFolder());
     if (issue->parsed()) {
         return issueToken(tokens, email);
     }

@@ -10,6 +10,7 @@
 #include <system_error>
 #include <utility>
 
+#include "TarnPlatform/base/UserFolders.h"
 #include "TarnPlatform/net/ListenerOwner.h"
 
 namespace tarn::Deployment {
@@ -155,12 +156,7 @@ Sources Sources::ofProcess() {
         const char* const value = std::getenv(name);
         return value != nullptr ? std::optional<std::string>(value) : std::nullopt;
     };
-    // A relative path counts as unset, by the rules of these folders.
-    const auto configured = read("XDG_CONFIG_HOME").value_or("");
-    const auto folder = configured.starts_with('/')
-                            ? std::filesystem::path(configured)
-                            : std::filesystem::path(read("HOME").value_or("/")) / ".config";
-    return {folder / "tarn" / "deployment.json", read};
+    return {UserFolders::config() / "tarn" / "deployment.json", read};
 }
 
 Result<Url> parseBase(const std::string& text, const std::string& usualPath, bool allowPlainHttp) {

@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "TarnPlatform/base/UserFolders.h"
+
 namespace tarn {
 
 std::optional<std::string> sessionBusAddress() {
@@ -10,11 +12,11 @@ std::optional<std::string> sessionBusAddress() {
     if (named != nullptr && *named != '\0') {
         return named;
     }
-    const char* const folder = std::getenv("XDG_RUNTIME_DIR");
-    if (folder == nullptr || *folder == '\0') {
+    const auto folder = UserFolders::runtime();
+    if (!folder) {
         return std::nullopt;
     }
-    const auto socket = std::filesystem::path(folder) / "bus";
+    const auto socket = *folder / "bus";
     std::error_code unreadable;
     if (!std::filesystem::is_socket(socket, unreadable)) {
         return std::nullopt;

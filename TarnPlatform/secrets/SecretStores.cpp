@@ -1,9 +1,5 @@
 #include "SecretStores.h"
 
-#include <pwd.h>
-#include <unistd.h>
-
-#include <cstdlib>
 #include <mutex>
 #include <string>
 
@@ -11,18 +7,11 @@
 #include "LastingSecretStore.h"
 #include "SecretServiceStore.h"
 #include "TarnPlatform/base/Log.h"
+#include "TarnPlatform/base/UserFolders.h"
 #include "TarnPlatform/bus/CallLimit.h"
 
 namespace tarn {
 namespace {
-
-std::filesystem::path homeFolder() {
-    if (const char* const home = std::getenv("HOME"); home != nullptr && *home == '/') {
-        return home;
-    }
-    const auto* const user = ::getpwuid(::geteuid());
-    return user != nullptr ? user->pw_dir : "/";
-}
 
 struct CurrentStore {
     std::mutex mutex;
@@ -38,11 +27,7 @@ CurrentStore& currentStore() {
 }  // namespace
 
 std::filesystem::path secretsFolder() {
-    // A relative path counts as unset, by the rules of these folders.
-    if (const char* const data = std::getenv("XDG_DATA_HOME"); data != nullptr && *data == '/') {
-        return std::filesystem::path(data) / "tarn";
-    }
-    return homeFolder() / ".local/share/tarn";
+    return UserFolders::data() / "tarn";
 }
 
 std::shared_ptr<SecretStore> openSecretStore(const std::filesystem::path& folder) {

@@ -3,31 +3,18 @@
 #include <boost/json/string.hpp>
 #include <boost/json/value.hpp>
 #include <cmath>
-#include <cstdlib>
 #include <mutex>
 #include <utility>
 
 #include "SettingsStore.h"
 #include "TarnPlatform/base/Log.h"
+#include "TarnPlatform/base/UserFolders.h"
 #include "TarnPlatform/base/Utf8.h"
 
 namespace tarn {
 namespace {
 
 namespace json = boost::json;
-
-std::filesystem::path standardPath() {
-    const auto variable = [](const char* name) -> std::string_view {
-        const char* const value = std::getenv(name);
-        return value != nullptr ? value : "";
-    };
-    // A relative path counts as unset, by the rules of these folders.
-    const std::filesystem::path configured = variable("XDG_CONFIG_HOME");
-    const auto folder = configured.is_absolute()
-                            ? configured
-                            : std::filesystem::path("/") / std::string(variable("HOME")) / ".config";
-    return folder / "tarn" / "settings.json";
-}
 
 struct Standard {
     std::mutex mutex;
@@ -45,7 +32,7 @@ std::shared_ptr<UserDefaults> UserDefaults::standard() {
     auto& standard = currentStandard();
     const std::lock_guard lock(standard.mutex);
     if (!standard.defaults) {
-        standard.defaults = open(standardPath());
+        standard.defaults = open(UserFolders::config() / "tarn" / "settings.json");
     }
     return standard.defaults;
 }

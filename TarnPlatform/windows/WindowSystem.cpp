@@ -9,6 +9,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "TarnPlatform/base/UserFolders.h"
+
 namespace tarn {
 namespace {
 
@@ -32,7 +34,7 @@ bool waylandAnswers() {
         return false;
     }
     if (path.front() != '/') {
-        path = variable("XDG_RUNTIME_DIR") + "/" + path;
+        path = UserFolders::runtime().value_or("/") / path;
     }
     sockaddr_un address{};
     address.sun_family = AF_UNIX;

@@ -25,6 +25,7 @@
 #include "TarnPlatform/base/FileLock.h"
 #include "TarnPlatform/base/Log.h"
 #include "TarnPlatform/base/UniqueDescriptor.h"
+#include "TarnPlatform/base/UserFolders.h"
 #include "TarnPlatform/net/Base64.h"
 
 namespace tarn::relay {
@@ -118,16 +119,8 @@ Result<std::string> randomSecret() {
 
 TokenRegistry::TokenRegistry(std::filesystem::path folder) : folder_(std::move(folder)) {}
 
-std::optional<std::filesystem::path> TokenRegistry::defaultFolder() {
-    const char* state = std::getenv("XDG_STATE_HOME");
-    if (state != nullptr && state[0] == '/') {
-        return std::filesystem::path(state) / "tarn" / "relay";
-    }
-    const char* home = std::getenv("HOME");
-    if (home == nullptr || home[0] != '/') {
-        return std::nullopt;
-    }
-    return std::filesystem::path(home) / ".local" / "state" / "tarn" / "relay";
+std::filesystem::path TokenRegistry::defaultFolder() {
+    return UserFolders::state() / "tarn" / "relay";
 }
 
 Result<std::string> TokenRegistry::issue(const std::string& email) const {

@@ -34,9 +34,8 @@ public:
     /// `folder` is made, with mode 0700 as all that leads to it, when a token is first issued.
     explicit TokenRegistry(std::filesystem::path folder);
 
-    /// `$XDG_STATE_HOME/tarn/relay`, by default under `~/.local/state`. Nothing where there is no home
-    /// either.
-    static std::optional<std::filesystem::path> defaultFolder();
+    /// `$XDG_STATE_HOME/tarn/relay`, by default under `~/.local/state`.
+    static std::filesystem::path defaultFolder();
 
     // The following calls change the file. Thread: any; each waits for other processes' changes, 5 s at most,
     // and then fails with `timeout`. Where the file cannot be understood they fail with `system` and leave it
