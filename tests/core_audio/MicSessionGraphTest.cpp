@@ -88,7 +88,8 @@ TEST_F(MicSessionGraphTest, AChosenDeviceStaysTheCapturedOneWhenItIsNotTheDefaul
 
 TEST_F(MicSessionGraphTest, AServerThatIsAwayIsAnInputWithoutAFormat) {
     server.killPipeWire();
-    EXPECT_EQ(session->start(1, true, std::nullopt).error(), (MicError{MicError::InvalidInputFormat{0, 0}}));
+    EXPECT_EQ(session->start(1, true, PrivateAudioServer::microphone).error(),
+              (MicError{MicError::InvalidInputFormat{0, 0}}));
 }
 
 }  // namespace
