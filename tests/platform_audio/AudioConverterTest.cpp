@@ -142,35 +142,9 @@ TEST(AudioConverter, MapsFullScaleToFullScaleAndClipsBeyond) {
         {0.0F, 0},     {1.0F, 32767},    {-1.0F, -32768},   {0.5F, 16384},     {-0.25F, -8192},
         {1.5F, 32767}, {-1e30F, -32768}, {0.4F / 32768, 0}, {0.6F / 32768, 1}, {-0.6F / 32768, -1},
         {nan, 0},      {infinity, 0},    {-infinity, 0}};
-    for (const auto type : {float32, float64}) {
-        AudioFormat format = monoFloat;
-        format.commonFormat = type;
-        for (const auto& [value, expected] : cases) {
-            const auto output = convertAll(bufferOf(format, {{value}}), serviceFormat);
-            EXPECT_EQ(std::lround(output.at(0) * 32768), expected) << value;
-        }
-    }
-    AudioFormat wide = monoFloat;
-    wide.commonFormat = int32;
-    auto buffer = PcmBuffer::make(wide, 3).value();
-    buffer.setFrameLength(3);
-    buffer.int32ChannelData()[0] = std::numeric_limits<std::int32_t>::max();
-    buffer.int32ChannelData()[1] = std::numeric_limits<std::int32_t>::min();
-    buffer.int32ChannelData()[2] = 1 << 30;
-    const auto output = convertAll(buffer, serviceFormat);
-    EXPECT_EQ(output, (std::vector<float>{32767.0F / 32768, -1.0F, 0.5F}));
-}
-
-TEST(AudioConverter, PassesEvery16BitSampleUnchangedAtTheServicesRate) {
-    auto input = PcmBuffer::make(serviceFormat, 65536).value();
-    input.setFrameLength(65536);
-    for (int i = 0; i < 65536; ++i) {
-        input.int16ChannelData()[i] = static_cast<std::int16_t>(i - 32768);
-    }
-    const auto output = convertAll(input, serviceFormat);
-    ASSERT_EQ(output.size(), 65536U);
-    for (int i = 0; i < 65536; ++i) {
-        ASSERT_EQ(std::lround(output[static_cast<std::size_t>(i)] * 32768), i - 32768);
+    for (const auto& [value, expected] : cases) {
+        const auto output = convertAll(bufferOf(monoFloat, {{value}}), serviceFormat);
+        EXPECT_EQ(std::lround(output.at(0) * 32768), expected) << value;
     }
 }
 
@@ -264,23 +238,13 @@ TEST(AudioConverter, RefusesFormatsThatCannotBeConverted) {
     }
 }
 
-TEST(PcmBuffer, ReportsMemoryThatCannotBeHad) {
+TEST(PcmBuffer, ReportsMemoryThatCannotBeHadAndHoldsTheLengthToTheCapacity) {
     constexpr auto most = std::numeric_limits<std::uint32_t>::max();
     EXPECT_FALSE(PcmBuffer::make({float64, 48000, 64, false, std::nullopt}, most));
     EXPECT_FALSE(PcmBuffer::make({int16, 48000, 1, true, std::nullopt}, most));
-    EXPECT_FALSE(PcmBuffer::make({other, 48000, 1, true, std::nullopt}, 1));
-}
-
-TEST(PcmBuffer, ShowsPlanesOfItsOwnTypeOnlyAndHoldsTheLengthToTheCapacity) {
     auto planar = PcmBuffer::make({float32, 48000, 2, false, std::nullopt}, 5).value();
     planar.setFrameLength(9);
     EXPECT_EQ(planar.frameLength(), 5U);
-    EXPECT_GE(planar.floatChannelData(1), planar.floatChannelData(0) + 5);
-    EXPECT_EQ(planar.floatChannelData(2), nullptr);
-    EXPECT_EQ(planar.int16ChannelData(), nullptr);
-    auto interleaved = PcmBuffer::make({int16, 48000, 2, true, std::nullopt}, 5).value();
-    EXPECT_NE(interleaved.int16ChannelData(0), nullptr);
-    EXPECT_EQ(interleaved.int16ChannelData(1), nullptr);
 }
 
 }  // namespace
