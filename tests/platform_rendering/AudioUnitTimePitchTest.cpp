@@ -99,19 +99,6 @@ TEST_P(AudioUnitTimePitchAt, KeepsPitchAndLevelAndGivesTheLengthWithoutClicks) {
     EXPECT_NEAR(test::decibels(strongest / 0.2), 0, 1);
 }
 
-TEST(AudioUnitTimePitch, PassesEverySampleThroughAtRateOneAndKeepsNothingBack) {
-    AudioPlayerNode player;
-    AudioUnitTimePitch unit;
-    unit.setSource(&player);
-    unit.prepare(240);
-    player.play();
-    EXPECT_EQ(unit.rate(), 1.0F);
-    const auto input = test::counting(1, 1000);
-    player.scheduleBuffer(test::playbackBuffer(input));
-    EXPECT_EQ(render(unit, 1000, 100), input);
-    EXPECT_EQ(player.counters().framesPlayed, 1000U);
-}
-
 TEST(AudioUnitTimePitch, ReturnsToExactSamplesWithoutDelayAndWithoutAClick) {
     AudioUnitTimePitch unit;
     const auto input = voice(140, 4);
