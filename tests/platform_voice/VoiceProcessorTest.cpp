@@ -157,6 +157,11 @@ INSTANTIATE_TEST_SUITE_P(
         Trouble{.name = "a late echo", .room = {.delay = 0.350}, .streams = {}},
         Trouble{.name = "times that jitter", .room = {}, .streams = {.jitterBlocks = 1}},
         Trouble{.name = "another clock", .room = {.driftPpm = 100}, .streams = {}, .from = 9, .seconds = 12},
+        Trouble{.name = "a gap in the reference",
+                .room = {},
+                .streams = {.gapFrom = 5, .gapTo = 6.9},
+                .from = 7.3,
+                .seconds = 10},
         Trouble{.name = "a delay that grows",
                 .room = {.jump = 0.050, .jumpFrom = 5},
                 .streams = {},
@@ -178,7 +183,11 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_P(VoiceProcessorIn, TakesTheEchoAway) {
     const auto& [name, room, streams, from, seconds] = GetParam();
-    const auto far = babble(at(seconds), 0.05, 1);
+    auto far = babble(at(seconds), 0.05, 1);
+    if (streams.gapTo > 0) {
+        std::fill(far.begin() + static_cast<std::ptrdiff_t>(at(streams.gapFrom)),
+                  far.begin() + static_cast<std::ptrdiff_t>(at(streams.gapTo + 0.1)), 0.0F);
+    }
     const auto echo = echoOf(far, room);
     EXPECT_GT(reduction(echo, run(far, echo, streams), from, seconds - 0.4), 20);
 }
@@ -193,25 +202,6 @@ TEST(VoiceProcessor, KeepsWhoSpeaksWhileTheEchoIsTakenAway) {
         EXPECT_NEAR(kept.gainDb, 0, 3);
         EXPECT_GT(kept.correlation, 0.9);
     }
-}
-
-TEST(VoiceProcessor, PassesWhoSpeaksWhileNothingPlays) {
-    const auto near = babble(at(4), 0.05, 2);
-    for (const bool silentBlocks : {false, true}) {
-        const Streams streams{.gapTo = silentBlocks ? 0.0 : 1e9};
-        const auto kept = keptOf(near, run(std::vector<float>(near.size()), near, streams), 1, 3.8);
-        EXPECT_NEAR(kept.gainDb, 0, 1.5) << silentBlocks;
-        EXPECT_GT(kept.correlation, 0.95) << silentBlocks;
-    }
-}
-
-TEST(VoiceProcessor, TakesTheEchoAwayAgainAfterAGapInTheReference) {
-    auto far = babble(at(10), 0.05, 1);
-    std::fill(far.begin() + static_cast<std::ptrdiff_t>(at(5)),
-              far.begin() + static_cast<std::ptrdiff_t>(at(7)), 0.0F);
-    const auto echo = echoOf(far, {});
-    const auto out = run(far, echo, {.gapFrom = 5, .gapTo = 6.9});
-    EXPECT_GT(reduction(echo, out, 7.3, 9.5), 20);
 }
 
 TEST(VoiceProcessor, TakesEveryRateAndEveryBlock) {
@@ -278,12 +268,6 @@ TEST(VoiceProcessor, SurvivesTimesThatMakeNoSense) {
         processor->process(i % 3 == 0 ? -time : time, block, out);
     }
     EXPECT_NEAR(static_cast<double>(out.size()), 200 * 1024 / 3.0, 1024);
-}
-
-TEST(VoiceProcessor, GivesTheSameForTheSame) {
-    const auto far = babble(at(3), 0.05, 1);
-    const auto microphone = sum(echoOf(far, {}), babble(at(3), 0.05, 2));
-    EXPECT_EQ(run(far, microphone, {.processing = {}}), run(far, microphone, {.processing = {}}));
 }
 
 TEST(VoiceProcessor, RefusesRatesThatNoMicrophoneHas) {
