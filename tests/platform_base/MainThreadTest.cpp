@@ -13,10 +13,8 @@
 #include <boost/asio/post.hpp>
 #include <thread>
 
-#include "TarnPlatform/base/CarryOut.h"
 #include "TarnPlatform/base/Clock.h"
 #include "TarnPlatform/base/Gate.h"
-#include "TarnPlatform/base/NetworkThread.h"
 #include "TarnPlatform/base/TaskHandle.h"
 #include "support/LogCapture.h"
 
@@ -135,60 +133,6 @@ TEST_F(MainThreadTest, DoesNotWakeUpWithoutWork) {
     idle.async_wait([](boost::system::error_code) {});
     run();
     EXPECT_LE(turns, 3);  // for the timer that ends the test
-}
-
-Task<void> gather(EventQueue<int> queue, std::shared_ptr<std::vector<int>> into) {
-    while (const auto value = co_await queue.next()) {
-        into->push_back(*value);
-    }
-    QCoreApplication::exit(0);
-}
-
-TEST_F(MainThreadTest, CarriesTasksThatReadQueuesOfOtherThreads) {
-    const EventQueue<int> queue;
-    const auto values = std::make_shared<std::vector<int>>();
-    TaskHandle::start(main_->executor(), gather(queue, values));
-    std::thread writer([queue] {
-        for (int i = 0; i < 2000; ++i) {
-            queue.push(i);
-        }
-        queue.finish();
-    });
-    run();
-    writer.join();
-    ASSERT_EQ(values->size(), 2000U);
-    EXPECT_TRUE(std::ranges::is_sorted(*values));
-}
-
-Task<std::thread::id> whereItRuns() {
-    co_return std::this_thread::get_id();
-}
-
-struct Trace {
-    std::vector<std::string> steps;
-    std::thread::id other;
-    bool stayedHome = true;
-};
-
-Task<void> travel(std::shared_ptr<Trace> trace, SerialExecutor network) {
-    const auto self = std::this_thread::get_id();
-    const auto start = std::chrono::steady_clock::now();
-    co_await sleepFor(Clock::system(), 20ms);
-    trace->steps.emplace_back(std::chrono::steady_clock::now() - start >= 20ms ? "slept" : "woke early");
-    auto errand = whereItRuns();
-    trace->other = co_await carryOut(network, std::move(errand));
-    trace->stayedHome = std::this_thread::get_id() == self;
-    QCoreApplication::exit(0);
-}
-
-TEST_F(MainThreadTest, BringsTasksBackFromTimersAndOtherExecutors) {
-    NetworkThread network;
-    const auto trace = std::make_shared<Trace>();
-    TaskHandle::start(main_->executor(), travel(trace, network.executor()));
-    run();
-    EXPECT_THAT(trace->steps, testing::ElementsAre("slept"));
-    EXPECT_NE(trace->other, std::this_thread::get_id());
-    EXPECT_TRUE(trace->stayedHome);
 }
 
 Task<void> passGate(Gate gate, std::shared_ptr<std::string> log) {

@@ -48,15 +48,6 @@ TEST_F(TaskHandleTest, CancelledFromInsideBeforeItsFirstStepItNeverBegins) {
     EXPECT_TRUE(isGone());
 }
 
-TEST_F(TaskHandleTest, CancelledFromOutsideItEndsAfterWhatWasQueued) {
-    start();
-    settle();
-    EXPECT_TRUE(seen_.began);
-    handle_.cancel();
-    settle();
-    EXPECT_TRUE(isGone());
-}
-
 TEST_F(TaskHandleTest, ACancellationThatComesAfterTheEndDoesNothing) {
     start();
     settle();

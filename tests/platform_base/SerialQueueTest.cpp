@@ -6,7 +6,6 @@
 
 #include <array>
 #include <atomic>
-#include <chrono>
 #include <semaphore>
 #include <stdexcept>
 #include <vector>
@@ -106,16 +105,6 @@ TEST(SerialQueue, DrainsBetweenTheWorkThatWasGivenBeforeAndAfterTheSignal) {
     mayGoOn.release();
     queue.sync([] {});
     EXPECT_EQ(std::string(order.begin(), order.end()), "adb");
-}
-
-TEST(SerialQueue, WakesForEverySignalOfAnIdleQueue) {
-    std::counting_semaphore drained{0};
-    SerialQueue queue("test");
-    queue.setSource([&] { drained.release(); });
-    for (int i = 0; i < 1000; ++i) {
-        queue.signalRt();
-        ASSERT_TRUE(drained.try_acquire_for(std::chrono::seconds(10))) << i;
-    }
 }
 
 TEST(SerialQueue, LosesNoSignalAndCallsNoSourceThatWasTakenAway) {

@@ -52,17 +52,6 @@ TEST(EventQueue, KeepsEveryValueOfEveryWriterInOrder) {
     }
 }
 
-TEST(EventQueue, GivesWhatWasQueuedBeforeItsEndAndNothingAfter) {
-    const EventQueue<int> queue;
-    queue.push(1);
-    queue.push(2);
-    queue.finish();
-    queue.finish();
-    queue.push(3);
-    asio::io_context context(1);
-    EXPECT_THAT(test::runTask(context, readAll(queue)), testing::ElementsAre(1, 2));
-}
-
 TEST(EventQueue, LosesNothingWhenItsReaderIsCancelled) {
     const EventQueue<int> queue;
     asio::io_context context(1);

@@ -9,8 +9,10 @@
 #include <sys/stat.h>
 
 #include <csignal>
+#include <future>
 #include <iterator>
 
+#include "TarnPlatform/base/FileLock.h"
 #include "support/ForkedChild.h"
 #include "support/Program.h"
 
@@ -50,6 +52,18 @@ TEST(AtomicFile, SaysWhichFolderCannotBeMadeAndLeavesThoseThatAreThere) {
     EXPECT_THAT(made.error().description, HasSubstr((root / "plain").string()));
     EXPECT_THAT(replaceFile(root / "none" / "file", "x").error().description,
                 HasSubstr((root / "none" / "file").string()));
+}
+
+TEST(FileLock, WaitsForItsHolderNoLongerThanItsLimit) {
+    const test::TemporaryFolder folder;
+    const std::filesystem::path path = folder.file("lock");
+    auto held = lockFile(path, std::chrono::seconds(1));
+    ASSERT_TRUE(held);
+    EXPECT_EQ(lockFile(path, std::chrono::milliseconds(50)).error().kind, ErrorKind::timeout);
+    auto waiting =
+        std::async(std::launch::async, [&path] { return lockFile(path, std::chrono::seconds(20)); });
+    held->reset();
+    EXPECT_TRUE(waiting.get());
 }
 
 }  // namespace
