@@ -54,24 +54,6 @@ TEST(Url, RefusesWhatIsNone) {
     }
 }
 
-TEST(Url, EncodesQueryItemsSoThatNothingInThemSeparates) {
-    const auto url = Url::parse("ws://h/p?old=1")
-                         .value()
-                         .withQueryItems({{"target", "zh-Hans"}, {"voice", "A&b=c +%/é?#"}, {"empty", ""}});
-    EXPECT_EQ(url.query(), "target=zh-Hans&voice=A%26b%3Dc%20%2B%25%2F%C3%A9%3F%23&empty=");
-    EXPECT_EQ(url.queryItems()[1].second, "A&b=c +%/é?#");
-    EXPECT_EQ(url.withQueryItems({}).text(), "ws://h/p");
-}
-
-TEST(Url, AppendsWithExactlyOneSlash) {
-    for (const auto* base : {"http://h/tarn", "http://h/tarn/"}) {
-        for (const auto* component : {"api/me", "/api/me"}) {
-            EXPECT_EQ(Url::parse(base).value().appendingPathComponent(component).path(), "/tarn/api/me");
-        }
-    }
-    EXPECT_EQ(Url::parse("http://h").value().appendingPathComponent("x").path(), "/x");
-}
-
 TEST(Url, KnowsLoopbackBySpelling) {
     for (const auto* host : {"localhost", "LOCALHOST", "127.0.0.1", "127.9.9.9", "[::1]"}) {
         EXPECT_TRUE(Url::parse("http://" + std::string(host)).value().isLoopback()) << host;
