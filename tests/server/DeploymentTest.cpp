@@ -44,71 +44,41 @@ TEST_F(DeploymentTest, LaysTheEnvironmentOverTheFileOverTheLocalRelay) {
     struct Case {
         std::string file;
         std::map<std::string, std::string> variables;
-        std::string api, web, issues, service;
+        std::string values;  // the API's URL, the web's, the issues', the service
         std::vector<std::string> providers{};
     };
+    const std::string local = "http://127.0.0.1:8787/tarn http://127.0.0.1:8787  ";
     const Case cases[] = {
-        {"", {}, "http://127.0.0.1:8787/tarn", "http://127.0.0.1:8787", "", ""},
-        {"{}", {{"TARN_API_URL", ""}}, "http://127.0.0.1:8787/tarn", "http://127.0.0.1:8787", "", ""},
-        {R"({"apiUrl":"acc.example.org","unknown":[1]})",
+        {"", {}, local},
+        {"{}", {{"TARN_API_URL", ""}}, local},
+        {R"({"apiUrl":"acc.example.org:8443","unknown":[1]})",
          {},
-         "https://acc.example.org/tarn",
-         "https://acc.example.org",
-         "",
-         ""},
-        {R"({"apiUrl":"acc.example.org:8443"})",
-         {},
-         "https://acc.example.org:8443/tarn",
-         "https://acc.example.org:8443",
-         "",
-         ""},
-        {R"({"apiUrl":"https://a.example/x/","webUrl":"w.example","issuesUrl":"http://i.example/q","serviceHost":"s"})",
-         {},
-         "https://a.example/x/",
-         "https://w.example",
-         "http://i.example/q",
-         "s"},
-        {R"({"apiUrl":"https://a.example/x","serviceHost":"s"})",
-         {{"TARN_API_URL", "http://localhost:9/t"},
-          {"TARN_WEB_URL", "http://[::1]:9"},
+         "https://acc.example.org:8443/tarn https://acc.example.org:8443  "},
+        {R"({"apiUrl":"https://a.example/x","serviceHost":"s","webUrl":"w.example"})",
+         {{"TARN_API_URL", "http://localhost:9/t/"},
           {"TARN_ISSUES_URL", "i.example"},
           {"TARN_SERVICE_HOST", "127.0.0.1:99"}},
-         "http://localhost:9/t",
-         "http://[::1]:9",
-         "https://i.example",
-         "127.0.0.1:99"},
-        {R"({"apiUrl":"http://127.0.0.1:8931"})",
+         "http://localhost:9/t/ https://w.example https://i.example 127.0.0.1:99"},
+        {R"({"apiUrl":"https://a.example/","issuesUrl":"http://i.example/q","serviceHost":"s"})",
          {{"TARN_WEB_URL", "localhost:8931/"}},
-         "http://127.0.0.1:8931/tarn",
-         "http://localhost:8931",
-         "",
-         ""},
-        {"", {{"TARN_API_URL", "[::1]:8931"}}, "http://[::1]:8931/tarn", "http://[::1]:8931", "", ""},
-        {R"({"apiUrl":"https://a.example/"})", {}, "https://a.example/tarn", "https://a.example", "", ""},
-        {R"({"apiUrl":"a.example","signInProviders":["github","email"]})",
-         {},
-         "https://a.example/tarn",
-         "https://a.example",
-         "",
-         "",
+         "https://a.example/tarn http://localhost:8931 http://i.example/q s"},
+        {R"({"signInProviders":["github","email"]})",
+         {{"TARN_API_URL", "[::1]:8931"}},
+         "http://[::1]:8931/tarn http://[::1]:8931  ",
          {"github", "email"}},
         {R"({"allowPlainHttp":true})",
          {{"TARN_API_URL", "http://192.168.1.5:8787/tarn"}},
-         "http://192.168.1.5:8787/tarn",
-         "http://192.168.1.5:8787",
-         "",
-         ""},
+         "http://192.168.1.5:8787/tarn http://192.168.1.5:8787  "},
     };
     for (const auto& entry : cases) {
         SCOPED_TRACE(entry.file);
         const auto values = load(entry.file, entry.variables);
         ASSERT_TRUE(values) << values.error().description;
-        EXPECT_EQ(values->apiBase.text(), entry.api);
-        EXPECT_EQ(values->webBase.text(), entry.web);
-        EXPECT_EQ(values->issuesPage ? values->issuesPage->text() : "", entry.issues);
-        EXPECT_EQ(values->serviceHost, entry.service);
+        EXPECT_EQ(values->apiBase.text() + " " + values->webBase.text() + " " +
+                      (values->issuesPage ? values->issuesPage->text() : "") + " " + values->serviceHost,
+                  entry.values);
         EXPECT_EQ(values->signInProviders, entry.providers);
-        EXPECT_EQ(values->isCompiledDefault, entry.api == "http://127.0.0.1:8787/tarn");
+        EXPECT_EQ(values->isCompiledDefault, entry.values == local);
     }
 }
 
@@ -121,7 +91,6 @@ TEST_F(DeploymentTest, NamesTheFileOrVariableThatMakesNoSense) {
     const auto name = path_.string();
     const Case cases[] = {
         {"{\"apiUrl\":", {}, name + " is not valid JSON"},
-        {" ", {}, name + " is not valid JSON"},
         {std::string(10000, '['), {}, name + " is not valid JSON"},
         {"[]", {}, name + " must hold a JSON object"},
         {R"({"apiUrl":7})", {}, name + ": \"apiUrl\" must be a string"},
@@ -129,11 +98,8 @@ TEST_F(DeploymentTest, NamesTheFileOrVariableThatMakesNoSense) {
         {R"({"signInProviders":"email"})", {}, name + ": \"signInProviders\" must be a list"},
         {R"({"signInProviders":["email","phone"]})", {}, "must be a list of \"email\""},
         {R"({"serviceHost":"https://s"})", {}, name + ": \"serviceHost\" must be a host name"},
-        {R"({"serviceHost":"s/path"})", {}, "must be a host name"},
         {R"({"serviceHost":"user@s"})", {}, "must be a host name"},
-        {R"({"apiUrl":""})", {}, "must be an http or https URL"},
         {R"({"apiUrl":"http:/example.org"})", {}, "must be an http or https URL"},
-        {R"({"apiUrl":"ftp://a"})", {}, "must be an http or https URL"},
         {"", {{"TARN_API_URL", "a b"}}, "TARN_API_URL: must be an http or https URL"},
         {"", {{"TARN_WEB_URL", "https://u:p@a"}}, "TARN_WEB_URL: must have no user name"},
         {"", {{"TARN_API_URL", "https://a/tarn?x=1"}}, "must have no user name, query or fragment"},
