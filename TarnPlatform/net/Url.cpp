@@ -162,23 +162,6 @@ std::string Url::text() const {
     return text;
 }
 
-std::vector<QueryItem> Url::queryItems() const {
-    std::vector<QueryItem> items;
-    std::string_view rest = query_;
-    while (!rest.empty()) {
-        const auto end = std::min(rest.find('&'), rest.size());
-        const auto item = rest.substr(0, end);
-        rest.remove_prefix(std::min(end + 1, rest.size()));
-        const auto equals = item.find('=');
-        if (equals == std::string_view::npos) {
-            items.emplace_back(decoded(item), std::string());
-        } else {
-            items.emplace_back(decoded(item.substr(0, equals)), decoded(item.substr(equals + 1)));
-        }
-    }
-    return items;
-}
-
 Url Url::withPath(std::string path) const {
     Url copy = *this;
     copy.path_ = std::move(path);

@@ -36,9 +36,6 @@ public:
     std::string requestTarget() const;  ///< path and query, "/" at the least
     std::string text() const;
 
-    /// Query items in order, decoded ("+" stands for itself).
-    std::vector<QueryItem> queryItems() const;
-
     Url withPath(std::string path) const;                           ///< `path` is percent-encoded already
     Url withQueryItems(const std::vector<QueryItem>& items) const;  ///< percent-encodes names and values
     /// Exactly one "/" between the present path and `component`.

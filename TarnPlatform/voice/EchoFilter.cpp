@@ -34,7 +34,7 @@ EchoFilter::EchoFilter(std::size_t hop, std::size_t partitions)
       weightIm_(partitions * bins_),
       uncertainty_(partitions * bins_),
       residual_(bins_),
-      nearPower_(bins_),
+      nearPower_(bins_, tinyPower),
       echoPower_(bins_),
       echoMean_(bins_),
       errorMean_(bins_),
@@ -44,19 +44,6 @@ EchoFilter::EchoFilter(std::size_t hop, std::size_t partitions)
       sumIm_(bins_),
       invDenominator_(bins_),
       spectrum_(bins_) {
-    reset();
-}
-
-void EchoFilter::reset() {
-    for (auto* values : {&referenceRe_, &referenceIm_, &weightRe_, &weightIm_, &before_, &residual_,
-                         &echoPower_, &echoMean_, &errorMean_}) {
-        std::ranges::fill(*values, 0.0F);
-    }
-    std::ranges::fill(uncertainty_, 0.0F);
-    std::ranges::fill(nearPower_, tinyPower);
-    crossDeviation_ = 0;
-    echoVariance_ = 0;
-    lostTrust_ = 1;
     doubt();
 }
 

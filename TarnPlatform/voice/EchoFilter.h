@@ -39,9 +39,6 @@ public:
     /// them when it learns anew.
     void doubt();
 
-    /// Forgets everything.
-    void reset();
-
 private:
     void pushReference(std::span<const float> reference);
     void estimateEcho(std::span<float> echo);

@@ -20,9 +20,6 @@ public:
     /// `nearness`: how much of the block is a talker rather than echo or noise, 0 to 1.
     void run(std::span<float> samples, float nearness);
 
-    /// The gain now, as a factor.
-    float gain() const { return gain_; }
-
 private:
     void follow(float power, float nearness);
 

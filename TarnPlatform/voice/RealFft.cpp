@@ -30,8 +30,6 @@ RealFft::RealFft(std::size_t length) : length_(length), plans_(std::make_unique<
     }
 }
 
-RealFft::RealFft(RealFft&&) noexcept = default;
-RealFft& RealFft::operator=(RealFft&&) noexcept = default;
 RealFft::~RealFft() = default;
 
 void RealFft::forward(std::span<const float> samples, std::span<std::complex<float>> spectrum) {

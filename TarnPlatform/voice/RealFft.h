@@ -12,8 +12,6 @@ class RealFft {
 public:
     /// Requires: `length` is even and has no prime factor above 5.
     explicit RealFft(std::size_t length);
-    RealFft(RealFft&&) noexcept;
-    RealFft& operator=(RealFft&&) noexcept;
     ~RealFft();
 
     std::size_t length() const { return length_; }

@@ -50,19 +50,7 @@ ResidualSuppressor::ResidualSuppressor(std::size_t hop)
           &echoVariance_, &leak_, &residual_, &smoothed_, &minimum_, &nextMinimum_, &noise_, &cleanBefore_}) {
         values->resize(bins_);
     }
-    reset();
-}
-
-void ResidualSuppressor::reset() {
-    for (auto* values : {&expectedBefore_, &expected_, &errorPower_, &echoPower_, &errorMean_, &echoMean_,
-                         &cross_, &echoVariance_, &residual_, &smoothed_, &minimum_, &nextMinimum_, &noise_,
-                         &cleanBefore_, &errorHistory_, &echoHistory_, &overlap_}) {
-        std::ranges::fill(*values, 0.0F);
-    }
     std::ranges::fill(leak_, 0.1F);
-    started_ = false;
-    sinceMinimum_ = 0;
-    nearness_ = 0;
 }
 
 void ResidualSuppressor::run(std::span<const float> error, std::span<const float> echo,

@@ -32,9 +32,6 @@ public:
     /// How much of the last output is somebody near, 0 to 1, rather than echo or noise.
     float nearness() const { return nearness_; }
 
-    /// Forgets everything.
-    void reset();
-
 private:
     void analyse(std::vector<float>& history, std::span<const float> block,
                  std::vector<std::complex<float>>& spectrum);

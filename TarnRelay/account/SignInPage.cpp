@@ -23,6 +23,33 @@ std::string joined(std::initializer_list<std::string_view> parts) {
     return text;
 }
 
+/// `text` as it may stand in HTML text and in quoted attributes.
+std::string htmlEscaped(std::string_view text) {
+    std::string escaped;
+    for (const char c : text) {
+        switch (c) {
+            case '&':
+                escaped += "&amp;";
+                break;
+            case '<':
+                escaped += "&lt;";
+                break;
+            case '>':
+                escaped += "&gt;";
+                break;
+            case '"':
+                escaped += "&quot;";
+                break;
+            case '\'':
+                escaped += "&#39;";
+                break;
+            default:
+                escaped += c;
+        }
+    }
+    return escaped;
+}
+
 std::string document(const SignInTexts& texts, std::string_view title, std::string_view head,
                      std::string_view body) {
     return joined({R"(<!DOCTYPE html>
@@ -149,32 +176,6 @@ std::string elsewherePage(PageLanguage language) {
                 htmlEscaped(texts.elsewhereUse),
                 "</dt>\n<dd><code>tarn-cli login --token-stdin</code></dd>\n</dl>\n"});
     return notice(texts, texts.elsewhereTitle, texts.elsewhereText, commands);
-}
-
-std::string htmlEscaped(std::string_view text) {
-    std::string escaped;
-    for (const char c : text) {
-        switch (c) {
-            case '&':
-                escaped += "&amp;";
-                break;
-            case '<':
-                escaped += "&lt;";
-                break;
-            case '>':
-                escaped += "&gt;";
-                break;
-            case '"':
-                escaped += "&quot;";
-                break;
-            case '\'':
-                escaped += "&#39;";
-                break;
-            default:
-                escaped += c;
-        }
-    }
-    return escaped;
 }
 
 }  // namespace tarn::relay

@@ -31,7 +31,4 @@ std::string strayPage(PageLanguage language);
 /// For a visitor on another machine.
 std::string elsewherePage(PageLanguage language);
 
-/// `text` as it may stand in HTML text and in quoted attributes.
-std::string htmlEscaped(std::string_view text);
-
 }  // namespace tarn::relay

@@ -120,8 +120,6 @@ struct OfflineEngine::Workers {
     const std::shared_ptr<EngineUpkeep> upkeep;
 };
 
-OfflineEngine::OfflineEngine(Parts parts) : OfflineEngine(std::move(parts), Limits()) {}
-
 OfflineEngine::OfflineEngine(Parts parts, Limits limits, std::shared_ptr<Clock> clock)
     : limits_(completed(limits)),
       workers_(std::make_shared<Workers>(limits_.maxStreams, parts, std::move(clock))),

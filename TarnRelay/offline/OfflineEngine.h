@@ -41,7 +41,6 @@ public:
         Listener::Limits listener;
     };
 
-    explicit OfflineEngine(Parts parts);
     OfflineEngine(Parts parts, Limits limits, std::shared_ptr<Clock> clock = Clock::system());
 
     std::expected<std::unique_ptr<EngineStream>, Refusal> open(const StreamSettings& settings,
