@@ -10,7 +10,7 @@
 #include "Figures.h"
 #include "GraphEar.h"
 #include "TarnCore/audio/AudioPlayer.h"
-#include "TarnCore/audio/ServiceBytes.h"
+#include "TarnCore/audio/ServiceAudio.h"
 
 namespace {
 

@@ -17,7 +17,7 @@
 
 #include "TarnCore/audio/AudioPlayer.h"
 #include "TarnCore/audio/MicSession.h"
-#include "TarnCore/audio/ServiceBytes.h"
+#include "TarnCore/audio/ServiceAudio.h"
 #include "support/audio/Measure.h"
 #include "support/audio/Player.h"
 #include "support/audio/PrivateAudioServer.h"

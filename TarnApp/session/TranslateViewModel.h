@@ -15,7 +15,7 @@
 #include "AppMode.h"
 #include "TarnApp/server/Credentials.h"
 #include "TarnApp/server/TarnServerClient.h"
-#include "TarnCore/audio/AudioCapableApp.h"
+#include "TarnCore/audio/AudioApps.h"
 #include "TarnCore/audio/AudioDevices.h"
 #include "TarnPlatform/base/TaskHandle.h"
 #include "TarnPlatform/net/Url.h"

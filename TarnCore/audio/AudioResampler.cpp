@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "ServiceAudio.h"
-#include "ServiceBytes.h"
 #include "TarnPlatform/base/Log.h"
 
 namespace tarn {

@@ -4,7 +4,6 @@
 #include <limits>
 
 #include "ServiceAudio.h"
-#include "ServiceBytes.h"
 
 namespace tarn {
 

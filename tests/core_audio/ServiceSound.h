@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "TarnCore/audio/ServiceBytes.h"
+#include "TarnCore/audio/ServiceAudio.h"
 #include "support/audio/SoundFiles.h"
 
 namespace tarn::test {
