@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-#include "SampleBuffer.h"
+#include "CaptureStream.h"
 #include "TarnPlatform/audioserver/FrameRing.h"
 #include "TarnPlatform/base/SerialQueue.h"
 

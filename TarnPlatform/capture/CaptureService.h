@@ -5,7 +5,6 @@
 #include "CaptureStream.h"
 #include "ContentFilter.h"
 #include "ShareableContent.h"
-#include "StreamConfiguration.h"
 
 namespace tarn {
 

@@ -1,23 +1,55 @@
 #pragma once
 
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <span>
 
-#include "SampleBuffer.h"
+#include "TarnPlatform/audio/AudioFormat.h"
 #include "TarnPlatform/base/Asio.h"
 #include "TarnPlatform/base/Result.h"
 #include "TarnPlatform/base/SerialQueue.h"
 
 namespace tarn {
 
-class CaptureStream;
+/// One plane of samples, or the only one of an interleaved format.
+struct AudioBuffer {
+    const std::byte* data = nullptr;
+    std::size_t byteSize = 0;
+};
+
+/// What a capture hands out at a time: a view of memory that is valid during the call that brings it.
+struct SampleBuffer {
+    bool valid = false;
+    std::optional<AudioFormat> formatDescription;
+    std::uint64_t numSamples = 0;                                 ///< frames
+    std::optional<std::span<const AudioBuffer>> audioBufferList;  ///< absent: cannot be had
+};
+
+/// What a capture delivers.
+struct StreamConfiguration {
+    bool capturesAudio = false;
+    bool excludesCurrentProcessAudio = false;  ///< what this process plays, whatever the filter says
+    int sampleRate = 48000;                    ///< Hz; 48000 is what there is
+    int channelCount = 2;                      ///< 2 is what there is
+
+    // The picture, which nothing delivers here.
+    int width = 0;                                    ///< pixels
+    int height = 0;                                   ///< pixels
+    std::chrono::nanoseconds minimumFrameInterval{};  ///< 0: as often as it changes
+    bool showsCursor = true;
+};
 
 enum class StreamOutputType : std::uint8_t {
     screen,  ///< accepted, and never delivered: there is no picture
     audio,
     microphone,  ///< accepted, and never delivered
 };
+
+class CaptureStream;
 
 /// Receives what is captured.
 class StreamOutput {
@@ -27,7 +59,7 @@ public:
     virtual void stream(CaptureStream& stream, const SampleBuffer& sampleBuffer, StreamOutputType type) = 0;
 };
 
-/// Is told of a capture that ended by itself.
+/// Gets notice of a capture that ended by itself.
 class StreamDelegate {
 public:
     virtual ~StreamDelegate() = default;

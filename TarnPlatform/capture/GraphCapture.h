@@ -11,7 +11,6 @@
 #include "CaptureLinks.h"
 #include "CaptureStream.h"
 #include "ContentFilter.h"
-#include "StreamConfiguration.h"
 #include "TarnPlatform/audioserver/AudioServer.h"
 #include "TarnPlatform/audioserver/GraphStream.h"
 #include "TarnPlatform/base/Result.h"
