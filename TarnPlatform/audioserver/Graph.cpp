@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 
 namespace tarn {
 
@@ -45,6 +46,12 @@ float GraphNode::turnedDownTo() const {
         told = std::max(told, volumes[i] > 0 ? softVolumes[i] / volumes[i] : 0.0F);
     }
     return std::min(told, 1.0F);
+}
+
+bool GraphNode::appliesItsVolumes() const {
+    return softVolumes.empty() || std::ranges::equal(softVolumes, volumes, [](float soft, float volume) {
+               return std::abs(soft - volume) < 1e-4F;
+           });
 }
 
 bool GraphNode::isOutputStream() const {

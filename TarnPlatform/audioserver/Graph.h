@@ -48,6 +48,8 @@ struct GraphNode {
     /// By how much the program is quieter than it would be because this process turned it down: the larger of
     /// the factor that was asked for and the one that is told, so never less than what is to be heard.
     float turnedDownTo() const;
+    /// Whether the adapter applies `volumes`, which everybody sees, as they are.
+    bool appliesItsVolumes() const;
     bool isOutputStream() const;  ///< a program that plays
     bool isSink() const;
     bool isSource() const;  ///< a microphone, real or virtual

@@ -5,8 +5,6 @@
 #include <cmath>
 #include <utility>
 
-#include "SoftVolumes.h"
-
 namespace tarn {
 namespace {
 
@@ -98,7 +96,7 @@ void Ducker::applyTo(const std::string& serial, const GraphNode& node, float fac
     auto found = streams_.find(serial);
     if (found == streams_.end()) {
         // Somebody else's factors are somebody else's business.
-        if (factor == 1 || !softVolumesAreUp(node) || !keeper_->down(serial)) {
+        if (factor == 1 || !node.appliesItsVolumes() || !keeper_->down(serial)) {
             return;
         }
         found = streams_.emplace(serial, Stream{.id = node.id, .volumes = node.volumes}).first;
@@ -110,11 +108,11 @@ void Ducker::applyTo(const std::string& serial, const GraphNode& node, float fac
     }
     if (stream.leftAlone) {
         // The change undid ours, unless ours was then under way.
-        if (!softVolumesAreUp(node)) {
-            turnSoftVolumes(server_, node, 1);
+        if (!node.appliesItsVolumes()) {
+            server_.setVolumeFactor(node.id, 1);
         }
-    } else if (stream.applied != factor || (factor == 1 && !softVolumesAreUp(node))) {
-        turnSoftVolumes(server_, node, factor);
+    } else if (stream.applied != factor || (factor == 1 && !node.appliesItsVolumes())) {
+        server_.setVolumeFactor(node.id, factor);
         stream.applied = factor;
     }
 }
@@ -123,7 +121,7 @@ bool Ducker::allUp() const {
     const Graph& graph = server_.graph();
     return std::ranges::all_of(streams_, [&](const auto& entry) {
         const auto found = graph.nodes.find(entry.second.id);
-        return found == graph.nodes.end() || softVolumesAreUp(found->second);
+        return found == graph.nodes.end() || found->second.appliesItsVolumes();
     });
 }
 

@@ -7,7 +7,6 @@
 #include <set>
 #include <string>
 
-#include "SoftVolumes.h"
 #include "TarnPlatform/audioserver/AudioServer.h"
 
 int main() {
@@ -34,8 +33,8 @@ int main() {
         const tarn::AudioServer::Lock lock(server);
         for (const auto& [id, node] : server.graph().nodes) {
             if (serials.contains(tarn::property(node.properties, "object.serial")) &&
-                !tarn::softVolumesAreUp(node)) {
-                tarn::turnSoftVolumes(server, node, 1);
+                !node.appliesItsVolumes()) {
+                server.setVolumeFactor(node.id, 1);
             }
         }
     }
