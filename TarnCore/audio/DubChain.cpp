@@ -1,8 +1,8 @@
 #include "DubChain.h"
 
+#include <cmath>
 #include <utility>
 
-#include "PlaybackControls.h"
 #include "ReceivedAudio.h"
 #include "TarnPlatform/base/Log.h"
 
@@ -14,6 +14,20 @@ constexpr double keptWaiting = 10;
 constexpr std::chrono::seconds patience{2};
 
 }  // namespace
+
+// Of a number and NaN, fmin and fmax give the number.
+float clampedRate(float rate) {
+    return std::fmax(std::fmin(rate, 2.0F), 0.5F);
+}
+
+float clampedGain(float gain) {
+    const float limited = std::fmin(gain, 16.0F);
+    return limited >= 0.0F ? limited : 0.0F;
+}
+
+float globalGain(float gain) {
+    return gain < 0.001F ? -96.0F : 20.0F * std::log10(gain);
+}
 
 void DubChain::connect(AudioEngine& engine, float rate) {
     engine.attach(node_);
