@@ -5,33 +5,40 @@
 #include <utility>
 
 #include "TarnPlatform/audioserver/AudioServerError.h"
-#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 namespace {
 
-constexpr std::chrono::milliseconds retryEvery{500};
-constexpr std::chrono::milliseconds watchEvery{250};
 constexpr float whisper = 0.001F;  // -60 dB
+
+GraphStream::Description description(std::uint32_t rate) {
+    GraphStream::Description stream;
+    stream.name = "Tarn";
+    // The stream has no role, because the desktop remembers one volume for all programs of a role.
+    stream.properties = {{"node.name", "tarn.dub"}, {"application.name", "Tarn"}};
+    stream.rate = rate;
+    stream.channelNames = {"MONO"};
+    stream.autoconnect = true;
+    return stream;
+}
 
 }  // namespace
 
 PlaybackStream::PlaybackStream(AudioServer& server, AudioNode& end, std::uint32_t rate,
                                std::shared_ptr<EchoReference> reference)
-    : server_(server), end_(end), rate_(rate), reference_(std::move(reference)) {}
+    : KeptStream(server, description(rate), "[dub]"), end_(end), reference_(std::move(reference)) {}
 
 Result<void> PlaybackStream::start(const std::string& group) {
-    group_ = group;
-    Result<void> started = server_.addObserver(*this);
+    Result<void> started = follow(group);
     if (started) {
-        const AudioServer::Lock lock(server_);
-        const bool done = server_.waitUntil([this] { return !made_ || lost_ || isTaken(); });
-        if (!made_) {
-            started = made_;
-        } else if (!done || lost_) {
+        const AudioServer::Lock lock(server());
+        const bool done = server().waitUntil([this] { return !made() || isLost() || isTaken(); });
+        if (!made()) {
+            started = made();
+        } else if (!done || isLost()) {
             started = reasonForNotStarting();
         } else {
-            watch_ = server_.startTimer(watchEvery, [this] { watch(); });
+            keepLinked();
         }
     }
     if (!started) {
@@ -41,10 +48,10 @@ Result<void> PlaybackStream::start(const std::string& group) {
 }
 
 std::unexpected<Error> PlaybackStream::reasonForNotStarting() const {
-    if (server_.core() == nullptr) {
+    if (server().core() == nullptr) {
         return audioServerAbsent();
     }
-    if (stream_ != nullptr && !stream_->nodeId()) {
+    if (stream() != nullptr && !stream()->nodeId()) {
         return audioServerSilent();
     }
     return failure(
@@ -52,97 +59,16 @@ std::unexpected<Error> PlaybackStream::reasonForNotStarting() const {
         "the audio session manager (WirePlumber) gives the sound no output: restart it with PipeWire");
 }
 
-void PlaybackStream::stop() {
-    const AudioServer::Lock lock(server_);
-    GraphStream::awaitSettled(server_, stream_);
-    server_.removeObserver(*this);
-    watch_.reset();
-    retry_.reset();
-    links_.drop();
-    stream_.reset();
-}
-
-void PlaybackStream::connected() {
-    makeStream();
-}
-
-void PlaybackStream::disconnected() {
-    retry_.reset();
-    links_.drop();
-    stream_.reset();
-}
-
-void PlaybackStream::streaming() {
-    lost_ = false;
-    server_.wake();
-}
-
-void PlaybackStream::graphChanged(const Graph& graph) {
-    if (stream_ != nullptr && stream_->isStale(graph)) {
-        links_.drop();
-        stream_.reset();
-        makeStream();
-    }
-}
-
-void PlaybackStream::makeStream() {
-    GraphStream::Description description;
-    description.name = "Tarn";
-    // No role: the desktop remembers one volume for all programs of a role.
-    description.properties = {{"node.name", "tarn.dub"}, {"application.name", "Tarn"}};
-    if (!group_.empty()) {
-        description.properties["node.group"] = group_;
-    }
-    description.rate = rate_;
-    description.channelNames = {"MONO"};
-    description.autoconnect = true;
-    auto made = GraphStream::make(server_, description, *this);
-    if (!made) {
-        made_ = std::unexpected(made.error());
-        makeStreamLater("[dub] no stream to play on: " + made.error().description);
-        return;
-    }
-    made_ = {};
-    stream_ = std::move(*made);
-}
-
-void PlaybackStream::watch() {
-    links_.watch(stream_.get(), server_.graph().defaultOutput(), watchEvery);
-}
-
-// Also where nothing plays yet: the session manager gives a stream its ports before it links them.
+// A stream counts as taken before anything plays: the session manager gives it its ports before it links
+// them.
 bool PlaybackStream::isTaken() const {
-    if (stream_ == nullptr) {
+    if (stream() == nullptr) {
         return false;
     }
-    const auto node = stream_->nodeId();
-    return node && (stream_->isStreaming() ||
-                    std::ranges::any_of(server_.graph().ports,
+    const auto node = stream()->nodeId();
+    return node && (stream()->isStreaming() ||
+                    std::ranges::any_of(server().graph().ports,
                                         [&](const auto& port) { return port.second.node == *node; }));
-}
-
-// Called by the stream itself, which therefore goes a little later.
-void PlaybackStream::ended(const std::string&) {
-    makeStreamLater("[dub] the audio server let go of the stream; trying again");
-}
-
-void PlaybackStream::makeStreamLater(const std::string& why) {
-    if (server_.core() == nullptr) {
-        return;  // the connection broke; the next one gets a stream
-    }
-    if (!std::exchange(lost_, true)) {
-        logLine(why);
-    }
-    if (retry_ == nullptr) {
-        retry_ = server_.startTimer(retryEvery, [this] {
-            stream_.reset();
-            makeStream();
-            if (stream_ != nullptr) {
-                retry_.reset();
-            }
-        });
-    }
-    server_.wake();
 }
 
 void PlaybackStream::renderRt(std::span<float> samples, std::int64_t time) noexcept {
