@@ -10,6 +10,8 @@ using State = ConnectionHealth::State;
 std::optional<ConnectionHealth> ConnectionJudge::take(const WebSocketPulse& pulse, double unsent,
                                                       double given, Clock::TimePoint now) {
     const double late = std::chrono::duration<double>(pulse.late).count();
+    // Whoever plays a recording gives it faster than it was spoken and waits by design; that is no slowness
+    // of the network.
     const double behind = isLive(given, now) ? unsent + late : 0;
     ConnectionHealth found;
     found.state = stateAfter(pulse, behind, now);
@@ -41,9 +43,12 @@ State ConnectionJudge::stateAfter(const WebSocketPulse& pulse, double behind, Cl
     }
     const bool wasSlow = told_.state == State::slow;
     const Clock::Duration silenceLimit = wasSlow ? Clock::Duration(silentFromWhenSlow) : silentFrom;
+    // While the kernel still sends what it was given, the server may not even have the ping; it is not to
+    // blame then.
     if (pulse.silence >= silenceLimit && !pulse.isOnTheRoad) {
         return State::stalled;
     }
+    // The two thresholds and the calm time keep the state from flickering around one of them.
     if (behind >= slowFrom || (wasSlow && (!calmSince_ || now - *calmSince_ < calmFor))) {
         return State::slow;
     }

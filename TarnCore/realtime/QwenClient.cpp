@@ -53,7 +53,8 @@ const Url& QwenClient::directEndpoint() {
     return endpoint;
 }
 
-// A task starts when it is first awaited, so each is given its share of the client here and now.
+// A coroutine starts when it is first awaited, maybe after the caller has let go of the client; so each gets
+// its shared pointer here.
 
 Task<Result<void>> QwenClient::connect() {
     return connectAndWait(shared_from_this());
@@ -228,6 +229,7 @@ void QwenClient::leaveOutOldest() {
     if (unsentBytes() <= static_cast<std::size_t>(mostUnsent.count()) * bytesPerSecond) {
         return;
     }
+    // Only whole chunks go, so that the limits of samples and chunks stay where they were.
     const auto excess = unsentBytes() - static_cast<std::size_t>(keptUnsent.count()) * bytesPerSecond;
     const auto leftOut = (excess + chunkBytes - 1) / chunkBytes * chunkBytes;
     pendingStart_ += leftOut;
@@ -301,6 +303,8 @@ Task<void> QwenClient::receiveLoop(std::shared_ptr<QwenClient> self, std::shared
             logLine("[qwen] recv ended: " + message.error().description);
         }
         self->die(message.error().description);
+        // The account server answers a token that it has revoked meanwhile with this status or this close
+        // code.
         const bool refused = task->upgradeStatus() == 401 || task->closeCode() == 4001;
         if (refused && self->onTarnEvent()) {
             self->onTarnEvent()(TarnServerEvent::unauthorized());

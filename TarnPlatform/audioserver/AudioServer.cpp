@@ -42,6 +42,8 @@ private:
     spa_source* source_ = nullptr;
 };
 
+// Every object of this process in the graph carries the tag, since the process id in its properties is what
+// the client says and another container may have the same one.
 std::string freshTag() {
     std::random_device random;
     return std::to_string(getpid()) + "-" + std::to_string(random()) + std::to_string(random());
@@ -205,7 +207,8 @@ void AudioServer::tryAgain() {
     }
 }
 
-// An observer may leave, or take others with it, while it is told.
+// An observer may leave, or take others with it, while it is called; so a copy of the list is walked, and
+// each is looked up again before its turn.
 void AudioServer::forEachObserver(const std::function<void(AudioServerObserver&)>& tell) {
     for (AudioServerObserver* observer : std::vector(observers_)) {
         if (std::ranges::find(observers_, observer) != observers_.end()) {
@@ -274,6 +277,8 @@ Result<Graph> AudioServer::snapshot() {
 
 bool AudioServer::waitUntil(const std::function<bool()>& done, std::chrono::milliseconds limit) {
     timespec deadline{};
+    // The wait gives the loop's lock free, so that the answer can come; a spurious wake-up is why the
+    // condition is asked again.
     pw_thread_loop_get_time(loop_->thread, &deadline, std::chrono::nanoseconds(limit).count());
     while (!done()) {
         if (pw_thread_loop_timed_wait_full(loop_->thread, &deadline) != 0) {

@@ -161,6 +161,8 @@ void GraphStream::awaitSettled(AudioServer& server, const std::unique_ptr<GraphS
     if (stream == nullptr) {
         return;
     }
+    // A stream that is destroyed while it is being set up leaks the descriptors that the server sends it
+    // meanwhile.
     const auto age = std::chrono::steady_clock::now() - stream->made_;
     if (age < settlingTime) {
         server.waitUntil([&] { return stream == nullptr || server.core() == nullptr; },
@@ -170,6 +172,7 @@ void GraphStream::awaitSettled(AudioServer& server, const std::unique_ptr<GraphS
 
 void GraphStream::processRt() noexcept {
     pw_buffer* buffer = pw_stream_dequeue_buffer(stream_);
+    // The server has run out of buffers when the thread was late; the next cycle has one again.
     if (buffer == nullptr) {
         return;
     }

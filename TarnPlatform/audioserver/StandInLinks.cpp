@@ -63,6 +63,8 @@ void StandInLinks::watch(const GraphStream* stream, const GraphNode* device,
         return;
     }
     idleFor_ = stream->isStreaming() ? std::chrono::milliseconds(0) : idleFor_ + elapsed;
+    // Two seconds are more than a session manager that works ever takes, so its links and ours never stand
+    // side by side.
     if (links_.empty() && idleFor_ < patience) {
         return;
     }

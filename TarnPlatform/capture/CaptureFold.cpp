@@ -9,9 +9,12 @@ namespace tarn {
 
 namespace {
 
+// The weights are those of the usual downmix (ITU-R BS.775): the centre and the rear channels are heard at
+// half their power on each side; the low frequencies, which speech has none of, at a quarter.
 constexpr float half = 1 / std::numbers::sqrt2_v<float>;  // of the power
 constexpr float lowFrequencies = half / 2;
 
+// A program may play infinities and NaN, and one of them would spoil the filters behind for good.
 float finite(float sample) {
     return std::abs(sample) <= std::numeric_limits<float>::max() ? sample : 0.0F;
 }

@@ -14,6 +14,8 @@ CaptureLinks::CaptureLinks(AudioServer& server, Choose chosen)
 CaptureLinks::~CaptureLinks() = default;
 
 std::map<CaptureLinks::Ends, GraphId> CaptureLinks::wanted(const Graph& graph) const {
+    // The ports are gathered by program first, because which of them are taken depends on what else the
+    // program has.
     std::map<GraphId, std::vector<GraphPort>> outputs;
     for (const auto& [id, port] : graph.ports) {
         if (port.output && !port.monitor) {
@@ -44,6 +46,7 @@ void CaptureLinks::update(const Graph& graph, GraphId own) {
         }
     }
     const auto ends = wanted(graph);
+    // Links that are still wanted stay as they are: making one anew would leave a gap in the sound.
     std::erase_if(links_, [&](const auto& link) { return !ends.contains(link.first); });
     for (const auto& [pair, program] : ends) {
         auto& link = links_[pair];
@@ -55,6 +58,8 @@ void CaptureLinks::update(const Graph& graph, GraphId own) {
 }
 
 float CaptureLinks::gain(const Graph& graph) const {
+    // A program that our ducking turned down reaches the capture turned down too, so the sum is turned up
+    // again by as much as its loudest part was turned down. Ducking takes 12 dB away at most.
     constexpr float most = 4;
     float loudest = 0;
     for (const auto& [ends, link] : links_) {

@@ -68,6 +68,7 @@ bool carriesAll(const std::vector<GraphPort>& ports, const std::vector<std::stri
 bool isWanted(const GraphPort& port, const std::vector<GraphPort>& ports,
               const std::vector<std::string>& channels) {
     const Group group = placeOf(port.channel).group;
+    // Before the server has said what the program plays, everything counts as its own.
     if (channels.empty() || group == Group::single || holds(channels, port.channel)) {
         return true;
     }
@@ -108,12 +109,16 @@ std::vector<CaptureRoute> captureRoutes(const GraphNode& program, const std::vec
             continue;
         }
         if (place.group == Group::elsewhere) {
+            // One channel without a position is the whole sound and goes to both sides; of several, none is
+            // known to belong to a side, so that they are dealt out in turn and nothing is lost.
             if (without == 1) {
                 routes.push_back({port.id, "FL"});
                 routes.push_back({port.id, "FR"});
             } else {
                 routes.push_back({port.id, turn++ % 2 == 0 ? "FL" : "FR"});
             }
+            // The adapter has summed several channels into this one, 3 dB above their mean; as a centre it
+            // comes out 3 dB down.
         } else if (place.group == Group::single && program.channels.size() > 1) {
             routes.push_back({port.id, "FC"});
         } else {

@@ -71,6 +71,7 @@ void Ducker::tick() {
     }
 }
 
+// The factor moves by a constant number of decibels a tick, which is heard as an even fade.
 void Ducker::move() {
     const std::int64_t heard = heardAt_();
     if (heard != 0 && now() - heard < hold) {
@@ -83,7 +84,7 @@ void Ducker::move() {
 void Ducker::apply(float factor) {
     const Graph& graph = server_.graph();
     for (const auto& [id, node] : graph.nodes) {
-        // What repeats an output carries our own sound too.
+        // A stream that repeats an output carries our own voice too, which must stay as loud as it is.
         if (node.isOutputStream() && !node.volumes.empty() && !AudioServer::isOwn(graph, node) &&
             !repeatsAnOutput(graph, node)) {
             applyTo(property(node.properties, "object.serial"), node, factor);
@@ -95,19 +96,20 @@ void Ducker::apply(float factor) {
 void Ducker::applyTo(const std::string& serial, const GraphNode& node, float factor) {
     auto found = streams_.find(serial);
     if (found == streams_.end()) {
-        // Somebody else's factors are somebody else's business.
+        // A stream whose factors another program has set already belongs to that program.
         if (factor == 1 || !node.appliesItsVolumes() || !keeper_->down(serial)) {
             return;
         }
         found = streams_.emplace(serial, Stream{.id = node.id, .volumes = node.volumes}).first;
     }
     Stream& stream = found->second;
+    // Somebody has moved the volume that mixers show. Their wish goes before ours, until the next time.
     if (stream.volumes != node.volumes) {
         stream.leftAlone = true;
         stream.volumes = node.volumes;
     }
     if (stream.leftAlone) {
-        // The change undid ours, unless ours was then under way.
+        // The server applied the new volumes in the place of ours, unless our request crossed the change.
         if (!node.appliesItsVolumes()) {
             server_.setVolumeFactor(node.id, 1);
         }

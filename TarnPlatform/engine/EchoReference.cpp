@@ -6,7 +6,7 @@ namespace tarn {
 namespace {
 
 constexpr std::size_t seconds = 2;
-// Longer than the longest cycle, and than it takes to link the monitor.
+// This is longer than the longest cycle, and than it takes to link the monitor.
 constexpr std::int64_t patience = 500'000'000;
 
 }  // namespace
@@ -23,6 +23,8 @@ void EchoReference::monitoredRt(std::span<const float> samples, std::int64_t tim
 }
 
 void EchoReference::playedRt(std::span<const float> samples, std::int64_t time) noexcept {
+    // The monitor hears what all programs play, ours included; only while it hears nothing does our own sound
+    // stand in.
     if (time - monitoredAt_ > patience) {
         ring_.pushRt(time, samples);
     }

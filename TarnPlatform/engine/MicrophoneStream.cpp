@@ -11,7 +11,8 @@ namespace {
 
 constexpr std::chrono::milliseconds tickEvery{20};
 constexpr int ticksBeforeRetry = 25;
-// Longer than the longest cycle of any graph, so that silence never comes between two blocks of sound.
+// This is longer than the longest cycle of any graph, so that silence never comes between two blocks of
+// sound.
 constexpr std::int64_t patience = 250'000'000;
 
 std::int64_t now() {
@@ -94,7 +95,8 @@ void MicrophoneStream::capture(const GraphNode& microphone) {
     GraphStream::Description description;
     description.capture = true;
     description.name = "Tarn";
-    // Exactly this device: where it goes away the stream ends rather than listen to another one.
+    // The stream is bound to this device: where it goes away the stream ends rather than listen to another
+    // one.
     description.properties = {{"node.name", "tarn.mic"},
                               {"application.name", "Tarn"},
                               {"target.object", serial_},
@@ -117,14 +119,14 @@ void MicrophoneStream::streaming() {
     lost_ = false;
 }
 
-// Called by the stream itself, which therefore goes with the next tick.
+// The stream itself calls this, so it cannot be destroyed here: the next tick does that.
 void MicrophoneStream::ended(const std::string&) {
     captureLater("[mic] the audio server let go of the stream; trying again");
 }
 
 void MicrophoneStream::captureLater(const std::string& why) {
     if (server_.core() == nullptr) {
-        return;  // the connection broke; the next one gets a stream
+        return;  // The connection broke, and the next one makes a stream by itself.
     }
     if (!std::exchange(lost_, true)) {
         logLine(why);
@@ -139,7 +141,7 @@ void MicrophoneStream::tick() {
     }
     if (ended_ && --pause_ <= 0) {
         ended_ = false;
-        // Still there, so it was not the device that ended the stream.
+        // Where the device is still there, it was not the device that ended the stream.
         if (const GraphNode* microphone = microphoneIn(server_.graph(), chosen_);
             microphone != nullptr && server_.core() != nullptr) {
             capture(*microphone);
@@ -155,6 +157,8 @@ void MicrophoneStream::deliverSilence() {
     if (time - received < patience) {
         return;
     }
+    // Silence continues where the sound or the last silence ended, by the clock and not by the tick, so that
+    // no time is missing: a recogniser measures pauses by it.
     const std::int64_t from = std::max(received, silentSince_);
     const auto frames = static_cast<std::uint32_t>((time - from) * format_.rate / 1'000'000'000);
     sink_.silent(frames, from);

@@ -75,10 +75,13 @@ void MicrophoneWorker::handle(std::span<const float> interleaved, std::int64_t t
         return;
     }
     std::int64_t playedAt = 0;
+    // The reference goes in before the sound that may hold its echo, since an echo cannot come before its
+    // cause.
     while (reference_ != nullptr && reference_->pop(playedAt, firstChannel_)) {
         voice_->reference(playedAt, firstChannel_);
     }
     const std::size_t channels = captured_.channelCount;
+    // Microphones with several channels carry the voice on the first one, and the filter is built for one.
     firstChannel_.resize(interleaved.size() / channels);
     for (std::size_t frame = 0; frame < firstChannel_.size(); ++frame) {
         firstChannel_[frame] = interleaved[frame * channels];
