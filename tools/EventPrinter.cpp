@@ -11,6 +11,7 @@
 #include <cctype>
 #include <cmath>
 #include <cstdio>
+#include <set>
 #include <vector>
 
 #include "TarnPlatform/base/Printable.h"
@@ -48,16 +49,13 @@ class HealthLines {
 public:
     explicit HealthLines(bool numbered) : numbered_(numbered) {}
 
-    void say(std::size_t source, const SessionFaults& faults,
-             const std::map<SessionFault, std::string>& values) {
-        SessionFaults said;
+    void say(std::size_t source, const SessionFaults& faults) {
+        std::set<SessionFault> said;
         std::string text;
-        for (const SessionFault fault : faults) {
+        for (const auto& [fault, value] : faults) {
             if (isSaid(fault)) {
                 said.insert(fault);
-                const auto value = values.find(fault);
-                std::string one =
-                    tarn::text(textOf(fault), AppLanguage::en, {value == values.end() ? "" : value->second});
+                std::string one = tarn::text(textOf(fault), AppLanguage::en, {value});
                 one.front() = static_cast<char>(std::tolower(static_cast<unsigned char>(one.front())));
                 text += (text.empty() ? "" : "; ") + one;
             }
@@ -71,7 +69,7 @@ public:
 
 private:
     const bool numbered_;
-    std::map<std::size_t, SessionFaults> said_;
+    std::map<std::size_t, std::set<SessionFault>> said_;
 };
 
 class JsonLinesPrinter final : public EventPrinter {
@@ -87,27 +85,26 @@ public:
     void level(std::size_t /*source*/, float /*level*/) override {}
     void languages(std::size_t /*source*/, const std::string& /*from*/, const std::string& /*to*/) override {}
 
-    void health(std::size_t source, const SessionFaults& faults,
-                const std::map<SessionFault, std::string>& values) override {
+    void health(std::size_t source, const SessionFaults& faults) override {
         json::array names;
-        for (const SessionFault fault : faults) {
+        for (const auto& [fault, value] : faults) {
             if (fault != SessionFault::soundLeftOut) {  // which events tell of
                 names.emplace_back(kebab(nameOf(fault)));
             }
         }
-        const auto behind = values.find(SessionFault::connectionSlow);
-        const auto refusal = values.find(SessionFault::serviceRefuses);
+        const auto behind = faults.find(SessionFault::connectionSlow);
+        const auto refusal = faults.find(SessionFault::serviceRefuses);
         json::object fields{{"event", "health"},
                             {"faults", std::move(names)},
-                            {"behind_s", behind == values.end() ? 0 : std::stoi(behind->second)}};
-        if (refusal != values.end()) {
+                            {"behind_s", behind == faults.end() ? 0 : std::stoi(behind->second)}};
+        if (refusal != faults.end()) {
             fields["message"] = refusal->second;
         }
         if (fields != lastHealth_[source]) {
             lastHealth_[source] = fields;
             line(source, std::move(fields));
         }
-        lines_.say(source, faults, values);
+        lines_.say(source, faults);
     }
 
     void event(std::size_t source, const TarnTranslateEvent& event) override {
@@ -188,10 +185,9 @@ public:
         }
     }
 
-    void health(std::size_t source, const SessionFaults& faults,
-                const std::map<SessionFault, std::string>& values) override {
+    void health(std::size_t source, const SessionFaults& faults) override {
         eraseRunning();
-        lines_.say(source, faults, values);
+        lines_.say(source, faults);
     }
 
     void level(std::size_t source, float level) override {

@@ -24,8 +24,7 @@ public:
     virtual void state(std::size_t source, const std::string& value) = 0;
     virtual void event(std::size_t source, const TarnTranslateEvent& event) = 0;
     /// What is wrong with a run that goes on, at each change.
-    virtual void health(std::size_t source, const SessionFaults& faults,
-                        const std::map<SessionFault, std::string>& values) = 0;
+    virtual void health(std::size_t source, const SessionFaults& faults) = 0;
     /// The languages that were chosen for a source that named none.
     virtual void languages(std::size_t source, const std::string& from, const std::string& to) = 0;
     /// How loud the captured sound is: linear, 0 to 1. Shown on a terminal only.

@@ -278,7 +278,7 @@ void TranslationRun::stateChanged(std::size_t number) {
 
 void TranslationRun::healthChanged(std::size_t number) {
     const TranslateSession& session = *sources_[number].session;
-    printer_->health(number, session.health(), session.healthValues());
+    printer_->health(number, session.health());
     capturesEnded_ = capturesEnded_ || std::ranges::all_of(sources_, [](const Source& source) {
                          return source.session->health().contains(SessionFault::captureEnded);
                      });

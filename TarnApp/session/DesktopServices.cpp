@@ -22,18 +22,17 @@ asio::thread_pool& workerPool() {
     return pool;
 }
 
-SessionFault sessionFaultOf(SoundFault fault) {
-    switch (fault) {
-        case SoundFault::serverGone:
-            return SessionFault::soundServerGone;
-        case SoundFault::managerGone:
-            return SessionFault::soundManagerGone;
-        case SoundFault::microphoneGone:
-            return SessionFault::microphoneGone;
-        case SoundFault::outputGone:
-            break;
+SessionFaults faultsOf(const MissingSound& missing) {
+    SessionFaults faults;
+    for (const auto& [isMissing, fault] : {std::pair(missing.server, SessionFault::soundServerGone),
+                                           {missing.manager, SessionFault::soundManagerGone},
+                                           {missing.microphone, SessionFault::microphoneGone},
+                                           {missing.output, SessionFault::outputGone}}) {
+        if (isMissing) {
+            faults.try_emplace(fault);
+        }
     }
-    return SessionFault::outputGone;
+    return faults;
 }
 
 std::shared_ptr<void> watchDesktopSound(SoundInUse used, std::function<void(SessionFaults)> changed) {
@@ -41,13 +40,9 @@ std::shared_ptr<void> watchDesktopSound(SoundInUse used, std::function<void(Sess
     if (used.microphone) {
         microphone.emplace(std::move(used.microphoneUID));
     }
-    const auto tell = [changed = std::move(changed)](const SoundFaults& faults) {
-        SessionFaults told;
-        for (const SoundFault fault : faults) {
-            told.insert(sessionFaultOf(fault));
-        }
-        changed(std::move(told));
-        if (faults.empty()) {
+    const auto tell = [changed = std::move(changed)](const MissingSound& missing) {
+        changed(faultsOf(missing));
+        if (missing == MissingSound()) {
             // Streams that are set up anew leave much behind that was needed for a moment.
             asio::post(workerPool(), giveFreeMemoryBack);
         }

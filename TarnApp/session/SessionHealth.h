@@ -2,9 +2,9 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 #include <string_view>
 
@@ -18,7 +18,8 @@ enum class SessionFault : std::uint8_t {
 #include "TarnApp/localization/HealthTexts.h"
 #undef TARN_TEXT
 };
-using SessionFaults = std::set<SessionFault>;
+/// Each with its value: what the service said, how many seconds; empty where it has none.
+using SessionFaults = std::map<SessionFault, std::string>;
 
 /// What the window says of it. "%1" stands for the fault's value.
 AddedText textOf(SessionFault fault);
@@ -31,8 +32,8 @@ struct SoundInUse {
     std::optional<std::string> microphoneUID;  ///< none: the default one
 };
 
-/// Watches it as long as the returned object lives. `changed` gets the faults of sound whenever they are
-/// others than before, the first time if there are any; thread: any. Call and let go on main.
+/// Watches it as long as the returned object lives. `changed` gets the faults of sound at every change,
+/// and at first if there are any; thread: any. Call and let go on main.
 using WatchSound =
     std::function<std::shared_ptr<void>(SoundInUse, std::function<void(SessionFaults)> changed)>;
 

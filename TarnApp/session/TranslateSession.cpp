@@ -41,7 +41,7 @@ QString TranslateSession::stateText() const {
 
 QStringList TranslateSession::healthNames() const {
     QStringList names;
-    for (const SessionFault fault : health_) {
+    for (const auto& [fault, value] : health_) {
         const auto name = nameOf(fault);
         names.push_back(QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size())));
     }
@@ -50,9 +50,8 @@ QStringList TranslateSession::healthNames() const {
 
 QStringList TranslateSession::healthValueTexts() const {
     QStringList values;
-    for (const SessionFault fault : health_) {
-        const auto found = healthValues_.find(fault);
-        values.push_back(found == healthValues_.end() ? QString() : QString::fromStdString(found->second));
+    for (const auto& [fault, value] : health_) {
+        values.push_back(QString::fromStdString(value));
     }
     return values;
 }

@@ -113,8 +113,6 @@ public:
     float inputLevel() const { return inputLevel_; }  ///< linear; 0 where nothing is captured
     /// What is wrong with a run that goes on, after an error that the service told of, too.
     const SessionFaults& health() const { return health_; }
-    /// What the service said, or how many seconds, by the faults that have a value.
-    const std::map<SessionFault, std::string>& healthValues() const { return healthValues_; }
     /// Whether a run is under way, or on its way, or goes on after an error: a stop has something to end.
     /// Changes with the state, whose signal tells it.
     bool canStop() const { return state_.isActive() || attempt_ || hasComeUp(); }
@@ -260,11 +258,9 @@ private:
     std::string translationText_;
     std::optional<std::string> errorMessage_;
     float inputLevel_ = 0;
-    SessionFaults health_;  ///< as shown
-    std::map<SessionFault, std::string> healthValues_;
+    SessionFaults health_;           ///< as shown
     SessionFaults transportFaults_;  ///< of the connection and the capture
     SessionFaults soundFaults_;
-    std::map<SessionFault, std::string> faultValues_;   ///< of `transportFaults_`
     double leftOut_ = 0;                                ///< seconds, in this run
     std::unique_ptr<ScheduledCall> gapShown_;           ///< until then a gap is told of
     std::unique_ptr<ScheduledCall> soundFaultsSettle_;  ///< until then they are not shown

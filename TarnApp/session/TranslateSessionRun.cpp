@@ -80,7 +80,6 @@ void TranslateSession::start(float rate, float gain, Backend backend) {
     const Start call{lastCall_, rate, gain, std::move(backend)};
     leaveOldRun();
     transportFaults_.clear();
-    faultValues_.clear();
     leftOut_ = 0;
     gapShown_.reset();
     soundFaults_.clear();
@@ -428,12 +427,8 @@ void TranslateSession::setFault(SessionFault fault, bool isThere, std::string va
 }
 
 void TranslateSession::markFault(SessionFault fault, bool isThere, std::string value) {
-    faultValues_.erase(fault);
     if (isThere) {
-        transportFaults_.insert(fault);
-        if (!value.empty()) {
-            faultValues_.emplace(fault, std::move(value));
-        }
+        transportFaults_.insert_or_assign(fault, std::move(value));
     } else {
         transportFaults_.erase(fault);
     }
@@ -441,18 +436,15 @@ void TranslateSession::markFault(SessionFault fault, bool isThere, std::string v
 
 void TranslateSession::showHealth() {
     SessionFaults now;
-    std::map<SessionFault, std::string> values;
     // A service's complaint shows as an error and ends no run.
     const bool goesOn = state_.kind() == ConnectionState::Case::running ||
                         (state_.kind() == ConnectionState::Case::error && !pipeline_.isEmpty());
     if (goesOn && !stopAsked_) {
         now = transportFaults_;
         now.insert(soundFaults_.begin(), soundFaults_.end());
-        values = faultValues_;
     }
-    if (now != health_ || values != healthValues_) {
+    if (now != health_) {
         health_ = std::move(now);
-        healthValues_ = std::move(values);
         Q_EMIT healthChanged();
     }
 }

@@ -23,11 +23,11 @@ bool hasOutput(const Graph& graph) {
 }  // namespace
 
 SoundWatch::SoundWatch(AudioServer& server, std::optional<Microphone> microphone,
-                       std::function<void(SoundFaults)> changed)
+                       std::function<void(const MissingSound&)> changed)
     : server_(server), microphone_(std::move(microphone)), changed_(std::move(changed)) {
     const AudioServer::Lock lock(server_);
     if (!server_.addObserver(*this)) {
-        tell({SoundFault::serverGone});
+        tell({.server = true});
         retry_ = server_.startTimer(retryEvery, [this] {
             if (server_.addObserver(*this)) {
                 retry_.reset();
@@ -48,31 +48,23 @@ SoundWatch::~SoundWatch() {
 }
 
 void SoundWatch::disconnected() {
-    tell({SoundFault::serverGone});
+    tell({.server = true});
 }
 
 void SoundWatch::graphChanged(const Graph& graph) {
-    tell(faultsOf(graph));
+    tell(missingIn(graph));
 }
 
-SoundFaults SoundWatch::faultsOf(const Graph& graph) const {
-    SoundFaults faults;
-    if (!graph.isManaged) {
-        faults.insert(SoundFault::managerGone);
-    }
-    if (microphone_ && microphoneIn(graph, microphone_->chosen) == nullptr) {
-        faults.insert(SoundFault::microphoneGone);
-    }
-    if (!hasOutput(graph)) {
-        faults.insert(SoundFault::outputGone);
-    }
-    return faults;
+MissingSound SoundWatch::missingIn(const Graph& graph) const {
+    return {.manager = !graph.isManaged,
+            .microphone = microphone_ && microphoneIn(graph, microphone_->chosen) == nullptr,
+            .output = !hasOutput(graph)};
 }
 
-void SoundWatch::tell(SoundFaults faults) {
-    if (faults != told_) {
-        told_ = faults;
-        changed_(std::move(faults));
+void SoundWatch::tell(const MissingSound& missing) {
+    if (missing != told_) {
+        told_ = missing;
+        changed_(missing);
     }
 }
 

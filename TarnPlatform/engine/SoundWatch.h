@@ -1,10 +1,8 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
 
 #include "TarnPlatform/audioserver/AudioServer.h"
@@ -12,13 +10,14 @@
 namespace tarn {
 
 /// What the desktop's sound lacks.
-enum class SoundFault : std::uint8_t {
-    serverGone,      ///< the audio server; nothing else is told then
-    managerGone,     ///< the session manager, without which no new sound is connected
-    microphoneGone,  ///< the one that is captured
-    outputGone,      ///< every output
+struct MissingSound {
+    bool server = false;      ///< the audio server; nothing else is said to be missing then
+    bool manager = false;     ///< the session manager, without which no new sound is connected
+    bool microphone = false;  ///< the one that is captured
+    bool output = false;      ///< every output
+
+    bool operator==(const MissingSound&) const = default;
 };
-using SoundFaults = std::set<SoundFault>;
 
 /// Tells what becomes of the desktop's sound while something captures or plays.
 /// Thread: any but the audio server's loop; made and destroyed without waiting.
@@ -28,10 +27,10 @@ public:
         std::optional<std::string> chosen;  ///< its UID; none, or where it is not there: the default
     };
 
-    /// `changed` is told whenever the faults are others than before, the first time if there are any. Thread:
-    /// the audio server's loop, held; not after the destruction.
+    /// `changed` is called at every change, and at first if anything is missing. Thread: the audio server's
+    /// loop, held; not after the destruction.
     SoundWatch(AudioServer& server, std::optional<Microphone> microphone,
-               std::function<void(SoundFaults)> changed);
+               std::function<void(const MissingSound&)> changed);
     ~SoundWatch();
     SoundWatch(const SoundWatch&) = delete;
     SoundWatch& operator=(const SoundWatch&) = delete;
@@ -40,14 +39,14 @@ private:
     void disconnected() override;
     void graphChanged(const Graph& graph) override;
 
-    SoundFaults faultsOf(const Graph& graph) const;
-    void tell(SoundFaults faults);
+    MissingSound missingIn(const Graph& graph) const;
+    void tell(const MissingSound& missing);
 
     AudioServer& server_;
     std::optional<Microphone> microphone_;
-    const std::function<void(SoundFaults)> changed_;
+    const std::function<void(const MissingSound&)> changed_;
     // The loop's.
-    SoundFaults told_;
+    MissingSound told_;
     std::unique_ptr<AudioServer::Timer> retry_;  // while there has been no server yet
 };
 

@@ -7,28 +7,28 @@
 namespace tarn::test {
 namespace {
 
-/// The faults told last.
+/// What was said to be missing last.
 class Told {
 public:
-    void take(const SoundFaults& faults) {
+    void take(const MissingSound& missing) {
         const std::lock_guard lock(mutex_);
-        faults_ = faults;
+        missing_ = missing;
     }
-    SoundFaults faults() const {
+    MissingSound missing() const {
         const std::lock_guard lock(mutex_);
-        return faults_;
+        return missing_;
     }
 
 private:
     mutable std::mutex mutex_;
-    SoundFaults faults_;
+    MissingSound missing_;
 };
 
 struct SoundWatchTest : testing::Test, Session {
     std::unique_ptr<SoundWatch> watch(Told& told, std::optional<SoundWatch::Microphone> microphone) {
         EXPECT_TRUE(AudioServer::shared().snapshot());
         return std::make_unique<SoundWatch>(AudioServer::shared(), std::move(microphone),
-                                            [&told](const SoundFaults& faults) { told.take(faults); });
+                                            [&told](const MissingSound& missing) { told.take(missing); });
     }
 };
 
@@ -40,33 +40,34 @@ TEST_F(SoundWatchTest, TellsWhatIsGoneAndThatItIsBack) {
     const auto first = watch(all, std::nullopt);
     const auto second = watch(chosen, SoundWatch::Microphone{"headset"});
     const auto third = watch(absent, SoundWatch::Microphone{"never-there"});
-    EXPECT_EQ(all.faults(), SoundFaults());
-    EXPECT_EQ(chosen.faults(), SoundFaults());
-    EXPECT_EQ(absent.faults(), SoundFaults()) << "the default is captured in its place";
+    EXPECT_EQ(all.missing(), MissingSound());
+    EXPECT_EQ(chosen.missing(), MissingSound());
+    EXPECT_EQ(absent.missing(), MissingSound()) << "the default is captured in its place";
 
     server.removeSource("headset");
-    until("the loss is told", [&] { return chosen.faults() == SoundFaults{SoundFault::microphoneGone}; });
-    EXPECT_EQ(all.faults(), SoundFaults());
-    EXPECT_EQ(absent.faults(), SoundFaults());
+    until("the loss is told", [&] { return chosen.missing() == MissingSound{.microphone = true}; });
+    EXPECT_EQ(all.missing(), MissingSound());
+    EXPECT_EQ(absent.missing(), MissingSound());
     server.addSource("headset", "MONO");
-    until("the return is told", [&] { return chosen.faults().empty(); });
+    until("the return is told", [&] { return chosen.missing() == MissingSound(); });
 
     server.stopWirePlumber();
-    until("it is told", [&] { return all.faults().contains(SoundFault::managerGone); });
+    until("it is told", [&] { return all.missing().manager; });
     server.startWirePlumber();
-    until("its return is told", [&] { return all.faults().empty(); });
+    until("its return is told", [&] { return all.missing() == MissingSound(); });
 
     server.removeSink(PrivateAudioServer::microphoneFeed);
     server.removeSink(PrivateAudioServer::output);
-    until("no output is told", [&] { return all.faults() == SoundFaults{SoundFault::outputGone}; });
+    until("no output is told", [&] { return all.missing() == MissingSound{.output = true}; });
 
     server.killPipeWire();
     for (const Told* const told : {&all, &chosen, &absent}) {
-        until("it is told", [&] { return told->faults() == SoundFaults{SoundFault::serverGone}; });
+        until("it is told", [&] { return told->missing() == MissingSound{.server = true}; });
     }
     server.startPipeWire();
-    until("its return is told", [&] { return all.faults().empty() && absent.faults().empty(); });
-    EXPECT_EQ(chosen.faults(), SoundFaults{SoundFault::microphoneGone}) << "it did not come back";
+    until("its return is told",
+          [&] { return all.missing() == MissingSound() && absent.missing() == MissingSound(); });
+    EXPECT_EQ(chosen.missing(), (MissingSound{.microphone = true})) << "it did not come back";
 }
 
 TEST_F(SoundWatchTest, BornWithoutAServerItFollowsOneThatComes) {
@@ -74,12 +75,12 @@ TEST_F(SoundWatchTest, BornWithoutAServerItFollowsOneThatComes) {
     AudioServer later;
     Told told;
     const SoundWatch watch(later, SoundWatch::Microphone{PrivateAudioServer::microphone},
-                           [&told](const SoundFaults& faults) { told.take(faults); });
-    EXPECT_EQ(told.faults(), SoundFaults{SoundFault::serverGone});
+                           [&told](const MissingSound& missing) { told.take(missing); });
+    EXPECT_EQ(told.missing(), (MissingSound{.server = true}));
     server.startPipeWire();
-    until("it is told", [&] { return told.faults().empty(); });
+    until("it is told", [&] { return told.missing() == MissingSound(); });
     server.removeSource(PrivateAudioServer::microphone);
-    until("it follows", [&] { return told.faults() == SoundFaults{SoundFault::microphoneGone}; });
+    until("it follows", [&] { return told.missing() == MissingSound{.microphone = true}; });
 }
 
 }  // namespace

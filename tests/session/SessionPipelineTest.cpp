@@ -585,7 +585,7 @@ TEST_F(SessionPipelineTest, ShowsTheLevelOfTheRunThatIsShown) {
 TEST_F(SessionPipelineTest, SaysWhatIsWrongWithARunThatGoesOn) {
     const auto health = [this] {
         std::string names;
-        for (const SessionFault fault : session_->health()) {
+        for (const auto& [fault, value] : session_->health()) {
             names += (names.empty() ? "" : " ") + std::string(nameOf(fault));
         }
         return names;
@@ -611,8 +611,8 @@ TEST_F(SessionPipelineTest, SaysWhatIsWrongWithARunThatGoesOn) {
     const auto say = [this](ConnectionHealth now, SessionFault fault) {
         world_.streams.back().lock()->health().push(std::move(now));
         world_.settle();
-        const auto& values = session_->healthValues();
-        return values.contains(fault) ? text(textOf(fault), AppLanguage::en, {values.at(fault)}) : "nothing";
+        const auto& faults = session_->health();
+        return faults.contains(fault) ? text(textOf(fault), AppLanguage::en, {faults.at(fault)}) : "nothing";
     };
     using State = ConnectionHealth::State;
     EXPECT_EQ(say({State::slow, "", false, 12}, SessionFault::connectionSlow),
@@ -627,17 +627,17 @@ TEST_F(SessionPipelineTest, SaysWhatIsWrongWithARunThatGoesOn) {
     tell(translate::Gap{1.2});
     tell(translate::Gap{2.4});
     EXPECT_EQ(health(), "soundLeftOut");
-    EXPECT_EQ(session_->healthValues().at(SessionFault::soundLeftOut), "4") << "in all";
+    EXPECT_EQ(session_->health().at(SessionFault::soundLeftOut), "4") << "in all";
     world_.pass(31s);
     EXPECT_EQ(health(), "");
 
-    world_.tellSound({SessionFault::outputGone});
+    world_.tellSound({{SessionFault::outputGone, ""}});
     world_.tellSound({});
     world_.pass(1s);
     EXPECT_EQ(health(), "") << "a moment without a device is no fault";
     int changes = 0;
     QObject::connect(session_.get(), &TranslateSession::healthChanged, session_.get(), [&] { ++changes; });
-    world_.tellSound({SessionFault::soundServerGone});
+    world_.tellSound({{SessionFault::soundServerGone, ""}});
     world_.pass(300ms);
     EXPECT_EQ(health(), "soundServerGone");
     world_.sinks.back().lock()->onEnd();
@@ -657,7 +657,7 @@ TEST_F(SessionPipelineTest, SaysWhatIsWrongWithARunThatGoesOn) {
     EXPECT_EQ(health(), "") << "of the run before";
     EXPECT_EQ(state(), "running");
     stop();
-    world_.tellSound({SessionFault::soundServerGone});
+    world_.tellSound({{SessionFault::soundServerGone, ""}});
     world_.pass(1s);
     EXPECT_EQ(health(), "");
     expectNothingLeft();
