@@ -42,7 +42,7 @@ struct SessionPipeline {
         QwenConfig config;
         CaptureSource captureSource = CaptureSource::system;
         std::string applicationBundleID;
-        std::string micDeviceUID;
+        std::optional<std::string> micDeviceUID;  ///< none: the default one
         bool voiceProcessing = true;
     };
 

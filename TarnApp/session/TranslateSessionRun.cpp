@@ -4,14 +4,12 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/strand.hpp>
 #include <chrono>
-#include <cmath>
 #include <utility>
 
 #include "MicDenialHelp.h"
 #include "SoundErrors.h"
 #include "TarnApp/localization/LocKey.h"
 #include "TarnPlatform/base/CarryOut.h"
-#include "TarnPlatform/base/Printable.h"
 #include "TranslateSession.h"
 
 namespace tarn {
@@ -20,10 +18,6 @@ namespace {
 constexpr std::chrono::milliseconds reconnectDelay{300};
 /// Seconds of the translated voice that may wait to be played before no more is taken.
 constexpr double mostVoiceWaiting = 60;
-// A desktop that goes over to another device is without one for a moment.
-constexpr std::chrono::milliseconds soundSettles{300};
-constexpr std::chrono::seconds gapIsTold{30};
-constexpr std::size_t mostOfAComplaint = 300;  // characters
 
 std::optional<std::string> nonEmpty(const std::string& text) {
     return text.empty() ? std::nullopt : std::optional(text);
@@ -139,7 +133,7 @@ void TranslateSession::continueStart(Start start) {
     const SessionPipeline::Settings settings{
         QwenConfig(nonEmpty(sourceLang_), targetLang_, nonEmpty(voice_), voiceClone_,
                    silenceMs_ >= 1 ? std::optional(silenceMs_) : std::nullopt),
-        captureSource_, applicationBundleID_, micDeviceUID_, voiceProcessing_};
+        captureSource_, applicationBundleID_, nonEmpty(micDeviceUID_), voiceProcessing_};
     attempt_ = std::make_shared<SessionAttempt>();
     Run wanted{weak_from_this(), std::move(start), settings, services_, attempt_, teardowns_};
     attempt_->task = TaskHandle::start(services_.main, run(std::move(wanted)));
@@ -255,9 +249,9 @@ Task<PipelineResult<void>> TranslateSession::startMicPipeline(const Run& run) {
     micSession->onPCM = makeSender(parts.resampler, std::move(*send));
     micSession->onLevel = levelReceiver(run);
     const SerialExecutor sound = *parts.sound;
-    const auto started =
-        co_await carryOut(sound, startMicrophone(micSession, run.start.rate, run.settings.voiceProcessing,
-                                                 nonEmpty(run.settings.micDeviceUID)));
+    const auto started = co_await carryOut(
+        sound,
+        startMicrophone(micSession, run.start.rate, run.settings.voiceProcessing, run.settings.micDeviceUID));
     if (!started) {
         co_return std::unexpected(PipelineFailure{shownText(started.error()), false});
     }
@@ -348,104 +342,6 @@ void TranslateSession::showError(Call call, const std::string& reason, const std
     setState(ConnectionState::error(reason));
     if (isLatest(call)) {  // an observer of the state may have called
         setErrorMessage(message);
-    }
-}
-
-Task<void> TranslateSession::watchConnection(std::weak_ptr<TranslateSession> weak, Call start,
-                                             std::shared_ptr<TarnTranslateStream> stream) {
-    for (;;) {
-        const auto now = co_await stream->health().next();
-        const auto self = weak.lock();
-        if (!now || !self || self->lastStart_ != start) {
-            co_return;
-        }
-        self->takeConnection(*now);
-    }
-}
-
-void TranslateSession::takeConnection(const ConnectionHealth& now) {
-    using enum ConnectionHealth::State;
-    markFault(SessionFault::connectionStalled, now.state == stalled);
-    markFault(SessionFault::connectionSlow, now.state == slow,
-              std::to_string(std::lround(now.behindSeconds)));
-    const bool isRefused = now.state == lost && now.refusedByService;
-    markFault(SessionFault::serviceRefuses, isRefused,
-              printable(firstCharacters(now.reason, mostOfAComplaint)));
-    markFault(SessionFault::connectionLost, now.state == lost && !isRefused);
-    showHealth();
-}
-
-void TranslateSession::takeGap(double seconds) {
-    leftOut_ += seconds;
-    setFault(SessionFault::soundLeftOut, true, std::to_string(std::lround(leftOut_)));
-    gapShown_ = services_.clock->callAfter(services_.main, gapIsTold,
-                                           [this] { setFault(SessionFault::soundLeftOut, false); });
-}
-
-std::function<void()> TranslateSession::captureEndReceiver(const Run& run) {
-    return [main = run.services.main, weak = run.session, call = run.start.call] {
-        asio::post(main, [weak, call] {
-            const auto self = weak.lock();
-            if (self && self->lastStart_ == call) {
-                self->stopHearing();
-                self->setFault(SessionFault::captureEnded, true);
-            }
-        });
-    };
-}
-
-void TranslateSession::watchSound(const Run& run) {
-    const bool hearsMicrophone = run.settings.captureSource == CaptureSource::mic;
-    auto changed = [main = services_.main, weak = run.session, call = run.start.call](SessionFaults faults) {
-        asio::post(main, [weak, call, faults = std::move(faults)]() mutable {
-            if (const auto self = weak.lock()) {
-                self->takeSoundFaults(std::move(faults), call);
-            }
-        });
-    };
-    pipeline_.soundWatch = services_.watchSound(
-        {hearsMicrophone, hearsMicrophone ? nonEmpty(run.settings.micDeviceUID) : std::nullopt},
-        std::move(changed));
-}
-
-void TranslateSession::takeSoundFaults(SessionFaults faults, Call start) {
-    if (start != lastStart_) {
-        return;
-    }
-    soundFaults_ = std::move(faults);
-    if (!soundFaultsSettle_) {
-        soundFaultsSettle_ = services_.clock->callAfter(services_.main, soundSettles, [this] {
-            soundFaultsSettle_.reset();
-            showHealth();
-        });
-    }
-}
-
-void TranslateSession::setFault(SessionFault fault, bool isThere, std::string value) {
-    markFault(fault, isThere, std::move(value));
-    showHealth();
-}
-
-void TranslateSession::markFault(SessionFault fault, bool isThere, std::string value) {
-    if (isThere) {
-        transportFaults_.insert_or_assign(fault, std::move(value));
-    } else {
-        transportFaults_.erase(fault);
-    }
-}
-
-void TranslateSession::showHealth() {
-    SessionFaults now;
-    // A service's complaint shows as an error and ends no run.
-    const bool goesOn = state_.kind() == ConnectionState::Case::running ||
-                        (state_.kind() == ConnectionState::Case::error && !pipeline_.isEmpty());
-    if (goesOn && !stopAsked_) {
-        now = transportFaults_;
-        now.insert(soundFaults_.begin(), soundFaults_.end());
-    }
-    if (now != health_) {
-        health_ = std::move(now);
-        Q_EMIT healthChanged();
     }
 }
 
