@@ -13,7 +13,6 @@
 #include <iterator>
 
 #include "TarnPlatform/base/FileLock.h"
-#include "support/ForkedChild.h"
 #include "support/Program.h"
 
 namespace tarn {
@@ -24,14 +23,15 @@ using testing::HasSubstr;
 TEST(AtomicFile, KeepsTheOldFileAndNothingElseWhereTheNewOneDoesNotFit) {
     const test::TemporaryFolder folder;
     const std::filesystem::path path = folder.write("file", "old");
-    test::ForkedChild child([&] {
-        std::signal(SIGXFSZ, SIG_IGN);
-        const rlimit tiny{10, 10};
-        ::setrlimit(RLIMIT_FSIZE, &tiny);
-        const auto replaced = replaceFile(path, "longer than ten bytes");
-        return replaced ? std::string("written") : replaced.error().description;
-    });
-    EXPECT_EQ(child.result(), "cannot write " + path.string() + ": File too large");
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    ::getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit tiny{10, before.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &tiny);
+    const auto replaced = replaceFile(path, "longer than ten bytes");
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    ASSERT_FALSE(replaced);
+    EXPECT_EQ(replaced.error().description, "cannot write " + path.string() + ": File too large");
     EXPECT_EQ(test::readFile(path), "old");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 1);
 }

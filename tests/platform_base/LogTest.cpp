@@ -2,13 +2,12 @@
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstdlib>
 #include <sstream>
-
-#include "support/ForkedChild.h"
 
 namespace tarn {
 namespace {
@@ -32,7 +31,8 @@ TEST_P(LogTest, WaitsForNoReaderAndSaysWhatIsLeftOut) {
     std::array<int, 2> told{};
     ASSERT_EQ(GetParam() ? ::socketpair(AF_UNIX, SOCK_STREAM, 0, error.data()) : ::pipe(error.data()), 0);
     ASSERT_EQ(::pipe(told.data()), 0);
-    const test::ForkedChild child([&]() -> std::string {
+    const auto child = ::fork();
+    if (child == 0) {
         ::close(error[0]);
         ::dup2(error[1], STDERR_FILENO);
         ::close(error[1]);
@@ -42,7 +42,7 @@ TEST_P(LogTest, WaitsForNoReaderAndSaysWhatIsLeftOut) {
         ::close(told[0]);
         ::close(told[1]);
         std::exit(0);  // which writes what waits
-    });
+    }
     ::close(error[1]);
     ::close(told[1]);
     readAll(told[0]);  // until all is logged, while nobody reads
@@ -56,6 +56,7 @@ TEST_P(LogTest, WaitsForNoReaderAndSaysWhatIsLeftOut) {
     EXPECT_EQ(line,
               "[log] " + std::to_string(lines - taken) + " lines were left out: standard error took no more");
     EXPECT_FALSE(std::getline(text, line));
+    ::waitpid(child, nullptr, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Readers, LogTest, testing::Bool(),

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -14,7 +15,6 @@
 #include <cstdio>
 
 #include "TarnApp/relaunch/ScreenRecordingPermission.h"
-#include "support/ForkedChild.h"
 #include "support/ManualClock.h"
 #include "support/Program.h"
 
@@ -120,17 +120,20 @@ TEST_F(AppRelaunchTest, TheSuccessorWaitsForTheEndAndOutlivesIt) {
     int hold[2];
     ASSERT_EQ(::pipe(hold), 0);
     {
-        test::ForkedChild predecessor([&] {
+        const auto predecessor = ::fork();
+        if (predecessor == 0) {
             ::close(hold[1]);
             const std::string script = AppRelaunch::script(::getpid(), "echo >", path);
             const auto parts = AppRelaunch::Surroundings::real({}, nullptr);
             const bool started = parts.start({"/bin/sh", "-c", script}).has_value();
             char byte = 0;
-            return std::string(started && ::read(hold[0], &byte, 1) == 0 ? "gone" : "failed");
-        });
+            ::_exit(started && ::read(hold[0], &byte, 1) == 0 ? 0 : 1);
+        }
         EXPECT_FALSE(heard(500)) << "before its predecessor was gone";
         ::close(hold[1]);
-        EXPECT_EQ(predecessor.result(), "gone");
+        int status = -1;
+        EXPECT_EQ(::waitpid(predecessor, &status, 0), predecessor);
+        EXPECT_EQ(status, 0);
     }
     EXPECT_TRUE(heard(20000));
     ::close(hold[0]);

@@ -1,88 +1,68 @@
 #include "ManualClock.h"
 
+#include <algorithm>
 #include <boost/asio/post.hpp>
 #include <map>
+#include <utility>
 
 namespace tarn::test {
 
 struct ManualClock::Entry {
-    TimePoint due;
-    SerialExecutor executor;
-    std::function<void()> call;
-    bool takenBack = false;
+    const TimePoint due;
+    const SerialExecutor executor;
+    const std::function<void()> call;
 };
 
-struct ManualClock::State {
-    mutable std::mutex mutex;
-    TimePoint now{};
-    std::list<std::shared_ptr<Entry>> entries;
-};
-
+/// Holds an entry for its owner: an entry that nobody holds any more is taken back.
 class ManualClock::Call final : public ScheduledCall {
 public:
-    Call(std::shared_ptr<State> state, std::shared_ptr<Entry> entry)
-        : state_(std::move(state)), entry_(std::move(entry)) {}
-    Call(const Call&) = delete;
-    Call& operator=(const Call&) = delete;
-    ~Call() override {
-        const std::lock_guard lock(state_->mutex);
-        entry_->takenBack = true;
-        state_->entries.remove(entry_);
-    }
+    explicit Call(std::shared_ptr<Entry> entry) : entry_(std::move(entry)) {}
 
 private:
-    std::shared_ptr<State> state_;
-    std::shared_ptr<Entry> entry_;
+    const std::shared_ptr<Entry> entry_;
 };
 
-ManualClock::ManualClock() : state_(std::make_shared<State>()) {}
-
 Clock::TimePoint ManualClock::now() const {
-    const std::lock_guard lock(state_->mutex);
-    return state_->now;
+    const std::lock_guard lock(mutex_);
+    return now_;
 }
 
 std::unique_ptr<ScheduledCall> ManualClock::callAfter(SerialExecutor executor, Duration delay,
                                                       std::function<void()> call) {
-    const std::lock_guard lock(state_->mutex);
-    auto entry =
-        std::make_shared<Entry>(Entry{state_->now + delay, std::move(executor), std::move(call), false});
-    state_->entries.push_back(entry);
-    return std::make_unique<Call>(state_, std::move(entry));
+    const std::lock_guard lock(mutex_);
+    auto entry = std::make_shared<Entry>(Entry{now_ + delay, std::move(executor), std::move(call)});
+    entries_.push_back(entry);
+    return std::make_unique<Call>(std::move(entry));
 }
 
 void ManualClock::advance(Duration duration) {
-    std::multimap<TimePoint, std::shared_ptr<Entry>> due;  // equal times stay in the order of their calls
+    std::multimap<TimePoint, std::weak_ptr<Entry>> due;  // equal times stay in the order of their calls
     {
-        const std::lock_guard lock(state_->mutex);
-        state_->now += duration;
-        for (auto it = state_->entries.begin(); it != state_->entries.end();) {
-            if ((*it)->due <= state_->now) {
-                due.emplace((*it)->due, *it);
-                it = state_->entries.erase(it);
-            } else {
-                ++it;
+        const std::lock_guard lock(mutex_);
+        now_ += duration;
+        std::erase_if(entries_, [&](const std::weak_ptr<Entry>& waiting) {
+            const auto entry = waiting.lock();
+            if (entry && entry->due <= now_) {
+                due.emplace(entry->due, waiting);
             }
-        }
+            return !entry || entry->due <= now_;
+        });
     }
     for (const auto& dueCall : due) {
-        const auto& entry = dueCall.second;
-        asio::post(entry->executor, [state = state_, entry] {
-            std::function<void()> call;
-            {
-                const std::lock_guard lock(state->mutex);
-                call = entry->takenBack ? nullptr : entry->call;
-            }
-            if (call) {
-                call();
-            }
-        });
+        if (const auto entry = dueCall.second.lock()) {
+            asio::post(entry->executor, [waiting = dueCall.second] {
+                if (const auto held = waiting.lock()) {
+                    held->call();
+                }
+            });
+        }
     }
 }
 
 std::size_t ManualClock::pendingCalls() const {
-    const std::lock_guard lock(state_->mutex);
-    return state_->entries.size();
+    const std::lock_guard lock(mutex_);
+    return static_cast<std::size_t>(
+        std::ranges::count_if(entries_, [](const auto& entry) { return !entry.expired(); }));
 }
 
 }  // namespace tarn::test

@@ -1,7 +1,9 @@
 #pragma once
 
-#include <list>
+#include <functional>
+#include <memory>
 #include <mutex>
+#include <vector>
 
 #include "TarnPlatform/base/Clock.h"
 
@@ -20,12 +22,11 @@ public:
 
 private:
     struct Entry;
-    struct State;
     class Call;
-    std::shared_ptr<State> state_;
 
-public:
-    ManualClock();
+    mutable std::mutex mutex_;
+    TimePoint now_{};
+    std::vector<std::weak_ptr<Entry>> entries_;
 };
 
 }  // namespace tarn::test

@@ -2,9 +2,9 @@
 
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/io_context.hpp>
+#include <boost/asio/use_future.hpp>
 #include <chrono>
-#include <exception>
-#include <optional>
+#include <future>
 #include <stdexcept>
 #include <utility>
 
@@ -16,38 +16,16 @@ namespace tarn::test {
 /// `limit`, so that a hang fails its test and not the whole run.
 template <typename T>
 T runTask(asio::io_context& context, Task<T> task, std::chrono::seconds limit = std::chrono::seconds(30)) {
-    std::exception_ptr exception;
-    bool done = false;
+    auto result = asio::co_spawn(context, std::move(task), asio::use_future);
     const auto deadline = std::chrono::steady_clock::now() + limit;
-    const auto runUntilDone = [&] {
-        context.restart();
-        while (!done && std::chrono::steady_clock::now() < deadline) {
-            context.run_one_until(deadline);
-            context.restart();
-        }
-        if (!done) {
+    while (result.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+        if (std::chrono::steady_clock::now() >= deadline) {
             throw std::runtime_error("the task did not complete in time");
         }
-        if (exception) {
-            std::rethrow_exception(exception);
-        }
-    };
-    if constexpr (std::is_void_v<T>) {
-        asio::co_spawn(context, std::move(task), [&](std::exception_ptr error) {
-            exception = std::move(error);
-            done = true;
-        });
-        runUntilDone();
-    } else {
-        std::optional<T> value;
-        asio::co_spawn(context, std::move(task), [&](std::exception_ptr error, T result) {
-            exception = std::move(error);
-            value.emplace(std::move(result));
-            done = true;
-        });
-        runUntilDone();
-        return std::move(*value);
+        context.restart();
+        context.run_one_until(deadline);
     }
+    return result.get();
 }
 
 }  // namespace tarn::test

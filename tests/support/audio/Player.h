@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "PrivateAudioServer.h"
-#include "SessionProgram.h"
+#include "support/SessionProgram.h"
 
 namespace tarn::test {
 

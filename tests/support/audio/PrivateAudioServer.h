@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "PrivateEnvironment.h"
-#include "SessionFolder.h"
-#include "SessionProgram.h"
+#include "support/PrivateEnvironment.h"
+#include "support/Program.h"
+#include "support/SessionProgram.h"
 
 namespace tarn::test {
 
@@ -87,7 +87,7 @@ public:
     /// A name that no other node of the session has.
     std::string newNodeName();
 
-    const std::filesystem::path& folder() const { return folder_.path(); }  ///< removed at the end
+    std::filesystem::path folder() const { return folder_.path(); }  ///< removed at the end
 
 private:
     SessionProgram startDaemon(const std::vector<std::string>& command);
@@ -103,7 +103,7 @@ private:
 
     const AudioServerOptions options_;
     PrivateEnvironment environment_;
-    SessionFolder folder_;
+    const TemporaryFolder folder_;
     int files_ = 0;
     int nodes_ = 0;
     // In the order of their start: the last one ends first.

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "PrivateAudioServer.h"
-#include "SessionProgram.h"
 #include "SoundFiles.h"
+#include "support/SessionProgram.h"
 
 namespace tarn::test {
 

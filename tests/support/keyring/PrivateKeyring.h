@@ -1,11 +1,14 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <filesystem>
 #include <map>
-#include <memory>
+#include <mutex>
+#include <optional>
 #include <string>
+
+#include "BusStandIn.h"
+#include "support/PrivateEnvironment.h"
+#include "support/Program.h"
 
 namespace tarn::test {
 
@@ -23,7 +26,7 @@ public:
     };
 
     explicit PrivateKeyring(Mode mode);
-    ~PrivateKeyring();
+    ~PrivateKeyring() = default;
     PrivateKeyring(const PrivateKeyring&) = delete;
     PrivateKeyring& operator=(const PrivateKeyring&) = delete;
 
@@ -36,19 +39,18 @@ public:
     static void addItem(const std::string& collection, const std::string& schema,
                         const std::map<std::string, std::string>& attributes, const std::string& secret);
     bool isRunning() const;
-    std::filesystem::path folder() const { return folder_; }  ///< private to this keyring, removed at the end
+    std::filesystem::path folder() const {
+        return folder_.path();
+    }  ///< private to this keyring, removed at the end
 
 private:
-    void startBus();
+    void startBus(bool canStartKeyring);
     void startDaemon();
 
-    const Mode mode_;
-    std::filesystem::path folder_;
-    std::string address_;
-    pid_t bus_ = -1;
-    pid_t daemon_ = -1;
-    std::string oldAddress_;
-    std::string oldRuntimeFolder_;
+    const TemporaryFolder folder_;
+    PrivateEnvironment environment_;
+    std::optional<Program> bus_;
+    std::optional<Program> daemon_;
 };
 
 /// Stands where the desktop's password prompt stands on the private bus: it comes up when the keyring asks
@@ -56,17 +58,20 @@ private:
 class PromptOnScreen {
 public:
     PromptOnScreen();
-    ~PromptOnScreen();
+    ~PromptOnScreen() = default;
     PromptOnScreen(const PromptOnScreen&) = delete;
     PromptOnScreen& operator=(const PromptOnScreen&) = delete;
 
-    void waitUntilUp();  ///< until the keyring has asked; throws after 10 s
+    void waitUntilUp();  ///< until the keyring has asked; throws after 20 s
     void dismiss();      ///< as if the user pressed Cancel
     int timesAsked() const;
 
 private:
-    struct Parts;
-    std::unique_ptr<Parts> parts_;
+    mutable std::mutex mutex_;
+    int timesAsked_ = 0;
+    std::string sender_;
+    std::string callback_;
+    BusStandIn prompter_;
 };
 
 }  // namespace tarn::test

@@ -18,20 +18,25 @@
 namespace tarn::test {
 
 SessionProgram::SessionProgram(const std::vector<std::string>& command,
-                               const std::vector<std::string>& environment, std::filesystem::path log)
+                               const std::vector<std::string>& environment, std::filesystem::path log,
+                               const std::filesystem::path& errors, const std::string& input)
     : name_(command.at(0)), log_(std::move(log)) {
-    const UniqueDescriptor nothing(::open("/dev/null", O_RDONLY | O_CLOEXEC));
-    const UniqueDescriptor output(::open(log_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
+    const UniqueDescriptor from(::open(input.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC));
+    const auto writing = [](const std::filesystem::path& file) {
+        return UniqueDescriptor(::open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
+    };
+    const auto output = writing(log_);
+    const auto complaints = writing(errors.empty() ? log_ : errors);
     const auto program = findProgram(name_);
-    if (!nothing || !output || program.empty()) {
+    if (!from || !output || !complaints || program.empty()) {
         throw std::runtime_error("cannot start " + name_ + (program.empty() ? ": not installed" : ""));
     }
     const auto child = spawn({.program = program,
                               .arguments = command,
                               .environment = environment,
-                              .input = nothing.get(),
+                              .input = from.get(),
                               .output = output.get(),
-                              .errors = output.get()});
+                              .errors = complaints.get()});
     if (!child) {
         throw std::runtime_error("cannot start " + name_ + ": " + child.error().description);
     }

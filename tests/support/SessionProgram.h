@@ -11,12 +11,13 @@
 namespace tarn::test {
 
 /// A program that runs until it ends or its object goes. It dies with this process; what it prints goes to
-/// `log`. Not thread-safe.
+/// `log`, its errors to a file of their own where one is named. Not thread-safe.
 class SessionProgram {
 public:
     /// Looks `command[0]` up in PATH; throws std::runtime_error when it cannot be run.
     SessionProgram(const std::vector<std::string>& command, const std::vector<std::string>& environment,
-                   std::filesystem::path log);
+                   std::filesystem::path log, const std::filesystem::path& errors = {},
+                   const std::string& input = "/dev/null");
     SessionProgram(SessionProgram&& other) noexcept;
     SessionProgram& operator=(SessionProgram&& other) noexcept;
     ~SessionProgram();
