@@ -30,68 +30,26 @@ const test::TemporaryFolder& configuration() {
     return folder;
 }
 
-/// A desktop's portal, as far as settings go.
-class Portal {
+/// A desktop's portal, as far as settings go. It begins with the dark scheme.
+class Portal : public test::BusStandIn {
 public:
-    explicit Portal(std::uint32_t scheme) : scheme_(scheme) {
-        std::promise<void> ready;
-        auto isReady = ready.get_future();
-        thread_ = std::thread([this, &ready] { run(ready); });
-        isReady.wait();
-    }
-    ~Portal() {
-        g_main_loop_quit(loop_);
-        thread_.join();
-        g_main_loop_unref(loop_);
-        g_main_context_unref(context_);
-    }
-    Portal(const Portal&) = delete;
-    Portal& operator=(const Portal&) = delete;
+    Portal()
+        : BusStandIn("org.freedesktop.portal.Desktop", path,
+                     R"(<node><interface name="org.freedesktop.portal.Settings"><method name="ReadAll">
+            <arg type="as" direction="in"/><arg type="a{sa{sv}}" direction="out"/></method></interface></node>)",
+                     [](const auto&, auto*, const auto&) {
+                         return g_variant_new_parsed(
+                             "({'org.freedesktop.appearance': {'color-scheme': <uint32 1>, "
+                             "'contrast': <uint32 0>}, 'org.other': {'color-scheme': <'x'>}},)");
+                     }) {}
 
-    void say(const char* place, const char* key, GVariant* value) {
-        g_dbus_connection_emit_signal(bus_.get(), nullptr, "/org/freedesktop/portal/desktop",
-                                      "org.freedesktop.portal.Settings", "SettingChanged",
-                                      g_variant_new("(ssv)", place, key, value), nullptr);
+    void say(const char* place, const char* key, GVariant* value) const {
+        emit(path, "org.freedesktop.portal.Settings", "SettingChanged",
+             g_variant_new("(ssv)", place, key, value));
     }
 
 private:
-    void run(std::promise<void>& ready) {
-        g_main_context_push_thread_default(context_);
-        std::string whyNot;
-        bus_ = connectToSessionBus(nullptr, whyNot);
-        auto* const node = g_dbus_node_info_new_for_xml(
-            R"(<node><interface name="org.freedesktop.portal.Settings"><method name="ReadAll">
-            <arg type="as" direction="in"/><arg type="a{sa{sv}}" direction="out"/></method></interface></node>)",
-            nullptr);
-        static const GDBusInterfaceVTable table = {
-            [](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant*,
-               GDBusMethodInvocation* call, gpointer self) {
-                const std::string answer =
-                    "({'org.freedesktop.appearance': {'color-scheme': <uint32 " +
-                    std::to_string(static_cast<Portal*>(self)->scheme_) +
-                    ">, 'contrast': <uint32 0>}, 'org.other': {'color-scheme': <'x'>}},)";
-                g_dbus_method_invocation_return_value(call, g_variant_new_parsed(answer.c_str()));
-            },
-            nullptr,
-            nullptr,
-            {}};
-        g_dbus_connection_register_object(bus_.get(), "/org/freedesktop/portal/desktop", node->interfaces[0],
-                                          &table, this, nullptr, nullptr);
-        g_dbus_node_info_unref(node);
-        const Variant owned(g_dbus_connection_call_sync(
-            bus_.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-            "RequestName", g_variant_new("(su)", "org.freedesktop.portal.Desktop", 4), nullptr,
-            G_DBUS_CALL_FLAGS_NONE, 5000, nullptr, nullptr));
-        ready.set_value();
-        g_main_loop_run(loop_);
-        g_main_context_pop_thread_default(context_);
-    }
-
-    const std::uint32_t scheme_;
-    GMainContext* const context_ = g_main_context_new();
-    GMainLoop* const loop_ = g_main_loop_new(context_, FALSE);
-    Owned<GDBusConnection> bus_;
-    std::thread thread_;
+    static constexpr const char* path = "/org/freedesktop/portal/desktop";
 };
 
 class AppearanceWatcherTest : public testing::Test {
@@ -158,7 +116,7 @@ TEST_F(AppearanceWatcherTest, FollowsThePortalThatComesLateAndChanges) {
     start();
     ASSERT_TRUE(until([this] { return told_ == 1; }));
     EXPECT_EQ(facts_.dark(), std::nullopt);
-    Portal portal(1);
+    const Portal portal;
     ASSERT_TRUE(until([this] { return facts_.dark() == true; }));
     portal.say("org.freedesktop.appearance", "color-scheme", g_variant_new_variant(g_variant_new_uint32(2)));
     ASSERT_TRUE(until([this] { return facts_.dark() == false; }));
