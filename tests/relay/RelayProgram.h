@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "TarnPlatform/process/ChildProcess.h"
-#include "TemporaryFolder.h"
+#include "support/Program.h"
 
 namespace tarn::test {
 
@@ -21,7 +21,7 @@ inline std::unique_ptr<ChildProcess> startRelay(const TemporaryFolder& state,
     ChildCommand command;
     command.arguments = std::move(arguments);
     command.arguments.insert(command.arguments.begin(), TARN_BIN_DIR "/tarn-relay");
-    command.environment.emplace_back("XDG_STATE_HOME", state.path().string());
+    command.environment.emplace_back("XDG_STATE_HOME", state.path());
     command.environment.emplace_back("TARN_SERVICE_KEY", std::move(key));
     auto started = ChildProcess::start(command);
     return started ? std::move(*started) : nullptr;

@@ -13,7 +13,6 @@
 
 #include "RelayProgram.h"
 #include "TarnRelay/account/TokenRegistry.h"
-#include "TemporaryFolder.h"
 
 namespace tarn::relay {
 namespace {
@@ -25,13 +24,10 @@ using testing::Not;
 
 class TokenRegistryTest : public testing::Test {
 protected:
-    std::filesystem::path folder() const { return state_.path() / "tarn" / "relay"; }
+    std::filesystem::path folder() const { return state_.file("tarn/relay"); }
     std::filesystem::path file() const { return folder() / "tokens.json"; }
 
-    std::string contents() const {
-        std::ifstream stream(file());
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
+    std::string contents() const { return test::readFile(file()); }
 
     static unsigned modeOf(const std::filesystem::path& path) {
         struct stat status{};
@@ -45,7 +41,7 @@ protected:
     }
 
     TemporaryFolder state_;
-    TokenRegistry tokens_{state_.path() / "tarn" / "relay"};
+    TokenRegistry tokens_{state_.file("tarn/relay")};
 };
 
 TEST_F(TokenRegistryTest, KnowsATokenByItsHashOnlyUntilItIsRevoked) {
@@ -114,7 +110,7 @@ TEST_F(TokenRegistryTest, LosesNoTokenWhenProcessesIssueAtOnce) {
     EXPECT_EQ(std::distance(Iterator(folder()), Iterator()), 2);
 }
 
-TEST_F(TokenRegistryTest, KeepsTheNewestTokensOfAnAddressAndNoFileThatCouldNotBeRead) {
+TEST_F(TokenRegistryTest, KeepsTheNewestTokensOfAnAddress) {
     const auto other = issue("bob@example.org");
     std::vector<std::string> issued;
     for (int i = 0; i < 34; ++i) {
@@ -132,19 +128,6 @@ TEST_F(TokenRegistryTest, KeepsTheNewestTokensOfAnAddressAndNoFileThatCouldNotBe
     EXPECT_THAT(listed, testing::ContainsRegex("^bob@example.org\t20[-0-9]*T[:0-9]*Z\nada@example.org\t20"));
     EXPECT_EQ(tokens_.revoke("ada@example.org").value_or(99), 32U);
     EXPECT_FALSE(std::filesystem::exists(left));
-
-    const auto good = contents();
-    const std::string entry =
-        good.substr(good.find("{\"sha256"), good.find('}') - good.find("{\"sha256") + 1);
-    std::string full = R"({"tokens":[)" + entry;
-    while (full.size() + entry.size() + 10 < (16U << 20)) {
-        full += "," + entry;
-    }
-    std::ofstream(file(), std::ios::trunc) << full << "]}\n";
-    const auto refused = tokens_.issue(std::string(200, 'a') + "@b");
-    ASSERT_FALSE(refused);
-    EXPECT_THAT(refused.error().description, HasSubstr("is full"));
-    EXPECT_TRUE(tokens_.revoke("nobody@example.org"));
 }
 
 TEST_F(TokenRegistryTest, LeavesADamagedFileAloneAndKeepsTheLastGoodTokens) {

@@ -37,11 +37,9 @@ class OfflineRelay : public testing::Test {
 protected:
     /// A client's stream of the program, with a translator.
     void open(const std::string& translator) {
-        const auto script = state_.path() / "hear.py";
-        std::ofstream(script) << recogniser;
-        program_ =
-            startRelay(state_, {"--listen", "127.0.0.1:0", "--recogniser", "python3 " + script.string(),
-                                "--translator", translator, "--synthesiser", synthesiser});
+        const auto script = state_.write("hear.py", recogniser);
+        program_ = startRelay(state_, {"--listen", "127.0.0.1:0", "--recogniser", "python3 " + script,
+                                       "--translator", translator, "--synthesiser", synthesiser});
         const auto line = program_->readUntil('\n', 200, soon()).value_or(":0");
         auto token = runRelay(state_, {"issue-token", "ada@example.org"}).output;
         token.resize(43);
@@ -80,7 +78,7 @@ TEST_F(OfflineRelay, HearsAllOfALongRecordingThatIsSentAtOnce) {
 }
 
 TEST_F(OfflineRelay, EndsAtOnceThoughItsTranslatorHangs) {
-    const auto started = (state_.path() / "started").string();
+    const auto started = state_.file("started");
     ASSERT_EQ(::mkfifo(started.c_str(), 0600), 0);
     open("read -r line; echo asked > " + started + "; exec sleep 1000");
     std::string asked;

@@ -3,20 +3,17 @@
 #include <gmock/gmock.h>
 
 #include <boost/asio/post.hpp>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <future>
-#include <iterator>
 #include <memory>
 #include <string>
 
 #include "TarnPlatform/base/NetworkThread.h"
 #include "TarnRelay/stream/RelayServer.h"
 #include "TarnRelay/stream/ScriptEngine.h"
-#include "TemporaryFolder.h"
 #include "platform_net_server/RawPeer.h"
 #include "support/ManualClock.h"
+#include "support/Program.h"
 
 namespace tarn::test {
 
@@ -39,24 +36,24 @@ struct PageAnswer {
 };
 
 /// A relay whose time passes when a test says so, and a browser that says exactly the bytes a test wants.
-class SignInFixture : public testing::Test {
+class LoopbackRelay : public testing::Test {
 protected:
     void SetUp() override { start({}); }
-    void TearDown() override { stop(); }
+    void TearDown() override {
+        onNetwork([this] { server_->stop(); });
+    }
 
     void start(relay::RelayServer::Options options) {
         options.port = 0;
+        options.engineName = "script";
         options.suggestedEmail = "o'hara@localhost";
         NetworkContext network;
         network.executor = network_.executor();
         network.clock = clock_;
         onNetwork([&] {
             server_ =
-                relay::RelayServer::start(network, network_.executor(), tokens_, engine_, options).value();
+                relay::RelayServer::start(network, network_.executor(), tokens_, *engine_, options).value();
         });
-    }
-    void stop() {
-        onNetwork([this] { server_->stop(); });
     }
 
     void onNetwork(const std::function<void()>& work) {
@@ -66,12 +63,11 @@ protected:
         done.get();
     }
 
-    std::filesystem::path tokenFile() const { return state_.path() / "relay" / "tokens.json"; }
+    std::string tokenFile() const { return state_.file("tarn/relay/tokens.json"); }
 
     /// How many tokens there are in the file.
     std::size_t tokenCount() const {
-        std::ifstream stream(tokenFile());
-        const std::string text{std::istreambuf_iterator<char>(stream), {}};
+        const auto text = readFile(tokenFile());
         std::size_t count = 0;
         for (auto at = text.find("\"sha256\""); at != std::string::npos;
              at = text.find("\"sha256\"", at + 1)) {
@@ -80,10 +76,18 @@ protected:
         return count;
     }
 
-    PageAnswer ask(const std::string& requestLine, const std::string& headers, const std::string& body = {}) {
-        RawPeer peer(server_->port());
+    RawPeer connect() const { return RawPeer(server_->port()); }
+
+    /// Sends one request and returns the whole answer.
+    std::string answerTo(const std::string& requestLine, const std::string& headers,
+                         const std::string& body = {}) const {
+        auto peer = connect();
         peer.send(requestLine + " HTTP/1.1\r\nConnection: close\r\n" + headers + "\r\n" + body);
-        const auto answer = peer.readToEnd();
+        return peer.readToEnd();
+    }
+
+    PageAnswer ask(const std::string& requestLine, const std::string& headers, const std::string& body = {}) {
+        const auto answer = answerTo(requestLine, headers, body);
         const auto end = answer.find("\r\n\r\n");
         if (!answer.starts_with("HTTP/1.1 ") || end == std::string::npos) {
             ADD_FAILURE() << "no answer to " << requestLine << ": " << answer;
@@ -118,11 +122,11 @@ protected:
         formType;
 
     TemporaryFolder state_;
-    relay::TokenRegistry tokens_{state_.path() / "relay"};
+    relay::TokenRegistry tokens_{state_.file("tarn/relay")};
     std::shared_ptr<ManualClock> clock_ = std::make_shared<ManualClock>();
     NetworkThread network_;
-    relay::ScriptEngine engine_{relay::parseScript(R"({"t":0,"raw":"x"})").value(), network_.executor(),
-                                Clock::system()};
+    std::unique_ptr<relay::TranslationEngine> engine_ = std::make_unique<relay::ScriptEngine>(
+        relay::parseScript(R"({"t":0,"raw":"x"})").value(), network_.executor(), Clock::system());
     std::unique_ptr<relay::RelayServer> server_;
 };
 
