@@ -12,6 +12,7 @@
 #include "TarnPlatform/base/Log.h"
 #include "TarnRelay/offline/translate/ChainTranslator.h"
 #include "support/ManualClock.h"
+#include "support/Program.h"
 
 namespace tarn::relay {
 namespace {
@@ -99,19 +100,6 @@ TEST_F(InstalledApertium, RefusesWhatItCannotTranslate) {
     EXPECT_THAT(unknown.error().description, HasSubstr("en to de"));
 }
 
-TEST_F(InstalledApertium, ServesManyThreadsEachWithItsOwnAnswer) {
-    std::vector<std::jthread> threads;
-    threads.reserve(4);
-    for (int number = 0; number < 4; ++number) {
-        threads.emplace_back([number] {
-            for (int round = 0; round < 20; ++round) {
-                const auto word = "xyzzy" + std::string(static_cast<std::size_t>(number + 1), 'q');
-                EXPECT_EQ(installed().translate("she said " + word, "en", "es"), "Dijo " + word);
-            }
-        });
-    }
-}
-
 TEST(ApertiumTranslator, TranslatesOnAfterItsPipelineWasKilled) {
     ApertiumTranslator translator("/usr/share/apertium/modes", 30s);
     ASSERT_EQ(translator.translate("well", "en", "es"), "Bien");
@@ -155,40 +143,16 @@ TEST(ApertiumTranslator, TranslatesWhereTheUsersLocaleWasNotGenerated) {
 struct StandIn {
     explicit StandIn(const std::string& script) {
         const auto program =
-            folder.program("stand-in", "#!/bin/sh\nFOLDER=" + folder.path().string() + "\n" + script);
+            folder.writeProgram("stand-in", "#!/bin/sh\nFOLDER=" + folder.path() + "\n" + script);
         folder.write("eng-spa.mode", program + " $1 'data'");
     }
-    test::Folder folder;
+    test::TemporaryFolder folder;
 };
 
 TEST(ApertiumTranslator, AsksAPipelineThatDiesInMidSentenceOnceMore) {
     const StandIn once("[ -e $FOLDER/died ] && exec cat\ntouch $FOLDER/died\nhead -c 3\nexit 1\n");
     ApertiumTranslator translator(once.folder.path());
     EXPECT_EQ(translator.translate("xyzzy", "en", "es"), "Xyzzy");
-}
-
-TEST(ApertiumTranslator, FailsWithinItsLimitAndRecovers) {
-    struct Case {
-        const char* script;
-        ErrorKind kind;
-    };
-    for (const auto& [script, kind] :
-         {Case{"head -c 3; exit 7", ErrorKind::closed}, Case{"exec sleep 1000", ErrorKind::timeout},
-          Case{"exec yes", ErrorKind::protocol}}) {
-        const StandIn broken("[ -e $FOLDER/mended ] && exec cat\n" + std::string(script) + "\n");
-        ApertiumTranslator translator(broken.folder.path(), 2s);
-        const auto failed = translator.translate("secret words", "en", "es");
-        ASSERT_FALSE(failed) << script;
-        EXPECT_EQ(failed.error().kind, kind) << failed.error().description;
-        EXPECT_THAT(failed.error().description, AllOf(HasSubstr("en to es"), Not(HasSubstr("secret"))));
-        broken.folder.write("mended", "");
-        auto translation = translator.translate("xyzzy", "en", "es");
-        while (!translation && translation.error().kind == ErrorKind::unavailable) {
-            std::this_thread::sleep_for(50ms);  // the pause after two failed starts
-            translation = translator.translate("xyzzy", "en", "es");
-        }
-        EXPECT_EQ(translation, "Xyzzy") << script;
-    }
 }
 
 /// Writes down the way that a text took.

@@ -15,6 +15,7 @@
 #include "Processes.h"
 #include "TarnPlatform/process/ChildConversation.h"
 #include "support/LogCapture.h"
+#include "support/Program.h"
 
 namespace tarn {
 namespace {
@@ -80,42 +81,36 @@ TEST(ChildProcess, SetsVariablesOnTopOfTheEnvironment) {
     EXPECT_EQ((*child)->readToEnd(1000, in(10s)), "a b /nowhere\n");
 }
 
-struct Fault {
-    const char* name;
-    const char* line;
-    ErrorKind kind;
-    const char* text;
-};
-
-class ChildProcessFault : public testing::TestWithParam<Fault> {};
-
-TEST_P(ChildProcessFault, IsAFailureByTheDeadline) {
-    const auto child = startShell(GetParam().line);
-    const auto deadline = in(500ms);
-    auto outcome = child->write(std::string(200000, 'x'), deadline);
-    if (outcome) {
-        const auto line =
-            child->readUntil('\n', 300000, GetParam().kind == ErrorKind::timeout ? deadline : in(20s));
-        outcome = line ? Result<void>{} : std::unexpected(line.error());
+TEST(ChildProcess, FailsByTheDeadlineWhereTheChildDoesNotDoItsPart) {
+    struct Fault {
+        const char* line;
+        ErrorKind kind;
+        const char* text;
+    };
+    const Fault faults[] = {
+        {"exec sleep 1000", ErrorKind::timeout, "does not read"},
+        {"yes & exec sleep 1000", ErrorKind::timeout, "does not read"},
+        {"cat > /dev/null; exec sleep 1000", ErrorKind::timeout, "did not answer"},
+        {"exit 3", ErrorKind::closed, "ended with status 3"},
+        {"head -c 200000 > /dev/null; kill -KILL $$", ErrorKind::closed, "ended by signal 9"},
+        {"exec >&-; cat > /dev/null", ErrorKind::closed, "closed its output"},
+        {"yes | tr -d '\\n' & exec cat > /dev/null", ErrorKind::protocol, "more than 300000 bytes"},
+    };
+    for (const auto& [line, kind, text] : faults) {
+        SCOPED_TRACE(line);
+        const auto child = startShell(line);
+        const auto deadline = in(500ms);
+        auto outcome = child->write(std::string(200000, 'x'), deadline);
+        if (outcome) {
+            const auto answer =
+                child->readUntil('\n', 300000, kind == ErrorKind::timeout ? deadline : in(20s));
+            outcome = answer ? Result<void>{} : std::unexpected(answer.error());
+        }
+        ASSERT_FALSE(outcome);
+        EXPECT_EQ(outcome.error().kind, kind) << outcome.error().description;
+        EXPECT_THAT(outcome.error().description, HasSubstr(text));
     }
-    ASSERT_FALSE(outcome);
-    EXPECT_EQ(outcome.error().kind, GetParam().kind) << outcome.error().description;
-    EXPECT_THAT(outcome.error().description, HasSubstr(GetParam().text));
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    OfAChildThat, ChildProcessFault,
-    testing::Values(
-        Fault{"NeitherReadsNorWrites", "exec sleep 1000", ErrorKind::timeout, "does not read"},
-        Fault{"WritesWithoutReading", "yes & exec sleep 1000", ErrorKind::timeout, "does not read"},
-        Fault{"NeverAnswers", "cat > /dev/null; exec sleep 1000", ErrorKind::timeout, "did not answer"},
-        Fault{"EndsAtOnce", "exit 3", ErrorKind::closed, "ended with status 3"},
-        Fault{"IsKilled", "head -c 200000 > /dev/null; kill -KILL $$", ErrorKind::closed,
-              "ended by signal 9"},
-        Fault{"ClosesItsOutput", "exec >&-; cat > /dev/null", ErrorKind::closed, "closed its output"},
-        Fault{"WritesALineWithoutEnd", "yes | tr -d '\\n' & exec cat > /dev/null", ErrorKind::protocol,
-              "more than 300000 bytes"}),
-    [](const auto& fault) { return fault.param.name; });
 
 TEST(ChildProcess, SaysWhichProgramCannotBeStarted) {
     const std::vector<std::string> programs{"no-such-program-of-tarn", "/nowhere/program", "/etc/passwd"};
@@ -190,9 +185,9 @@ TEST(ChildProcess, DiesWithTheProcessThatStartedIt) {
 }
 
 TEST(ChildConversation, DoesNotSpinOnAProgramThatAlwaysDies) {
-    const test::Folder folder;
-    ChildConversation conversation(
-        "the oracle", ChildCommand::shell("echo start >> " + (folder.path() / "starts").string()), {5s, 5s});
+    const test::TemporaryFolder folder;
+    ChildConversation conversation("the oracle",
+                                   ChildCommand::shell("echo start >> " + folder.file("starts")), {5s, 5s});
     const auto talk = [](ChildProcess& child, ChildProcess::TimePoint deadline) -> Result<void> {
         const auto line = child.readUntil('\n', 100, deadline);
         return line ? Result<void>{} : std::unexpected(line.error());
@@ -204,7 +199,7 @@ TEST(ChildConversation, DoesNotSpinOnAProgramThatAlwaysDies) {
         ASSERT_FALSE(last);
     }
     const auto seconds = std::chrono::ceil<std::chrono::seconds>(steady_clock::now() - begin).count();
-    const auto starts = std::ranges::count(folder.read("starts"), '\n');
+    const auto starts = std::ranges::count(test::readFile(folder.file("starts")), '\n');
     EXPECT_GE(starts, 2) << "one failure is forgiven at once";
     EXPECT_LE(starts, 2 + seconds);
     EXPECT_THAT(last.error().description,

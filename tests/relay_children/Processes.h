@@ -1,13 +1,11 @@
 #pragma once
 
 #include <poll.h>
-#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -63,39 +61,5 @@ inline bool ends(const UniqueDescriptor& process) {
 inline UniqueDescriptor watch(pid_t id) {
     return UniqueDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, id, 0)));
 }
-
-/// A folder of one test's own.
-class Folder {
-public:
-    Folder() {
-        std::string name = (std::filesystem::temp_directory_path() / "tarn-test-XXXXXX").string();
-        path_ = ::mkdtemp(name.data());
-    }
-    ~Folder() { std::filesystem::remove_all(path_); }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-
-    const std::filesystem::path& path() const { return path_; }
-
-    /// Writes a program and gives its path.
-    std::string program(const std::string& name, const std::string& text) const {
-        const auto file = write(name, text);
-        ::chmod(file.c_str(), 0755);
-        return file;
-    }
-    std::string write(const std::string& name, const std::string& text) const {
-        const auto file = path_ / name;
-        std::ofstream(file) << text;
-        return file.string();
-    }
-    std::string read(const std::string& name) const {
-        std::ostringstream text;
-        text << std::ifstream(path_ / name).rdbuf();
-        return text.str();
-    }
-
-private:
-    std::filesystem::path path_;
-};
 
 }  // namespace tarn::test
