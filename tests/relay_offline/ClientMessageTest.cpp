@@ -8,14 +8,11 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-TEST(ClientMessage, GivesTheSamplesOfAnAppendedChunk) {
+TEST(ClientMessage, TellsTheKindsApartAndGivesTheSamplesOfAnAppendedChunk) {
     const auto message =
         parseClientMessage(R"({"event_id":"evt_a_2","type":"input_audio_buffer.append","audio":"AQD//wCA"})");
     ASSERT_TRUE(message);
     EXPECT_THAT(std::get<AudioAppend>(*message).samples, ElementsAre(1, -1, -32768));
-}
-
-TEST(ClientMessage, TellsTheConfigurationFromTypesItDoesNotKnow) {
     EXPECT_TRUE(
         std::holds_alternative<SessionUpdate>(parseClientMessage(R"({"type":"session.update"})").value()));
     EXPECT_TRUE(std::holds_alternative<OtherMessage>(parseClientMessage(R"({"type":"tomorrow"})").value()));

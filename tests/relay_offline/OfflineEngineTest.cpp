@@ -181,17 +181,6 @@ TEST(OfflineEngine, EndsTheProgramsOfAChainTenMinutesAfterItsStreamHasGone) {
     }
 }
 
-TEST(OfflineEngine, GivesBackTheWordsThemselvesFromALanguageToItself) {
-    OfflineEngine engine(installed(), patient());
-    const auto log = std::make_shared<EventLog>();
-    const auto stream =
-        openStream(engine, {.target = "en", .source = "en", .voice = {}, .silenceMs = {}}, log);
-    say(*stream, spoken(kMeeting) + silence(1.5));
-    ASSERT_TRUE(log->waitFor(events::responseDone, 1));
-    EXPECT_THAT(log->all(events::translationDone, "transcript"), ElementsAre(kMeeting));
-    EXPECT_THAT(log->all(events::audioDelta, "delta"), Not(IsEmpty()));
-}
-
 TEST(OfflineEngine, NamesWhatIsPossibleWhereAPairIsNot) {
     OfflineEngine engine(installed(), patient());
     const auto log = std::make_shared<EventLog>();
@@ -267,21 +256,6 @@ TEST(OfflineEngine, ComplainsOnceAboutNonsenseAndGoesOn) {
     ASSERT_TRUE(log->waitFor(events::responseDone, 1));
     EXPECT_THAT(log->all(events::tarnError, "error"), ElementsAre("a message was ignored: it is not JSON"));
     EXPECT_THAT(log->all(events::sourceCompleted, "transcript"), ElementsAre(kMeeting));
-}
-
-TEST(OfflineEngine, SendsNothingAfterAStreamEndsInMidSentence) {
-    const auto log = std::make_shared<EventLog>();
-    std::size_t sent = 0;
-    {
-        OfflineEngine engine(installed(), patient());
-        auto stream = openStream(engine, {.target = "es", .source = {}, .voice = {}, .silenceMs = {}}, log);
-        const auto meeting = spoken(kMeeting);
-        say(*stream, std::span(meeting).first(meeting.size() * 2 / 3));
-        ASSERT_TRUE(log->waitFor(events::sourceText, 3));
-        stream.reset();
-        sent = log->events().size();
-    }  // the engine waits for what is under way
-    EXPECT_THAT(log->events(), SizeIs(sent));
 }
 
 }  // namespace
