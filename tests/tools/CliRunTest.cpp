@@ -131,15 +131,11 @@ TEST_F(CliRun, ReadsRawSpeechFromAPipeAndSoundFilesOfEveryKind) {
         "{\"after_audio\":800000,\"event\":{\"type\":\"response.audio_transcript.done\",\"transcript\":"
         "\"enough\"}}\n");
     const auto pcm16 = rawTone(26);
-    std::string pcm8;
-    std::string pcm24;
     std::string floats;
     std::string stereo44;
     for (std::size_t i = 0; i + 1 < pcm16.size(); i += 2) {
         const auto sample = static_cast<std::int16_t>(static_cast<unsigned char>(pcm16[i]) |
                                                       (static_cast<unsigned char>(pcm16[i + 1]) << 8));
-        pcm8.push_back(static_cast<char>(128 + sample / 256));
-        pcm24 += std::string(1, '\0') + pcm16.substr(i, 2);
         const float value = static_cast<float>(sample) / 32768.0F;
         floats.append(reinterpret_cast<const char*>(&value), sizeof value);
     }
@@ -148,8 +144,8 @@ TEST_F(CliRun, ReadsRawSpeechFromAPipeAndSoundFilesOfEveryKind) {
     }
     const auto truncated = wav(1, 16000, 1, 16, pcm16 + pcm16).substr(0, 44 + pcm16.size());
     const std::pair<const char*, std::string> files[] = {
-        {"8 bit", wav(1, 16000, 1, 8, pcm8)},    {"24 bit", wav(1, 16000, 1, 24, pcm24)},
-        {"float", wav(3, 16000, 1, 32, floats)}, {"44.1 kHz stereo", wav(1, 44100, 2, 16, stereo44)},
+        {"float", wav(3, 16000, 1, 32, floats)},
+        {"44.1 kHz stereo", wav(1, 44100, 2, 16, stereo44)},
         {"shorter than it says", truncated},
     };
     std::vector<std::pair<std::string, std::unique_ptr<test::Program>>> runs;
@@ -163,17 +159,9 @@ TEST_F(CliRun, ReadsRawSpeechFromAPipeAndSoundFilesOfEveryKind) {
                                 world.file(std::string(name) + ".wav")));
     }
     const std::string plain = wav(1, 16000, 1, 16, pcm16);
-    const auto bytes = static_cast<std::uint32_t>(pcm16.size());
-    const std::string unknown = little(0xFFFFFFFF, 4);
-    const std::string rf64 = "RF64" + unknown + "WAVEds64" + little(28, 4) + little(bytes + 72, 8) +
-                             little(bytes, 8) + little(bytes / 2, 8) + little(0, 4) + plain.substr(12, 28) +
-                             unknown + pcm16;
-    for (const auto& [name, content] :
-         {std::pair<std::string, std::string>{"of unknown length", plain.substr(0, 40) + unknown + pcm16},
-          {"of another make", rf64}}) {
-        runs.emplace_back("piped " + name,
-                          start({"--input", "-", "--to", "es", "--fast"}, world.write(name, content)));
-    }
+    runs.emplace_back("piped, of unknown length",
+                      start({"--input", "-", "--to", "es", "--fast"},
+                            world.write("unknown", plain.substr(0, 40) + little(0xFFFFFFFF, 4) + pcm16)));
     runs.emplace_back("pipe",
                       start({"--input", "-", "--to", "es", "--fast"}, world.write("raw", pcm16 + "x")));
     for (const auto& [name, cli] : runs) {
@@ -186,7 +174,6 @@ TEST_F(CliRun, SaysInOneLineWhatIsWrongWithAnInput) {
     startRelay(dialogue);
     const std::pair<std::string, const char*> inputs[] = {
         {world.write("text.wav", "this is not sound"), "text.wav"},
-        {world.write("zero.wav", ""), "zero.wav"},
         {world.path(), world.path().c_str()},
         {world.file("missing.wav"), "missing.wav"},
     };
@@ -197,16 +184,13 @@ TEST_F(CliRun, SaysInOneLineWhatIsWrongWithAnInput) {
         EXPECT_EQ(std::ranges::count(cli->err(), '\n'), 1) << cli->err();
     }
     for (const std::string& content :
-         {std::string("RIFF"), wav(17, 16000, 1, 4, "").substr(0, 40) + little(0xFFFFFFFF, 4) + "sound",
+         {wav(17, 16000, 1, 4, "").substr(0, 40) + little(0xFFFFFFFF, 4) + "sound",
           std::string("fLaC and nothing more")}) {
         const auto cli = start({"--input", "-", "--to", "es"}, world.write("piped", content));
         EXPECT_EQ(cli->wait(), 1) << content;
         EXPECT_THAT(cli->err(), testing::StartsWith("tarn-cli: standard input"));
         EXPECT_EQ(std::ranges::count(cli->err(), '\n'), 1) << cli->err();
     }
-    const auto noFrames = start(
-        {"--input", world.write("noframes.wav", wav(1, 16000, 1, 16, "")), "--to", "es", "--drain", "0"});
-    EXPECT_EQ(noFrames->wait(), 0);
 }
 
 TEST_F(CliRun, AnInterruptSaysGoodbyeAndEndsWell) {
