@@ -1,23 +1,21 @@
-// A real relay with a state of its own, and web sites that mean it no good.
+// A real relay with a state of its own.
 
 import { spawn } from 'node:child_process';
 import { once } from 'node:events';
 import { existsSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
-import { createServer } from 'node:http';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { createInterface } from 'node:readline';
 
 export class Relay {
-    /** Listens at a loopback address unless another is named; the first page is the sign-in page. */
-    static async start(address = '127.0.0.1') {
+    static async start() {
         const relay = new Relay();
         relay.folder = mkdtempSync(join(tmpdir(), 'tarn-browser-'));
         const script = join(relay.folder, 'script.jsonl');
         writeFileSync(script, '{"t":0,"event":{"type":"session.created"}}\n');
         relay.process = spawn(
             `${process.env.TARN_BIN_DIR}/tarn-relay`,
-            ['--listen', `${address}:0`, '--engine', 'script', script],
+            ['--listen', '127.0.0.1:0', '--engine', 'script', script],
             { env: { ...process.env, XDG_STATE_HOME: relay.folder }, stdio: ['ignore', 'pipe', 'pipe'] });
         relay.log = '';
         relay.process.stderr.on('data', (text) => { relay.log += text; });
@@ -28,10 +26,6 @@ export class Relay {
         }
         throw new Error(`tarn-relay did not start: ${relay.log}`);
     }
-
-    get port() { return new URL(this.url).port; }
-
-    pageAt(host) { return this.page.replace(new URL(this.url).hostname, host); }
 
     /** How many tokens were ever issued: none is revoked here. */
     get tokenCount() {
@@ -50,14 +44,4 @@ export class Relay {
         await ended;
         rmSync(this.folder, { recursive: true, force: true });
     }
-}
-
-/** A web site at a port of its own that answers every path with `html`. */
-export async function startSite(html) {
-    const server = createServer((request, response) => {
-        response.setHeader('Content-Type', 'text/html; charset=utf-8');
-        response.end(html);
-    });
-    await new Promise((ready) => { server.listen(0, '127.0.0.1', ready); });
-    return { port: server.address().port, stop: () => { server.closeAllConnections(); server.close(); } };
 }
