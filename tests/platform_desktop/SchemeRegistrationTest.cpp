@@ -35,12 +35,10 @@ protected:
     }
     /// A program that writes its arguments, one a line, into a file.
     std::string makeProgram(const std::string& name) const {
-        const auto path = fs::path(home_.file(name));
-        fs::create_directories(path.parent_path());
-        home_.write(name, "#!/bin/sh\nprintf '%s\\n' \"$@\" > \"" + home_.file("called.new") + "\"\nmv \"" +
-                              home_.file("called.new") + "\" \"" + home_.file("called") + "\"\n");
-        fs::permissions(path, fs::perms::owner_all);
-        return path;
+        fs::create_directories(fs::path(home_.file(name)).parent_path());
+        return home_.writeProgram(name, "#!/bin/sh\nprintf '%s\\n' \"$@\" > \"" + home_.file("called.new") +
+                                            "\"\nmv \"" + home_.file("called.new") + "\" \"" +
+                                            home_.file("called") + "\"\n");
     }
     void makeFolder(const std::string& name) const { fs::create_directories(home_.file(name)); }
     std::string ours() const { return home_.file("data/applications/com.example.probe-links.desktop"); }
