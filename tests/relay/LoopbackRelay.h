@@ -1,6 +1,6 @@
 #pragma once
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <boost/asio/post.hpp>
 #include <functional>

@@ -127,34 +127,24 @@ TEST_F(RelayServerTest, AnswersTheAccountApi) {
 }
 
 TEST_F(RelayServerTest, RefusesBadUpgradesWithAnHttpStatus) {
-    struct Case {
-        std::string query;
-        std::string headers;
-        const char* status;
-    };
-    const std::vector<Case> cases{
-        {"target=es", "", "401"},
-        {"target=es", "Authorization: Bearer " + std::string(43, 'A') + "\r\n", "401"},
-        {"target=es", authorization() + "Origin: http://attacker.example\r\n", "403"},
-        {"", authorization(), "400"},
-        {"target=", authorization(), "400"},
-        {"target=" + std::string(17, 'a'), authorization(), "400"},
-        {"target=es&target=fr", authorization(), "400"},
-        {"target=es&t%61rget=fr", authorization(), "400"},
-        {"target=es%2", authorization(), "400"},
-        {"target=es&source=", authorization(), "400"},
-        {"target=es&voice=a%00b", authorization(), "400"},
-        {"target=es&voice=" + std::string(65, 'v'), authorization(), "400"},
-        {"target=es&clone=%07", authorization(), "400"},
-        {"target=es&clone=" + std::string(65, 'c'), authorization(), "400"},
-        {"target=es&vad_ms=", authorization(), "400"},
-        {"target=es&vad_ms=2147483648", authorization(), "400"},
-    };
-    for (const auto& [query, headers, status] : cases) {
+    const auto refuses = [this](const std::string& query, const std::string& headers,
+                                const std::string& status) {
         auto peer = connect();
         const auto head = peer.upgrade("/tarn/ws/translate-stream?" + query, headers);
-        EXPECT_THAT(head, AllOf(StartsWith(std::string("HTTP/1.1 ") + status), HasSubstr("application/json")))
-            << query;
+        EXPECT_THAT(head, AllOf(StartsWith("HTTP/1.1 " + status), HasSubstr("application/json"))) << query;
+    };
+    refuses("target=es", "", "401");
+    refuses("target=es", "Authorization: Bearer " + std::string(43, 'A') + "\r\n", "401");
+    refuses("target=es", authorization() + "Origin: http://attacker.example\r\n", "403");
+    for (const std::string& query :
+         {std::string(), std::string("target="), "target=" + std::string(17, 'a'),
+          std::string("target=es&target=fr"), std::string("target=es&t%61rget=fr"),
+          std::string("target=es%2"), std::string("target=es&source="), std::string("target=es&voice=a%00b"),
+          "target=es&voice=" + std::string(65, 'v'), std::string("target=es&clone=%07"),
+          "target=es&clone=" + std::string(65, 'c'), std::string("target=es&vad_ms="),
+          std::string("target=es&vad_ms=8e2"), std::string("target=es&vad_ms=2147483648"),
+          std::string("target=es&vad_ms=-2147483649")}) {
+        refuses(query, authorization(), "400");
     }
     EXPECT_EQ(health()["streams_total"], 0);
     EXPECT_EQ(health()["requests_unauthorized"], 2);

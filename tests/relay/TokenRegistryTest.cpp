@@ -1,6 +1,5 @@
 // The token file on a real disk, changed by this process and by real `tarn-relay` processes at the same time.
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
