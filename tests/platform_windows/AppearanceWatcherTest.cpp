@@ -8,14 +8,10 @@
 #include <boost/asio/io_context.hpp>
 #include <cstdlib>
 #include <filesystem>
-#include <future>
 #include <optional>
-#include <string>
-#include <thread>
 
 #include "TarnPlatform/bus/BusThread.h"
 #include "TarnPlatform/bus/Glib.h"
-#include "TarnPlatform/bus/SessionBus.h"
 #include "support/Program.h"
 #include "support/keyring/PrivateKeyring.h"
 
