@@ -1,6 +1,6 @@
 #include "TarnRelay/offline/voice/ServiceSpeech.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <cmath>
 #include <numbers>

@@ -1,6 +1,6 @@
 #include "TarnRelay/offline/speech/StableText.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <vector>
 
