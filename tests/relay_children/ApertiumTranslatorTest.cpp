@@ -6,7 +6,6 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <thread>
 
 #include "Processes.h"
 #include "TarnPlatform/base/Log.h"

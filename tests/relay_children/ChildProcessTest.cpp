@@ -73,14 +73,6 @@ TEST(ChildProcess, LogsItsErrorsLineByLineAndFitForATerminal) {
                                                              "[command] " + std::string(504, '0')));
 }
 
-TEST(ChildProcess, SetsVariablesOnTopOfTheEnvironment) {
-    auto command = ChildCommand::shell("echo $TARN_TEST $HOME");
-    command.environment = {{"TARN_TEST", "a b"}, {"HOME", "/nowhere"}};
-    const auto child = ChildProcess::start(command);
-    ASSERT_TRUE(child);
-    EXPECT_EQ((*child)->readToEnd(1000, in(10s)), "a b /nowhere\n");
-}
-
 TEST(ChildProcess, FailsByTheDeadlineWhereTheChildDoesNotDoItsPart) {
     struct Fault {
         const char* line;
