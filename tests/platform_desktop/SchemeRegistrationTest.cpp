@@ -2,7 +2,6 @@
 #include "TarnPlatform/desktop/SchemeRegistration.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <filesystem>
 

@@ -3,7 +3,6 @@
 #include "TarnPlatform/desktop/SingleInstance.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>

@@ -3,7 +3,6 @@
 #include "TarnPlatform/secrets/SecretServiceStore.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <future>
 #include <vector>

@@ -2,7 +2,6 @@
 // defaults or in memory, says so once, and what was in the file can still be had.
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 

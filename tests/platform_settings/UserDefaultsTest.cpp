@@ -3,9 +3,7 @@
 #include "TarnPlatform/settings/UserDefaults.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <array>
 #include <cmath>

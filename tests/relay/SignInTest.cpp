@@ -1,5 +1,6 @@
 // The sign-in page over real HTTP: what it gives to its own user, and what it keeps from everybody else.
 
+#include <gmock/gmock.h>
 #include <openssl/sha.h>
 
 #include <array>
