@@ -71,7 +71,7 @@ TEST_F(SchemeRegistrationTest, LeavesAnotherHandlerAlone) {
                 "[MIME Cache]\nx-scheme-handler/tarn=installed.desktop;\n");
     EXPECT_EQ(ensure(makeProgram("mine/probe")), "already handled\n");
     EXPECT_FALSE(fs::exists(ours()));
-    // A handler whose program is gone is none.
+    // A handler whose program is gone does not count.
     fs::remove(program);
     EXPECT_EQ(ensure(home_.file("mine/probe")), "registered\n");
 }

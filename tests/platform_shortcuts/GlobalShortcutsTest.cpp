@@ -27,7 +27,7 @@ using namespace std::chrono_literals;
 using test::PrivateKeyring;
 using test::StandInPortal;
 
-/// Keys by their places, whatever is written on them.
+/// Keycodes, whatever symbol the layout gives them.
 enum Key : std::uint8_t {
     keyQ = 24,
     keyA = 38,
@@ -155,7 +155,7 @@ TEST_F(GlobalShortcutsTest, HearsKeysWhileAnotherWindowHasTheKeyboard) {
     ASSERT_TRUE(works(keyM, "mini"));
     other_.hasHeard(keyM);
 
-    // With each light of the keyboard, and one press is one, however long.
+    // Each lock state counts, and a long press counts once.
     for (const std::uint8_t light : {caps, num, caps, num}) {
         other_.press({light});
         other_.press({control, alt, keyM});
@@ -217,7 +217,7 @@ TEST_F(GlobalShortcutsTest, SaysOnceWhatAnotherProgramHasTaken) {
     other_.press({control, alt, keyM});
     other_.press({caps});
     EXPECT_TRUE(other_.hasHeard(keyM)) << "what is left of the grab takes it from the window";
-    // It is ours from the next change of the keyboard on.
+    // The key is ours after the next change of the keyboard.
     other_.ungrab(keyM);
     setLayout("fr");
     setLayout("us");
@@ -263,7 +263,7 @@ TEST_F(GlobalShortcutsTest, GrabsKeysWhereThePortalDoesNotBind) {
         EXPECT_TRUE(works(keyM, "mini"));
         shortcuts_.reset();
     }
-    // Nothing answers any more once it has ended, at whatever moment.
+    // Nothing is called once the object is gone, whenever it goes.
     start();
     shortcuts_.reset();
     start({});

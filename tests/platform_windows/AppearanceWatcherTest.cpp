@@ -86,7 +86,8 @@ protected:
     std::unique_ptr<AppearanceWatcher> watcher_;
 };
 
-// The first one: GLib tells of the settings' changes in the context of their first reader alone.
+// This test runs first, since GLib reports changes of the settings to the context of their first reader
+// alone.
 TEST_F(AppearanceWatcherTest, FollowsFilesAndTheDesktopsSettingsWithoutABus) {
     const PrivateKeyring bus(PrivateKeyring::Mode::noBus);
     configuration().write("gtk-3.0/settings.ini", "[Settings]\ngtk-theme-name=Adwaita\n");
@@ -117,7 +118,7 @@ TEST_F(AppearanceWatcherTest, FollowsThePortalThatComesLateAndChanges) {
     portal.say("org.freedesktop.appearance", "color-scheme", g_variant_new_variant(g_variant_new_uint32(2)));
     ASSERT_TRUE(until([this] { return facts_.dark() == false; }));
 
-    // What is none of ours, or of another type than it should be, changes nothing.
+    // Settings that are not ours, or have another type than they should, change nothing.
     const int before = told_;
     portal.say("org.freedesktop.appearance", "color-scheme", g_variant_new_string("1"));
     portal.say("org.gnome.desktop.interface", "color-scheme", g_variant_new_uint32(1));
@@ -139,7 +140,7 @@ TEST_F(AppearanceWatcherTest, FollowsThePortalThatComesLateAndChanges) {
 
 TEST_F(AppearanceWatcherTest, EndsWhateverItWaitsFor) {
     const PrivateKeyring bus(PrivateKeyring::Mode::absent);
-    // At once, when first answers are on their way, and after them.
+    // It ends at once, while the first answers are on their way, and after them.
     start();
     watcher_.reset();
     start();

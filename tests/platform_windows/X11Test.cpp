@@ -158,7 +158,7 @@ TEST_F(WindowsOnX11, KeepsAboveUntilAnotherProgramIsFullScreen) {
     desktop_->activate(video);
     EXPECT_TRUE(becomes(false));
 
-    // Who turns to us, or to nothing, sees it still.
+    // A user who activates our window, or none, still sees the video.
     QWindow own;
     own.create();
     QSignalSpy changes(&stacking, &StackingWatch::changed);
@@ -179,7 +179,7 @@ TEST_F(WindowsOnX11, KeepsAboveUntilAnotherProgramIsFullScreen) {
     EXPECT_TRUE(becomes(false));
     other_.destroy(video);
     EXPECT_TRUE(becomes(true)) << "the window is gone";
-    desktop_->activate(video);  // a window that is none: no error, no change
+    desktop_->activate(video);  // the window no longer exists: no error, no change
     desktop_->activate(other_.window());
     desktop_->removeProperty(desktop_->root(), "_NET_SUPPORTED");
     EXPECT_TRUE(becomes(false)) << "the window manager knows no such wish";
@@ -222,7 +222,7 @@ TEST_F(WindowsOnX11, OverlayChangesHandsAndKeepsItsPlace) {
     EXPECT_TRUE(desktop_->look(window).bypasses);
     EXPECT_EQ(desktop_->look(window).frame, QRect(120, 90, 640, 220));
 
-    // Hidden by its owner it stays so, whatever happens meanwhile.
+    // A window that its owner hid stays hidden, whatever happens meanwhile.
     window.hide();
     other_.setFullScreen(video, false);
     ASSERT_TRUE(until([&] { return stacking.keepsAbove(); }));
@@ -258,7 +258,7 @@ TEST_F(WindowsOnX11, OverlayChangesHandsOnlyOnceItIsLetGoOf) {
 TEST_F(WindowsOnX11, DragsByHandWhatNobodyManages) {
     QPoint pointer(200, 200);
     WindowDrag drag([&pointer] { return pointer; });
-    drag.pressed(QPoint(10, 10));  // of no window: nothing
+    drag.pressed(QPoint(10, 10));  // without a window nothing happens
     drag.moved(QPoint(20, 20));
     QWindow window;
     window.setFlags(Qt::Window | Qt::FramelessWindowHint | Qt::BypassWindowManagerHint);
@@ -285,7 +285,7 @@ TEST_F(WindowsOnX11, DragsByHandWhatNobodyManages) {
         << "the last move is the release";
     EXPECT_EQ(pull({639, 219}, {40, 24}), QRect(100, 100, 680, 244));
     EXPECT_EQ(pull({0, 110}, {400, 0}), QRect(260, 100, 480, 220));
-    drag.moved(QPoint(300, 300));  // a pointer that only passes
+    drag.moved(QPoint(300, 300));  // the pointer moves with no button pressed
     EXPECT_EQ(window.geometry(), QRect(100, 100, 640, 220));
     EXPECT_EQ(drag.cursorFor(QPointF(639.6, 110)), Qt::SizeHorCursor);
 }

@@ -149,7 +149,7 @@ TEST_F(RelayProgramTest, EndsWithAStatusThatSaysWhoseFaultItWas) {
     for (const auto& [arguments, ending] : cases) {
         EXPECT_EQ(runRelay(state_, arguments).ending, ending) << testing::PrintToString(arguments);
     }
-    // Damaged tokens are nothing that other arguments would mend.
+    // No other arguments would mend a damaged list of tokens.
     runRelay(state_, {"issue-token", "ada@example.org"});
     state_.write("tarn/relay/tokens.json", "rubbish");
     for (const std::vector<std::string>& arguments :

@@ -181,7 +181,7 @@ TEST_F(RelayServerTest, PlaysAStreamToItsEndAndCountsIt) {
         EXPECT_EQ(RawPeer::closeCode(peer.readFrame()), 1000);
         peer.sendFrame(test::closeFrame, "\x03\xe8");
     }
-    // The relay counts it out a moment after the client has seen the end.
+    // The relay stops counting the stream a moment after the client has seen its end.
     auto counters = health();
     for (int attempt = 0; attempt < 1000 && counters.at("streams_open") != 0; ++attempt) {
         counters = health();
@@ -224,7 +224,7 @@ TEST_F(RelayServerTest, EndsLiveStreamsOfARevokedTokenAndNoOthers) {
 TEST_F(RelayServerTest, EndsLiveStreamsWhenARequestFindsTheTokensGone) {
     auto peer = connect();
     openStream(peer);
-    // Nothing tells who watches a folder that the one above it was moved.
+    // A watch on a folder does not notice that the folder above it was moved.
     std::filesystem::rename(state_.file("tarn"), state_.file("elsewhere"));
     EXPECT_THAT(answerTo("GET /tarn/api/me", "Host: localhost\r\n" + authorization()),
                 StartsWith("HTTP/1.1 401"));

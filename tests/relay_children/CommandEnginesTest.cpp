@@ -26,7 +26,7 @@ using testing::Not;
 /// Long enough for a busy machine to start python3; the later one is what each hang costs.
 constexpr AnswerLimits kLimits{.first = 30s, .later = 1500ms};
 
-/// Common to the scripts: misbehave in the way that is asked for.
+/// Shared by the scripts: they misbehave in the way that the question names.
 const std::string kFaults = R"py(
 import json, os, sys, time
 out = sys.stdout.buffer

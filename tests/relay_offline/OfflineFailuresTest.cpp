@@ -20,7 +20,7 @@ using testing::IsEmpty;
 
 using Process = std::function<Result<void>(std::span<const std::int16_t>, std::vector<Hypothesis>&)>;
 
-/// Hears what a test says. In speech from a partial text to the final one.
+/// Hears what a test says. It is in speech from a partial text to the final one.
 class ToldRecogniser : public Recogniser {
 public:
     explicit ToldRecogniser(Process process) : process_(std::move(process)) {}

@@ -99,7 +99,7 @@ TEST(PocketSphinxFactory, OffersOnlyCompleteModels) {
     EXPECT_THAT(installed.languages(), Contains("en"));
     EXPECT_EQ(installed.make("tlh", 800).error().kind, ErrorKind::unavailable);
 
-    // Of the library's own model, what each of these folders is said to hold.
+    // Each folder holds the named parts of the library's own model.
     const std::filesystem::path model = "/usr/share/pocketsphinx/model/en-us";
     const auto folder = std::filesystem::path(testing::TempDir()) / "tarn-models";
     for (const auto* name : {"fr", "it", "pt-br"}) {

@@ -68,7 +68,7 @@ TEST_F(CliAccount, SendsATokenToNoOtherServerAndSignsOutThereNobody) {
     const auto issued = world.write("token", token + "\n");
     token.clear();
     ASSERT_EQ(start({"login", "--token-stdin"}, issued)->wait(), 0);
-    const test::Blackhole other("127.0.0.1");  // whoever is asked there waits
+    const test::Blackhole other("127.0.0.1");  // a request to it would wait
     const auto own = std::exchange(server, "http://127.0.0.1:" + std::to_string(other.port()) + "/tarn");
     const auto status = start({"status"});
     EXPECT_EQ(status->wait(), 3);

@@ -235,7 +235,7 @@ TEST_F(CliRun, NeverOverwritesItsInput) {
     const auto before = test::readFile(input);
     EXPECT_EQ(start({"--input", input, "--to", "es", "--dub", input})->wait(), 2);
     EXPECT_EQ(test::readFile(input), before);
-    // Nor is an older recording emptied by a run that never began.
+    // A run that never began does not empty an older recording either.
     const auto kept = world.write("kept.wav", "older");
     token = "wrong";
     EXPECT_EQ(start({"--input", input, "--to", "es", "--dub", kept})->wait(), 3);
