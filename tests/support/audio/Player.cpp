@@ -43,15 +43,13 @@ std::vector<std::string> commandFor(const std::filesystem::path& file, const std
 
 Player::Player(PrivateAudioServer& server, const std::filesystem::path& file, Options options)
     : server_(server),
-      nodeName_(options.nodeName.empty() ? server.newNodeName() : options.nodeName),
+      nodeName_(server.newNodeName()),
       program_(server.run(commandFor(file, nodeName_, options))) {
     until("player " + nodeName_, [&] {
         if (!program_.isRunning()) {
             throw std::runtime_error("the player ended at once; it said: " + program_.output());
         }
-        return options.awaitPorts
-                   ? server.answer({"pw-link", "-o"}).value_or("").contains(nodeName_ + ":output_")
-                   : server.hasNode(nodeName_);
+        return server.answer({"pw-link", "-o"}).value_or("").contains(nodeName_ + ":output_");
     });
 }
 

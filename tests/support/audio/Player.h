@@ -18,11 +18,8 @@ struct PlayerOptions {
     Program program = Program::pwCat;
     std::string applicationName{};  ///< empty: the program's own
     std::string target{};           ///< node name of the output; empty: the default one
-    std::string nodeName{};         ///< empty: one of the player's own
     std::vector<std::pair<std::string, std::string>>
         properties{};  ///< more of the node's, application.id say
-    bool awaitPorts =
-        true;  ///< until it has output ports, which needs a session manager; else until it is a node
 };
 
 /// An application that plays a sound file. It is in the graph when the constructor returns, and gone with its
@@ -38,7 +35,6 @@ public:
     /// Until the file is at its end; throws when it does not get there or is not played.
     void waitForEnd(std::chrono::seconds limit = std::chrono::seconds(20));
     void stop();  ///< before the end; it is no node any more when this returns
-    SessionProgram& program() { return program_; }
 
 private:
     PrivateAudioServer& server_;

@@ -50,21 +50,6 @@ void write(const std::filesystem::path& path, const std::string& content) {
     }
 }
 
-// pipewire-pulse gives a session without outputs a dummy one.
-std::string pulseConfigurationWithoutDummy() {
-    std::ifstream original("/usr/share/pipewire/pipewire-pulse.conf");
-    std::string content;
-    for (std::string line; std::getline(original, line);) {
-        if (!line.contains("module-always-sink")) {
-            content += line + "\n";
-        }
-    }
-    if (content.empty()) {
-        throw std::runtime_error("private audio server: no configuration of pipewire-pulse");
-    }
-    return content;
-}
-
 std::string quoted(const std::string& name) {
     return "\"" + name + "\"";
 }
@@ -88,26 +73,16 @@ PrivateAudioServer::PrivateAudioServer(const AudioServerOptions& options) : opti
     startBus();
     startSession();
     if (options_.devices && options_.sessionManager) {
-        waitFor("the test devices are the defaults",
-                [&] { return hasDefault("sink", output) && hasDefault("source", microphone); });
+        until("the test devices are the defaults",
+              [&] { return hasDefault("sink", output) && hasDefault("source", microphone); });
     }
 }
 
 void PrivateAudioServer::writeConfiguration() const {
     const auto etc = folder() / "etc";
-    std::string pipeWire;
-    if (options_.quantum != 0) {
-        const auto frames = std::to_string(options_.quantum);
-        pipeWire = "context.properties = { default.clock.quantum = " + frames +
-                   "  default.clock.min-quantum = " + frames + "  default.clock.max-quantum = " + frames +
-                   " }\n";
-    }
     if (options_.devices) {
-        pipeWire += devicesConfiguration;
-    } else {
-        write(etc / "pipewire/pipewire-pulse.conf", pulseConfigurationWithoutDummy());
+        write(etc / "pipewire/pipewire.conf.d/50-test.conf", devicesConfiguration);
     }
-    write(etc / "pipewire/pipewire.conf.d/50-test.conf", pipeWire);
     write(etc / "wireplumber/main.lua.d/51-test.lua", noHardware);
     write(etc / "wireplumber/bluetooth.lua.d/51-test.lua", "bluez_monitor.enabled = false\n");
     std::filesystem::create_directory(folder() / "state");
@@ -125,7 +100,7 @@ SessionProgram PrivateAudioServer::startDaemon(const std::vector<std::string>& c
 void PrivateAudioServer::startBus() {
     const auto address = "unix:path=" + (folder() / "bus").string();
     bus_ = startDaemon({"dbus-daemon", "--session", "--nofork", "--nopidfile", "--address=" + address});
-    waitFor("the bus", [&] {
+    until("the bus", [&] {
         return answer({"dbus-send", "--bus=" + address, "--print-reply", "--dest=org.freedesktop.DBus", "/",
                        "org.freedesktop.DBus.GetId"})
             .has_value();
@@ -134,11 +109,12 @@ void PrivateAudioServer::startBus() {
 
 void PrivateAudioServer::startSession() {
     pipeWire_ = startDaemon({"pipewire"});
-    waitFor("PipeWire", [&] { return answer({"pw-cli", "info", "0"}).has_value(); });
+    until("PipeWire", [&] { return answer({"pw-cli", "info", "0"}).has_value(); });
     if (options_.sessionManager) {
         wirePlumber_ = startDaemon({"wireplumber"});
     }
-    if (options_.pulse) {
+    // It gives a session without outputs a dummy one.
+    if (options_.pulse && options_.devices) {
         pulse_ = startDaemon({"pipewire-pulse"});
     }
     waitForSession();
@@ -146,19 +122,19 @@ void PrivateAudioServer::startSession() {
 
 void PrivateAudioServer::waitForSession() {
     if (wirePlumber_) {
-        waitFor("default devices", [&] {
+        until("default devices", [&] {
             const auto nodes = answer({"pw-cli", "ls", "Node"}).value_or("");
             return (!nodes.contains(R"(media.class = "Audio/Sink)") || hasDefault("sink")) &&
                    (!nodes.contains(R"(media.class = "Audio/Source)") || hasDefault("source"));
         });
         if (options_.devices) {
-            waitFor("the microphone's link", [&] {
+            until("the microphone's link", [&] {
                 return answer({"pw-link", "-l"}).value_or("").contains("|-> tarn-test-mic-in:input_FR");
             });
         } else {
             // Nothing that the session manager has done can be seen yet, so let it do something.
             const auto name = newNodeName();
-            waitFor("the session manager", [&] {
+            until("the session manager", [&] {
                 return answer({"pw-metadata", "-n", "default", "0"}).value_or("").contains("Found");
             });
             addSource(name, "MONO");
@@ -166,20 +142,8 @@ void PrivateAudioServer::waitForSession() {
         }
     }
     if (pulse_) {
-        waitFor("pipewire-pulse", [&] { return answer({"pactl", "info"}).has_value(); });
+        until("pipewire-pulse", [&] { return answer({"pactl", "info"}).has_value(); });
     }
-}
-
-void PrivateAudioServer::waitFor(const std::string& what, const std::function<bool()>& isSo) {
-    until(what, [&] {
-        for (auto* const daemon : {&bus_, &pipeWire_, &wirePlumber_, &pulse_}) {
-            if (*daemon && !(*daemon)->isRunning()) {
-                throw std::runtime_error("private audio server: while waiting for " + what + ", " +
-                                         (*daemon)->name() + " died; it said: " + (*daemon)->output());
-            }
-        }
-        return isSo();
-    });
 }
 
 bool PrivateAudioServer::hasDefault(const std::string& kind, const std::string& name) {
@@ -192,16 +156,11 @@ void PrivateAudioServer::killPipeWire() {
     pipeWire_->kill();
 }
 
-void PrivateAudioServer::startPipeWire(Followers followers) {
+void PrivateAudioServer::startPipeWire() {
     pipeWire_.reset();
-    if (followers == Followers::restart) {
-        pulse_.reset();
-        wirePlumber_.reset();
-        startSession();
-        return;
-    }
-    pipeWire_ = startDaemon({"pipewire"});
-    until("PipeWire", [&] { return answer({"pw-cli", "info", "0"}).has_value(); });
+    pulse_.reset();
+    wirePlumber_.reset();
+    startSession();
 }
 
 void PrivateAudioServer::pausePipeWire() {
@@ -226,8 +185,7 @@ void PrivateAudioServer::startWirePlumber() {
 }
 
 SessionProgram PrivateAudioServer::runWirePlumber() {
-    auto manager = run({"env", "XDG_CONFIG_HOME=" + (folder() / "etc").string(),
-                        "XDG_STATE_HOME=" + (folder() / "state").string(), "wireplumber"});
+    auto manager = startDaemon({"wireplumber"});
     until("the session manager", [&] { return hasDefault("sink"); });
     return manager;
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <filesystem>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,10 +14,9 @@ namespace tarn::test {
 /// What a private audio server starts with.
 struct AudioServerOptions {
     bool sessionManager = true;  ///< WirePlumber: without it there are no ports, no defaults and no links
-    bool pulse = true;           ///< pipewire-pulse, for paplay and pactl
+    bool pulse = true;           ///< pipewire-pulse, for paplay and pactl; only with devices
     bool devices = true;         ///< the test devices; without them there is no sink at all and no source
-    unsigned quantum = 0;  ///< frames a graph cycle, whatever clients ask for; 0: as PipeWire comes (1024)
-    bool ownBus = true;    ///< its bus becomes the process's session bus; else only the daemons use it
+    bool ownBus = true;          ///< its bus becomes the process's session bus; else only the daemons use it
 };
 
 /// A whole audio session of a test's own, without hardware: D-Bus, PipeWire, WirePlumber and pipewire-pulse
@@ -27,8 +25,8 @@ struct AudioServerOptions {
 /// Its devices are `tarn-test-out`, the default output; `tarn-test-mic`, the default microphone; and
 /// `tarn-test-mic-feed`, an output whose sound the microphone hears, level unchanged. All are stereo.
 ///
-/// Everything ends with the object, and also with this process should it be killed. Made before the test
-/// starts threads and destroyed after they ended, since it changes the environment. One at a time. Every
+/// Everything ends with the object; its programs also with this process should it be killed. Made before the
+/// test starts threads and destroyed after they ended, since it changes the environment. One at a time. Every
 /// method waits until its effect can be seen and throws std::runtime_error when that takes more than 20 s.
 /// Not thread-safe.
 class PrivateAudioServer {
@@ -37,19 +35,15 @@ public:
     static constexpr const char* microphone = "tarn-test-mic";
     static constexpr const char* microphoneFeed = "tarn-test-mic-feed";
 
-    enum class Followers {
-        restart,  ///< WirePlumber and pipewire-pulse come back with PipeWire, as on a desktop
-        leave,    ///< they stay as they are: WirePlumber ended with PipeWire, pipewire-pulse did not
-    };
-
     explicit PrivateAudioServer(const AudioServerOptions& options = {});
     ~PrivateAudioServer() = default;
     PrivateAudioServer(const PrivateAudioServer&) = delete;
     PrivateAudioServer& operator=(const PrivateAudioServer&) = delete;
 
     void killPipeWire();  ///< SIGKILL; what hung on it notices by itself
-    /// Starts it after `killPipeWire`; devices that were added are gone.
-    void startPipeWire(Followers followers = Followers::restart);
+    /// Starts it after `killPipeWire`, and WirePlumber and pipewire-pulse with it, as on a desktop; devices
+    /// that were added are gone.
+    void startPipeWire();
     void pausePipeWire();   ///< it keeps its connections and does nothing (SIGSTOP)
     void resumePipeWire();  ///< it works on (SIGCONT)
     void stopWirePlumber();
@@ -95,7 +89,6 @@ private:
     void startBus();
     void startSession();
     void waitForSession();
-    void waitFor(const std::string& what, const std::function<bool()>& isSo);
     bool hasDefault(const std::string& kind, const std::string& name = {});
     void addNode(const std::string& name, const std::string& channelMap, const std::string& mediaClass);
     void remove(const std::string& name);
