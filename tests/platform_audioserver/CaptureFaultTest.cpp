@@ -1,7 +1,6 @@
 // Captures of a real graph whose daemons die, hang, come back or were never there.
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "CaptureSession.h"
 #include "support/audio/Measure.h"

@@ -8,11 +8,11 @@
 #include <cmath>
 #include <filesystem>
 #include <sstream>
+#include <vector>
 
 #include "CaptureSession.h"
 #include "support/audio/Measure.h"
 #include "support/audio/Player.h"
-#include "support/audio/SoundFiles.h"
 
 namespace tarn {
 namespace {
@@ -32,21 +32,15 @@ Weights weightsOf(unsigned channels, std::size_t channel) {
     return channels == 1 ? Weights{1, 1} : surround[channel];
 }
 
-test::Sound tonesIn(unsigned channels, double rate) {
-    test::Sound sound{.samples = {}, .channels = channels, .rate = rate};
-    const auto frames = static_cast<std::size_t>(20 * rate);
-    for (std::size_t frame = 0; frame < frames; ++frame) {
-        for (std::size_t channel = 0; channel < channels; ++channel) {
-            const double turn = 2 * M_PI * tones[channel] * static_cast<double>(frame) / rate;
-            sound.samples.push_back(static_cast<float>(tonePeak * std::sin(turn)));
-        }
-    }
-    return sound;
-}
-
 // With the channels' positions in its header, as programs that play surround sound have it.
 void writeTones(const std::filesystem::path& path, unsigned channels, double rate, bool positions) {
-    const auto sound = tonesIn(channels, rate);
+    std::vector<float> samples;
+    for (std::size_t frame = 0; frame < static_cast<std::size_t>(20 * rate); ++frame) {
+        for (std::size_t channel = 0; channel < channels; ++channel) {
+            const double turn = 2 * M_PI * tones[channel] * static_cast<double>(frame) / rate;
+            samples.push_back(static_cast<float>(tonePeak * std::sin(turn)));
+        }
+    }
     SF_INFO info{};
     info.samplerate = static_cast<int>(rate);
     info.channels = static_cast<int>(channels);
@@ -57,7 +51,7 @@ void writeTones(const std::filesystem::path& path, unsigned channels, double rat
                                SF_CHANNEL_MAP_LFE,  SF_CHANNEL_MAP_REAR_LEFT, SF_CHANNEL_MAP_REAR_RIGHT};
         sf_command(file, SFC_SET_CHANNEL_MAP_INFO, map.data(), sizeof map);
     }
-    sf_write_float(file, sound.samples.data(), static_cast<sf_count_t>(sound.samples.size()));
+    sf_write_float(file, samples.data(), static_cast<sf_count_t>(samples.size()));
     sf_close(file);
 }
 

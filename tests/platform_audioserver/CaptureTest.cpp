@@ -48,13 +48,11 @@ TEST_F(Capture, HearsEveryProgramButThisProcessWhateverItPlaysThrough) {
     AudioServer second;
     const test::OwnTone sameConnection(server, 1000);
     const test::OwnTone otherConnection(second, 1500);
-    const test::ForeignTone library(2000);
     test::Player late(session, tone(660));
     EXPECT_TRUE(capture.probe->hears(660, -12));
     sameConnection.awaitCycles(20);
     otherConnection.awaitCycles(20);
-    library.awaitCycles(20);
-    EXPECT_NO_THROW(untilHeardAlone(*capture.probe, {1000, 1500, 2000}));
+    EXPECT_NO_THROW(untilHeardAlone(*capture.probe, {1000, 1500}));
     EXPECT_TRUE(capture.stop());
     EXPECT_FALSE(capture.stop());
 }
@@ -76,18 +74,6 @@ TEST_F(Capture, HearsWhatPlaysThroughAVirtualOutputOnceAndThisProcessNotAtAll) {
     ASSERT_TRUE(content);
     EXPECT_EQ(std::ranges::count(content->applications, "pw-loopback", &RunningApplication::bundleIdentifier),
               0);
-}
-
-TEST_F(Capture, HearsThisProcessWhereItIsNotExcluded) {
-    auto configuration = CaptureSession::configuration();
-    configuration.excludesCurrentProcessAudio = false;
-    const test::OwnTone own(server, 1000);
-    const auto probe = std::make_shared<test::CaptureProbe>();
-    const auto stream = service->makeStream(ContentFilter::excluding({}, {}), configuration, probe);
-    ASSERT_TRUE(
-        stream->addStreamOutput(probe, StreamOutputType::audio, std::make_shared<SerialQueue>("test")));
-    ASSERT_TRUE(test::runTask(context, stream->startCapture()));
-    EXPECT_TRUE(probe->hears(1000, -12));
 }
 
 TEST_F(Capture, FollowsOneProgramThroughAllOfItsProcesses) {
@@ -115,28 +101,6 @@ TEST_F(Capture, FollowsOneProgramThroughAllOfItsProcesses) {
     }
 }
 
-TEST_F(Capture, LeavesAnExcludedProgramOut) {
-    test::Player excluded(session, tone(440), program("org.example.Excluded"));
-    test::Player other(session, tone(660));
-    const auto capture = this->capture(
-        ContentFilter::excluding({}, {{.bundleIdentifier = "org.example.Excluded", .processID = 0}}));
-    ASSERT_TRUE(capture.started);
-    EXPECT_TRUE(capture.probe->hears(660, -12));
-    EXPECT_LT(test::toneLevel(capture.probe->next(0.3)[0], 440, 48000), -102);
-}
-
-TEST_F(Capture, DeliversSilenceInRealTimeWhileNothingPlays) {
-    const auto capture = captureAll();
-    ASSERT_TRUE(capture.started) << capture.started.error().description;
-    capture.probe->next(0.1);
-    const auto before = std::chrono::steady_clock::now();
-    const auto silence = capture.probe->next(2);
-    const std::chrono::duration<double> took = std::chrono::steady_clock::now() - before;
-    EXPECT_EQ(test::rms(silence[0]), 0);
-    EXPECT_EQ(test::rms(silence[1]), 0);
-    EXPECT_GT(took.count(), 1.8);
-}
-
 TEST_F(Capture, IsHeardByNobodyAndShownByNoMixer) {
     test::Player player(session, session.toneFile(440, -12, 6));
     test::Recorder recorder(session, test::PrivateAudioServer::output, test::Recorder::From::monitor);
@@ -148,6 +112,7 @@ TEST_F(Capture, IsHeardByNobodyAndShownByNoMixer) {
         const auto capture = captureAll();
         ASSERT_TRUE(capture.started) << capture.started.error().description;
         ASSERT_TRUE(capture.probe->hears(440, -12));
+        EXPECT_LT(test::largestJump(capture.probe->next(0.5)[0], 440, 48000), 0.05);
         EXPECT_EQ(session.answer(mixer), before);
         EXPECT_TRUE(capture.stop());
         recorder.waitFor(until += 0.5);
@@ -158,13 +123,6 @@ TEST_F(Capture, IsHeardByNobodyAndShownByNoMixer) {
     const auto steady = test::withoutSilence(left, 48000);
     EXPECT_GT(steady.size(), 3 * 48000U);
     EXPECT_LT(test::largestJump(steady, 440, 48000), 0.05);
-}
-
-TEST_F(Capture, StaysInOrderWithoutAGap) {
-    test::Player player(session, tone(440));
-    const auto capture = captureAll();
-    ASSERT_TRUE(capture.probe->hears(440, -12));
-    EXPECT_LT(test::largestJump(capture.probe->next(3)[0], 440, 48000), 0.05);
 }
 
 TEST_F(Capture, LeavesNothingOpenWhenItIsStartedOverAndOver) {
