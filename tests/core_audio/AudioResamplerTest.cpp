@@ -3,12 +3,9 @@
 #include "TarnCore/audio/AudioResampler.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <string>
-
-#include "TarnPlatform/base/Log.h"
 #include "platform_audio/Signal.h"
+#include "support/LogCapture.h"
 
 namespace tarn {
 namespace {
@@ -19,13 +16,7 @@ using test::tone;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class Resampler : public testing::Test {
-protected:
-    Resampler() {
-        setLogSink([this](std::string_view line) { lines_.emplace_back(line); });
-    }
-    ~Resampler() override { setLogSink({}); }
-
+struct Resampler : testing::Test {
     std::vector<float> samplesOf(const std::vector<std::byte>& bytes) const {
         std::vector<float> samples;
         for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
@@ -37,7 +28,7 @@ protected:
     }
 
     AudioResampler resampler_;
-    std::vector<std::string> lines_;
+    test::LogCapture log;
 };
 
 const AudioFormat captured{CommonFormat::float32, 48000, 2, true, std::nullopt};
@@ -69,7 +60,7 @@ TEST_F(Resampler, JoinsBuffersOfUnevenSizesToOneStream) {
     const auto fit = fitTone(samples, 700, 16000);
     EXPECT_NEAR(fit.amplitude, 0.5, 0.001);
     EXPECT_LT(fit.rest, 0.5e-4);  // a seam would leave more than the rounding
-    EXPECT_THAT(lines_, IsEmpty());
+    EXPECT_THAT(log.lines(), IsEmpty());
 }
 
 TEST_F(Resampler, BeginsANewStreamWhenTheFormatChanges) {
@@ -87,10 +78,10 @@ TEST_F(Resampler, SaysOnceThatAFormatIsHopelessAndWaitsForAnother) {
     const std::string line = "[resample] AVAudioConverter init failed for 1 ch, 500 Hz, Int16, interleaved";
     EXPECT_FALSE(resampler_.process(silence(hopeless, 100)));
     EXPECT_FALSE(resampler_.process(silence(hopeless, 100)));
-    EXPECT_THAT(lines_, ElementsAre(line));
+    EXPECT_THAT(log.lines(), ElementsAre(line));
     EXPECT_TRUE(resampler_.process(silence(captured, 480)));
     EXPECT_FALSE(resampler_.process(silence(hopeless, 100)));
-    EXPECT_THAT(lines_, ElementsAre(line, line));
+    EXPECT_THAT(log.lines(), ElementsAre(line, line));
     EXPECT_FALSE(resampler_.process(silence(captured, 0)));
 }
 

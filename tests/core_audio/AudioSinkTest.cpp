@@ -3,7 +3,6 @@
 #include "TarnCore/audio/AudioSink.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <limits>
 #include <memory>

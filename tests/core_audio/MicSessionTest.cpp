@@ -2,7 +2,6 @@
 #include "TarnCore/audio/MicSession.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "FakeEngine.h"
 #include "support/LogCapture.h"
