@@ -13,15 +13,13 @@ namespace tarn::test {
 class Heard {
 public:
     void take(const PcmBuffer& buffer) {
-        {
-            const std::lock_guard lock(mutex_);
-            channels_.resize(buffer.format().channelCount);
-            for (std::uint32_t channel = 0; channel < channels_.size(); ++channel) {
-                const float* const samples = buffer.floatChannelData(channel);
-                channels_[channel].insert(channels_[channel].end(), samples, samples + buffer.frameLength());
-            }
-            rate_ = buffer.format().sampleRate;
+        const std::lock_guard lock(mutex_);
+        channels_.resize(buffer.format().channelCount);
+        for (std::uint32_t channel = 0; channel < channels_.size(); ++channel) {
+            const float* const samples = buffer.floatChannelData(channel);
+            channels_[channel].insert(channels_[channel].end(), samples, samples + buffer.frameLength());
         }
+        rate_ = buffer.format().sampleRate;
         more_.notify_all();
     }
 
@@ -30,15 +28,13 @@ public:
     std::vector<float> next(double seconds, std::size_t channel = 0) {
         std::unique_lock lock(mutex_);
         const std::size_t from = channels_.empty() ? 0 : channels_[0].size();
-        const auto enough = [&] {
+        const bool came = more_.wait_for(lock, std::chrono::duration<double>(3 * seconds + 5), [&] {
             return channel < channels_.size() &&
                    static_cast<double>(channels_[channel].size() - from) >= seconds * rate_;
-        };
-        const auto limit = std::chrono::duration<double>(3 * seconds + 5);
-        if (!more_.wait_for(lock, limit, enough)) {
-            return {};
-        }
-        return {channels_[channel].begin() + static_cast<std::ptrdiff_t>(from), channels_[channel].end()};
+        });
+        return came ? std::vector(channels_[channel].begin() + static_cast<std::ptrdiff_t>(from),
+                                  channels_[channel].end())
+                    : std::vector<float>();
     }
 
     std::size_t frames() const {

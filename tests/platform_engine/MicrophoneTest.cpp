@@ -175,22 +175,6 @@ TEST_F(Microphone, ADeviceThatIsNoneIsRefused) {
     EXPECT_EQ(engine->inputNode().inputFormat(0).channelCount, 0U);
 }
 
-TEST_F(Microphone, HardwareIsListedInTheOrderOfItsIds) {
-    server.addSource("headset", "MONO");
-    until("the headset is listed", [] { return idOf("headset") != 0; });
-    const auto list = AudioHardware::system().read();
-    EXPECT_TRUE(std::ranges::is_sorted(list->devices, {}, &HardwareDevice::id));
-    for (const auto& [uid, channels] :
-         {std::pair("headset", 1U), {PrivateAudioServer::microphone, 2U}, {PrivateAudioServer::output, 0U}}) {
-        const auto device = std::ranges::find(list->devices, uid, &HardwareDevice::uid);
-        ASSERT_NE(device, list->devices.end()) << uid;
-        EXPECT_EQ(device->inputChannels, channels) << uid;
-    }
-    EXPECT_EQ(list->defaultInput, idOf(PrivateAudioServer::microphone));
-    const auto microphone = std::ranges::find(list->devices, *list->defaultInput, &HardwareDevice::id);
-    EXPECT_EQ(microphone->name, "Test microphone");
-}
-
 struct NoMicrophone : Microphone {
     NoMicrophone() : Microphone({.devices = false}) {}
 };

@@ -83,15 +83,8 @@ TEST_P(EchoOf, IsTakenOutOfTheMicrophone) {
     until("the ear on the output is gone", [&] { return !server.hasNode("tarn.echo"); });
 }
 
-std::string speakerName(const testing::TestParamInfo<Speaker>& test) {
-    return test.param == Speaker::own             ? "OwnDub"
-           : test.param == Speaker::anotherColumn ? "AnotherColumn"
-                                                  : "AnotherProgram";
-}
-
 INSTANTIATE_TEST_SUITE_P(All, EchoOf,
-                         testing::Values(Speaker::own, Speaker::anotherColumn, Speaker::anotherProgram),
-                         speakerName);
+                         testing::Values(Speaker::own, Speaker::anotherColumn, Speaker::anotherProgram));
 
 TEST_F(VoiceProcessingTest, IsNotChangedWhileTheEngineRunsAndLeavesTheRawSoundAfterwards) {
     EngineBench bench;
