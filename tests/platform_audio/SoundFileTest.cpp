@@ -3,17 +3,13 @@
 #include "TarnPlatform/audio/SoundFile.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <csignal>
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
+
+#include "support/Program.h"
 
 namespace tarn {
 namespace {
@@ -53,19 +49,10 @@ std::string raw(std::initializer_list<T> values) {
     return {reinterpret_cast<const char*>(values.begin()), values.size() * sizeof(T)};
 }
 
-class SoundFile : public testing::Test {
-protected:
-    SoundFile() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "tarn-sound-XXXXXX").string();
-        folder_ = ::mkdtemp(pattern.data());
-    }
-    ~SoundFile() override { std::filesystem::remove_all(folder_); }
-
-    std::string path(const std::string& name) const { return (folder_ / name).string(); }
-
+struct SoundFile : testing::Test {
+    std::string path(const std::string& name) const { return folder_.file(name); }
     std::string file(const std::string& name, const std::string& bytes) const {
-        std::ofstream(path(name), std::ios::binary) << bytes;
-        return path(name);
+        return folder_.write(name, bytes);
     }
 
     static std::vector<float> readAll(SoundFileReader& reader, std::uint32_t block = 1000) {
@@ -81,7 +68,7 @@ protected:
         }
     }
 
-    std::filesystem::path folder_;
+    test::TemporaryFolder folder_;
 };
 
 TEST_F(SoundFile, IsReadWhateverItsSampleTypeRateAndChannels) {
@@ -132,7 +119,7 @@ TEST_F(SoundFile, IsRefusedWithOneClearLineWhereThereIsNoSound) {
         const char* reason;
     } cases[] = {
         {path("missing.wav"), "No such file or directory"},
-        {folder_.string(), "is a directory"},
+        {folder_.path(), "is a directory"},
         {path("fifo"), "is not a regular file"},
         {file("empty.wav", ""), "is empty"},
         {file("text.wav", "This is not a sound at all, whatever its name."), "is not a sound file"},
@@ -174,7 +161,7 @@ TEST_F(SoundFile, IsWrittenForItsOwnerOnlyAndCanBePlayedWhenItsWriterIsKilled) {
         ASSERT_EQ(::stat(path(name).c_str(), &status), 0);
         EXPECT_EQ(status.st_mode & 0777U, 0600U);
     }
-    for (const auto& place : {folder_.string(), path("no/folder.wav"), std::string("/dev/null")}) {
+    for (const auto& place : {folder_.path(), path("no/folder.wav"), std::string("/dev/null")}) {
         const auto writer = SoundFileWriter::create(place, 24000);
         ASSERT_FALSE(writer) << place;
         EXPECT_THAT(writer.error().description, StartsWith(place + ": "));
@@ -182,22 +169,20 @@ TEST_F(SoundFile, IsWrittenForItsOwnerOnlyAndCanBePlayedWhenItsWriterIsKilled) {
 }
 
 TEST_F(SoundFile, KeepsWhatWasWrittenBeforeTheDiskWasFull) {
-    const auto child = ::fork();
-    if (child == 0) {
-        ::signal(SIGXFSZ, SIG_IGN);
-        const rlimit limit{10000, 10000};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
+    ::signal(SIGXFSZ, SIG_IGN);
+    rlimit before{};
+    ::getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit tight{10000, before.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &tight);
+    Result<void> written;
+    {
         auto writer = SoundFileWriter::create(path("a.wav"), 24000).value();
-        const bool first = writer.write(bytesOf(std::string(4800, '\1'))).has_value();
-        const auto second = writer.write(bytesOf(std::string(9600, '\1')));
-        ::_exit(first && !second &&
-                        second.error().description.starts_with(path("a.wav") + ": cannot be written")
-                    ? 0
-                    : 1);
+        EXPECT_TRUE(writer.write(bytesOf(std::string(4800, '\1'))));
+        written = writer.write(bytesOf(std::string(9600, '\1')));
     }
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    ASSERT_FALSE(written);
+    EXPECT_THAT(written.error().description, StartsWith(path("a.wav") + ": cannot be written"));
     auto reader = SoundFileReader::open(path("a.wav")).value();
     EXPECT_GE(readAll(reader).size(), 2400U);
 }
