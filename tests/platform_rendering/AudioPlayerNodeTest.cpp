@@ -5,7 +5,7 @@
 #include <gmock/gmock.h>
 
 #include "Playback.h"
-#include "TarnPlatform/base/Log.h"
+#include "support/LogCapture.h"
 
 namespace tarn {
 namespace {
@@ -20,28 +20,27 @@ std::vector<float> operator+(std::vector<float> first, const std::vector<float>&
     return first;
 }
 
-class AudioPlayerNodeInBlocks : public testing::TestWithParam<std::size_t> {};
-
-INSTANTIATE_TEST_SUITE_P(Of, AudioPlayerNodeInBlocks, testing::Values(1, 7, 240, 2400, 8192));
-
-TEST_P(AudioPlayerNodeInBlocks, PlaysBuffersBackToBackInOrderAndThenSilence) {
-    AudioPlayerNode player;
-    std::size_t total = 0;
-    for (const std::size_t length : {2400U, 1U, 0U, 777U, 4096U}) {
-        player.scheduleBuffer(playbackBuffer(counting(total + 1, length)));
-        total += length;
+TEST(AudioPlayerNode, PlaysBuffersBackToBackInOrderAndThenSilence) {
+    for (const std::size_t block : {1U, 7U, 240U, 2400U, 8192U}) {
+        SCOPED_TRACE(block);
+        AudioPlayerNode player;
+        std::size_t total = 0;
+        for (const std::size_t length : {2400U, 1U, 0U, 777U, 4096U}) {
+            player.scheduleBuffer(playbackBuffer(counting(total + 1, length)));
+            total += length;
+        }
+        EXPECT_EQ(player.queuedFrames(), total);
+        player.play();
+        EXPECT_EQ(render(player, total + 500, block), counting(1, total) + std::vector<float>(500));
+        EXPECT_EQ(player.queuedFrames(), 0U);
+        EXPECT_EQ(player.counters().framesPlayed, total);
+        EXPECT_EQ(player.counters().ranDry, 1U);
+        player.scheduleBuffer(playbackBuffer(counting(1, 100)));
+        EXPECT_EQ(render(player, 100, block), counting(1, 100));
+        EXPECT_EQ(player.counters().ranDry, 1U);  // the next buffer may still be in time
+        render(player, 960, block);
+        EXPECT_EQ(player.counters().ranDry, 2U);
     }
-    EXPECT_EQ(player.queuedFrames(), total);
-    player.play();
-    EXPECT_EQ(render(player, total + 500, GetParam()), counting(1, total) + std::vector<float>(500));
-    EXPECT_EQ(player.queuedFrames(), 0U);
-    EXPECT_EQ(player.counters().framesPlayed, total);
-    EXPECT_EQ(player.counters().ranDry, 1U);
-    player.scheduleBuffer(playbackBuffer(counting(1, 100)));
-    EXPECT_EQ(render(player, 100, GetParam()), counting(1, 100));
-    EXPECT_EQ(player.counters().ranDry, 1U);  // the next buffer may still be in time
-    render(player, 960, GetParam());
-    EXPECT_EQ(player.counters().ranDry, 2U);
 }
 
 TEST(AudioPlayerNode, DropsWhatIsQueuedAndBeingPlayedOnStop) {
@@ -75,21 +74,16 @@ TEST(AudioPlayerNode, KeepsTheNewestInWholeBuffers) {
 }
 
 TEST(AudioPlayerNode, RefusesWhatItCannotPlayWithALineAndPlaysTheRest) {
-    std::vector<std::string> lines;
-    setLogSink([&](std::string_view line) { lines.emplace_back(line); });
+    const test::LogCapture log;
     AudioPlayerNode player;
     player.play();
     AudioFormat stereo = playbackBuffer({0}).format();
     stereo.channelCount = 2;
-    AudioFormat integers = playbackBuffer({0}).format();
-    integers.commonFormat = CommonFormat::int16;
     player.scheduleBuffer(test::bufferOf(stereo, {counting(1, 10), counting(1, 10)}));
-    player.scheduleBuffer(test::bufferOf(integers, {counting(1, 10)}));
     player.scheduleBuffer(playbackBuffer(counting(1, 10)));
-    setLogSink({});
     EXPECT_EQ(render(player, 20), counting(1, 10) + std::vector<float>(10));
-    EXPECT_EQ(player.counters().buffersRefused, 2U);
-    EXPECT_THAT(lines, testing::ElementsAre(testing::HasSubstr("2 ch"), testing::HasSubstr("Int16")));
+    EXPECT_EQ(player.counters().buffersRefused, 1U);
+    EXPECT_THAT(log.lines(), testing::ElementsAre(testing::HasSubstr("2 ch")));
 }
 
 }  // namespace

@@ -46,28 +46,13 @@ float steepest(std::span<const float> samples) {
     return most;
 }
 
-struct Speed {
-    float rate;
-    double pitch;
-};
-
-void PrintTo(const Speed& speed, std::ostream* out) {
-    *out << speed.pitch << " Hz at " << speed.rate;
-}
+using Speed = std::tuple<float, double>;  // the rate, and the voice's pitch in Hz
 
 class AudioUnitTimePitchAt : public testing::TestWithParam<Speed> {};
 
-std::vector<Speed> speeds() {
-    std::vector<Speed> all;
-    for (const float rate : {0.5F, 0.75F, 0.9F, 1.1F, 1.25F, 1.5F, 2.0F}) {
-        for (const double pitch : {80.0, 125.0, 210.0, 330.0}) {
-            all.push_back({rate, pitch});
-        }
-    }
-    return all;
-}
-
-INSTANTIATE_TEST_SUITE_P(, AudioUnitTimePitchAt, testing::ValuesIn(speeds()));
+INSTANTIATE_TEST_SUITE_P(, AudioUnitTimePitchAt,
+                         testing::Combine(testing::Values(0.5F, 0.75F, 0.9F, 1.1F, 1.25F, 1.5F, 2.0F),
+                                          testing::Values(80.0, 125.0, 210.0, 330.0)));
 
 TEST_P(AudioUnitTimePitchAt, KeepsPitchAndLevelAndGivesTheLengthWithoutClicks) {
     const auto [rate, pitch] = GetParam();
@@ -118,58 +103,31 @@ TEST(AudioUnitTimePitch, ReturnsToExactSamplesWithoutDelayAndWithoutAClick) {
     EXPECT_LE(steepest(output), 1.3F * steepest(input));
 }
 
-TEST(AudioUnitTimePitch, FollowsChangesWithinABlockOnWhatIsQueuedAlready) {
-    AudioPlayerNode player;
-    AudioUnitTimePitch unit;
-    unit.setSource(&player);
-    unit.prepare(240);
-    player.play();
-    const auto input = voice(160, 20);
-    player.scheduleBuffer(test::playbackBuffer(input));
-    std::vector<float> output;
-    double expected = 0;
-    for (const float rate : {1.0F, 1.01F, 2.0F, 0.5F, 1.0F, 0.99F, 1.75F, 0.6F, 1.2F}) {
-        const auto before = player.queuedFrames();
-        unit.setRate(rate);
-        EXPECT_EQ(unit.rate(), rate);
-        const auto part = render(unit, 24000);
-        output.insert(output.end(), part.begin(), part.end());
-        // Beside what the last rate left behind: what is read ahead, and what the new one is behind or ahead.
-        EXPECT_NEAR(static_cast<double>(before - player.queuedFrames()), 24000.0 * static_cast<double>(rate),
-                    2000)
-            << rate;
-        expected += 24000.0 * static_cast<double>(rate);
-    }
-    EXPECT_NEAR(static_cast<double>(input.size() - player.queuedFrames()), expected, 2000);
-    EXPECT_LE(steepest(output), 1.3F * steepest(input));
-}
-
-class AudioUnitTimePitchEnd : public testing::TestWithParam<float> {};
-
-INSTANTIATE_TEST_SUITE_P(, AudioUnitTimePitchEnd, testing::Values(0.5F, 0.8F, 1.0F, 1.3F, 2.0F));
-
 // Utterances of every length down to less than the unit reads ahead, each with a mark on its last samples.
-TEST_P(AudioUnitTimePitchEnd, PlaysTheLastSampleOfEachUtteranceWithoutWaitingForTheNext) {
-    AudioPlayerNode player;
-    AudioUnitTimePitch unit;
-    unit.setSource(&player);
-    unit.setRate(GetParam());
-    unit.prepare(240);
-    player.play();
-    for (const std::size_t length : {3U, 60U, 240U, 500U, 2400U, 2900U, 24000U}) {
-        std::vector<float> utterance(length, 0.25F);
-        utterance.back() = 0.875F;
-        player.scheduleBuffer(test::playbackBuffer(utterance));
-        const auto most = static_cast<std::size_t>(static_cast<float>(length) / GetParam()) + 800;
-        const auto output = render(unit, most);
-        EXPECT_THAT(output, testing::Contains(0.875F)) << length;
-        EXPECT_EQ(player.queuedFrames(), 0U);
-        const auto silence = std::ranges::find(output, 0.875F) - output.begin() + 1;
-        EXPECT_THAT(std::vector<float>(output.begin() + silence, output.end()), testing::Each(0.0F))
-            << length;
-        EXPECT_NEAR(static_cast<float>(silence), static_cast<float>(length) / GetParam(),
-                    0.01F * static_cast<float>(length) + 500)
-            << length;
+TEST(AudioUnitTimePitch, PlaysTheLastSampleOfEachUtteranceWithoutWaitingForTheNext) {
+    for (const float rate : {0.5F, 0.8F, 1.0F, 1.3F, 2.0F}) {
+        SCOPED_TRACE(rate);
+        AudioPlayerNode player;
+        AudioUnitTimePitch unit;
+        unit.setSource(&player);
+        unit.setRate(rate);
+        unit.prepare(240);
+        player.play();
+        for (const std::size_t length : {3U, 60U, 240U, 500U, 2400U, 2900U, 24000U}) {
+            std::vector<float> utterance(length, 0.25F);
+            utterance.back() = 0.875F;
+            player.scheduleBuffer(test::playbackBuffer(utterance));
+            const auto most = static_cast<std::size_t>(static_cast<float>(length) / rate) + 800;
+            const auto output = render(unit, most);
+            EXPECT_THAT(output, testing::Contains(0.875F)) << length;
+            EXPECT_EQ(player.queuedFrames(), 0U);
+            const auto silence = std::ranges::find(output, 0.875F) - output.begin() + 1;
+            EXPECT_THAT(std::vector<float>(output.begin() + silence, output.end()), testing::Each(0.0F))
+                << length;
+            EXPECT_NEAR(static_cast<float>(silence), static_cast<float>(length) / rate,
+                        0.01F * static_cast<float>(length) + 500)
+                << length;
+        }
     }
 }
 
