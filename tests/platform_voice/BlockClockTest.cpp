@@ -1,4 +1,4 @@
-// The clock of a stream of blocks: jitter is not a jump, a gap is one, and the rate is learnt from the times.
+// The clock of a stream of blocks: a gap is a jump, and the rate is learnt from the times.
 
 #include "TarnPlatform/voice/BlockClock.h"
 
@@ -10,15 +10,6 @@ namespace {
 constexpr double rate = 48000;
 constexpr std::size_t block = 1024;
 constexpr double length = static_cast<double>(block) / rate;
-
-TEST(BlockClock, TakesTimesThatJitterByABlockForOneStream) {
-    BlockClock clock(rate);
-    for (int i = 0; i < 4000; ++i) {
-        const double jitter = (i * 37 % 101 - 50) / 50.0 * length;
-        ASSERT_EQ(clock.arrive(5 + i * length + jitter, block), 0) << i;
-    }
-    EXPECT_NEAR(clock.endTime(), 5 + 4000 * length, 0.004);
-}
 
 TEST(BlockClock, FollowsAClockThatRunsAtItsOwnRate) {
     BlockClock clock(rate);

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cmath>
 #include <cstdint>
 #include <functional>
@@ -141,55 +140,42 @@ struct Trouble {
     double seconds = 8;
 };
 
-void PrintTo(const Trouble& trouble, std::ostream* out) {
-    *out << trouble.name;
-}
-
-class VoiceProcessorIn : public testing::TestWithParam<Trouble> {};
-
-INSTANTIATE_TEST_SUITE_P(
-    , VoiceProcessorIn,
-    testing::Values(
-        Trouble{.name = "a plain room", .room = {}, .streams = {}},
-        Trouble{.name = "a loud echo", .room = {.gainDb = 6}, .streams = {}},
-        Trouble{.name = "a microphone that comes first", .room = {}, .streams = {.microphoneFirst = true}},
-        Trouble{.name = "an echo no later than the reference", .room = {.delay = 0}, .streams = {}},
-        Trouble{.name = "a late echo", .room = {.delay = 0.350}, .streams = {}},
-        Trouble{.name = "times that jitter", .room = {}, .streams = {.jitterBlocks = 1}},
-        Trouble{.name = "another clock", .room = {.driftPpm = 100}, .streams = {}, .from = 9, .seconds = 12},
-        Trouble{.name = "a gap in the reference",
-                .room = {},
-                .streams = {.gapFrom = 5, .gapTo = 6.9},
-                .from = 7.3,
-                .seconds = 10},
-        Trouble{.name = "a delay that grows",
-                .room = {.jump = 0.050, .jumpFrom = 5},
-                .streams = {},
-                .from = 8,
-                .seconds = 11},
-        Trouble{.name = "a delay that shrinks",
-                .room = {.delay = 0.120, .jump = -0.050, .jumpFrom = 5},
-                .streams = {},
-                .from = 8,
-                .seconds = 11},
-        Trouble{.name = "large blocks at 44.1 kHz",
-                .room = {},
-                .streams = {.microphoneRate = 44100, .cycle = 8191.0 / 44100}}),
-    [](const auto& test) {
-        std::string name = test.param.name;
-        std::erase_if(name, [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); });
-        return name;
-    });
-
-TEST_P(VoiceProcessorIn, TakesTheEchoAway) {
-    const auto& [name, room, streams, from, seconds] = GetParam();
-    auto far = babble(at(seconds), 0.05, 1);
-    if (streams.gapTo > 0) {
-        std::fill(far.begin() + static_cast<std::ptrdiff_t>(at(streams.gapFrom)),
-                  far.begin() + static_cast<std::ptrdiff_t>(at(streams.gapTo + 0.1)), 0.0F);
+TEST(VoiceProcessor, TakesTheEchoAwayWhateverTheTrouble) {
+    const Trouble troubles[] = {
+        {.name = "a plain room", .room = {}, .streams = {}},
+        {.name = "a loud echo", .room = {.gainDb = 6}, .streams = {}},
+        {.name = "a microphone that comes first", .room = {}, .streams = {.microphoneFirst = true}},
+        {.name = "an echo no later than the reference", .room = {.delay = 0}, .streams = {}},
+        {.name = "a late echo", .room = {.delay = 0.350}, .streams = {}},
+        {.name = "times that jitter", .room = {}, .streams = {.jitterBlocks = 1}},
+        {.name = "another clock", .room = {.driftPpm = 100}, .streams = {}, .from = 9, .seconds = 12},
+        {.name = "a gap in the reference",
+         .room = {},
+         .streams = {.gapFrom = 5, .gapTo = 6.9},
+         .from = 7.3,
+         .seconds = 10},
+        {.name = "a delay that grows",
+         .room = {.jump = 0.050, .jumpFrom = 5},
+         .streams = {},
+         .from = 8,
+         .seconds = 11},
+        {.name = "a delay that shrinks",
+         .room = {.delay = 0.120, .jump = -0.050, .jumpFrom = 5},
+         .streams = {},
+         .from = 8,
+         .seconds = 11},
+        {.name = "large blocks at 44.1 kHz",
+         .room = {},
+         .streams = {.microphoneRate = 44100, .cycle = 8191.0 / 44100}}};
+    for (const auto& [name, room, streams, from, seconds] : troubles) {
+        auto far = babble(at(seconds), 0.05, 1);
+        if (streams.gapTo > 0) {
+            std::fill(far.begin() + static_cast<std::ptrdiff_t>(at(streams.gapFrom)),
+                      far.begin() + static_cast<std::ptrdiff_t>(at(streams.gapTo + 0.1)), 0.0F);
+        }
+        const auto echo = echoOf(far, room);
+        EXPECT_GT(reduction(echo, run(far, echo, streams), from, seconds - 0.4), 20) << name;
     }
-    const auto echo = echoOf(far, room);
-    EXPECT_GT(reduction(echo, run(far, echo, streams), from, seconds - 0.4), 20);
 }
 
 TEST(VoiceProcessor, KeepsWhoSpeaksWhileTheEchoIsTakenAway) {
