@@ -92,12 +92,15 @@ protected:
     }
 
     RawPeer connect() { return RawPeer(server_->port()); }
-
-    void expectStillServing() {
-        auto peer = connect();
-        ASSERT_THAT(peer.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
-        peer.sendFrame(textFrame, "well?");
-        EXPECT_THAT(peer.readFrame(), isFrame(textFrame, "well?"));
+    struct Upgraded : RawPeer {
+        Upgraded(std::uint16_t port, const char* target) : RawPeer(port) {
+            EXPECT_THAT(upgrade(target), StartsWith("HTTP/1.1 101"));
+        }
+    };
+    Upgraded upgraded(const char* target) { return {server_->port(), target}; }
+    static void expectEcho(RawPeer& peer) {
+        peer.sendFrame(textFrame, "unmoved");
+        EXPECT_THAT(peer.readFrame(), isFrame(textFrame, "unmoved"));
     }
 
     NetworkThread network_;
@@ -121,59 +124,45 @@ TEST_F(HttpServerTest, AnswersRequestsOfOneConnectionInOrderWithoutClosingIt) {
                 AllOf(HasSubstr("Connection: close"), EndsWith("Content-Length: 8\r\n\r\n")));
 }
 
-struct BadRequest {
-    const char* name;
-    std::string bytes;
-    const char* answer;
-};
-
-class RefusedRequest : public HttpServerTest, public testing::WithParamInterface<BadRequest> {};
-
-TEST_P(RefusedRequest, IsAnsweredWithItsStatusAndClosed) {
-    start();
-    auto bystander = connect();
-    ASSERT_THAT(bystander.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
-    auto peer = connect();
-    peer.send(GetParam().bytes);
-    EXPECT_THAT(peer.readToEnd(), StartsWith(GetParam().answer));
-    bystander.sendFrame(textFrame, "unmoved");
-    EXPECT_THAT(bystander.readFrame(), isFrame(textFrame, "unmoved"));
-}
-
 const std::string upgradeHead =
     "GET /echo HTTP/1.1\r\nHost: localhost\r\nConnection: Upgrade\r\nUpgrade: websocket\r\n";
 
-INSTANTIATE_TEST_SUITE_P(
-    All, RefusedRequest,
-    testing::Values(
-        BadRequest{"Rubbish", std::string("\x16\x03\x01\0\xff\r\n\r\n", 9), "HTTP/1.1 400"},
-        BadRequest{"HugeHeader", "GET / HTTP/1.1\r\nX: " + std::string(200'000, 'a'), "HTTP/1.1 431"},
-        BadRequest{"HugeBody",
-                   "POST / HTTP/1.1\r\nContent-Length: 99999999\r\n\r\n" + std::string(300'000, 'b'),
-                   "HTTP/1.1 413"},
-        BadRequest{
-            "HugeChunk",
-            "POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n7fffffff\r\n" + std::string(300'000, 'b'),
-            "HTTP/1.1 413"},
-        BadRequest{"BadLength", "POST / HTTP/1.1\r\nContent-Length: -1\r\n\r\n", "HTTP/1.1 400"},
-        BadRequest{"PlainRequestOfASocketPath", "GET /echo HTTP/1.1\r\nHost: localhost\r\n\r\n",
-                   "HTTP/1.1 426"},
-        BadRequest{"UpgradeWithoutKey", upgradeHead + "Sec-WebSocket-Version: 13\r\n\r\n", "HTTP/1.1 426"},
-        BadRequest{
-            "UpgradeOfOldVersion",
-            upgradeHead + "Sec-WebSocket-Version: 8\r\nSec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n\r\n",
-            "HTTP/1.1 426"},
-        BadRequest{"FaultInHandler", "GET /throw HTTP/1.1\r\nConnection: close\r\n\r\n", "HTTP/1.1 500"},
-        BadRequest{"RefusedUpgrade",
-                   "GET /denied HTTP/1.1\r\nConnection: Upgrade, close\r\nUpgrade: websocket\r\n"
-                   "Sec-WebSocket-Version: 13\r\nSec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n\r\n",
-                   "HTTP/1.1 401"}),
-    [](const auto& test) { return std::string(test.param.name); });
+TEST_F(HttpServerTest, AnswersABadRequestWithItsStatusAndClosesIt) {
+    const struct {
+        const char* name;
+        std::string bytes;
+        const char* answer;
+    } cases[] = {
+        {"Rubbish", std::string("\x16\x03\x01\0\xff\r\n\r\n", 9), "HTTP/1.1 400"},
+        {"HugeHeader", "GET / HTTP/1.1\r\nX: " + std::string(200'000, 'a'), "HTTP/1.1 431"},
+        {"HugeBody", "POST / HTTP/1.1\r\nContent-Length: 99999999\r\n\r\n" + std::string(300'000, 'b'),
+         "HTTP/1.1 413"},
+        {"HugeChunk",
+         "POST / HTTP/1.1\r\nTransfer-Encoding: chunked\r\n\r\n7fffffff\r\n" + std::string(300'000, 'b'),
+         "HTTP/1.1 413"},
+        {"BadLength", "POST / HTTP/1.1\r\nContent-Length: -1\r\n\r\n", "HTTP/1.1 400"},
+        {"PlainRequestOfASocketPath", "GET /echo HTTP/1.1\r\nHost: localhost\r\n\r\n", "HTTP/1.1 426"},
+        {"UpgradeWithoutKey", upgradeHead + "Sec-WebSocket-Version: 13\r\n\r\n", "HTTP/1.1 426"},
+        {"UpgradeOfOldVersion",
+         upgradeHead + "Sec-WebSocket-Version: 8\r\nSec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n\r\n",
+         "HTTP/1.1 426"},
+        {"FaultInHandler", "GET /throw HTTP/1.1\r\nConnection: close\r\n\r\n", "HTTP/1.1 500"},
+        {"RefusedUpgrade",
+         "GET /denied HTTP/1.1\r\nConnection: Upgrade, close\r\nUpgrade: websocket\r\n"
+         "Sec-WebSocket-Version: 13\r\nSec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\n\r\n",
+         "HTTP/1.1 401"}};
+    start();
+    auto bystander = upgraded("/echo");
+    for (const auto& [name, bytes, answer] : cases) {
+        auto peer = connect();
+        peer.send(bytes);
+        EXPECT_THAT(peer.readToEnd(), StartsWith(answer)) << name;
+        expectEcho(bystander);
+    }
+}
 
 TEST_F(HttpServerTest, DropsPeersThatStallInARequestAndTellsThemWhy) {
-    HttpServer::Limits limits;
-    limits.requestTimeout = milliseconds(150);
-    start(limits);
+    start({.requestTimeout = milliseconds(150)});
     auto silent = connect();
     auto slow = connect();
     slow.send("GET / HTTP/1.1\r\nX-Never: end");
@@ -186,18 +175,15 @@ TEST_F(HttpServerTest, DropsPeersThatStallInARequestAndTellsThemWhy) {
     EXPECT_THAT(slow.readToEnd(), StartsWith("HTTP/1.1 408"));
     EXPECT_THAT(slowBody.readToEnd(), StartsWith("HTTP/1.1 408"));
     EXPECT_EQ(halfClosed.readToEnd(), "");
-    expectStillServing();
+    auto next = upgraded("/echo");
+    expectEcho(next);
 }
 
 TEST_F(HttpServerTest, TellsConnectionsBeyondTheLimitAndServesAgainWhenOneLeaves) {
-    HttpServer::Limits limits;
-    limits.maxConnections = 2;
-    start(limits);
-    auto first = connect();
-    ASSERT_THAT(first.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
+    start({.maxConnections = 2});
+    auto first = upgraded("/echo");
     {
-        auto second = connect();
-        ASSERT_THAT(second.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
+        auto second = upgraded("/echo");
         auto third = connect();
         third.send(okRequest);
         EXPECT_THAT(third.readToEnd(), StartsWith("HTTP/1.1 503"));
@@ -211,30 +197,22 @@ TEST_F(HttpServerTest, TellsConnectionsBeyondTheLimitAndServesAgainWhenOneLeaves
 }
 
 TEST_F(HttpServerTest, GivesANewcomerThePlaceOfWhoHasWaitedLongestWithoutARequest) {
-    HttpServer::Limits limits;
-    limits.maxConnections = 4;
-    limits.requestTimeout = std::chrono::hours(1);
-    start(limits);
-    auto busy = connect();
-    ASSERT_THAT(busy.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
+    start({.maxConnections = 4, .requestTimeout = std::chrono::hours(1)});
+    auto busy = upgraded("/echo");
     auto silent = connect();
     auto slow = connect();
     slow.send("GET / HTTP/1.1\r\nX-Never: end");
     auto late = connect();
-    auto first = connect();
-    ASSERT_THAT(first.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
+    auto first = upgraded("/echo");
     EXPECT_EQ(silent.readToEnd(), "");
-    auto second = connect();
-    ASSERT_THAT(second.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
+    auto second = upgraded("/echo");
     EXPECT_EQ(slow.readToEnd(), "");
     late.send(okRequest);
     EXPECT_THAT(late.readHead(), StartsWith("HTTP/1.1 200"));
     late.send("not HTTP\r\n\r\n");  // and then it neither goes nor asks
     EXPECT_THAT(late.readHead(), HasSubstr("HTTP/1.1 400"));
-    auto third = connect();
-    ASSERT_THAT(third.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
-    busy.sendFrame(textFrame, "unmoved");
-    EXPECT_THAT(busy.readFrame(), isFrame(textFrame, "unmoved"));
+    auto third = upgraded("/echo");
+    expectEcho(busy);
 }
 
 TEST_F(HttpServerTest, TakesANewcomerInThoughTheProcessHasNoDescriptorLeft) {
@@ -243,9 +221,7 @@ TEST_F(HttpServerTest, TakesANewcomerInThoughTheProcessHasNoDescriptorLeft) {
     GTEST_SKIP() << "the sanitizer opens a pipe of its own to look at memory";
 #endif
 #endif
-    HttpServer::Limits limits;
-    limits.requestTimeout = std::chrono::hours(1);
-    start(limits);
+    start({.requestTimeout = std::chrono::hours(1)});
     auto idle = connect();
     idle.send(okRequest);
     ASSERT_THAT(idle.readHead(), StartsWith("HTTP/1.1 200"));
@@ -284,9 +260,7 @@ TEST_F(HttpServerTest, TellsAPeerThatAsksFirstToSendItsBody) {
 }
 
 TEST_F(HttpServerTest, HoldsLittleForAPeerThatReadsNoAnswers) {
-    HttpServer::Limits limits;
-    limits.sendTimeout = milliseconds(300);
-    start(limits);
+    start({.sendTimeout = milliseconds(300)});
     auto peer = connect();
     const std::string request = "GET /" + std::string(4000, 'a') + " HTTP/1.1\r\n\r\n";
     while (peer.send(request)) {
@@ -294,53 +268,41 @@ TEST_F(HttpServerTest, HoldsLittleForAPeerThatReadsNoAnswers) {
     EXPECT_LT(peer.readToEnd().size(), 1'000'000);
 }
 
-struct BadFrame {
-    const char* name;
-    std::string bytes;
-    int code;  ///< of the close frame that answers; 0: the connection just ends
-};
-
-class HurtWebSocket : public HttpServerTest, public testing::WithParamInterface<BadFrame> {};
-
-TEST_P(HurtWebSocket, IsClosedAloneWithItsCode) {
-    HttpServer::Limits limits;
-    limits.maxMessageBytes = 1000;
-    start(limits);
-    auto bystander = connect();
-    ASSERT_THAT(bystander.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
-    auto peer = connect();
-    ASSERT_THAT(peer.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
-    peer.send(GetParam().bytes);
-    peer.endSending();
-    const auto frames = peer.readFramesToClose();
-    EXPECT_EQ(frames.empty() ? 0 : RawPeer::closeCode(frames.back()), GetParam().code);
-    bystander.sendFrame(textFrame, "unmoved");
-    EXPECT_THAT(bystander.readFrame(), isFrame(textFrame, "unmoved"));
+TEST_F(HttpServerTest, ClosesAHurtWebSocketAloneWithItsCode) {
+    const struct {
+        const char* name;
+        std::string bytes;
+        int code;  // of the close frame that answers; 0: the connection just ends
+    } cases[] = {
+        {"TruncatedFrame", RawPeer::frameBytes(textFrame, "cut short").substr(0, 9), 0},
+        {"EndWithoutClose", "", 0},
+        {"MessageTooBig", RawPeer::frameBytes(textFrame, std::string(1001, 'a')), 1009},
+        {"FragmentsTooBig",
+         RawPeer::frameBytes(textFrame, std::string(600, 'a'), true, false) +
+             RawPeer::frameBytes(0, std::string(600, 'a')),
+         1009},
+        {"ClaimOfAnExabyte", std::string("\x81\xff\x7f\xff\xff\xff\xff\xff\xff\xff\1\2\3\4", 14), 1009},
+        {"InvalidUtf8", RawPeer::frameBytes(textFrame, "\xc3\x28"), 1007},
+        {"NoMask", RawPeer::frameBytes(textFrame, "bare", false), 1002},
+        {"UnknownOpcode", RawPeer::frameBytes(5, "?"), 1002},
+        {"ReservedBits", std::string("\xf1\x80\1\2\3\4", 6), 1002},
+        {"LongPing", RawPeer::frameBytes(pingFrame, std::string(126, 'p')), 1002},
+        {"ContinuationOfNothing", RawPeer::frameBytes(0, "more"), 1002}};
+    start({.maxMessageBytes = 1000});
+    auto bystander = upgraded("/echo");
+    for (const auto& [name, bytes, code] : cases) {
+        auto peer = upgraded("/echo");
+        peer.send(bytes);
+        peer.endSending();
+        const auto frames = peer.readFramesToClose();
+        EXPECT_EQ(frames.empty() ? 0 : RawPeer::closeCode(frames.back()), code) << name;
+        expectEcho(bystander);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    All, HurtWebSocket,
-    testing::Values(BadFrame{"TruncatedFrame", RawPeer::frameBytes(textFrame, "cut short").substr(0, 9), 0},
-                    BadFrame{"EndWithoutClose", "", 0},
-                    BadFrame{"MessageTooBig", RawPeer::frameBytes(textFrame, std::string(1001, 'a')), 1009},
-                    BadFrame{"FragmentsTooBig",
-                             RawPeer::frameBytes(textFrame, std::string(600, 'a'), true, false) +
-                                 RawPeer::frameBytes(0, std::string(600, 'a')),
-                             1009},
-                    BadFrame{"ClaimOfAnExabyte",
-                             std::string("\x81\xff\x7f\xff\xff\xff\xff\xff\xff\xff\1\2\3\4", 14), 1009},
-                    BadFrame{"InvalidUtf8", RawPeer::frameBytes(textFrame, "\xc3\x28"), 1007},
-                    BadFrame{"NoMask", RawPeer::frameBytes(textFrame, "bare", false), 1002},
-                    BadFrame{"UnknownOpcode", RawPeer::frameBytes(5, "?"), 1002},
-                    BadFrame{"ReservedBits", std::string("\xf1\x80\1\2\3\4", 6), 1002},
-                    BadFrame{"LongPing", RawPeer::frameBytes(pingFrame, std::string(126, 'p')), 1002},
-                    BadFrame{"ContinuationOfNothing", RawPeer::frameBytes(0, "more"), 1002}),
-    [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(HttpServerTest, CarriesMessagesOfBothKindsInFragmentsAndAnswersPings) {
     start();
-    auto peer = connect();
-    ASSERT_THAT(peer.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
+    auto peer = upgraded("/echo");
     const std::string big(70'000, 'b');
     peer.send(RawPeer::frameBytes(textFrame, "frag", true, false) + RawPeer::frameBytes(pingFrame, "now?") +
               RawPeer::frameBytes(0, "ments") + RawPeer::frameBytes(binaryFrame, big));
@@ -351,8 +313,7 @@ TEST_F(HttpServerTest, CarriesMessagesOfBothKindsInFragmentsAndAnswersPings) {
 
 TEST_F(HttpServerTest, SendsWhatIsQueuedBeforeTheCloseAndNothingAfterIt) {
     start();
-    auto peer = connect();
-    ASSERT_THAT(peer.upgrade("/talk"), StartsWith("HTTP/1.1 101"));
+    auto peer = upgraded("/talk");
     for (const char digit : {'0', '1', '2'}) {
         const auto frame = peer.readFrame();
         ASSERT_EQ(frame.payload.size(), 300'001U);
@@ -367,16 +328,14 @@ TEST_F(HttpServerTest, SendsWhatIsQueuedBeforeTheCloseAndNothingAfterIt) {
 
 TEST_F(HttpServerTest, CutsAPeerThatNeverAnswersTheClose) {
     start();
-    auto peer = connect();
-    ASSERT_THAT(peer.upgrade("/talk"), StartsWith("HTTP/1.1 101"));
+    auto peer = upgraded("/talk");
     EXPECT_EQ(peer.readFramesToClose().size(), 4U);
     EXPECT_EQ(peer.readToEnd(), "");
 }
 
 TEST_F(HttpServerTest, CutsAPeerThatSaysGoodbyeAndStaysConnected) {
     start();
-    auto peer = connect();
-    ASSERT_THAT(peer.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
+    auto peer = upgraded("/echo");
     peer.sendFrame(closeFrame, "\x03\xe8");
     EXPECT_EQ(RawPeer::closeCode(peer.readFrame()), 1000);
     while (peer.send(std::string(4096, 'x'))) {
@@ -394,24 +353,19 @@ TEST_F(HttpServerTest, CutsAReaderThatIsTooSlowOrLetsTooMuchPileUp) {
         limits.maxQueuedBytes = maxQueuedBytes;
         limits.sendTimeout = sendTimeout;
         start(limits);
-        auto bystander = connect();
-        ASSERT_THAT(bystander.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
+        auto bystander = upgraded("/echo");
         auto peer = connect();
         peer.upgrade("/flood");
         // The server may only end the flood by cutting: the peer reads nothing until a write to it fails.
         while (peer.sendFrame(pongFrame, std::string(100, ' '))) {
         }
-        bystander.sendFrame(textFrame, "unmoved");
-        EXPECT_THAT(bystander.readFrame(), isFrame(textFrame, "unmoved"));
+        expectEcho(bystander);
     }
 }
 
 TEST_F(HttpServerTest, PingsAQuietPeerAndCutsItWhenItStaysQuiet) {
-    HttpServer::Limits limits;
-    limits.idleTimeout = milliseconds(400);
-    start(limits);
-    auto peer = connect();
-    ASSERT_THAT(peer.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
+    start({.idleTimeout = milliseconds(400)});
+    auto peer = upgraded("/echo");
     for (int round = 0; round < 3; ++round) {
         ASSERT_THAT(peer.readFrame(), isFrame(pingFrame, "")) << round;
         peer.sendFrame(pongFrame, "");
@@ -421,35 +375,26 @@ TEST_F(HttpServerTest, PingsAQuietPeerAndCutsItWhenItStaysQuiet) {
     EXPECT_LE(rest.size(), 4U);
 }
 
-TEST_F(HttpServerTest, EndsEveryConnectionWhenItStops) {
-    start();
-    auto socket = connect();
-    ASSERT_THAT(socket.upgrade("/echo"), StartsWith("HTTP/1.1 101"));
-    auto waiting = connect();
-    waiting.send(okRequest);
-    waiting.readHead();
-    waiting.readBody(11);
-    asio::post(network_.executor(), [this] { server_->stop(); });
-    EXPECT_EQ(RawPeer::closeCode(socket.readFrame()), 1001);
-    EXPECT_EQ(waiting.readToEnd(), "");
-}
-
-TEST_F(HttpServerTest, SaysGoodbyeAtOnceToWhoHasMuchLeftToReadAndCutsWhoReadsNothing) {
-    HttpServer::Limits limits;
-    limits.maxQueuedBytes = 100U << 20;
-    limits.sendTimeout = std::chrono::hours(1);
-    start(limits);
+TEST_F(HttpServerTest, StopsWithAGoodbyeAtOnceToWhoHasMuchLeftToReadAndCutsWhoReadsNothing) {
+    start({.maxQueuedBytes = 100U << 20, .sendTimeout = std::chrono::hours(1)});
     auto late = connect();
     auto deaf = connect();
     for (auto* const peer : {&late, &deaf}) {
         ASSERT_THAT(peer->upgrade("/flood"), StartsWith("HTTP/1.1 101"));
         EXPECT_EQ(peer->readFrame().payload.size(), 1U << 20);
     }
+    auto socket = upgraded("/echo");
+    auto waiting = connect();
+    waiting.send(okRequest);
+    waiting.readHead();
+    waiting.readBody(11);
     asio::post(network_.executor(), [this] { server_->stop(); });
     const auto frames = late.readFramesToClose();
     ASSERT_FALSE(frames.empty());
     EXPECT_EQ(RawPeer::closeCode(frames.back()), 1001);
     EXPECT_LT(frames.size(), 50U);  // of 63; what had left the queue already still comes
+    EXPECT_EQ(RawPeer::closeCode(socket.readFrame()), 1001);
+    EXPECT_EQ(waiting.readToEnd(), "");
     while (deaf.sendFrame(pongFrame, std::string(100, ' '))) {
     }
 }
