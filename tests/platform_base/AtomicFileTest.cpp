@@ -4,7 +4,6 @@
 #include "TarnPlatform/base/AtomicFile.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 

@@ -1,5 +1,4 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <boost/asio/bind_cancellation_slot.hpp>
 #include <boost/asio/cancellation_signal.hpp>
@@ -7,7 +6,6 @@
 
 #include "TarnPlatform/base/Clock.h"
 #include "TarnPlatform/base/EventQueue.h"
-#include "support/ManualClock.h"
 #include "support/RunTask.h"
 
 namespace tarn {
@@ -82,23 +80,6 @@ TEST(Clock, CallsNothingThatWasTakenBack) {
     late.reset();
     context.run();
     EXPECT_EQ(calls, 1);
-}
-
-TEST(Clock, WakesASleeperWhenItsTimeHasCome) {
-    asio::io_context context(1);
-    const auto clock = std::make_shared<test::ManualClock>();
-    bool awake = false;
-    asio::co_spawn(context, sleepFor(clock, std::chrono::seconds(3)),
-                   [&](const std::exception_ptr&) { awake = true; });
-    context.poll();
-    clock->advance(std::chrono::milliseconds(2999));
-    context.restart();
-    context.poll();
-    EXPECT_FALSE(awake);
-    clock->advance(std::chrono::milliseconds(1));
-    context.restart();
-    context.poll();
-    EXPECT_TRUE(awake);
 }
 
 }  // namespace

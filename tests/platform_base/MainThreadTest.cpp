@@ -2,7 +2,6 @@
 #include "TarnPlatform/base/MainThread.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <QAbstractEventDispatcher>
 #include <QCoreApplication>
@@ -11,10 +10,10 @@
 #include <atomic>
 #include <boost/asio/dispatch.hpp>
 #include <boost/asio/post.hpp>
+#include <boost/asio/steady_timer.hpp>
 #include <thread>
 
 #include "TarnPlatform/base/Clock.h"
-#include "TarnPlatform/base/Gate.h"
 #include "TarnPlatform/base/TaskHandle.h"
 #include "support/LogCapture.h"
 
@@ -135,35 +134,16 @@ TEST_F(MainThreadTest, DoesNotWakeUpWithoutWork) {
     EXPECT_LE(turns, 3);  // for the timer that ends the test
 }
 
-Task<void> passGate(Gate gate, std::shared_ptr<std::string> log) {
-    co_await gate.passed();
-    *log += "passed ";
-    QCoreApplication::exit(0);
-}
-
-Task<void> waitForever(std::shared_ptr<std::string> log, Gate whenLeft) {
-    const std::shared_ptr<void> leaving(nullptr, [log, whenLeft](void*) mutable {
-        *log += "left ";
-        whenLeft.open();
-    });
+Task<void> waitForever(std::shared_ptr<std::string> log) {
+    const std::shared_ptr<void> leaving(nullptr, [log](void*) { *log += "left "; });
     co_await sleepFor(Clock::system(), 1h);
     *log += "never";
-}
-
-TEST_F(MainThreadTest, OpensGatesAndEndsCancelledTasksWhereTheyWait) {
-    const auto log = std::make_shared<std::string>();
-    Gate gate(main_->executor());
-    TaskHandle::start(main_->executor(), passGate(gate, log));
-    auto waiting = TaskHandle::start(main_->executor(), waitForever(log, gate));
-    QTimer::singleShot(10ms, [&] { waiting.cancel(); });
-    run();
-    EXPECT_EQ(*log, "left passed ");
 }
 
 TEST_F(MainThreadTest, DestroysWhatIsLeftWithoutRunningIt) {
     const auto executor = main_->executor();
     const auto log = std::make_shared<std::string>();
-    TaskHandle::start(executor, waitForever(log, Gate(executor)));
+    TaskHandle::start(executor, waitForever(log));
     post([this] { post([this] { post([] { quit(); }); }); });  // the task waits by then
     run();
     const auto owned = std::make_shared<int>(0);

@@ -1,7 +1,6 @@
 #include "TarnPlatform/base/SerialQueue.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <pthread.h>
 
 #include <array>
