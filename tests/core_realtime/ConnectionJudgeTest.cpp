@@ -1,7 +1,6 @@
 #include "TarnCore/realtime/ConnectionJudge.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace tarn {
 namespace {
@@ -47,38 +46,31 @@ std::vector<std::string> judge(const std::vector<Stretch>& stretches) {
     return told;
 }
 
-class ConnectionJudgeTable : public testing::TestWithParam<Case> {};
-
-TEST_P(ConnectionJudgeTable, TellsOnlyWhatLasts) {
-    EXPECT_EQ(judge(GetParam().stretches), GetParam().told);
+TEST(ConnectionJudge, TellsOnlyWhatLasts) {
+    const Case cases[] = {
+        {"nothingIsToldOfAGoodOne", {{10s, 0ms, 0.2, true, 0.1}}, {}},
+        {"aServerThatIsSilentAndAgainThere",
+         {{3s, 1000ms, 2.5, false, 0}, {2s, 0ms, 0, false, 0}},
+         {"stalled", "answering"}},
+        {"silenceWhileTheRoadIsBusyBlamesTheNetwork", {{2s, 1500ms, 4, true, 2}}, {"slow 6"}},
+        {"aRoadThatIsCutIsAStallHoweverMuchWaits", {{3s, 2000ms, 3, false, 5}}, {"stalled"}},
+        {"burstsOfAnswersDoNotFlap",
+         {{1s, 0ms, 2, true, 6}, {2s, 1500ms, 2, false, 6}, {1s, 0ms, 0, true, 6}, {2s, 1500ms, 2, false, 6}},
+         {"slow 8", "slow 6", "slow 8"}},
+        {"slowEndsWhenItHasBeenQuickForAWhile",
+         {{1s, 0ms, 1, true, 3}, {2s, 0ms, 0.2, true, 0}, {1s, 0ms, 2, true, 0}, {5s, 0ms, 0.2, true, 0}},
+         {"slow 4", "slow 1", "slow 2", "slow 1", "answering"}},
+        {"aRecordingGivenAtOnceWaitsForTheServerOnly",
+         {{1s, 0ms, 0, true, 0, 3}, {20s, 0ms, 4, true, 1, 3}},
+         {}},
+        {"aShortDelayIsNotTold", {{10s, 0ms, 2.5, true, 0.2}}, {}},
+        {"aSlowOneThatStopsAnsweringIsAStall",
+         {{1s, 0ms, 2, true, 6}, {6s, 1000ms, 2, false, 6}},
+         {"slow 8", "stalled"}}};
+    for (const auto& [name, stretches, told] : cases) {
+        EXPECT_EQ(judge(stretches), told) << name;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, ConnectionJudgeTable,
-    testing::Values(
-        Case{"nothingIsToldOfAGoodOne", {{10s, 0ms, 0.2, true, 0.1}}, {}},
-        Case{"aServerThatIsSilentAndAgainThere",
-             {{3s, 1000ms, 2.5, false, 0}, {2s, 0ms, 0, false, 0}},
-             {"stalled", "answering"}},
-        Case{"silenceWhileTheRoadIsBusyBlamesTheNetwork", {{2s, 1500ms, 4, true, 2}}, {"slow 6"}},
-        Case{"aRoadThatIsCutIsAStallHoweverMuchWaits", {{3s, 2000ms, 3, false, 5}}, {"stalled"}},
-        Case{"burstsOfAnswersDoNotFlap",
-             {{1s, 0ms, 2, true, 6},
-              {2s, 1500ms, 2, false, 6},
-              {1s, 0ms, 0, true, 6},
-              {2s, 1500ms, 2, false, 6}},
-             {"slow 8", "slow 6", "slow 8"}},
-        Case{"slowEndsWhenItHasBeenQuickForAWhile",
-             {{1s, 0ms, 1, true, 3}, {2s, 0ms, 0.2, true, 0}, {1s, 0ms, 2, true, 0}, {5s, 0ms, 0.2, true, 0}},
-             {"slow 4", "slow 1", "slow 2", "slow 1", "answering"}},
-        Case{"aRecordingGivenAtOnceWaitsForTheServerOnly",
-             {{1s, 0ms, 0, true, 0, 3}, {20s, 0ms, 4, true, 1, 3}},
-             {}},
-        Case{"aShortDelayIsNotTold", {{10s, 0ms, 2.5, true, 0.2}}, {}},
-        Case{"aSlowOneThatStopsAnsweringIsAStall",
-             {{1s, 0ms, 2, true, 6}, {6s, 1000ms, 2, false, 6}},
-             {"slow 8", "stalled"}}),
-    [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace
 }  // namespace tarn

@@ -11,46 +11,40 @@ namespace {
 
 namespace json = boost::json;
 
-struct UpdateCase {
-    const char* name;
-    QwenConfig config;
-    const char* session;
-};
-
-class SessionUpdate : public testing::TestWithParam<UpdateCase> {};
-
-TEST_P(SessionUpdate, CarriesExactlyTheKeysOfItsConfiguration) {
-    const auto event = json::parse(sessionUpdateEvent("evt_init_1", GetParam().config)).as_object();
-    EXPECT_EQ(event.size(), 3U);
-    EXPECT_EQ(event.at("event_id"), "evt_init_1");
-    EXPECT_EQ(event.at("type"), "session.update");
-    auto expected = json::parse(GetParam().session).as_object();
-    expected["modalities"] = {"text", "audio"};
-    expected["input_audio_format"] = "pcm";
-    expected["output_audio_format"] = "pcm";
-    EXPECT_EQ(event.at("session"), json::value(expected));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Configurations, SessionUpdate,
-    testing::Values(
-        UpdateCase{"source",
-                   {"zh", "en", std::nullopt, "none", std::nullopt},
-                   R"({"translation":{"language":"en"},
+TEST(SessionUpdate, CarriesExactlyTheKeysOfItsConfiguration) {
+    const struct {
+        const char* name;
+        QwenConfig config;
+        const char* session;
+    } cases[] = {
+        {"source",
+         {"zh", "en", std::nullopt, "none", std::nullopt},
+         R"({"translation":{"language":"en"},
                        "input_audio_transcription":{"model":"qwen3-asr-flash-realtime","language":"zh"}})"},
-        UpdateCase{"clonedDefaultVoice",
-                   {std::nullopt, "es", std::nullopt, "once", std::nullopt},
-                   R"({"translation":{"language":"es"},"voice":"default","enable_voice_clone":true,
+        {"clonedDefaultVoice",
+         {std::nullopt, "es", std::nullopt, "once", std::nullopt},
+         R"({"translation":{"language":"es"},"voice":"default","enable_voice_clone":true,
                        "voice_clone_options":{"frequency":"once"}})"},
-        UpdateCase{"clonedNamedVoice",
-                   {std::nullopt, "es", "Ethan", "None", std::nullopt},
-                   R"({"translation":{"language":"es"},"voice":"Ethan","enable_voice_clone":true,
+        {"clonedNamedVoice",
+         {std::nullopt, "es", "Ethan", "None", std::nullopt},
+         R"({"translation":{"language":"es"},"voice":"Ethan","enable_voice_clone":true,
                        "voice_clone_options":{"frequency":"None"}})"},
-        UpdateCase{
-            "voiceAndSilence",
-            {std::nullopt, "", "Cherry \"x\"", "none", 800},
-            R"({"translation":{"language":""},"voice":"Cherry \"x\"","turn_detection":{"type":"server_vad","silence_duration_ms":800}})"}),
-    [](const auto& test) { return std::string(test.param.name); });
+        {"voiceAndSilence",
+         {std::nullopt, "", "Cherry \"x\"", "none", 800},
+         R"({"translation":{"language":""},"voice":"Cherry \"x\"","turn_detection":{"type":"server_vad","silence_duration_ms":800}})"}};
+    for (const auto& [name, config, session] : cases) {
+        SCOPED_TRACE(name);
+        const auto event = json::parse(sessionUpdateEvent("evt_init_1", config)).as_object();
+        EXPECT_EQ(event.size(), 3U);
+        EXPECT_EQ(event.at("event_id"), "evt_init_1");
+        EXPECT_EQ(event.at("type"), "session.update");
+        auto expected = json::parse(session).as_object();
+        expected["modalities"] = {"text", "audio"};
+        expected["input_audio_format"] = "pcm";
+        expected["output_audio_format"] = "pcm";
+        EXPECT_EQ(event.at("session"), json::value(expected));
+    }
+}
 
 TEST(AudioAppend, IsCompactJsonWithPaddedBase64) {
     const std::string pcm = "\x01\x02\xff\xfe";

@@ -44,20 +44,6 @@ TEST_F(QwenClientFault, TellsARefusedTokenByTheStatusOfTheUpgrade) {
     EXPECT_THAT(log.lines("[qwen]"), IsEmpty());
 }
 
-TEST_F(QwenClientFault, TellsARefusedTokenByCloseCode4001Only) {
-    for (const auto code : std::initializer_list<std::uint16_t>{4001, 1000, 1011, 4000}) {
-        test::TestService service(network);
-        const auto client = makeClient(service.url());
-        ASSERT_TRUE(run(client->connect()));
-        (*run(service.clients.next()))->close(code, "");
-        EXPECT_THAT(run(client->waitDead()), HasSubstr(std::to_string(code)));
-        run(client->close());
-        EXPECT_EQ(calls.tryNext(), code == 4001 ? std::optional<std::string>("unauthorized") : std::nullopt);
-        EXPECT_FALSE(calls.tryNext());
-    }
-    EXPECT_EQ(log.lines("[qwen] recv ended: ").size(), 4U);
-}
-
 struct RawCase {
     const char* name;
     std::string bytes;
@@ -194,37 +180,33 @@ TEST_F(QwenClientFault, ConnectingEndsAtItsLimitWhateverItWaitsFor) {
         co_await never.async_wait(asValue);
         co_return failure(ErrorKind::resolution, "");
     };
-    struct Case {
-        const char* name;
-        Url url;
-        NetworkContext network;
-    };
-    const std::vector<Case> cases = {
+    const auto silent = mute.local_endpoint().port();
+    const std::tuple<const char*, Url, NetworkContext> cases[] = {
         {"no address answers", local(dead.port()), network},
-        {"the upgrade is not answered", local(mute.local_endpoint().port()), network},
-        {"TLS is not answered", local(mute.local_endpoint().port(), "wss://127.0.0.1"), network},
+        {"the upgrade is not answered", local(silent), network},
+        {"TLS is not answered", local(silent, "wss://127.0.0.1"), network},
         {"the name is not found", local(1, "ws://nowhere.test"), lost},
     };
-    for (const auto& item : cases) {
-        SCOPED_TRACE(item.name);
-        const auto client = makeClient(item.url, item.network);
+    const auto settle = [&] {
+        for (int i = 0; i < 50; ++i) {
+            context.restart();
+            context.run_for(1ms);
+        }
+    };
+    for (const auto& [name, url, itsNetwork] : cases) {
+        SCOPED_TRACE(name);
+        const auto client = makeClient(url, itsNetwork);
         std::optional<Result<void>> result;
         asio::co_spawn(context, client->connect(),
                        [&](const std::exception_ptr&, Result<void> value) { result = std::move(value); });
-        const auto settle = [&] {
-            for (int i = 0; i < 50; ++i) {
-                context.restart();
-                context.run_for(std::chrono::milliseconds(1));
-            }
-        };
         settle();
-        clock->advance(std::chrono::milliseconds(59999));
+        clock->advance(59999ms);
         settle();
         EXPECT_FALSE(result);
-        clock->advance(std::chrono::milliseconds(1));
+        clock->advance(1ms);
         for (int i = 0; i < 2000 && !result; ++i) {
             context.restart();
-            context.run_one_for(std::chrono::milliseconds(5));
+            context.run_one_for(5ms);
         }
         ASSERT_TRUE(result);
         ASSERT_FALSE(*result);
@@ -297,18 +279,15 @@ TEST_F(QwenClientFault, ADeadAddressDoesNotHoldUpALivingOne) {
     clock->advance(std::chrono::milliseconds(250));
     EXPECT_EQ(eventId(nextMessage(service)), "evt_init_1");
     run(client->close());
-}
 
-TEST_F(QwenClientFault, TriesTheNextAddressAtOnceWhenOneRefuses) {
-    test::TestService service(network);
+    // One that refuses does not even take that time.
     network.lookUp = [](std::string) -> Task<Result<std::vector<asio::ip::address>>> {
         co_return std::vector{asio::ip::make_address("::1"), asio::ip::make_address("127.0.0.3"),
                               asio::ip::make_address("127.0.0.1")};
     };
-    network.clock = std::make_shared<test::ManualClock>();
-    const auto client = makeClient(local(service.port(), "ws://three.test"));
-    EXPECT_TRUE(run(client->connect()));
-    run(client->close());
+    const auto next = makeClient(local(service.port(), "ws://three.test"));
+    EXPECT_TRUE(run(next->connect()));
+    run(next->close());
 }
 
 TEST_F(QwenClientFault, NamesWhatIsWrongWithAnAddressThatCannotBeReached) {
@@ -326,10 +305,6 @@ TEST_F(QwenClientFault, NamesWhatIsWrongWithAnAddressThatCannotBeReached) {
     ASSERT_FALSE(unknown);
     EXPECT_EQ(unknown.error().kind, ErrorKind::resolution);
     EXPECT_THAT(unknown.error().description, HasSubstr("no-such-host.invalid"));
-
-    const auto wrongScheme = run(makeClient(Url::parse("ftp://127.0.0.1/").value())->connect());
-    ASSERT_FALSE(wrongScheme);
-    EXPECT_EQ(wrongScheme.error().kind, ErrorKind::invalidInput);
 }
 
 }  // namespace
