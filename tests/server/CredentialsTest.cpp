@@ -3,16 +3,17 @@
 #include "TarnApp/server/Credentials.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <boost/asio/io_context.hpp>
 #include <map>
 #include <vector>
 
 #include "TarnApp/server/Keychain.h"
+#include "TarnPlatform/secrets/FileSecretStore.h"
 #include "TarnPlatform/secrets/LastingSecretStore.h"
 #include "TarnPlatform/secrets/SecretServiceStore.h"
 #include "support/LogCapture.h"
+#include "support/Program.h"
 #include "support/RunTask.h"
 #include "support/keyring/PrivateKeyring.h"
 
@@ -91,6 +92,11 @@ TEST_F(CredentialsTest, TakesOnlyATokenOfItsServer) {
         EXPECT_EQ(stored(pat) + stored(server) + stored(userEmail), "---");
         EXPECT_EQ(outcome(credentials), "absent");
     }
+    EXPECT_FALSE(Keychain::set("\xC0\xAF", pat)) << "not UTF-8";
+    const test::TemporaryFolder folder;
+    Keychain::useStore(std::make_shared<FileSecretStore>(folder.write("file", "where a folder should be")));
+    EXPECT_FALSE(Keychain::set("token", pat));
+    EXPECT_EQ(log_.lines().back(), "[Keychain] SecItemAdd failed for pat: -36");
 }
 
 TEST_F(CredentialsTest, TellsTheFaultsOfAKeyringApartAndLosesNothing) {
@@ -98,10 +104,11 @@ TEST_F(CredentialsTest, TellsTheFaultsOfAKeyringApartAndLosesNothing) {
         Mode mode;
         bool hangs;
         SecretFault fault;
+        int status;  // of a text that cannot be kept
     };
-    for (const auto& c :
-         {Case{Mode::locked, false, SecretFault::locked}, Case{Mode::unlocked, true, SecretFault::timedOut},
-          Case{Mode::noBus, false, SecretFault::unavailable}}) {
+    for (const auto& c : {Case{Mode::locked, false, SecretFault::locked, -25308},
+                          Case{Mode::unlocked, true, SecretFault::timedOut, -60},
+                          Case{Mode::noBus, false, SecretFault::unavailable, -25291}}) {
         SCOPED_TRACE(static_cast<int>(c.fault));
         PrivateKeyring keyring(c.mode == Mode::locked ? Mode::unlocked : c.mode);
         Keychain::useStore(std::make_shared<SecretServiceStore>(c.hangs ? 300ms : 3000ms));
@@ -114,6 +121,9 @@ TEST_F(CredentialsTest, TellsTheFaultsOfAKeyringApartAndLosesNothing) {
             keyring.hang();
         }
         EXPECT_EQ(outcome(credentials), "fault " + std::to_string(static_cast<int>(c.fault)));
+        EXPECT_FALSE(Keychain::set("a@example.org", userEmail));
+        EXPECT_EQ(log_.lines("[Keychain]").back(),
+                  "[Keychain] SecItemAdd failed for user_email: " + std::to_string(c.status));
         if (c.hangs) {
             keyring.goOn();
             EXPECT_EQ(outcome(credentials), "token") << "the next try";

@@ -3,11 +3,11 @@
 #include "TarnCore/deployment/Deployment.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <fstream>
 #include <map>
+
+#include "support/Program.h"
 
 namespace tarn {
 namespace {
@@ -16,8 +16,6 @@ using testing::HasSubstr;
 
 class DeploymentTest : public testing::Test {
 protected:
-    ~DeploymentTest() override { std::filesystem::remove_all(folder_); }
-
     Result<DeploymentValues> load(const std::string& file,
                                   std::map<std::string, std::string> variables = {}) {
         if (file.empty()) {
@@ -31,13 +29,8 @@ protected:
                                                                      : std::optional(found->second);
                                  }});
     }
-    static std::filesystem::path makeFolder() {
-        std::string pattern = std::filesystem::temp_directory_path() / "tarn-deployment-XXXXXX";
-        return ::mkdtemp(pattern.data());
-    }
-
-    const std::filesystem::path folder_ = makeFolder();
-    const std::filesystem::path path_ = folder_ / "deployment.json";
+    const test::TemporaryFolder folder_;
+    const std::filesystem::path path_ = folder_.file("deployment.json");
 };
 
 TEST_F(DeploymentTest, LaysTheEnvironmentOverTheFileOverTheLocalRelay) {

@@ -46,14 +46,9 @@ TEST(RelayUrlTest, CarriesTheSettingsInOrderAndEncoded) {
 }
 
 TEST(RelayUrlTest, FailsWithoutAHost) {
-    for (const char* const base : {"", "/tarn", "https:/tarn"}) {
-        const auto url = RealTarnServerClient::relayUrl(Url::parse(base).value(), {}, "de", {}, "none", {});
-        ASSERT_FALSE(url) << base;
-        const auto* const http = url.error().as<TarnServerError::Http>();
-        ASSERT_NE(http, nullptr);
-        EXPECT_EQ(http->status, 0);
-        EXPECT_EQ(http->body, "could not build ws url");
-    }
+    const auto url = RealTarnServerClient::relayUrl(Url::parse("/tarn").value(), {}, "de", {}, "none", {});
+    ASSERT_FALSE(url);
+    EXPECT_EQ(explain(url.error()), "could not build ws url");
 }
 
 }  // namespace

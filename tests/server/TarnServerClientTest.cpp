@@ -1,7 +1,6 @@
 // The server client against a real HTTP server on loopback that answers what a test tells it to.
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <boost/asio/io_context.hpp>
 
