@@ -69,6 +69,7 @@ TEST_F(FileSecretStoreTest, RefusesToReadWhatOthersCouldHaveReadOrPlanted) {
     };
     const Case cases[] = {
         {"readable by others", [&](const auto& path) { write(path, "secret", 0644); }, "chmod 600"},
+        {"readable by the group", [&](const auto& path) { write(path, "secret", 0640); }, "chmod 600"},
         {"link",
          [&](const auto& path) {
              write(root_ / "elsewhere", "secret", 0600);

@@ -143,6 +143,8 @@ TEST_F(RelayProgramTest, EndsWithAStatusThatSaysWhoseFaultItWas) {
         {{"--engine", "script", good, "--max-streams", "0"}, "ended with status 2"},
         {{"--engine", "script", good, "--listen", "example.org:80"}, "ended with status 2"},
         {{"--engine", "script", good, "--listen", "127.0.0.1:65536"}, "ended with status 2"},
+        {{"--engine", "script", good, "--listen", "127.0.0.1"}, "ended with status 2"},
+        {{"--engine", "script", good, "--listen", "::1:80"}, "ended with status 2"},
         {{"issue-token"}, "ended with status 2"},
         {{"--frobnicate"}, "ended with status 2"},
     };
