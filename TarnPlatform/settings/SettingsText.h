@@ -8,8 +8,8 @@
 
 namespace tarn {
 
-// The text of a settings file: one JSON object, a key a line. What is written reads back as the same object,
-// each number of the same type and value. Thread: any.
+// The text of a settings file: one JSON object, with one key on a line. What is written reads back as the
+// same object, with each number of the same type, and fractions of 15 significant digits. Thread: any.
 
 std::string settingsText(const boost::json::object& values);
 

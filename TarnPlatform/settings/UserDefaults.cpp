@@ -1,8 +1,10 @@
 #include "UserDefaults.h"
 
+#include <algorithm>
 #include <boost/json/string.hpp>
 #include <boost/json/value.hpp>
 #include <cmath>
+#include <limits>
 #include <mutex>
 #include <utility>
 
@@ -78,7 +80,10 @@ std::optional<std::int64_t> UserDefaults::integer(std::string_view key) const {
 
 std::optional<double> UserDefaults::number(std::string_view key) const {
     return store_->valueOf(key, [](const json::value& value) -> std::optional<double> {
-        return value.is_number() ? std::optional(value.to_number<double>()) : std::nullopt;
+        // The parser makes an infinity of what is beyond the range of a double; nobody asked for one.
+        constexpr double greatest = std::numeric_limits<double>::max();
+        return value.is_number() ? std::optional(std::clamp(value.to_number<double>(), -greatest, greatest))
+                                 : std::nullopt;
     });
 }
 

@@ -55,7 +55,7 @@ public:
     std::optional<std::string> string(std::string_view key) const;
     /// Also of a number written as a fraction that is whole: 2000.0. Neither a text nor a boolean is one.
     std::optional<std::int64_t> integer(std::string_view key) const;
-    /// Any number.
+    /// Any number. A fraction keeps 15 significant digits in the file.
     std::optional<double> number(std::string_view key) const;
     std::optional<bool> boolean(std::string_view key) const;
 
