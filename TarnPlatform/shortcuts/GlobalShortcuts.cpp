@@ -9,8 +9,8 @@
 
 namespace tarn {
 
-/// Thread: the bus's. It waits there for answers of the X server, which is no other program's business: where
-/// that server hangs, no key is pressed, no icon of the tray is seen, and the main thread hangs too.
+/// Thread: the bus's. The grabs wait there for answers of the X server, which holds up no other part in a way
+/// that matters: where that server hangs, no key arrives, no icon is shown, and the main thread hangs too.
 class GlobalShortcuts::Listener {
 public:
     Listener(BusConnection& bus, std::vector<Shortcut> shortcuts,

@@ -18,14 +18,14 @@ struct Shortcut {
     Trigger preferred;        ///< the desktop may let its user choose another
 };
 
-/// Keys that are heard whichever program has the keyboard: through the desktop's portal where that binds
-/// them, and by grabs of the X server until then and where it does not. What another program has grabbed
-/// already is said in the log, once, and the others work. With neither portal nor X server nothing happens.
+/// Keys that work whichever program has the keyboard focus: through the desktop's portal where that binds
+/// them, and by grabs at the X server until then and where it does not. A key that another program has
+/// grabbed is named in the log, once, and the others work. With neither portal nor X server nothing happens.
 ///
 /// A portal that is started again binds them again. A key that is held down counts once.
 ///
 /// Threads: made and destroyed on `executor`, where `pressed` is called, and never after the destruction.
-/// Nothing here waits for the bus or, but for the end of the grabs, the X server.
+/// Nothing here waits for the bus. The destructor waits for the X server where it still answers a grab.
 class GlobalShortcuts {
 public:
     using Pressed = std::function<void(const std::string& id)>;

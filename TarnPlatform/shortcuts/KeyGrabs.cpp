@@ -21,8 +21,8 @@ struct FreeReply {
 template <typename T>
 using Reply = std::unique_ptr<T, FreeReply>;
 
-constexpr std::uint32_t numLockSign = 0xff7f;
-constexpr std::uint8_t eventBit = 0x7f;  // without the mark of events that a program sent
+constexpr std::uint32_t numLockKeysym = 0xff7f;
+constexpr std::uint8_t eventBit = 0x7f;  // leaves out the bit of events that a program has sent
 constexpr auto core = static_cast<std::uint16_t>(XCB_XKB_ID_USE_CORE_KBD);
 
 std::uint16_t modifiersOf(const Trigger& trigger) {
@@ -31,12 +31,13 @@ std::uint16_t modifiersOf(const Trigger& trigger) {
         (trigger.shift ? XCB_MOD_MASK_SHIFT : 0) | (trigger.super ? XCB_MOD_MASK_4 : 0));
 }
 
-/// The key of a letter or digit on an American keyboard, as the kernel numbers them for X; 0 for others.
-xcb_keycode_t americanKey(std::uint32_t sign) {
+/// The key of a letter or digit on an American keyboard; 0 for other keysyms. X's numbers of keys are the
+/// kernel's plus 8 and follow the rows of the keyboard, whatever is printed on the keys.
+xcb_keycode_t americanKey(std::uint32_t keysym) {
     constexpr std::array<std::pair<xcb_keycode_t, std::string_view>, 4> rows{
         {{10, "1234567890"}, {24, "qwertyuiop"}, {38, "asdfghjkl"}, {52, "zxcvbnm"}}};
     for (const auto& [first, row] : rows) {
-        const auto at = sign < eventBit ? row.find(static_cast<char>(sign)) : std::string_view::npos;
+        const auto at = keysym < eventBit ? row.find(static_cast<char>(keysym)) : std::string_view::npos;
         if (at != std::string_view::npos) {
             return static_cast<xcb_keycode_t>(first + at);
         }
@@ -59,6 +60,7 @@ KeyGrabs::KeyGrabs(const std::vector<Shortcut>& shortcuts, std::function<void(co
     };
     g_source_set_callback(source_, G_SOURCE_FUNC(readable), this, nullptr);
     g_source_attach(source_, g_main_context_get_thread_default());
+    // The first look counts as a change of the keyboard, so that there is one way to grab.
     isStale_ = true;
     takeEvents();
 }
@@ -68,7 +70,7 @@ KeyGrabs::~KeyGrabs() {
         g_source_destroy(source_);
         g_source_unref(source_);
     }
-    xcb_disconnect(connection_);  // ends the grabs
+    xcb_disconnect(connection_);  // the server ends the grabs of a client that is gone
 }
 
 bool KeyGrabs::connect() {
@@ -90,12 +92,15 @@ bool KeyGrabs::useXkb() {
     if (!use || use->supported == 0) {
         return false;
     }
-    // While a key repeats it is not let go.
+    // By default the server sends a release before each repeated press. With this flag it sends presses
+    // alone, so that a key that is held down can be told from one that is pressed again.
     const Reply<xcb_xkb_per_client_flags_reply_t> flags(xcb_xkb_per_client_flags_reply(
         connection_,
         xcb_xkb_per_client_flags(connection_, core, XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT,
                                  XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT, 0, 0, 0),
         nullptr));
+    // Three things change which key has a keysym: another keyboard, another map of the same one, and another
+    // layout (a group, in the words of XKB) of the same map.
     constexpr auto events =
         static_cast<std::uint16_t>(XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY |
                                    XCB_XKB_EVENT_TYPE_STATE_NOTIFY);
@@ -113,8 +118,10 @@ bool KeyGrabs::useXkb() {
     return true;
 }
 
+// The map has for each key the number of its groups and a table of keysyms, `width` of them for each group,
+// the one without modifiers first.
 void KeyGrabs::readKeys() {
-    signs_.assign(256, {});
+    keysyms_.assign(256, {});
     const Reply<xcb_xkb_get_map_reply_t> reply(
         xcb_xkb_get_map_reply(connection_,
                               xcb_xkb_get_map(connection_, core, XCB_XKB_MAP_PART_KEY_SYMS, 0, 0, 0, 0, 0, 0,
@@ -129,18 +136,20 @@ void KeyGrabs::readKeys() {
                                reply->virtualMods, reply->totalKeyExplicit, reply->totalModMapKeys,
                                reply->totalVModMapKeys, reply->present, &map);
     auto keys = xcb_xkb_get_map_map_syms_rtrn_iterator(reply.get(), &map);
-    for (std::size_t key = reply->firstKeySym; keys.rem > 0 && key < signs_.size(); ++key) {
+    for (std::size_t key = reply->firstKeySym; keys.rem > 0 && key < keysyms_.size(); ++key) {
         constexpr unsigned groupCount = 0x0f;
-        const auto* const signs = xcb_xkb_key_sym_map_syms(keys.data);
+        const auto* const keysyms = xcb_xkb_key_sym_map_syms(keys.data);
         const auto length = static_cast<unsigned>(xcb_xkb_key_sym_map_syms_length(keys.data));
         for (unsigned group = 0; group < (keys.data->groupInfo & groupCount); ++group) {
             const unsigned at = group * keys.data->width;
-            signs_[key].push_back(at < length ? signs[at] : 0);
+            keysyms_[key].push_back(at < length ? keysyms[at] : 0);
         }
         xcb_xkb_key_sym_map_next(&keys);
     }
 }
 
+// Num Lock has no modifier of its own: the mapping of the modifiers has a row of keys for each of the eight,
+// and the row with a key of that keysym is the one.
 void KeyGrabs::readNumLock() {
     const Reply<xcb_get_modifier_mapping_reply_t> reply(
         xcb_get_modifier_mapping_reply(connection_, xcb_get_modifier_mapping(connection_), nullptr));
@@ -151,7 +160,7 @@ void KeyGrabs::readNumLock() {
     const int count = xcb_get_modifier_mapping_keycodes_length(reply.get());
     numLock_ = 0;
     for (int i = 0; i < count; ++i) {
-        if (std::ranges::find(signs_[keys[i]], numLockSign) != signs_[keys[i]].end()) {
+        if (std::ranges::find(keysyms_[keys[i]], numLockKeysym) != keysyms_[keys[i]].end()) {
             numLock_ =
                 static_cast<std::uint16_t>(1U << static_cast<unsigned>(i / reply->keycodes_per_modifier));
         }
@@ -160,15 +169,15 @@ void KeyGrabs::readNumLock() {
 
 xcb_keycode_t KeyGrabs::keyOf(const Trigger& trigger) const {
     std::size_t layouts = 0;
-    for (const auto& signs : signs_) {
-        layouts = std::max(layouts, signs.size());
+    for (const auto& keysyms : keysyms_) {
+        layouts = std::max(layouts, keysyms.size());
     }
     const auto keyIn = [&](std::size_t layout) {
-        const auto key = std::ranges::find_if(signs_, [&](const auto& signs) {
-            // A key with fewer layouts than others goes round in its own.
-            return !signs.empty() && signs[layout % signs.size()] == trigger.keysym;
+        const auto key = std::ranges::find_if(keysyms_, [&](const auto& keysyms) {
+            // XKB wraps the group round for a key that has fewer groups than the keyboard.
+            return !keysyms.empty() && keysyms[layout % keysyms.size()] == trigger.keysym;
         });
-        return key == signs_.end() ? xcb_keycode_t{0} : static_cast<xcb_keycode_t>(key - signs_.begin());
+        return key == keysyms_.end() ? xcb_keycode_t{0} : static_cast<xcb_keycode_t>(key - keysyms_.begin());
     };
     xcb_keycode_t key = keyIn(group_);
     for (std::size_t layout = 0; key == 0 && layout < layouts; ++layout) {
@@ -177,6 +186,8 @@ xcb_keycode_t KeyGrabs::keyOf(const Trigger& trigger) const {
     return key != 0 ? key : americanKey(trigger.keysym);
 }
 
+// A grab holds for one exact state of all modifiers, Caps Lock and Num Lock included. Since neither of the
+// two changes what a shortcut means, each key is grabbed once for each state of both.
 std::vector<std::uint16_t> KeyGrabs::lockStates() const {
     constexpr auto capsLock = static_cast<std::uint16_t>(XCB_MOD_MASK_LOCK);
     if (numLock_ == 0) {
@@ -200,6 +211,7 @@ void KeyGrabs::grabAll() {
 }
 
 bool KeyGrabs::grab(const Grab& wanted) {
+    // All requests are sent before the first answer is waited for, which makes one round trip of them.
     std::vector<xcb_void_cookie_t> requests;
     for (const auto locks : lockStates()) {
         requests.push_back(xcb_grab_key_checked(connection_, 0, root_,
@@ -214,7 +226,8 @@ bool KeyGrabs::grab(const Grab& wanted) {
     if (isOurs) {
         grabs_.push_back(wanted);
     } else {
-        ungrab(wanted);  // half of it would work or not with the lights of the keyboard
+        // With a part of the grabs the key would work or not, as the lights of the keyboard happen to be.
+        ungrab(wanted);
     }
     return isOurs;
 }
@@ -228,11 +241,12 @@ void KeyGrabs::ungrab(const Grab& grab) {
 void KeyGrabs::ungrabAll() {
     std::ranges::for_each(grabs_, [this](const Grab& grab) { ungrab(grab); });
     grabs_.clear();
-    held_ = 0;  // nobody tells any more when it is let go
+    held_ = 0;  // its release goes to the window with the keyboard focus from now on
 }
 
-// Until none is left, also of those that came while an answer was waited for: the socket does not tell of
-// them any more.
+// Takes events until none is left. XCB reads the socket whenever it waits for an answer, and keeps the events
+// that it finds there: the socket is not readable for them any more, so each look at the keyboard is followed
+// by another look at the events.
 void KeyGrabs::takeEvents() {
     for (;;) {
         const Reply<xcb_generic_event_t> event(xcb_poll_for_event(connection_));
@@ -252,6 +266,7 @@ void KeyGrabs::take(const xcb_generic_event_t& event) {
     if (type == XCB_KEY_PRESS) {
         const auto& key = reinterpret_cast<const xcb_key_press_event_t&>(event);
         const bool repeats = std::exchange(held_, key.detail) == key.detail;
+        // The state also tells of locks and of the buttons of the pointer, which do not count.
         constexpr auto meant = static_cast<std::uint16_t>(XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1 |
                                                           XCB_MOD_MASK_SHIFT | XCB_MOD_MASK_4);
         const auto found = std::ranges::find_if(grabs_, [&key](const Grab& grab) {
@@ -266,7 +281,7 @@ void KeyGrabs::take(const xcb_generic_event_t& event) {
     } else if (type == XCB_MAPPING_NOTIFY) {
         isStale_ = true;
     } else if (type == xkbEvent_) {
-        // Their kind stands where others have details.
+        // All events of XKB share one number; their own type is in the byte after it.
         if (event.pad0 == XCB_XKB_STATE_NOTIFY) {
             const auto group = reinterpret_cast<const xcb_xkb_state_notify_event_t&>(event).group;
             isStale_ = isStale_ || group != group_;

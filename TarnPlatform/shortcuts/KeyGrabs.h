@@ -14,8 +14,8 @@
 namespace tarn {
 
 /// Shortcuts as grabs of keys on the X server that DISPLAY names, on a connection of its own. A shortcut is
-/// the key that has its sign in the keyboard layout in use; where that layout has no such sign, in the first
-/// one that has it, and where none has it, the key at its place of the American keyboard.
+/// the key that has its keysym in the keyboard layout in use; where that layout lacks the keysym, in the
+/// first one that has it; and where none has it, the key at its place of the American keyboard.
 ///
 /// Thread: one whose main context is its default, and runs.
 class KeyGrabs {
@@ -53,12 +53,12 @@ private:
     xcb_window_t root_ = XCB_NONE;
     std::uint8_t xkbEvent_ = 0;
     std::uint8_t group_ = 0;
-    std::vector<std::vector<std::uint32_t>> signs_;  ///< for each key, for each layout, without modifiers
+    std::vector<std::vector<std::uint32_t>> keysyms_;  ///< for each key and layout, without modifiers
     std::uint16_t numLock_ = XCB_MOD_MASK_2;
-    bool isStale_ = false;
-    xcb_keycode_t held_ = 0;
+    bool isStale_ = false;    ///< the keyboard has changed since the keys were grabbed
+    xcb_keycode_t held_ = 0;  ///< the grabbed key that is down
     std::vector<Grab> grabs_;
-    std::set<std::string> refused_;  ///< what the log has told
+    std::set<std::string> refused_;  ///< the shortcuts whose refusal is in the log
 };
 
 }  // namespace tarn

@@ -66,7 +66,8 @@ void ShortcutPortal::vanished() {
     setBound(false);
 }
 
-// Many portals have no shortcuts: only one that says its version has.
+// A portal is one service with many interfaces, and most desktops' portals lack this one. Only a portal that
+// has it answers for its version.
 void ShortcutPortal::appeared() {
     vanished();
     portalsLife_ = BusConnection::newLifeline();
@@ -83,6 +84,9 @@ std::string ShortcutPortal::newToken() {
     return "tarn" + std::to_string(++tokens_);
 }
 
+// The road to shortcuts: a session is created, the shortcuts are bound in it, and the portal signals each
+// press with the session's path. Each step is a call whose real answer comes later, as a signal (see
+// `request`).
 void ShortcutPortal::createSession() {
     const auto token = newToken();
     GVariantBuilder options;
@@ -93,7 +97,7 @@ void ShortcutPortal::createSession() {
 }
 
 void ShortcutPortal::bindShortcuts(GVariant* results) {
-    const char* session = nullptr;  // a text, although it is a path
+    const char* session = nullptr;  // the interface has it as a string, although it is an object's path
     if (g_variant_lookup(results, "session_handle", "&s", &session) == FALSE ||
         g_variant_is_object_path(session) == FALSE) {
         return;
@@ -151,7 +155,7 @@ void ShortcutPortal::respond(GVariant* arguments) {
     if (outcome == 0) {
         (this->*answered_)(results.get());
     } else {
-        closeSession();  // the user does not want it, or the desktop cannot
+        closeSession();  // the user has refused, or the desktop cannot bind them
     }
 }
 

@@ -9,7 +9,8 @@
 
 namespace tarn {
 
-/// Shortcuts that the desktop's portal binds, each time that it starts. Its user may be asked, and take long.
+/// Shortcuts that the desktop's portal binds, each time that the portal starts. The portal may ask the user
+/// first, which takes as long as it takes.
 /// Thread: the bus's.
 class ShortcutPortal {
 public:

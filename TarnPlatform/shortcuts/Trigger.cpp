@@ -7,6 +7,7 @@
 namespace tarn {
 namespace {
 
+/// The keysyms are those of X11/keysymdef.h, whose names the portal takes too.
 struct NamedKey {
     std::string_view text;  ///< in small letters
     std::string_view name;
@@ -81,6 +82,7 @@ std::optional<Trigger> Trigger::parse(std::string_view text) {
     if (!readKey(rest, trigger)) {
         return std::nullopt;
     }
+    // A grab of a key that writes would take it from every text field of the desktop.
     const bool writes =
         trigger.keysym < firstFunctionKey || trigger.keysym >= firstFunctionKey + functionKeys;
     if (writes && trigger.keysym != pauseKey && !trigger.control && !trigger.alt && !trigger.super) {

@@ -1,6 +1,6 @@
 #pragma once
 
-// One of its fields has a name that C++ keeps for itself.
+// xcb/xkb.h has a field named "explicit", which is a keyword of C++.
 #ifdef __clang__
 #pragma clang diagnostic push
 #pragma clang diagnostic ignored "-Wkeyword-macro"
