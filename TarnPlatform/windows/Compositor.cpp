@@ -15,10 +15,11 @@ Compositor::Compositor(QObject* parent) : QObject(parent) {
         return;
     }
     auto* const connection = x11->connection();
+    // A compositing manager shows that it runs by owning this selection of its screen.
     selection_ = x11->atom(("_NET_WM_CM_S" + std::to_string(x11->screen())).c_str());
     const auto* const extension = xcb_get_extension_data(connection, &xcb_xfixes_id);
     if (extension != nullptr && extension->present != 0) {
-        // The server answers nothing else of this extension to clients that have not said their version.
+        // The server refuses all other requests of this extension to a client that has not told its version.
         const Reply<xcb_xfixes_query_version_reply_t> version(xcb_xfixes_query_version_reply(
             connection,
             xcb_xfixes_query_version(connection, XCB_XFIXES_MAJOR_VERSION, XCB_XFIXES_MINOR_VERSION),
@@ -30,7 +31,7 @@ Compositor::Compositor(QObject* parent) : QObject(parent) {
                                               XCB_XFIXES_SELECTION_EVENT_MASK_SELECTION_CLIENT_CLOSE);
         QCoreApplication::instance()->installNativeEventFilter(this);
     }
-    // After the events were asked for: a change between the two would be missed otherwise.
+    // The owner is read after the events were asked for, so that no change is missed between the two.
     const Reply<xcb_get_selection_owner_reply_t> owner(
         xcb_get_selection_owner_reply(connection, xcb_get_selection_owner(connection, selection_), nullptr));
     isRunning_ = owner && owner->owner != XCB_NONE;

@@ -6,8 +6,8 @@
 
 namespace tarn {
 
-/// Whether windows of this desktop can be translucent: a compositing manager runs on the X screen. One that
-/// comes or goes later is noticed. Everywhere else than on X11 there is one.
+/// Whether windows of this desktop can be translucent, because a compositing manager runs on the X screen.
+/// One that starts or ends later is noticed. Every other platform than X11 has one.
 ///
 /// Thread: main, which has the application.
 class Compositor : public QObject, private QAbstractNativeEventFilter {
@@ -28,7 +28,7 @@ private:
 
     bool isRunning_ = true;
     std::uint32_t selection_ = 0;
-    int notify_ = -1;  ///< the kind of event that tells of the selection's owner
+    int notify_ = -1;  ///< the type of the events about the selection's owner
 };
 
 }  // namespace tarn

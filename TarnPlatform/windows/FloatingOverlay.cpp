@@ -16,7 +16,7 @@ FloatingOverlay::FloatingOverlay(const Compositor& compositor, const StackingWat
     connect(&compositor_, &Compositor::changed, this, &FloatingOverlay::applyShape);
     connect(&stacking_, &StackingWatch::changed, this, [this] {
         wantsKeys_ = false;
-        // Perhaps the window manager that it waits for is gone.
+        // The window may be hidden and wait for a window manager to let go of it that has just gone.
         showAgain();
         applyFlags();
     });
@@ -73,7 +73,7 @@ void FloatingOverlay::follow(QWindow* window) {
     window_->installEventFilter(this);
     connect(window_, &QWindow::widthChanged, this, &FloatingOverlay::applyShape);
     connect(window_, &QWindow::heightChanged, this, &FloatingOverlay::applyShape);
-    // Later: the signal comes just before the window is mapped.
+    // Queued, because the signal comes just before the window is mapped, and hints count from then on.
     connect(
         window_, &QWindow::visibleChanged, this,
         [this] {
@@ -90,8 +90,8 @@ void FloatingOverlay::follow(QWindow* window) {
 
 bool FloatingOverlay::eventFilter(QObject* /*watched*/, QEvent* event) {
     if (event->type() == QEvent::MouseButtonRelease) {
-        // Later, and not on the press: being hidden in between would lose the release, and a popover that the
-        // press opens would lose the keyboard again.
+        // On the release and not on the press: a window that is hidden in between never gets the release.
+        // Queued, because a popover that the click opens shall keep the keyboard focus.
         QMetaObject::invokeMethod(
             this,
             [this] {
@@ -128,6 +128,9 @@ void FloatingOverlay::takeKeyboard() {
     applyFlags();
 }
 
+// A window that bypasses the window manager (override-redirect) is above full-screen windows under every
+// window manager that was tried; no state or type of a managed window is. It pays for that with the keyboard
+// focus, which no window manager gives it, so it is unmanaged only while it must be.
 Qt::WindowFlags FloatingOverlay::wantedFlags() const {
     Qt::WindowFlags flags = Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint;
     flags.setFlag(Qt::BypassWindowManagerHint, !stacking_.keepsAbove() && !wantsKeys_);
@@ -142,7 +145,8 @@ void FloatingOverlay::applyFlags() {
         window_->setFlags(wantedFlags());
         return;
     }
-    // A window is in the window manager's hands, or not, from one mapping to the next.
+    // A window manager looks at override-redirect only when a window is mapped. So the window is unmapped,
+    // and mapped again once the window manager has let go of it, at the same place.
     isSwitching_ = true;
     frame_ = window_->geometry();
     hadFocus_ = window_->isActive();
@@ -159,7 +163,8 @@ void FloatingOverlay::showAgain() {
     const bool takesFocus = hadFocus_ || wantsKeys_;
     window_->setFlags(wantedFlags());
     window_->setGeometry(frame_);
-    // Not to take the keyboard from whoever has it.
+    // Qt activates a window that it shows, unless this property forbids it: the user who types elsewhere
+    // keeps the keyboard focus.
     window_->setProperty("_q_showWithoutActivating", !takesFocus);
     window_->setVisible(true);
     window_->setProperty("_q_showWithoutActivating", {});
@@ -169,6 +174,8 @@ void FloatingOverlay::showAgain() {
     raise();
 }
 
+// Nobody else keeps an unmanaged window on top: whenever others are restacked it raises itself, and then its
+// popovers, which belong above it.
 void FloatingOverlay::raise() {
     if (!window_ || !window_->isVisible() || !(window_->flags() & Qt::BypassWindowManagerHint)) {
         return;
@@ -183,6 +190,7 @@ void FloatingOverlay::applyShape() {
     if (!window_ || window_->handle() == nullptr) {
         return;
     }
+    // With a compositor the corners are transparent pixels; without one they would be black.
     WindowHints::cutCorners(*window_, compositor_.isRunning() ? 0 : look_.cornerRadius);
     if (hasBackdrop_) {
         WindowHints::blurBehind(*window_, look_.cornerRadius);

@@ -31,8 +31,8 @@ class FloatingOverlay : public QObject {
     Q_PROPERTY(tarn::WindowDrag* drag READ drag CONSTANT)
     /// Whether the window has a translucent backdrop: what lies behind is blurred then.
     Q_PROPERTY(bool hasBackdrop READ hasBackdrop WRITE setHasBackdrop NOTIFY hasBackdropChanged)
-    /// Whether the pointer's clicks go to what lies below. The window gets no click then: whoever sets it has
-    /// another way to unset it.
+    /// Whether the pointer's clicks go to the windows below. The window itself gets no click then, so whoever
+    /// sets this needs another way to unset it.
     Q_PROPERTY(bool clickThrough READ clickThrough WRITE setClickThrough NOTIFY clickThroughChanged)
 
 public:
@@ -43,9 +43,9 @@ public:
 
     FloatingOverlay(const Compositor& compositor, const StackingWatch& stacking, QObject* parent = nullptr);
 
-    /// As often as one likes, before and after the window is shown.
+    /// May be called any number of times, before and after the window is shown.
     void style(QWindow* window, Look look);
-    /// Shows it in front of the others and with the keyboard.
+    /// Shows it in front of the others, with the keyboard focus.
     void activate();
 
     WindowDrag* drag() { return &drag_; }
@@ -80,10 +80,10 @@ private:
     bool hasBackdrop_ = true;
     bool clickThrough_ = false;
     Withdrawal withdrawal_;
-    bool isSwitching_ = false;  ///< hidden, to be shown again in other hands
-    bool hadFocus_ = false;     ///< when it was hidden for that
+    bool isSwitching_ = false;  ///< hidden, to be shown again managed or unmanaged
+    bool hadFocus_ = false;     ///< whether it had the keyboard focus when it was hidden for that
     QRect frame_;               ///< at that time
-    bool wantsKeys_ = false;    ///< clicked where only the window manager can give it the keyboard
+    bool wantsKeys_ = false;    ///< clicked where only the window manager can give it the keyboard focus
 };
 
 }  // namespace tarn

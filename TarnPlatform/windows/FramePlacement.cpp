@@ -25,7 +25,7 @@ std::string FramePlacement::text(QRect frame) {
 }
 
 std::optional<QRect> FramePlacement::frame(std::string_view text) {
-    // What a window of X11 can have, which also keeps all arithmetic within an int.
+    // X11 has 16 bits for a coordinate. The limit also keeps all arithmetic within an int.
     constexpr int most = 32767;
     std::array<int, 4> numbers{};
     const char* at = text.data();
@@ -50,6 +50,8 @@ std::optional<QRect> FramePlacement::frame(std::string_view text) {
     return QRect(x, y, width, height);
 }
 
+// The screens may have been unplugged, resized or rearranged since the frame was remembered. Where some of it
+// would be out of sight, it moves to the screen that shows most of it, or whose centre is nearest.
 QRect FramePlacement::onScreens(QRect frame, std::span<const QRect> screens, QSize minimum) {
     frame.setSize(frame.size().expandedTo(minimum));
     QRegion shown;
@@ -65,7 +67,7 @@ QRect FramePlacement::onScreens(QRect frame, std::span<const QRect> screens, QSi
                                          : distance(one, frame) > distance(other, frame);
     });
     frame.setSize(frame.size().boundedTo(home.size()).expandedTo(minimum));
-    // The top left corner stays on the screen where the minimum does not fit.
+    // Where even the minimum does not fit, the top left corner stays on the screen.
     frame.moveLeft(std::max(home.x(), std::min(frame.x(), home.x() + home.width() - frame.width())));
     frame.moveTop(std::max(home.y(), std::min(frame.y(), home.y() + home.height() - frame.height())));
     return frame;

@@ -9,7 +9,7 @@
 
 namespace tarn {
 
-/// Where a remembered window goes, as plain arithmetic. Device-independent pixels.
+/// The place of a window that was remembered, as plain arithmetic. Units: device-independent pixels.
 class FramePlacement {
 public:
     /// "x y width height".

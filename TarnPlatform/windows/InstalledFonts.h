@@ -11,7 +11,7 @@ struct FontScript {
     char32_t sample;
 };
 
-/// Those of `scripts` that no font of this system has; all of them where fonts cannot be looked up. Thread:
+/// The ones of `scripts` that no installed font covers; all of them where fonts cannot be looked up. Thread:
 /// any; waits for the disk.
 std::vector<FontScript> scriptsWithoutFont(const std::vector<FontScript>& scripts);
 

@@ -39,6 +39,8 @@ StackingWatch::StackingWatch(QObject* parent) : QObject(parent) {
     if (x11 == nullptr) {
         return;
     }
+    // All of it is in properties of the root window, which window managers keep by the Extended Window
+    // Manager Hints. Their changes are asked for before they are read, so that none is missed in between.
     atoms_ = std::make_unique<const Atoms>(*x11);
     x11->addEvents(x11->root(), XCB_EVENT_MASK_PROPERTY_CHANGE);
     QCoreApplication::instance()->installNativeEventFilter(this);
@@ -70,7 +72,7 @@ bool StackingWatch::nativeEventFilter(const QByteArray& /*type*/, void* message,
             }
             break;
         }
-        // One that comes back becomes the active one again.
+        // A window that is hidden or closed covers nothing. One that comes back becomes the active one again.
         case XCB_UNMAP_NOTIFY:
             if (static_cast<const xcb_unmap_notify_event_t*>(message)->window != other_) {
                 return false;
@@ -106,6 +108,8 @@ void StackingWatch::readActiveWindow() {
     const auto active = x11->values(x11->root(), atoms_->active, XCB_ATOM_WINDOW);
     isNothingActive_ = active.empty() || active.front() == XCB_NONE;
     if (isNothingActive_ || isOurs(active.front())) {
+        // A window of ours, or a moment without any, covers nothing new. A full-screen window of another
+        // program stays where it is meanwhile, so its state counts on.
         return;
     }
     other_ = active.front();
@@ -113,6 +117,7 @@ void StackingWatch::readActiveWindow() {
     readState();
 }
 
+// Xwayland's window manager shows windows of Wayland to X11 as no active window.
 bool StackingWatch::isKeyboardElsewhere() const {
     return knowsAbove_ && isWaylandSession() && isNothingActive_;
 }
@@ -125,6 +130,7 @@ void StackingWatch::readState() {
         const auto has = [&states](xcb_atom_t state) {
             return std::ranges::find(states, state) != states.end();
         };
+        // A minimised window keeps its full-screen state.
         isFullScreen_ = has(atoms_->fullScreen) && !has(atoms_->hidden);
     }
 }

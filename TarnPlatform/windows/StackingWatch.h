@@ -7,13 +7,12 @@
 
 namespace tarn {
 
-/// Whether a window that asks the window manager to stay above others really is above them now. It is not
-/// - under a window manager that knows no such wish, or none at all;
-/// - over a full-screen window of another program, as long as that is the active one: most window managers
-///   put it on top of everything that they manage;
-/// - in a Wayland session, where the active window is no window of X11: it may be full screen, which is
-/// nothing
-///   that programs of X11 are told.
+/// Whether a window that asks the window manager to stay above others really is above them now.
+///
+/// It is not where there is no window manager, or one that does not know the wish. It is not over a
+/// full-screen window of another program that is the active one, since most window managers put that on top
+/// of everything that they manage. And it may not be in a Wayland session whose active window is no window of
+/// X11: that one may be full screen, which programs of X11 are not told.
 ///
 /// The active window counts until one of another program takes its place, so that a user who turns to one of
 /// our own windows does not change the answer.
@@ -27,13 +26,13 @@ public:
     ~StackingWatch() override;
 
     bool keepsAbove() const { return keepsAbove_; }
-    /// Whether the keyboard is with a window of no program of X11, so that only the window manager can give
-    /// it to one of ours: a window that it manages.
+    /// Whether a window that is not of X11 has the keyboard focus. Then only the window manager can give the
+    /// focus to a window of ours, and only to one that it manages.
     bool isKeyboardElsewhere() const;
 
 Q_SIGNALS:
     void changed();
-    /// Windows have been raised or lowered, perhaps over those that bypass the window manager.
+    /// Windows have been raised or lowered, perhaps above windows that bypass the window manager.
     void restacked();
 
 private:

@@ -10,7 +10,7 @@
 namespace tarn {
 namespace {
 
-/// The pixel that a point lies in: rounding would put the last one's far half outside.
+/// The pixel in which a point lies. Rounding would put the far half of the last pixel outside the window.
 QPoint inside(QPointF point) {
     return {static_cast<int>(std::floor(point.x())), static_cast<int>(std::floor(point.y()))};
 }
@@ -78,7 +78,7 @@ void WindowDrag::follow() {
 
 void WindowDrag::released() {
     if (state_ == State::byHand && window_) {
-        // Where the pointer went since the last move that was told of.
+        // The pointer may have gone on since the last move.
         follow();
     }
     end();

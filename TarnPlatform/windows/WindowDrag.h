@@ -10,9 +10,9 @@ class QWindow;
 
 namespace tarn {
 
-/// Moves a frameless window by its background and resizes it by its edges, for the mouse area behind its
-/// controls to tell of presses. The window manager does it where it manages the window; where the window
-/// bypasses it, a press also takes the keyboard, which nobody else would give to such a window.
+/// Moves a frameless window by its background and resizes it by its edges. The mouse area behind the window's
+/// controls passes its presses to it. The window manager moves and resizes a window that it manages. A window
+/// that bypasses it is moved by hand, and a press also gives it the keyboard focus, since nobody else would.
 ///
 /// Points are relative to the window. Thread: main.
 class WindowDrag : public QObject {
@@ -21,24 +21,24 @@ class WindowDrag : public QObject {
 public:
     static constexpr int threshold = 4;  ///< pixels that a press may wander before it moves the window
 
-    /// `pointer`: where the mouse is on the screen. The window moves under it, so that points relative to the
-    /// window say where it was some time ago.
+    /// `pointer`: gives the place of the mouse on the screen. Points relative to the window are of no use
+    /// while it moves: by the time they arrive the window is elsewhere.
     explicit WindowDrag(std::function<QPoint()> pointer = nullptr, QObject* parent = nullptr);
 
     void setWindow(QWindow* window);
 
     Q_INVOKABLE void pressed(QPointF point);
-    /// Also without a press: nothing then.
+    /// Without a press before it this does nothing.
     Q_INVOKABLE void moved(QPointF point);
     Q_INVOKABLE void released();
-    /// A `Qt::CursorShape`: what a press at `point` would do.
+    /// The `Qt::CursorShape` that shows what a press at `point` would do.
     Q_INVOKABLE int cursorFor(QPointF point) const;
 
-    /// Whether we move or resize the window by hand just now.
+    /// Whether the window is being moved or resized by hand.
     bool isUnderWay() const { return state_ == State::byHand; }
 
 Q_SIGNALS:
-    /// What was under way by hand is over.
+    /// Moving or resizing by hand has ended.
     void ended();
 
 private:

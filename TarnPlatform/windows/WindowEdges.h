@@ -7,7 +7,7 @@
 
 namespace tarn {
 
-/// The edges of a window by which it is resized, as plain arithmetic. Device-independent pixels.
+/// The edges of a window by which it is resized, as plain arithmetic. Units: device-independent pixels.
 class WindowEdges {
 public:
     static constexpr int grip = 6;     ///< how far an edge reaches into the window

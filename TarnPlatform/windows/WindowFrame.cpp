@@ -59,7 +59,7 @@ void WindowFrame::place(QRect frame) {
 }
 
 void WindowFrame::followScreens() {
-    // Later, when all that is known of the screens is new.
+    // Queued, because Qt sends these signals while it is still changing what it knows of the screens.
     constexpr auto once = static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::UniqueConnection);
     connect(qGuiApp, &QGuiApplication::screenAdded, this, &WindowFrame::followScreens, once);
     connect(qGuiApp, &QGuiApplication::screenRemoved, this, &WindowFrame::screensChanged, once);
@@ -69,14 +69,16 @@ void WindowFrame::followScreens() {
 }
 
 void WindowFrame::screensChanged() {
-    // At another scale a window keeps its pixels, and has room for less, unless it is told.
+    // At another scale a window keeps its size in pixels, so that less fits in it, until it is given a new
+    // one.
     if (window_ && window_->isVisible() && window_->windowState() == Qt::WindowNoState) {
         place(frame_);
     }
 }
 
 void WindowFrame::later() {
-    // Windows are placed, hidden and minimised by others too; only a frame that the user sees counts.
+    // The window manager also changes the frame of windows that it hides or minimises. Only a frame that the
+    // user has seen is remembered.
     if (!window_->isVisible() || window_->windowState() != Qt::WindowNoState) {
         return;
     }

@@ -35,6 +35,7 @@ void WindowHints::blurBehind(QWindow& window, int radius) {
     if (x11 == nullptr) {
         return;
     }
+    // KWin's protocol: the property holds the region as rectangles, in pixels and not in Qt's units.
     const qreal scale = window.devicePixelRatio();
     std::vector<std::uint32_t> rectangles;
     for (const QRect& part : roundedRegion((QSizeF(window.size()) * scale).toSize(), radius * scale)) {
@@ -62,7 +63,7 @@ void WindowHints::letPointerThrough(QWindow& window, bool through) {
         window.setFlag(Qt::WindowTransparentForInput, through);
         return;
     }
-    // Not by Qt's flag, which takes effect with the next mapping only.
+    // By an empty input shape. Qt's flag for it takes effect only when the window is mapped the next time.
     const auto id = static_cast<xcb_window_t>(window.winId());
     xcb_xfixes_query_version(x11->connection(), XCB_XFIXES_MAJOR_VERSION, XCB_XFIXES_MINOR_VERSION);
     constexpr xcb_shape_kind_t inputShape = 2;

@@ -5,24 +5,24 @@ class QWindow;
 
 namespace tarn {
 
-/// What windows ask of an X11 desktop beyond what Qt asks for. Nothing happens on other platforms.
+/// Hints to an X11 desktop that Qt does not give. They do nothing on other platforms.
 /// Thread: main. Requires: a window that has been shown at least once.
 class WindowHints {
 public:
-    /// Shows the window on every desktop. Window managers forget it when a window is hidden and take no
-    /// notice before it is shown: to be asked for after every show.
+    /// Shows the window on every desktop. Window managers ignore this before a window is shown and forget it
+    /// when the window is hidden, so it has to be asked for after every show.
     static void showOnEveryDesktop(QWindow& window);
 
-    /// Asks the compositor to blur what lies behind the window, within corners of `radius`. For the size that
-    /// the window has now.
+    /// Asks the compositor to blur the picture behind the window, within corners of `radius`. Holds for the
+    /// window's present size.
     static void blurBehind(QWindow& window, int radius);
     static void removeBlur(QWindow& window);
 
-    /// Lets the pointer's clicks and wheel go to what lies below the window, or no longer. On every platform.
+    /// Lets the pointer's clicks and wheel go to the windows below, or no longer. Works on every platform.
     static void letPointerThrough(QWindow& window, bool through);
 
-    /// Cuts the window's corners off, for desktops where they cannot be transparent; radius 0: leaves it
-    /// whole. For the size that the window has now. On every platform.
+    /// Cuts the window's corners off, for desktops where they cannot be transparent; radius 0 leaves it
+    /// whole. Holds for the window's present size. Works on every platform.
     static void cutCorners(QWindow& window, int radius);
 };
 

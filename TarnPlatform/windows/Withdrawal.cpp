@@ -41,6 +41,8 @@ bool Withdrawal::nativeEventFilter(const QByteArray& /*type*/, void* message, qi
     return false;
 }
 
+// By the Inter-Client Communication Conventions a window manager sets WM_STATE on each window that it
+// manages, and removes it, or sets it to Withdrawn, when it has let go.
 bool Withdrawal::isManaged() const {
     constexpr std::uint32_t withdrawn = 0;
     const auto state = X11::server()->values(window_, state_, state_);

@@ -8,8 +8,9 @@ class QWindow;
 
 namespace tarn {
 
-/// Waits until the window manager has let go of a window that was hidden. One that is shown again before that
-/// may be hidden by what the window manager still does. Thread: main.
+/// Waits until the window manager has let go of a window that was hidden. Where the window is shown again
+/// before that, the window manager may take the new mapping for part of the old one and hide it. Thread:
+/// main.
 class Withdrawal : public QObject, private QAbstractNativeEventFilter {
     Q_OBJECT
 
@@ -17,7 +18,7 @@ public:
     explicit Withdrawal(QObject* parent = nullptr);
     ~Withdrawal() override;
 
-    /// Begins to wait for `window`, and no more for any other. True when there is nothing to wait for.
+    /// Begins to wait for `window`, and stops waiting for any other. True when there is nothing to wait for.
     bool await(QWindow& window);
 
 Q_SIGNALS:
