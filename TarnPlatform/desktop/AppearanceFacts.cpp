@@ -34,6 +34,8 @@ bool isOfHighContrast(std::string_view theme) {
 
 }  // namespace
 
+// From the most explicit to the least: the portal, a variable that the user has set, the desktop's setting,
+// and last the names of themes, which say "dark" but never "light".
 std::optional<bool> AppearanceFacts::dark() const {
     constexpr std::uint32_t preferDark = 1;
     constexpr std::uint32_t preferLight = 2;

@@ -35,7 +35,8 @@ Owned<GSettings> settingsOf(const char* name) {
     return Owned<GSettings>(g_settings_new(name));
 }
 
-/// Only what the user has chosen: the defaults are those of a desktop that may not be this one.
+/// The value that the user has chosen; null where there is none. The schema's default is of no use: it is
+/// that of GNOME, which need not be the desktop that runs.
 Variant chosen(GSettings* settings, const char* key, const GVariantType* type) {
     if (settings == nullptr) {
         return nullptr;
@@ -48,7 +49,7 @@ Variant chosen(GSettings* settings, const char* key, const GVariantType* type) {
     return value && g_variant_is_of_type(value.get(), type) != FALSE ? std::move(value) : nullptr;
 }
 
-/// Variants of the portal come in one or two wrappings.
+/// The portal wraps a value in a variant, and some portals in two.
 Variant unwrapped(Variant value) {
     while (value && g_variant_is_of_type(value.get(), G_VARIANT_TYPE_VARIANT) != FALSE) {
         value.reset(g_variant_get_variant(value.get()));
@@ -131,7 +132,7 @@ void AppearanceWatcher::Reader::watchFiles() {
     facts_.gtkThemeVariable = variable == nullptr ? "" : variable;
     for (const char* version : {"gtk-3.0", "gtk-4.0"}) {
         const Text folder(g_build_filename(g_get_user_config_dir(), version, nullptr));
-        // A folder that is not there would be looked for every few seconds.
+        // GLib polls for a folder that does not exist, every few seconds.
         if (g_file_test(folder.get(), G_FILE_TEST_IS_DIR) == FALSE) {
             continue;
         }
@@ -155,7 +156,7 @@ void AppearanceWatcher::Reader::watchFiles() {
 void AppearanceWatcher::Reader::readFiles() {
     facts_.gtkFilePrefersDark.reset();
     facts_.gtkFileTheme.clear();
-    // The later version's word is the last.
+    // The later version of GTK is read last, so that its settings win.
     for (const char* version : {"gtk-3.0", "gtk-4.0"}) {
         const Text path(g_build_filename(g_get_user_config_dir(), version, "settings.ini", nullptr));
         const std::unique_ptr<GKeyFile, KeyFileFree> file(g_key_file_new());

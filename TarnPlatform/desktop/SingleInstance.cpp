@@ -32,6 +32,8 @@ GDBusInterfaceInfo* applicationInterface() {
     return node->interfaces[0];
 }
 
+/// By the Desktop Entry Specification: dots become slashes, and a hyphen, which a path may not have, an
+/// underscore.
 std::string objectPath(const std::string& applicationID) {
     std::string path = "/" + applicationID;
     std::ranges::replace(path, '.', '/');
@@ -117,6 +119,8 @@ private:
     BusConnection::Held ownedName_;
 };
 
+// A name has one owner on the bus at any time, and the bus gives it back when its owner's connection ends,
+// however that happens. So the name decides who is the primary, and no stale lock file can be left behind.
 void SingleInstance::Peer::requestName() {
     // The object comes first, since whoever sees the name may call at once.
     object_ = bus_.serve(
@@ -254,7 +258,7 @@ bool SingleInstance::isPrimary() const {
 }
 
 Result<void> SingleInstance::forward(const std::vector<std::string>& urls) {
-    // The bus takes valid UTF-8 only, and would close the connection over anything else.
+    // The bus closes the connection of a client that sends a string which is not valid UTF-8.
     const auto isText = [](const std::string& url) { return isUtf8(url) && !url.contains('\0'); };
     if (!std::ranges::all_of(urls, isText)) {
         return failure(ErrorKind::invalidInput, "the address is not text in UTF-8");

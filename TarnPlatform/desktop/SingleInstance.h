@@ -16,7 +16,7 @@ class BusThread;
 /// to the front and given addresses (the interface `org.freedesktop.Application`, which the desktop uses
 /// too).
 ///
-/// Calls from the bus arrive on the bus's thread, so that a busy program still answers, and go on to the
+/// Calls from the bus arrive on the bus's thread, so that a busy program still answers, and are posted to the
 /// executor. Nothing of an address is ever logged: it may hold a secret.
 class SingleInstance {
 public:

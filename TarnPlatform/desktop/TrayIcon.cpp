@@ -77,7 +77,7 @@ GVariant* picturesOf(const std::vector<TrayPicture>& pictures) {
     return g_variant_builder_end(&list);
 }
 
-/// Labels of menus take an underscore for the mark of an access key.
+/// In labels of menus an underscore marks the access key, and two stand for one.
 std::string escapedLabel(const std::string& label) {
     std::string escaped;
     for (const char character : label) {
@@ -214,6 +214,8 @@ private:
         return id > 0 && index < content_.rows.size() ? &content_.rows[index] : nullptr;
     }
 
+    // The menu is a tree of (id, properties, children). This one has a root and one level of rows, so that of
+    // the depth that is asked for only 0, which means the item without its children, makes a difference.
     GVariant* layout(gint32 parent, gint32 depth) const {
         GVariantBuilder children;
         g_variant_builder_init(&children, G_VARIANT_TYPE("av"));
@@ -248,7 +250,7 @@ private:
         };
         GVariantIter ids;
         g_variant_iter_init(&ids, wanted);
-        bool isAll = true;
+        bool isAll = true;  // an empty list asks for every row
         for (gint32 id = 0; g_variant_iter_next(&ids, "i", &id) != FALSE;) {
             isAll = false;
             add(id);
@@ -259,6 +261,7 @@ private:
         return g_variant_new("(a(ia{sv}))", &all);
     }
 
+    // A menu may be older than the rows: an event for a row that is gone, or disabled by now, does nothing.
     void happened(gint32 id, std::string_view event) {
         const TrayRow* const row = rowAt(id);
         if (event == "clicked" && row != nullptr && row->isEnabled && !row->id.empty()) {

@@ -13,7 +13,7 @@ namespace tarn {
 
 class BusThread;
 
-/// A picture of the tray's: `argb` has width × height pixels of four bytes, alpha first.
+/// A picture for the tray: `argb` has width × height pixels of four bytes, alpha first.
 struct TrayPicture {
     std::int32_t width = 0;
     std::int32_t height = 0;
@@ -21,19 +21,19 @@ struct TrayPicture {
     bool operator==(const TrayPicture&) const = default;
 };
 
-/// A row of its menu. An empty `id` is a line between others.
+/// A row of the icon's menu. An empty `id` makes a separator.
 struct TrayRow {
     std::string id;
     std::string label = {};
     bool isEnabled = true;
-    std::optional<bool> isChecked = std::nullopt;  ///< none: a row that is not switched on and off
+    std::optional<bool> isChecked = std::nullopt;  ///< nothing: a row without a check mark
     bool operator==(const TrayRow&) const = default;
 };
 
 struct TrayContent {
     std::string title;
     std::string tooltip;
-    std::vector<TrayPicture> pictures;  ///< the same one in several sizes
+    std::vector<TrayPicture> pictures;  ///< one picture in several sizes
     std::vector<TrayRow> rows;
     bool operator==(const TrayContent&) const = default;
 };

@@ -10,8 +10,8 @@ class UrlOpener {
 public:
     virtual ~UrlOpener() = default;
 
-    /// An address, or the absolute path of a file. Returns once the program has been asked for. False where
-    /// the desktop has none for this address, or none would start.
+    /// `url` is an address or the absolute path of a file. Returns as soon as the program has been started.
+    /// False where the desktop has no program for this address, or none starts.
     virtual bool open(const std::string& url) = 0;
 
     /// The desktop's own. An address of the scheme "x-apple.systempreferences" leads to the desktop's

@@ -56,7 +56,8 @@ Result<void> ChildConversation::ask(const Talk& talk) {
 }
 
 Result<void> ChildConversation::askOnce(const Talk& talk) {
-    // Only of a child that has answered before: one that ends right after its start shall say how.
+    // Only a child that has answered before is looked at. One that ends right after its start is asked all
+    // the same, so that the failure says how it ended.
     if (child_.running()) {
         auto& known = **child_.child();
         if (known.hasUnreadOutput() || known.ending({})) {

@@ -29,8 +29,8 @@ struct AnswerLimits {
 /// Thread: any; `ask` blocks.
 class ChildConversation {
 public:
-    /// `name`: what the child is called in the descriptions of errors ("the translator command").
-    /// `clock`: for what is idle.
+    /// `name`: the child's name in descriptions of errors ("the translator command"). `clock`: measures how
+    /// long it is idle.
     ChildConversation(std::string name, ChildCommand command, AnswerLimits limits,
                       std::shared_ptr<Clock> clock = Clock::system());
 

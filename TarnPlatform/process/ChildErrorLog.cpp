@@ -51,7 +51,8 @@ void ChildErrorLog::run() const {
     for (bool ended = false; !ended;) {
         ::poll(either.data(), either.size(), -1);
         const bool stopped = stop_.raised();
-        // At the stop, what the pipe holds at most: a flood must not keep the end off.
+        // After the stop no more is read than a pipe holds, since a child that writes without end would keep
+        // the thread from ending.
         for (std::size_t taken = 0; !ended && taken < kPipe; taken += buffer.size()) {
             const auto count = ::read(errors_.get(), buffer.data(), buffer.size());
             if (count > 0) {

@@ -8,13 +8,14 @@
 
 namespace tarn {
 
-/// Logs what a child writes to its standard error, line by line and without what a terminal would obey, on a
-/// thread of its own: a child that nobody reads would wait. Thread: made and destroyed on any one.
+/// Logs a child's standard error, line by line and without control characters, on a thread of its own: a
+/// child whose pipe nobody reads would wait in the middle of a line. Thread: made and destroyed on any
+/// thread.
 class ChildErrorLog {
 public:
     /// `errors`: the pipe's end to read from.
     explicit ChildErrorLog(UniqueDescriptor errors);
-    /// Logs what has come and does not wait for more.
+    /// Logs the lines that have come and does not wait for more.
     ~ChildErrorLog();
     ChildErrorLog(const ChildErrorLog&) = delete;
     ChildErrorLog& operator=(const ChildErrorLog&) = delete;

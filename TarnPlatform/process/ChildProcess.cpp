@@ -186,8 +186,8 @@ ChildProcess::~ChildProcess() {
     input_.reset();
     output_.reset();
     pollfd ended{.fd = process_.get(), .events = POLLIN, .revents = 0};
-    // The leader is reaped last, so that its number, and with it the group's, cannot mean anybody else
-    // before.
+    // The child is reaped last: until then the kernel gives its number, and its group's, to nobody else, so
+    // that the signals cannot hit a stranger.
     if (!waitFor({&ended, 1}, steady_clock::now() + kOwnEnd)) {
         ::kill(-id_, SIGTERM);
         waitFor({&ended, 1}, steady_clock::now() + kOrderlyEnd);
@@ -228,7 +228,7 @@ Result<std::size_t> ChildProcess::writeSome(std::string_view bytes, TimePoint de
             takeOutput();
         }
         if (ends[0].revents == 0 && steady_clock::now() >= deadline) {
-            break;  // it talks without end and does not listen
+            break;  // the child writes all the time and does not read
         }
     }
     return done;
@@ -370,7 +370,7 @@ std::string ChildProcess::take(std::size_t count) {
     return bytes;
 }
 
-/// The failure that `how`, which is not `gotBytes`, is to a reader.
+/// The failure of a read that ended with `how`, which is not `gotBytes`.
 std::unexpected<Error> ChildProcess::unfilled(Fill how, const char* late) {
     if (how == Fill::stopped) {
         return stoppedError();

@@ -23,6 +23,8 @@ std::unexpected<SecretError> systemFailure(const std::string& what, const std::f
     return refused("could not " + what + " " + path.string() + ": " + std::generic_category().message(errno));
 }
 
+/// Service and account as one file name. All bytes outside a plain set are written as %XX, so that no key can
+/// lead out of the folder.
 std::string fileName(const SecretKey& key) {
     static constexpr std::string_view plain =
         "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789._-";
@@ -41,7 +43,8 @@ std::string fileName(const SecretKey& key) {
     return name;
 }
 
-/// The folder itself, closed to others. Nothing (an invalid descriptor) where there is none.
+/// The folder itself, closed to others; an invalid descriptor where there is none. All files are opened
+/// relative to it, so that nobody can exchange the folder between its check and its use.
 SecretResult<UniqueDescriptor> openFolder(const std::filesystem::path& folder) {
     UniqueDescriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!opened) {

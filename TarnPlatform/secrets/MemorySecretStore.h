@@ -8,7 +8,7 @@
 
 namespace tarn {
 
-/// Secrets that end with the object. Thread: any.
+/// Keeps secrets as long as the object lives. Thread: any.
 class MemorySecretStore : public SecretStore {
 public:
     SecretResult<std::optional<std::string>> get(const SecretKey& key) override {

@@ -119,7 +119,7 @@ void SettingsStore::write() {
     }
 }
 
-// Once, however often it is tried, until a write has gone well.
+// Said once, however often writing is tried, until a write succeeds.
 void SettingsStore::sayNotStored(const std::string& why) {
     if (!std::exchange(isNotStoredSaid_, true)) {
         logLine("[settings] " + why + "; settings last until the program ends, unless that changes");

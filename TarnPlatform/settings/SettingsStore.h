@@ -16,8 +16,8 @@
 
 namespace tarn {
 
-/// The settings in memory, and the thread that carries their changes to the file; what becomes of them is
-/// told in UserDefaults.h. Thread: any, several at once.
+/// The settings in memory, and the thread that writes their changes to the file, as UserDefaults.h describes.
+/// Thread: any, several at once.
 class SettingsStore {
 public:
     /// In memory alone.

@@ -62,7 +62,7 @@ public:
     // A text that is not UTF-8 and a number that is not finite cannot be stored: the old value stays, and the
     // log says so.
     void set(std::string_view key, std::string_view value);
-    // Templates, lest a text literal became a boolean and a boolean a number.
+    // Templates, because a text literal would convert to a boolean otherwise, and a boolean to a number.
     template <std::same_as<bool> Boolean>
     void set(std::string_view key, Boolean value) {
         setBoolean(key, value);
@@ -77,8 +77,8 @@ public:
     }
     void remove(std::string_view key);
 
-    /// Writes now and waits for the disk; true when nothing is left to be written. For what must outlive
-    /// whatever comes next.
+    /// Writes now and waits for the disk; true when nothing is left to be written. For settings that a crash
+    /// right after must not lose.
     bool synchronize();
 
 private:
