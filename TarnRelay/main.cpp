@@ -17,7 +17,7 @@
 
 #include "EngineChoice.h"
 #include "TarnPlatform/base/Log.h"
-#include "TarnPlatform/base/Printable.h"
+#include "TarnPlatform/base/Text.h"
 #include "TarnPlatform/process/FreeMemory.h"
 #include "TarnPlatform/process/StandardDescriptors.h"
 #include "TarnPlatform/webserver/PassedSocket.h"

@@ -8,7 +8,7 @@
 #include "TarnApp/server/AccessToken.h"
 #include "TarnApp/server/Credentials.h"
 #include "TarnApp/server/TarnServerClientFactory.h"
-#include "TarnPlatform/base/Printable.h"
+#include "TarnPlatform/base/Text.h"
 
 namespace tarn::cli {
 namespace {

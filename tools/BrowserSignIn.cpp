@@ -11,7 +11,7 @@
 #include "TarnApp/session/AppLinks.h"
 #include "TarnApp/session/URLSchemeHandler.h"
 #include "TarnPlatform/base/EventQueue.h"
-#include "TarnPlatform/base/Printable.h"
+#include "TarnPlatform/base/Text.h"
 #include "TarnPlatform/bus/BusThread.h"
 #include "TarnPlatform/desktop/SchemeRegistration.h"
 #include "TarnPlatform/desktop/SingleInstance.h"

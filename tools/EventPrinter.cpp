@@ -14,7 +14,7 @@
 #include <set>
 #include <vector>
 
-#include "TarnPlatform/base/Printable.h"
+#include "TarnPlatform/base/Text.h"
 
 namespace tarn::cli {
 namespace {

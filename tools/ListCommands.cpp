@@ -6,7 +6,7 @@
 #include "TarnCore/audio/AudioApps.h"
 #include "TarnCore/audio/AudioDevices.h"
 #include "TarnPlatform/audioserver/AudioHardware.h"
-#include "TarnPlatform/base/Printable.h"
+#include "TarnPlatform/base/Text.h"
 
 namespace tarn::cli {
 namespace {

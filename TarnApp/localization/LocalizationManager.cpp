@@ -2,7 +2,7 @@
 
 #include <QVariantMap>
 
-#include "TarnPlatform/base/FilledText.h"
+#include "TarnPlatform/base/Text.h"
 
 namespace tarn {
 LocalizationManager::LocalizationManager(QObject* parent)

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "TarnPlatform/base/Log.h"
-#include "TarnPlatform/base/Utf8.h"
+#include "TarnPlatform/base/Text.h"
 #include "TarnPlatform/secrets/SecretStores.h"
 
 namespace tarn {

@@ -10,7 +10,7 @@
 #include "RealTarnTranslateStream.h"
 #include "TarnCore/deployment/Deployment.h"
 #include "TarnCore/realtime/QwenConfig.h"
-#include "TarnPlatform/base/Utf8.h"
+#include "TarnPlatform/base/Text.h"
 
 namespace tarn {
 namespace {

@@ -3,8 +3,7 @@
 #include <boost/json/parse.hpp>
 #include <cctype>
 
-#include "TarnPlatform/base/Printable.h"
-#include "TarnPlatform/base/Utf8.h"
+#include "TarnPlatform/base/Text.h"
 
 namespace tarn {
 

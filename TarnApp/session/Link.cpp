@@ -5,7 +5,7 @@
 #include <charconv>
 #include <string_view>
 
-#include "TarnPlatform/base/Utf8.h"
+#include "TarnPlatform/base/Text.h"
 #include "TarnPlatform/desktop/SingleInstance.h"
 
 namespace tarn {

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <utility>
 
-#include "TarnPlatform/base/Printable.h"
+#include "TarnPlatform/base/Text.h"
 #include "TranslateSession.h"
 
 namespace tarn {

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "TarnPlatform/base/Printable.h"
+#include "TarnPlatform/base/Text.h"
 
 namespace tarn {
 

@@ -6,8 +6,8 @@
 #include <cstring>
 #include <limits>
 
-#include "TarnPlatform/base/DecimalText.h"
 #include "TarnPlatform/base/Log.h"
+#include "TarnPlatform/base/Text.h"
 
 namespace tarn {
 

@@ -1,7 +1,7 @@
 #include "MicError.h"
 
 #include "SoundErrorText.h"
-#include "TarnPlatform/base/DecimalText.h"
+#include "TarnPlatform/base/Text.h"
 
 namespace tarn {
 namespace {

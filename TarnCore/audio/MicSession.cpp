@@ -7,8 +7,8 @@
 
 #include "AudioDevices.h"
 #include "MicPermission.h"
-#include "TarnPlatform/base/DecimalText.h"
 #include "TarnPlatform/base/Log.h"
+#include "TarnPlatform/base/Text.h"
 
 namespace tarn {
 namespace {

@@ -10,7 +10,7 @@
 #include "EventNames.h"
 #include "EventProtocol.h"
 #include "TarnPlatform/base/Log.h"
-#include "TarnPlatform/base/Printable.h"
+#include "TarnPlatform/base/Text.h"
 #include "TarnPlatform/net/Base64.h"
 
 namespace tarn {

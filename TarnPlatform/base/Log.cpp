@@ -4,8 +4,8 @@
 #include <mutex>
 #include <string>
 
-#include "Printable.h"
 #include "StandardError.h"
+#include "Text.h"
 
 namespace tarn {
 namespace {

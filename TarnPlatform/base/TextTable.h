@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "FilledText.h"
+#include "Text.h"
 
 namespace tarn {
 

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "TarnPlatform/base/Log.h"
-#include "TarnPlatform/base/Utf8.h"
+#include "TarnPlatform/base/Text.h"
 #include "TarnPlatform/bus/BusConnection.h"
 #include "TarnPlatform/bus/BusThread.h"
 

@@ -10,8 +10,8 @@
 
 #include "SettingsStore.h"
 #include "TarnPlatform/base/Log.h"
+#include "TarnPlatform/base/Text.h"
 #include "TarnPlatform/base/UserFolders.h"
-#include "TarnPlatform/base/Utf8.h"
 
 namespace tarn {
 namespace {

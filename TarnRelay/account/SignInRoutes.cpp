@@ -12,7 +12,7 @@
 #include "RequestCheck.h"
 #include "SignInStyle.h"
 #include "TarnPlatform/base/Log.h"
-#include "TarnPlatform/base/Utf8.h"
+#include "TarnPlatform/base/Text.h"
 #include "TarnPlatform/net/Url.h"
 
 namespace tarn::relay {

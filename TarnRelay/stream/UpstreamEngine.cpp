@@ -14,7 +14,7 @@
 #include "TarnCore/realtime/EventProtocol.h"
 #include "TarnPlatform/base/EventQueue.h"
 #include "TarnPlatform/base/Log.h"
-#include "TarnPlatform/base/Printable.h"
+#include "TarnPlatform/base/Text.h"
 #include "TarnPlatform/net/WebSocketTask.h"
 
 namespace tarn::relay {

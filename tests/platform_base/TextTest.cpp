@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <limits>
 
-#include "TarnPlatform/base/DecimalText.h"
 #include "TarnPlatform/base/PreferredLanguages.h"
+#include "TarnPlatform/base/Text.h"
 
 namespace tarn {
 namespace {

@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "ApertiumText.h"
-#include "TarnPlatform/base/Utf8.h"
+#include "TarnPlatform/base/Text.h"
 
 namespace tarn::relay {
 namespace {

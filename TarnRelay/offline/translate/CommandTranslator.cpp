@@ -1,6 +1,6 @@
 #include "CommandTranslator.h"
 
-#include "TarnPlatform/base/Utf8.h"
+#include "TarnPlatform/base/Text.h"
 #include "TarnRelay/offline/CommandLine.h"
 
 namespace tarn::relay {

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <optional>
 
-#include "TarnPlatform/base/Utf8.h"
+#include "TarnPlatform/base/Text.h"
 #include "TarnRelay/offline/CommandLine.h"
 
 namespace tarn::relay {
