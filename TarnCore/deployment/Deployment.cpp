@@ -156,7 +156,7 @@ Sources Sources::ofProcess() {
         const char* const value = std::getenv(name);
         return value != nullptr ? std::optional<std::string>(value) : std::nullopt;
     };
-    return {UserFolders::config() / "tarn" / "deployment.json", read};
+    return {UserFolders::config() / UserFolders::ownName / "deployment.json", read};
 }
 
 Result<Url> parseBase(const std::string& text, const std::string& usualPath, bool allowPlainHttp) {

@@ -4,10 +4,12 @@
 
 #include <string>
 
+#include "UserFolders.h"
+
 namespace tarn {
 
 void systemLog(std::string_view line) {
-    static const bool opened = (::openlog("tarn", LOG_PID, LOG_USER), true);
+    static const bool opened = (::openlog(UserFolders::ownName, LOG_PID, LOG_USER), true);
     static_cast<void>(opened);
     ::syslog(LOG_WARNING, "%s", std::string(line).c_str());
 }

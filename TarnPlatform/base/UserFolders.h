@@ -9,6 +9,9 @@ namespace tarn {
 /// names, or else the usual one under the home folder. A relative path counts as unset, as that specification
 /// asks. The environment is read at each call. Thread: any, while nobody changes the environment.
 struct UserFolders {
+    /// The name of this program's own folder in each of them, and of its lines in the system's log.
+    static constexpr const char* ownName = "tarn";
+
     /// HOME, or else the user database's entry, or else "/".
     static std::filesystem::path home();
     static std::filesystem::path config();  ///< XDG_CONFIG_HOME, by default "~/.config"

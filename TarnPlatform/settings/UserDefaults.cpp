@@ -34,7 +34,7 @@ std::shared_ptr<UserDefaults> UserDefaults::standard() {
     auto& standard = currentStandard();
     const std::lock_guard lock(standard.mutex);
     if (!standard.defaults) {
-        standard.defaults = open(UserFolders::config() / "tarn" / "settings.json");
+        standard.defaults = open(UserFolders::config() / UserFolders::ownName / "settings.json");
     }
     return standard.defaults;
 }

@@ -120,7 +120,7 @@ Result<std::string> randomSecret() {
 TokenRegistry::TokenRegistry(std::filesystem::path folder) : folder_(std::move(folder)) {}
 
 std::filesystem::path TokenRegistry::defaultFolder() {
-    return UserFolders::state() / "tarn" / "relay";
+    return UserFolders::state() / UserFolders::ownName / "relay";
 }
 
 Result<std::string> TokenRegistry::issue(const std::string& email) const {
