@@ -24,7 +24,7 @@
 
 #include "TarnCore/realtime/EventNames.h"
 #include "TarnPlatform/net/Base64.h"
-#include "TarnPlatform/process/FreeMemory.h"
+#include "TarnPlatform/process/OwnProcess.h"
 #include "TarnRelay/offline/OfflineEngine.h"
 #include "TarnRelay/offline/speech/PocketSphinxRecogniser.h"
 #include "TarnRelay/offline/translate/ApertiumTranslator.h"

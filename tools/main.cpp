@@ -8,8 +8,7 @@
 #include "BrowserSignIn.h"
 #include "ListCommands.h"
 #include "Options.h"
-#include "TarnPlatform/process/FreeMemory.h"
-#include "TarnPlatform/process/StandardDescriptors.h"
+#include "TarnPlatform/process/OwnProcess.h"
 #include "TranslationRun.h"
 
 namespace tarn::cli {

@@ -10,7 +10,7 @@
 #include "TarnPlatform/base/PreferredLanguages.h"
 #include "TarnPlatform/desktop/SchemeRegistration.h"
 #include "TarnPlatform/engine/SoundWatch.h"
-#include "TarnPlatform/process/FreeMemory.h"
+#include "TarnPlatform/process/OwnProcess.h"
 #include "TranslateViewModel.h"
 
 namespace tarn {

@@ -12,7 +12,7 @@
 #include "TarnApp/relaunch/AppRelaunch.h"
 #include "TarnApp/views/model/Loc.h"
 #include "TarnApp/views/style/Appearance.h"
-#include "TarnPlatform/process/FreeMemory.h"
+#include "TarnPlatform/process/OwnProcess.h"
 #include "TrayPicture.h"
 
 namespace tarn {

@@ -24,8 +24,7 @@
 #include "TarnPlatform/base/MainThread.h"
 #include "TarnPlatform/bus/BusThread.h"
 #include "TarnPlatform/desktop/SchemeRegistration.h"
-#include "TarnPlatform/process/FreeMemory.h"
-#include "TarnPlatform/process/StandardDescriptors.h"
+#include "TarnPlatform/process/OwnProcess.h"
 #include "TarnPlatform/windows/WindowSystem.h"
 
 namespace tarn {

@@ -15,7 +15,7 @@
 #include "OfflineStream.h"
 #include "StreamOutlet.h"
 #include "TarnPlatform/net/Http.h"
-#include "TarnPlatform/process/FreeMemory.h"
+#include "TarnPlatform/process/OwnProcess.h"
 #include "TarnRelay/offline/speech/ReadyRecognisers.h"
 
 namespace tarn::relay {

@@ -1,4 +1,4 @@
-#include "TarnPlatform/process/FreeMemory.h"
+#include "TarnPlatform/process/OwnProcess.h"
 
 #include <gtest/gtest.h>
 #include <malloc.h>
