@@ -4,7 +4,7 @@
 #include <string>
 
 #include "FileSecretStore.h"
-#include "LastingSecretStore.h"
+#include "MemorySecretStore.h"
 #include "SecretServiceStore.h"
 #include "TarnPlatform/base/Log.h"
 #include "TarnPlatform/base/UserFolders.h"
@@ -27,7 +27,7 @@ CurrentStore& currentStore() {
 }  // namespace
 
 std::filesystem::path secretsFolder() {
-    return UserFolders::data() / "tarn";
+    return UserFolders::data() / UserFolders::ownName;
 }
 
 std::shared_ptr<SecretStore> openSecretStore(const std::filesystem::path& folder) {

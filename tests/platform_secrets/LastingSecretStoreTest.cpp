@@ -1,5 +1,5 @@
 // What becomes of secrets that a store refuses.
-#include "TarnPlatform/secrets/LastingSecretStore.h"
+#include "TarnPlatform/secrets/MemorySecretStore.h"
 
 #include <gtest/gtest.h>
 

@@ -10,7 +10,7 @@
 
 #include "TarnApp/server/Keychain.h"
 #include "TarnPlatform/secrets/FileSecretStore.h"
-#include "TarnPlatform/secrets/LastingSecretStore.h"
+#include "TarnPlatform/secrets/MemorySecretStore.h"
 #include "TarnPlatform/secrets/SecretServiceStore.h"
 #include "support/LogCapture.h"
 #include "support/Program.h"
