@@ -6,7 +6,7 @@
 
 namespace tarn {
 
-/// What an X server and its window manager say of themselves, for people who look for a fault. Value type.
+/// Facts about the X server and its window manager, for people who look for a fault. Value type.
 struct DisplayFacts {
     std::string display{};        ///< ":0"
     bool isXwayland = false;      ///< the session is Wayland's

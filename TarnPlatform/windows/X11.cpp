@@ -16,16 +16,20 @@ X11* X11::server() {
     static const std::unique_ptr<X11> server = []() -> std::unique_ptr<X11> {
         auto* const x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
         auto* const connection = x11 == nullptr ? nullptr : x11->connection();
-        return std::unique_ptr<X11>(connection == nullptr ? nullptr : new X11(connection));
+        if (connection == nullptr) {
+            return nullptr;
+        }
+        char* host = nullptr;
+        int display = 0;
+        int screen = 0;
+        xcb_parse_display(nullptr, &host, &display, &screen);
+        std::free(host);
+        return std::make_unique<X11>(connection, screen);
     }();
     return server.get();
 }
 
-X11::X11(xcb_connection_t* connection) : connection_(connection) {
-    char* host = nullptr;
-    int display = 0;
-    xcb_parse_display(nullptr, &host, &display, &screen_);
-    std::free(host);
+X11::X11(xcb_connection_t* connection, int screen) : connection_(connection), screen_(screen) {
     auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection_));
     for (int i = 0; i < screen_ && screens.rem > 1; ++i) {
         xcb_screen_next(&screens);
@@ -51,6 +55,19 @@ std::vector<std::uint32_t> X11::values(xcb_window_t window, xcb_atom_t property,
     const auto* const first = static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
     const auto count = static_cast<std::size_t>(xcb_get_property_value_length(reply.get())) / sizeof *first;
     return std::vector<std::uint32_t>(first, first + count);
+}
+
+std::string X11::text(xcb_window_t window, const char* property) const {
+    constexpr std::uint32_t most = 4096;
+    const auto cookie = xcb_get_property(connection_, 0, window, atom(property), XCB_ATOM_ANY, 0, most);
+    xcb_generic_error_t* error = nullptr;
+    const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection_, cookie, &error));
+    std::free(error);
+    if (!reply) {
+        return {};
+    }
+    return {static_cast<const char*>(xcb_get_property_value(reply.get())),
+            static_cast<std::size_t>(xcb_get_property_value_length(reply.get()))};
 }
 
 bool X11::exists(xcb_window_t window) const {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace tarn {
@@ -16,11 +17,15 @@ struct FreeReply {
 template <typename T>
 using Reply = std::unique_ptr<T, FreeReply>;
 
-/// Qt's own connection to the X server, and what our windows ask it for. Thread: main.
+/// Requests to an X server about its windows. Thread: that of the connection.
 class X11 {
 public:
-    /// Null where the platform is another one, such as Wayland. Made once; as long as the application.
+    /// The server of Qt's own connection. Null where the platform is another one, such as Wayland. Made once,
+    /// and lives as long as the application. Thread: main.
     static X11* server();
+
+    /// `connection` must outlive this; `screen`: the number of its screen.
+    X11(xcb_connection_t* connection, int screen);
 
     xcb_connection_t* connection() const { return connection_; }
     xcb_window_t root() const { return root_; }
@@ -29,6 +34,8 @@ public:
     xcb_atom_t atom(const char* name) const;
     /// The values of a property of atoms, windows or numbers; empty without it, and without the window.
     std::vector<std::uint32_t> values(xcb_window_t window, xcb_atom_t property, xcb_atom_t type) const;
+    /// The bytes of a property of text; empty without it, and without the window.
+    std::string text(xcb_window_t window, const char* property) const;
     bool exists(xcb_window_t window) const;
     /// Asks for events beside those that somebody of this process has asked for.
     void addEvents(xcb_window_t window, std::uint32_t mask) const;
@@ -37,10 +44,8 @@ public:
                            std::initializer_list<std::uint32_t> data) const;
 
 private:
-    explicit X11(xcb_connection_t* connection);
-
     xcb_connection_t* connection_;
-    int screen_ = 0;
+    int screen_;
     xcb_window_t root_ = XCB_NONE;
 };
 
