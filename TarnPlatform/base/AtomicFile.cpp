@@ -63,12 +63,15 @@ Result<void> replaceFileIn(int folder, const std::filesystem::path& path, std::s
     if (!file) {
         return systemFailure("cannot write", path, errno);
     }
+    // The data is synced before the name changes: the rename may reach the disk first, and a crash between
+    // the two would leave an empty file under the name.
     if (!writeAll(file.get(), bytes) || ::fsync(file.get()) != 0 ||
         ::renameat(folder, beside.c_str(), folder, name.c_str()) != 0) {
         const int reason = errno;
         ::unlinkat(folder, beside.c_str(), 0);
         return systemFailure("cannot write", path, reason);
     }
+    // The name is an entry of the folder, which has a sync of its own.
     if (::fsync(folder) != 0) {
         return systemFailure("cannot write the folder of", path, errno);
     }

@@ -23,6 +23,7 @@ std::string printable(std::string_view text) {
     clean.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
         const auto byte = static_cast<unsigned char>(text[i]);
+        // C1, U+0080 to U+009F, is 0xC2 and a byte below 0xA0 in UTF-8.
         const bool isC1 =
             byte == 0xC2U && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0U;
         if (isC1) {
@@ -36,6 +37,7 @@ std::string printable(std::string_view text) {
 std::string_view firstCharacters(std::string_view text, std::size_t count) {
     std::size_t end = 0;
     for (; end < text.size(); ++end) {
+        // All bytes of a character but its first are 10xxxxxx.
         const bool startsCharacter = (static_cast<unsigned char>(text[end]) & 0xC0U) != 0x80U;
         if (startsCharacter && count-- == 0) {
             break;

@@ -67,6 +67,7 @@ void BusConnection::haveConnected(Owned<GDBusConnection> bus, std::string whyNot
     isConnecting_ = false;
     bus_ = std::move(bus);
     whyNot_ = std::move(whyNot);
+    // Taken out first, because a part may ask again while it is called.
     for (const auto& [lifeline, connected] : std::exchange(waiting_, {})) {
         if (!lifeline.expired()) {
             connected(bus_ != nullptr, whyNot_);
@@ -108,6 +109,8 @@ void BusConnection::callBus(const char* method, GVariant* arguments, const Lifel
          lifeline, std::move(answered));
 }
 
+// The part may drop what it holds from within its own function: GLib frees the function later, from the
+// context, and calls it no more from now on.
 BusConnection::Held BusConnection::listen(const char* sender, const char* interface, const char* signal,
                                           const char* path, const char* type,
                                           std::function<void(std::string_view, GVariant*)> received) {

@@ -52,6 +52,7 @@ std::optional<BusNamePresence> presenceOn(GDBusConnection* bus, const std::strin
     if (owned != FALSE) {
         return BusNamePresence::owned;
     }
+    // The bus lists the services that it can start, whether they run or not.
     const auto names = callSync(bus, busMethod("ListActivatableNames"), nullptr, "(as)", limit, problem);
     if (!names) {
         return std::nullopt;
@@ -94,6 +95,7 @@ Result<std::optional<std::uint32_t>> portalSettingsVersion(std::chrono::millisec
         return asking.limit().hasPassed() ? Result<std::optional<std::uint32_t>>(asking.failed(problem))
                                           : std::nullopt;
     }
+    // A property comes in a variant of its own.
     GVariant* inner = nullptr;
     g_variant_get(answer.get(), "(v)", &inner);
     const Variant version(inner);

@@ -51,6 +51,7 @@ void CallLimit::promptBegins() {
         const std::lock_guard lock(mutex_);
         promptIsUp_ = true;
     }
+    // The process is ending: no prompt may keep it.
     if (calls().promptsAreOver) {
         giveUpPrompt();
     }
@@ -65,6 +66,7 @@ void CallLimit::endPrompts() {
     }
 }
 
+// The limit is over at once, so that the call ends as if it had taken too long.
 void CallLimit::giveUpPrompt() {
     {
         const std::lock_guard lock(mutex_);
@@ -85,6 +87,8 @@ void CallLimit::promptEnds() {
     changed_.notify_one();
 }
 
+// A blocking call of GLib runs no main context that a timer of ours could be in, so a thread watches the
+// time.
 void CallLimit::watch() {
     std::unique_lock lock(mutex_);
     while (!finished_) {

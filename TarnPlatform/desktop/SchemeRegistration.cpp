@@ -12,7 +12,9 @@
 namespace tarn {
 namespace {
 
-/// An argument of an Exec line, which is quoted first and then escaped as every value of a desktop entry.
+/// An argument of an Exec line. By the Desktop Entry Specification it is quoted, with a backslash before the
+/// characters that a shell would interpret; then the whole value is escaped as any other, which doubles each
+/// backslash; and a percent sign, which starts a field code, is doubled.
 std::string execArgument(const std::string& path) {
     std::string text = "\"";
     for (const char character : path) {
@@ -48,6 +50,7 @@ bool holds(const std::filesystem::path& path, const std::string& text) {
     return content.str() == text;
 }
 
+// Control characters have no form in an Exec line.
 bool canBeNamed(const std::filesystem::path& program) {
     return program.is_absolute() && std::ranges::none_of(program.native(), [](char character) {
                return static_cast<unsigned char>(character) < 0x20U;
@@ -69,6 +72,7 @@ Result<SchemeRegistration::Outcome> SchemeRegistration::ensure() const {
     std::error_code ignored;
     const auto folder = std::filesystem::path(g_get_user_data_dir()) / "applications";
     const auto entry = desktopEntry(*this);
+    // Nothing is written where all is as it should be: a changed file makes desktops read all entries again.
     if (isOurs && holds(folder / desktopFile, entry)) {
         return Outcome::alreadyHandled;
     }
@@ -78,6 +82,8 @@ Result<SchemeRegistration::Outcome> SchemeRegistration::ensure() const {
     if (auto written = replaceFile(folder / desktopFile, entry); !written) {
         return std::unexpected(std::move(written.error()));
     }
+    // GLib gives nothing for an entry whose program is missing or may not be executed. Such an entry must not
+    // stay, since it would be offered to the user.
     const Owned<GDesktopAppInfo> ours(g_desktop_app_info_new_from_filename((folder / desktopFile).c_str()));
     if (!ours) {
         std::filesystem::remove(folder / desktopFile, ignored);

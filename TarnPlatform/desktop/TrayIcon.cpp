@@ -12,6 +12,9 @@
 namespace tarn {
 namespace {
 
+// The protocol has three programs: the item, which is this one; the watcher, with which items register; and
+// the host, which shows them. The item is an object with properties that the host reads, and signals that
+// make it read again. Its menu is an object of a protocol of its own.
 constexpr const char* watcherName = "org.kde.StatusNotifierWatcher";
 constexpr const char* itemInterface = "org.kde.StatusNotifierItem";
 constexpr const char* menuInterface = "com.canonical.dbusmenu";
@@ -130,6 +133,7 @@ public:
             return;  // there is no bus
         }
         if (content_.rows != before.rows) {
+            // The menu reads the layout again when it hears of a newer revision.
             ++revision_;
             bus_.emit(menuPath, menuInterface, "LayoutUpdated", g_variant_new("(ui)", revision_, 0));
         }
@@ -167,6 +171,8 @@ private:
         }
     }
 
+    // Every property of the interface has a value, since hosts ask for all of them: those that this icon has
+    // no use for are empty.
     GVariant* property(std::string_view name) const {
         if (name == "Category") {
             return g_variant_new_string("ApplicationStatus");
@@ -271,6 +277,7 @@ private:
 
     void answer(std::string_view method, GVariant* arguments, GDBusMethodInvocation* invocation) {
         GVariant* reply = nullptr;
+        // The other methods (Scroll, ContextMenu, the end of a menu) need an answer and nothing else.
         if (method == "Activate" || method == "SecondaryActivate") {
             chosen_({});
         } else if (method == "GetLayout") {

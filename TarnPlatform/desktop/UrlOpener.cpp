@@ -40,6 +40,7 @@ bool openSoundSettings() {
     return false;
 }
 
+// GLib starts the program that the desktop entries name; in a sandbox it asks the portal to.
 class DesktopUrlOpener final : public UrlOpener {
 public:
     bool open(const std::string& url) override {

@@ -21,6 +21,7 @@ ChildConversation::ChildConversation(std::string name, ChildCommand command, Ans
       clock_(std::move(clock)) {}
 
 std::optional<Clock::Duration> ChildConversation::endIdle(Clock::Duration limit) {
+    // A child that is being asked is not idle, so there is nothing to wait for.
     const std::unique_lock lock(mutex_, std::try_to_lock);
     if (!lock || held_.use_count() > 1) {
         return limit;
@@ -45,6 +46,8 @@ Result<void> ChildConversation::ask(const Talk& talk) {
         return failure(ErrorKind::cancelled, name_ + " is being ended");
     }
     auto outcome = askOnce(talk);
+    // The child may have died since its last answer, through no fault of this question, which is asked once
+    // more.
     if (!outcome && outcome.error().kind == ErrorKind::closed && !child_.pausing()) {
         outcome = askOnce(talk);
     }

@@ -149,6 +149,7 @@ Result<std::unique_ptr<ChildProcess>> ChildProcess::start(const ChildCommand& co
     } else {
         return std::unexpected(systemError("cannot make a pipe"));
     }
+    // Only our ends: the child's are those of a program that expects to block.
     if (!makeNonBlocking(input) || !makeNonBlocking(output)) {
         return std::unexpected(systemError("cannot set up a pipe"));
     }
@@ -197,6 +198,8 @@ ChildProcess::~ChildProcess() {
     }
 }
 
+// Output is taken meanwhile: a child that answers while it reads would otherwise wait for this process to
+// read, and this process for the child.
 Result<std::size_t> ChildProcess::writeSome(std::string_view bytes, TimePoint deadline) {
     std::size_t done = 0;
     while (done < bytes.size()) {
@@ -311,6 +314,7 @@ std::optional<std::string> ChildProcess::ending(TimePoint deadline) {
     return how ? std::optional(sentenceOf(*how)) : std::nullopt;
 }
 
+// WNOWAIT leaves the child to be reaped by the destructor.
 std::optional<siginfo_t> ChildProcess::waitEnded(TimePoint deadline) {
     std::array<pollfd, 2> ends{pollfd{.fd = process_.get(), .events = POLLIN, .revents = 0},
                                pollfd{.fd = stopDescriptor(), .events = POLLIN, .revents = 0}};
@@ -378,6 +382,7 @@ std::unexpected<Error> ChildProcess::unfilled(Fill how, const char* late) {
     return how == Fill::ended ? std::unexpected(endedError()) : failure(ErrorKind::timeout, late);
 }
 
+// A child's pipes close a moment before it has ended and its status can be read.
 Error ChildProcess::endedError() {
     return {ErrorKind::closed, ending(steady_clock::now() + kEndAfterOutput).value_or("closed its output")};
 }

@@ -87,6 +87,7 @@ SecretResult<std::string> readAll(int descriptor, const std::filesystem::path& p
     }
     const bool fits = size <= FileSecretStore::maxSecretBytes;
     std::string result(bytes, 0, size);
+    // The buffer held the secret, and would go back to the heap with it.
     ::explicit_bzero(bytes.data(), bytes.size());
     if (!fits) {
         return refused(path.string() + " is too long to be a secret");
@@ -177,7 +178,7 @@ SecretResult<bool> FileSecretStore::remove(const SecretKey& key) {
         }
         return systemFailure("remove", pathOf(key));
     }
-    ::fsync(folder->get());
+    ::fsync(folder->get());  // so that a crash does not bring the secret back
     return true;
 }
 

@@ -40,6 +40,7 @@ std::shared_ptr<SecretStore> openSecretStore(const std::filesystem::path& folder
             reason = "no session bus to find a keyring on";
             break;
         default:
+            // A bus that does not answer may have a keyring, so it counts as one that has.
             return std::make_shared<SecretServiceStore>();
     }
     logLine("[secrets] " + reason + "; the sign-in is kept in files in " + folder.string());

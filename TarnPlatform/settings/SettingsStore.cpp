@@ -33,6 +33,7 @@ SettingsStore::~SettingsStore() {
     if (writer_.joinable()) {
         writer_.join();
     }
+    // The writer ends without its last write, which may be due only later.
     synchronize();
 }
 
@@ -59,7 +60,7 @@ bool SettingsStore::synchronize() {
         if (changes.empty()) {
             return true;
         }
-        known = values_;
+        known = values_;  // written whole where the file is missing or damaged
     }
     auto merged = file_->merge(changes, known, [](const std::filesystem::path& kept) {
         logLine("[settings] the damaged settings file is kept as " + kept.string());
@@ -76,6 +77,7 @@ bool SettingsStore::synchronize() {
         return false;
     }
     isNotStoredSaid_ = false;
+    // What other processes have changed is seen from now on; what this one has changed meanwhile stays.
     values_ = std::move(*merged);
     for (const auto& [key, value] : pending_) {
         if (value) {
@@ -94,6 +96,8 @@ void SettingsStore::change(std::string_view key, std::optional<json::value> valu
     }
     pending_.insert_or_assign(std::string(key), std::move(value));
     const auto soon = Clock::now() + delay_;
+    // A later change joins the write that is due already. It does not put it off, so that a setting that
+    // changes all the time still reaches the file.
     if (due_ && *due_ <= soon) {
         return;
     }

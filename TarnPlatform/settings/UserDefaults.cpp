@@ -42,9 +42,10 @@ std::shared_ptr<UserDefaults> UserDefaults::standard() {
 void UserDefaults::setStandard(std::shared_ptr<UserDefaults> defaults) {
     auto& standard = currentStandard();
     const std::lock_guard lock(standard.mutex);
-    standard.defaults.swap(defaults);
+    standard.defaults.swap(defaults);  // the old ones may have to be written, which takes time
 }
 
+// The path is made absolute, because the process may change its working directory before a later write.
 std::shared_ptr<UserDefaults> UserDefaults::open(const std::filesystem::path& path,
                                                  std::chrono::milliseconds delay) {
     return std::shared_ptr<UserDefaults>(

@@ -47,6 +47,7 @@ bool readKey(std::string_view key, Trigger& trigger) {
         return true;
     }
     std::uint32_t number = 0;
+    // "F01" is no key, and neither is "F", which is a letter and was read above.
     if (!key.starts_with('f') || key.size() < 2 || key[1] == '0') {
         return false;
     }
@@ -74,6 +75,7 @@ std::optional<Trigger> Trigger::parse(std::string_view text) {
                            : word == "shift" ? &trigger.shift
                            : word == "super" ? &trigger.super
                                              : nullptr;
+        // A modifier that is named twice is more likely a mistake than a wish.
         if (held == nullptr || *held) {
             return std::nullopt;
         }

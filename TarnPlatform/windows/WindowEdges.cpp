@@ -12,6 +12,7 @@ Qt::Edges WindowEdges::at(QPoint point, QSize size) {
     const int right = size.width() - 1 - left;
     const int top = point.y();
     const int bottom = size.height() - 1 - top;
+    // An edge is thin, but its corners reach further along both sides, since a corner is hard to hit.
     const bool onSide = std::min(left, right) < grip;
     const bool onLid = std::min(top, bottom) < grip;
     Qt::Edges edges;

@@ -22,6 +22,7 @@ QRegion roundedRegion(QSize size, qreal radius) {
 }  // namespace
 
 void WindowHints::showOnEveryDesktop(QWindow& window) {
+    // Both numbers are those of the Extended Window Manager Hints.
     constexpr std::uint32_t everyDesktop = 0xFFFFFFFF;
     constexpr std::uint32_t fromAnApplication = 1;
     if (const auto* const x11 = X11::server()) {

@@ -21,6 +21,8 @@ std::string variable(const char* name) {
     return value != nullptr ? value : "";
 }
 
+// Both are asked by a connection, because the variables outlive a session whose server is gone, and Qt aborts
+// the program where the one that it was told to use does not answer.
 bool x11Answers() {
     xcb_connection_t* const connection = xcb_connect(nullptr, nullptr);
     const bool answers = xcb_connection_has_error(connection) == 0;
@@ -33,6 +35,7 @@ bool waylandAnswers() {
     if (path.empty()) {
         return false;
     }
+    // By libwayland's rule: a name is that of a socket in the runtime folder.
     if (path.front() != '/') {
         path = UserFolders::runtime().value_or("/") / path;
     }
@@ -55,6 +58,7 @@ bool waylandAnswers() {
 
 Result<void> WindowSystem::choose() {
     const std::string chosen = variable(platformVariable);
+    // The user's choice may carry options ("xcb:…"), and may be a platform without a display ("offscreen").
     const bool wantsX11 = chosen.empty() || std::string_view(chosen).starts_with("xcb");
     if (!wantsX11 && !std::string_view(chosen).starts_with("wayland")) {
         return {};

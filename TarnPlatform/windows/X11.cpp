@@ -30,6 +30,7 @@ X11* X11::server() {
 }
 
 X11::X11(xcb_connection_t* connection, int screen) : connection_(connection), screen_(screen) {
+    // XCB has no look-up by number: the screens are a list.
     auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection_));
     for (int i = 0; i < screen_ && screens.rem > 1; ++i) {
         xcb_screen_next(&screens);
@@ -78,6 +79,7 @@ bool X11::exists(xcb_window_t window) const {
     return reply != nullptr;
 }
 
+// A client has one mask for each window, which is replaced as a whole: Qt's own events are kept in it.
 void X11::addEvents(xcb_window_t window, std::uint32_t mask) const {
     xcb_generic_error_t* error = nullptr;
     const Reply<xcb_get_window_attributes_reply_t> now(
@@ -101,6 +103,7 @@ void X11::tellWindowManager(xcb_window_t window, xcb_atom_t type,
     message.type = type;
     std::ranges::copy(data, message.data.data32);
     xcb_send_event(connection_, 0, root_,
+                   // The window manager is the client that has asked for these events of the root window.
                    XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
                    // Bytes of a wire format, as the function takes them.
                    reinterpret_cast<const char*>(&message));
