@@ -15,7 +15,6 @@
 #include "TarnApp/session/TranslateSession.h"
 #include "TarnPlatform/rendering/AudioPlayerNode.h"
 #include "core_audio/FakeEngine.h"
-#include "core_audio/FakeHardware.h"
 #include "support/ManualClock.h"
 #include "support/Program.h"
 
@@ -163,10 +162,6 @@ public:
     std::vector<std::weak_ptr<AudioSink>> sinks;
     std::optional<SoundInUse> watchedSound;  ///< absent: none is watched
     std::function<void(SessionFaults)> tellSound;
-
-private:
-    FakeHardware hardware_;
-    FakeAccess access_;
 };
 
 /// "connecting", "error(reason)" and so on.
