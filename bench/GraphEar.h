@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <atomic>
 #include <chrono>
 #include <cmath>
@@ -77,43 +76,20 @@ public:
     std::int64_t heardAt() const { return heardAt_; }
     void listen() { heardAt_ = 0; }
 
-    double period() const { return period_; }           ///< seconds, of a cycle
-    std::uint64_t skipped() const { return skipped_; }  ///< cycles that were not heard
-    std::uint64_t breaks() const { return breaks_; }    ///< places where the 500 Hz tone is not one
-    std::uint64_t frames() const { return frames_; }
+    double period() const { return period_; }  ///< seconds, of a cycle
 
-    void receiveRt(std::span<const float> interleaved, std::int64_t time) noexcept override {
-        const double length = static_cast<double>(interleaved.size()) / 2 / rate;
-        if (last_ != 0 && static_cast<double>(time - last_) * 1e-9 > 1.5 * length) {
-            skipped_ += static_cast<std::uint64_t>(
-                std::lround(static_cast<double>(time - last_) * 1e-9 / length) - 1);
-        }
-        last_ = time;
-        period_ = length;
+    void receiveRt(std::span<const float> interleaved, std::int64_t) noexcept override {
+        period_ = static_cast<double>(interleaved.size()) / 2 / rate;
         for (std::size_t at = 0; at < interleaved.size(); at += 2) {
-            const float sample = interleaved[at];
-            if (std::abs(sample) > 0.1F && heardAt_ == 0) {
+            if (std::abs(interleaved[at]) > 0.1F && heardAt_ == 0) {
                 heardAt_ = nanoseconds();
             }
-            float& before = wave_[frames_ % wave_.size()];
-            if (frames_ > rate && frames_ > quietUntil_ && std::abs(sample - before) > 0.05F) {
-                ++breaks_;
-                quietUntil_ = frames_ + 2 * wave_.size();
-            }
-            before = sample;
-            ++frames_;
         }
     }
 
 private:
     std::atomic<std::int64_t> heardAt_{-1};
     std::atomic<double> period_{0};
-    std::atomic<std::uint64_t> skipped_{0};
-    std::atomic<std::uint64_t> breaks_{0};
-    std::atomic<std::uint64_t> frames_{0};
-    std::int64_t last_ = 0;
-    std::uint64_t quietUntil_ = 0;
-    std::array<float, rate / 500> wave_{};
     GraphPeer peer_;  // last: it calls
 };
 

@@ -38,7 +38,7 @@ private:
 
 bool measure(SessionBed& bed, test::RelayFixture& relay, CaptureSource source, bool voiceProcessing,
              int rounds) {
-    const auto session = bed.makeSession("session.0", bed.services(nullptr));
+    const auto session = bed.makeSession("session.0", bed.services());
     session->setCaptureSource(source);
     session->setVoiceProcessing(voiceProcessing);
     const auto client = std::make_shared<TimedClient>(relay.client());

@@ -123,7 +123,7 @@ ViewModelServices services(SessionBed& bed, const MainThread& main, std::shared_
                            const std::string& port, const std::string& token) {
     ViewModelServices made = ViewModelServices::real(main.executor());
     made.defaults = std::move(defaults);
-    made.session.workers = bed.services(nullptr).workers;
+    made.session.workers = bed.services().workers;
     made.makeServerClient = [port, token](const PatProvider&) {
         return std::make_shared<RealTarnServerClient>(
             Url::parse("http://127.0.0.1:" + port + "/tarn").value(), fixedPat(token));
