@@ -71,7 +71,7 @@ void say(const char* what, double stall, const tarn::TranslateViewModel& model) 
                 : state == Case::idle  ? "idle"
                 : state == Case::error ? "error:"
                                        : "connecting",
-                session.errorMessage().value_or("").c_str());
+                session.errorMessage().toUtf8().constData());
     std::fflush(stdout);
 }
 

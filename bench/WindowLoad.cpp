@@ -198,7 +198,7 @@ Window {
     }
     if (measured.delays.empty()) {
         throw std::runtime_error("no text was shown: " +
-                                 model->sessions().front()->errorMessage().value_or("?"));
+                                 model->sessions().front()->errorMessage().toStdString());
     }
     const double usual = median(measured.delays);
     const double late = quantile(measured.delays, 0.99);

@@ -193,13 +193,13 @@ void TranslationRun::configure() {
         const SourceOptions& source = options_.sources[number];
         const auto& session = model_->sessions()[number];
         session->setCaptureSource(source.input.empty() ? source.capture : CaptureSource::system);
-        session->setApplicationBundleID(source.app);
-        session->setMicDeviceUID(source.device);
+        session->setApplicationBundleID(QString::fromStdString(source.app));
+        session->setMicDeviceUID(QString::fromStdString(source.device));
         session->setVoiceProcessing(source.voiceProcessing);
-        session->setSourceLang(source.sourceLang);
-        session->setTargetLang(source.targetLang);
-        session->setVoice(source.voice);
-        session->setVoiceClone(source.voiceClone);
+        session->setSourceLang(QString::fromStdString(source.sourceLang));
+        session->setTargetLang(QString::fromStdString(source.targetLang));
+        session->setVoice(QString::fromStdString(source.voice));
+        session->setVoiceClone(QString::fromStdString(source.voiceClone));
         session->setSilenceMs(source.silenceMs);
         sources_.push_back(Source{.session = session});
         watch(number);
@@ -225,10 +225,13 @@ Task<void> TranslationRun::takeServersLanguages() {
             continue;
         }
         TranslateSession& session = *sources_[number].session;
-        const LanguageWish wish{{session.sourceLang(), session.targetLang()}, {}, {}, preferredLanguages()};
+        const LanguageWish wish{{session.sourceLang().toStdString(), session.targetLang().toStdString()},
+                                {},
+                                {},
+                                preferredLanguages()};
         if (const auto pair = firstPair(*account->languages, wish)) {
-            session.setSourceLang(pair->source);
-            session.setTargetLang(pair->target);
+            session.setSourceLang(QString::fromStdString(pair->source));
+            session.setTargetLang(QString::fromStdString(pair->target));
             printer_->languages(number, pair->source, pair->target);
             complain("translating " + pair->source + " to " + pair->target +
                      ", which the server can; choose with --from and --to");
@@ -416,11 +419,11 @@ void TranslationRun::event(const TappedStream& stream, const TarnTranslateEvent&
     }
 }
 
-const std::optional<std::string>& TranslationRun::startFailure(const Source& source) const {
-    static const std::optional<std::string> none;
-    const bool failed = source.session->state().kind() == ConnectionState::Case::error &&
-                        source.session->errorMessage() != source.complaint;
-    return failed ? source.session->errorMessage() : none;
+std::optional<std::string> TranslationRun::startFailure(const Source& source) {
+    const QString& message = source.session->errorMessage();
+    const bool failed = source.session->state().kind() == ConnectionState::Case::error && !message.isNull() &&
+                        message != QString::fromStdString(source.complaint);
+    return failed ? std::optional(message.toStdString()) : std::nullopt;
 }
 
 /// False where the run is over before it has begun.
@@ -431,7 +434,7 @@ Task<bool> TranslationRun::waitUntilRunning() {
             co_return false;
         }
         for (const Source& source : sources_) {
-            if (const auto& why = startFailure(source); why && !refused_) {
+            if (const auto why = startFailure(source); why && !refused_) {
                 const bool signedOut = model_->isSignedOut() || (openError_ && openError_->meansSignedOut());
                 fail((openError_ ? explain(*openError_) : *why) + (signedOut ? signInHint : ""),
                      signedOut ? ExitStatus::notSignedIn : ExitStatus::failed);

@@ -91,7 +91,7 @@ private:
     void showState(std::size_t number, const std::string& value);
     void announceSources();
     /// Why a source did not come up; nothing while it still may.
-    const std::optional<std::string>& startFailure(const Source& source) const;
+    static std::optional<std::string> startFailure(const Source& source);
     bool wouldOverwriteInput() const;
     void sayWhyConnectionEnded();
     /// When the servers of all streams had read what was to be translated; nothing as long as one has not.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QString>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -27,6 +28,10 @@ struct AppLanguage {
 template <typename Key>
 std::string text(Key key, std::initializer_list<std::string_view> arguments = {}) {
     return text(key, AppLanguage::shown(), arguments);
+}
+template <typename Key>
+QString shown(Key key, std::initializer_list<std::string_view> arguments = {}) {
+    return QString::fromStdString(text(key, arguments));
 }
 
 }  // namespace tarn

@@ -63,11 +63,6 @@ Q_SIGNALS:
     void languageChanged();
 
 private:
-    template <typename Key>
-    static QString shown(Key key) {
-        return QString::fromStdString(text(key));
-    }
-
     LanguagePreference language_;
 };
 

@@ -5,6 +5,27 @@
 #include <utility>
 
 namespace tarn {
+namespace {
+
+// Settings as they are stored.
+std::string stored(const QString& value) {
+    return value.toStdString();
+}
+std::string stored(CaptureSource value) {
+    return std::string(rawValue(value));
+}
+std::int64_t stored(int value) {
+    return value;
+}
+bool stored(bool value) {
+    return value;
+}
+
+QString qString(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+}  // namespace
 
 TranslateSession::TranslateSession(std::string storageNamespace, std::shared_ptr<UserDefaults> defaults,
                                    SessionServices services)
@@ -17,33 +38,32 @@ TranslateSession::TranslateSession(std::string storageNamespace, std::shared_ptr
     voiceClone_ = loadText("voiceClone", "none");
     const std::int64_t silence = defaults_->integer(key("silenceMs")).value_or(2000);
     silenceMs_ = std::in_range<int>(silence) ? static_cast<int>(silence) : 2000;
-    captureSource_ = tarn::captureSource(loadText("captureSource", "system")).value_or(CaptureSource::system);
+    captureSource_ = tarn::captureSource(loadText("captureSource", "system").toStdString())
+                         .value_or(CaptureSource::system);
     micDeviceUID_ = loadText("micDeviceUID", "");
     applicationBundleID_ = loadText("applicationBundleID", "");
     applicationName_ = loadText("applicationName", "");
     voiceProcessing_ = defaults_->boolean(key("voiceProcessing")).value_or(true);
 }
 
-std::string TranslateSession::loadText(const char* field, const char* absent) const {
-    return defaults_->string(key(field)).value_or(absent);
+QString TranslateSession::loadText(const char* field, const char* absent) const {
+    return QString::fromStdString(defaults_->string(key(field)).value_or(absent));
 }
 
-void TranslateSession::takeCaptureSource(const QString& raw) {
-    if (const auto known = tarn::captureSource(raw.toStdString())) {
+void TranslateSession::setCaptureSourceName(const QString& name) {
+    if (const auto known = tarn::captureSource(name.toStdString())) {
         setCaptureSource(*known);
     }
 }
 
-QString TranslateSession::stateText() const {
-    const auto name = ConnectionState::nameOf(state_.kind());
-    return QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()));
+QString TranslateSession::stateName() const {
+    return qString(ConnectionState::nameOf(state_.kind()));
 }
 
 QStringList TranslateSession::healthNames() const {
     QStringList names;
     for (const auto& [fault, value] : health_) {
-        const auto name = nameOf(fault);
-        names.push_back(QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size())));
+        names.push_back(qString(nameOf(fault)));
     }
     return names;
 }
@@ -56,24 +76,60 @@ QStringList TranslateSession::healthValueTexts() const {
     return values;
 }
 
-QString TranslateSession::captureSourceText() const {
-    const std::string_view raw = rawValue(captureSource_);
-    return QString::fromUtf8(raw.data(), static_cast<qsizetype>(raw.size()));
+QString TranslateSession::captureSourceName() const {
+    return qString(rawValue(captureSource_));
 }
 
-void TranslateSession::setSourceLang(std::string value) {
-    sourceLang_ = std::move(value);
-    Q_EMIT sourceLangChanged();
-    defaults_->set(key("sourceLang"), sourceLang_);
+/// Also stores a value that is the same as before: the user has chosen it by now.
+template <typename Value>
+void TranslateSession::assign(Value& field, const std::type_identity_t<Value>& value,
+                              void (TranslateSession::*changed)(), const char* name) {
+    field = value;
+    Q_EMIT(this->*changed)();
+    defaults_->set(key(name), stored(field));
 }
 
-void TranslateSession::setTargetLang(std::string value) {
-    targetLang_ = std::move(value);
-    Q_EMIT targetLangChanged();
-    defaults_->set(key("targetLang"), targetLang_);
+void TranslateSession::setSourceLang(const QString& value) {
+    assign(sourceLang_, value, &TranslateSession::sourceLangChanged, "sourceLang");
 }
 
-void TranslateSession::suggestLanguages(const std::string& source, const std::string& target) {
+void TranslateSession::setTargetLang(const QString& value) {
+    assign(targetLang_, value, &TranslateSession::targetLangChanged, "targetLang");
+}
+
+void TranslateSession::setVoice(const QString& value) {
+    assign(voice_, value, &TranslateSession::voiceChanged, "voice");
+}
+
+void TranslateSession::setVoiceClone(const QString& value) {
+    assign(voiceClone_, value, &TranslateSession::voiceCloneChanged, "voiceClone");
+}
+
+void TranslateSession::setSilenceMs(int value) {
+    assign(silenceMs_, value, &TranslateSession::silenceMsChanged, "silenceMs");
+}
+
+void TranslateSession::setCaptureSource(CaptureSource value) {
+    assign(captureSource_, value, &TranslateSession::captureSourceChanged, "captureSource");
+}
+
+void TranslateSession::setMicDeviceUID(const QString& value) {
+    assign(micDeviceUID_, value, &TranslateSession::micDeviceUIDChanged, "micDeviceUID");
+}
+
+void TranslateSession::setApplicationBundleID(const QString& value) {
+    assign(applicationBundleID_, value, &TranslateSession::applicationBundleIDChanged, "applicationBundleID");
+}
+
+void TranslateSession::setApplicationName(const QString& value) {
+    assign(applicationName_, value, &TranslateSession::applicationNameChanged, "applicationName");
+}
+
+void TranslateSession::setVoiceProcessing(bool value) {
+    assign(voiceProcessing_, value, &TranslateSession::voiceProcessingChanged, "voiceProcessing");
+}
+
+void TranslateSession::suggestLanguages(const QString& source, const QString& target) {
     if (!hasChosenSourceLang() && sourceLang_ != source) {
         sourceLang_ = source;
         Q_EMIT sourceLangChanged();
@@ -84,62 +140,14 @@ void TranslateSession::suggestLanguages(const std::string& source, const std::st
     }
 }
 
-void TranslateSession::setVoice(std::string value) {
-    voice_ = std::move(value);
-    Q_EMIT voiceChanged();
-    defaults_->set(key("voice"), voice_);
-}
-
-void TranslateSession::setVoiceClone(std::string value) {
-    voiceClone_ = std::move(value);
-    Q_EMIT voiceCloneChanged();
-    defaults_->set(key("voiceClone"), voiceClone_);
-}
-
-void TranslateSession::setSilenceMs(int value) {
-    silenceMs_ = value;
-    Q_EMIT silenceMsChanged();
-    defaults_->set(key("silenceMs"), std::int64_t{silenceMs_});
-}
-
-void TranslateSession::setCaptureSource(CaptureSource value) {
-    captureSource_ = value;
-    Q_EMIT captureSourceChanged();
-    defaults_->set(key("captureSource"), std::string(rawValue(captureSource_)));
-}
-
-void TranslateSession::setMicDeviceUID(std::string value) {
-    micDeviceUID_ = std::move(value);
-    Q_EMIT micDeviceUIDChanged();
-    defaults_->set(key("micDeviceUID"), micDeviceUID_);
-}
-
-void TranslateSession::setApplicationBundleID(std::string value) {
-    applicationBundleID_ = std::move(value);
-    Q_EMIT applicationBundleIDChanged();
-    defaults_->set(key("applicationBundleID"), applicationBundleID_);
-}
-
-void TranslateSession::setApplicationName(std::string value) {
-    applicationName_ = std::move(value);
-    Q_EMIT applicationNameChanged();
-    defaults_->set(key("applicationName"), applicationName_);
-}
-
-void TranslateSession::setVoiceProcessing(bool value) {
-    voiceProcessing_ = value;
-    Q_EMIT voiceProcessingChanged();
-    defaults_->set(key("voiceProcessing"), voiceProcessing_);
-}
-
 void TranslateSession::setState(ConnectionState value) {
     state_ = std::move(value);
     Q_EMIT stateChanged();
     showHealth();
 }
 
-void TranslateSession::setErrorMessage(std::optional<std::string> value) {
-    errorMessage_ = std::move(value);
+void TranslateSession::setErrorMessage(const QString& value) {
+    errorMessage_ = value;
     Q_EMIT errorMessageChanged();
 }
 

@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <type_traits>
 
 #include "CaptureSource.h"
 #include "ConnectionState.h"
@@ -30,24 +31,24 @@ namespace tarn {
 /// Thread: `SessionServices::main` for everything. Owned by `shared_ptr`; running work holds it weakly.
 class TranslateSession : public QObject, public std::enable_shared_from_this<TranslateSession> {
     Q_OBJECT
-    Q_PROPERTY(QString sourceLang READ sourceLangText WRITE takeSourceLang NOTIFY sourceLangChanged)
-    Q_PROPERTY(QString targetLang READ targetLangText WRITE takeTargetLang NOTIFY targetLangChanged)
-    Q_PROPERTY(QString voice READ voiceText WRITE takeVoice NOTIFY voiceChanged)
-    Q_PROPERTY(QString voiceClone READ voiceCloneText WRITE takeVoiceClone NOTIFY voiceCloneChanged)
+    Q_PROPERTY(QString sourceLang READ sourceLang WRITE setSourceLang NOTIFY sourceLangChanged)
+    Q_PROPERTY(QString targetLang READ targetLang WRITE setTargetLang NOTIFY targetLangChanged)
+    Q_PROPERTY(QString voice READ voice WRITE setVoice NOTIFY voiceChanged)
+    Q_PROPERTY(QString voiceClone READ voiceClone WRITE setVoiceClone NOTIFY voiceCloneChanged)
     Q_PROPERTY(int silenceMs READ silenceMs WRITE setSilenceMs NOTIFY silenceMsChanged)
     Q_PROPERTY(
-        QString captureSource READ captureSourceText WRITE takeCaptureSource NOTIFY captureSourceChanged)
-    Q_PROPERTY(QString micDeviceUID READ micDeviceUIDText WRITE takeMicDeviceUID NOTIFY micDeviceUIDChanged)
-    Q_PROPERTY(QString applicationBundleID READ applicationBundleIDText WRITE takeApplicationBundleID NOTIFY
+        QString captureSource READ captureSourceName WRITE setCaptureSourceName NOTIFY captureSourceChanged)
+    Q_PROPERTY(QString micDeviceUID READ micDeviceUID WRITE setMicDeviceUID NOTIFY micDeviceUIDChanged)
+    Q_PROPERTY(QString applicationBundleID READ applicationBundleID WRITE setApplicationBundleID NOTIFY
                    applicationBundleIDChanged)
-    Q_PROPERTY(QString applicationName READ applicationNameText WRITE takeApplicationName NOTIFY
-                   applicationNameChanged)
+    Q_PROPERTY(
+        QString applicationName READ applicationName WRITE setApplicationName NOTIFY applicationNameChanged)
     Q_PROPERTY(
         bool voiceProcessing READ voiceProcessing WRITE setVoiceProcessing NOTIFY voiceProcessingChanged)
-    Q_PROPERTY(QString state READ stateText NOTIFY stateChanged)  ///< its case: "idle", …
-    Q_PROPERTY(QString sourceText READ sourceTextText NOTIFY sourceTextChanged)
-    Q_PROPERTY(QString translationText READ translationTextText NOTIFY translationTextChanged)
-    Q_PROPERTY(QString errorMessage READ errorMessageText NOTIFY errorMessageChanged)
+    Q_PROPERTY(QString state READ stateName NOTIFY stateChanged)  ///< its case: "idle", …
+    Q_PROPERTY(QString sourceText READ sourceText NOTIFY sourceTextChanged)
+    Q_PROPERTY(QString translationText READ translationText NOTIFY translationTextChanged)
+    Q_PROPERTY(QString errorMessage READ errorMessage NOTIFY errorMessageChanged)
     Q_PROPERTY(QStringList health READ healthNames NOTIFY healthChanged)
     Q_PROPERTY(QStringList healthValues READ healthValueTexts NOTIFY healthChanged)  ///< one for each fault
     Q_PROPERTY(float inputLevel READ inputLevel NOTIFY inputLevelChanged)
@@ -78,38 +79,38 @@ public:
 
     // Settings. Each assignment notifies and is stored, also of the same value; a run takes them up when it
     // is started next.
-    const std::string& sourceLang() const { return sourceLang_; }  ///< "": detect
-    const std::string& targetLang() const { return targetLang_; }
-    const std::string& voice() const { return voice_; }            ///< "": the service's own
-    const std::string& voiceClone() const { return voiceClone_; }  ///< passed on unchanged
-    int silenceMs() const { return silenceMs_; }                   ///< below 1: not sent
+    const QString& sourceLang() const { return sourceLang_; }  ///< "": detect
+    const QString& targetLang() const { return targetLang_; }
+    const QString& voice() const { return voice_; }            ///< "": the service's own
+    const QString& voiceClone() const { return voiceClone_; }  ///< passed on unchanged
+    int silenceMs() const { return silenceMs_; }               ///< below 1: not sent
     CaptureSource captureSource() const { return captureSource_; }
-    const std::string& micDeviceUID() const { return micDeviceUID_; }  ///< "": the default input
-    const std::string& applicationBundleID() const { return applicationBundleID_; }
-    const std::string& applicationName() const { return applicationName_; }
+    const QString& micDeviceUID() const { return micDeviceUID_; }  ///< "": the default input
+    const QString& applicationBundleID() const { return applicationBundleID_; }
+    const QString& applicationName() const { return applicationName_; }
     bool voiceProcessing() const { return voiceProcessing_; }
-    void setSourceLang(std::string value);
-    void setTargetLang(std::string value);
-    void setVoice(std::string value);
-    void setVoiceClone(std::string value);
+    void setSourceLang(const QString& value);
+    void setTargetLang(const QString& value);
+    void setVoice(const QString& value);
+    void setVoiceClone(const QString& value);
     void setSilenceMs(int value);
     void setCaptureSource(CaptureSource value);
-    void setMicDeviceUID(std::string value);
-    void setApplicationBundleID(std::string value);
-    void setApplicationName(std::string value);
+    void setMicDeviceUID(const QString& value);
+    void setApplicationBundleID(const QString& value);
+    void setApplicationName(const QString& value);
     void setVoiceProcessing(bool value);
 
     /// Whether the user has ever chosen it; what `suggestLanguages` took is no choice.
     bool hasChosenSourceLang() const { return defaults_->contains(key("sourceLang")); }
     bool hasChosenTargetLang() const { return defaults_->contains(key("targetLang")); }
     /// Takes these where nothing is chosen, and stores nothing: another server may suggest others.
-    void suggestLanguages(const std::string& source, const std::string& target);
+    void suggestLanguages(const QString& source, const QString& target);
 
     // Live.
     const ConnectionState& state() const { return state_; }
-    const std::string& sourceText() const { return sourceText_; }            ///< of the latest utterance
-    const std::string& translationText() const { return translationText_; }  ///< of the latest utterance
-    const std::optional<std::string>& errorMessage() const { return errorMessage_; }
+    const QString& sourceText() const { return sourceText_; }            ///< of the latest utterance
+    const QString& translationText() const { return translationText_; }  ///< of the latest utterance
+    const QString& errorMessage() const { return errorMessage_; }        ///< null: there is none
     float inputLevel() const { return inputLevel_; }  ///< linear; 0 where nothing is captured
     /// What is wrong with a run that goes on, after an error that the service told of, too.
     const SessionFaults& health() const { return health_; }
@@ -119,7 +120,7 @@ public:
     /// Whether a run has come up, whatever the state says of it, and is not being taken apart.
     bool hasComeUp() const { return !pipeline_.isEmpty() && !isPipelineLeaving_; }
     void setState(ConnectionState value);
-    void setErrorMessage(std::optional<std::string> value);
+    void setErrorMessage(const QString& value);
 
     // The run's objects, absent when there is none.
     const std::shared_ptr<AudioPlayer>& player() const { return pipeline_.player; }
@@ -217,46 +218,32 @@ private:
     void apply(const TarnTranslateEvent& event, Call start);
     bool isLatest(Call call) const { return call == lastCall_; }
     std::string key(const char* field) const { return storageNamespace_ + "." + field; }
-    std::string loadText(const char* field, const char* absent) const;
+    QString loadText(const char* field, const char* absent) const;
+    template <typename Value>
+    void assign(Value& field, const std::type_identity_t<Value>& value, void (TranslateSession::*changed)(),
+                const char* name);
 
-    void takeSourceLang(const QString& value) { setSourceLang(value.toStdString()); }
-    QString sourceLangText() const { return QString::fromStdString(sourceLang_); }
-    void takeTargetLang(const QString& value) { setTargetLang(value.toStdString()); }
-    QString targetLangText() const { return QString::fromStdString(targetLang_); }
-    void takeVoice(const QString& value) { setVoice(value.toStdString()); }
-    QString voiceText() const { return QString::fromStdString(voice_); }
-    void takeVoiceClone(const QString& value) { setVoiceClone(value.toStdString()); }
-    QString voiceCloneText() const { return QString::fromStdString(voiceClone_); }
-    void takeCaptureSource(const QString& raw);
-    QString captureSourceText() const;
-    void takeMicDeviceUID(const QString& value) { setMicDeviceUID(value.toStdString()); }
-    QString micDeviceUIDText() const { return QString::fromStdString(micDeviceUID_); }
-    void takeApplicationBundleID(const QString& value) { setApplicationBundleID(value.toStdString()); }
-    QString applicationBundleIDText() const { return QString::fromStdString(applicationBundleID_); }
-    void takeApplicationName(const QString& value) { setApplicationName(value.toStdString()); }
-    QString applicationNameText() const { return QString::fromStdString(applicationName_); }
-    QString stateText() const;
+    void setCaptureSourceName(const QString& name);
+    QString captureSourceName() const;
+    QString stateName() const;
     QStringList healthNames() const;
     QStringList healthValueTexts() const;
-    QString sourceTextText() const { return QString::fromStdString(sourceText_); }
-    QString translationTextText() const { return QString::fromStdString(translationText_); }
-    QString errorMessageText() const { return QString::fromStdString(errorMessage_.value_or("")); }
 
     const QUuid id_ = QUuid::createUuid();
-    std::string sourceLang_;
-    std::string targetLang_;
-    std::string voice_;
-    std::string voiceClone_;
+    QString sourceLang_;
+    QString targetLang_;
+    QString voice_;
+    QString voiceClone_;
     int silenceMs_ = 0;
     CaptureSource captureSource_ = CaptureSource::system;
-    std::string micDeviceUID_;
-    std::string applicationBundleID_;
-    std::string applicationName_;
+    QString micDeviceUID_;
+    QString applicationBundleID_;
+    QString applicationName_;
     bool voiceProcessing_ = true;
     ConnectionState state_;
-    std::string sourceText_;
-    std::string translationText_;
-    std::optional<std::string> errorMessage_;
+    QString sourceText_;
+    QString translationText_;
+    QString errorMessage_;
     float inputLevel_ = 0;
     SessionFaults health_;           ///< as shown
     SessionFaults transportFaults_;  ///< of the connection and the capture

@@ -77,7 +77,7 @@ void TranslateSession::start(float rate, float gain, Backend backend) {
     leftOut_ = 0;
     gapShown_.reset();
     soundFaults_.clear();
-    errorMessage_.reset();
+    errorMessage_.clear();
     sourceText_.clear();
     translationText_.clear();
     inputLevel_ = 0;
@@ -131,9 +131,11 @@ Task<void> TranslateSession::askForMicrophone(std::weak_ptr<TranslateSession> we
 
 void TranslateSession::continueStart(Start start) {
     const SessionPipeline::Settings settings{
-        QwenConfig(nonEmpty(sourceLang_), targetLang_, nonEmpty(voice_), voiceClone_,
+        QwenConfig(nonEmpty(sourceLang_.toStdString()), targetLang_.toStdString(),
+                   nonEmpty(voice_.toStdString()), voiceClone_.toStdString(),
                    silenceMs_ >= 1 ? std::optional(silenceMs_) : std::nullopt),
-        captureSource_, applicationBundleID_, nonEmpty(micDeviceUID_), voiceProcessing_};
+        captureSource_, applicationBundleID_.toStdString(), nonEmpty(micDeviceUID_.toStdString()),
+        voiceProcessing_};
     attempt_ = std::make_shared<SessionAttempt>();
     Run wanted{weak_from_this(), std::move(start), settings, services_, attempt_, teardowns_};
     attempt_->task = TaskHandle::start(services_.main, run(std::move(wanted)));
@@ -310,16 +312,16 @@ void TranslateSession::apply(const TarnTranslateEvent& event, Call start) {
         return;  // the next run's fields are not this one's any more
     }
     if (const auto* const source = std::get_if<translate::SourceText>(&event)) {
-        sourceText_ = source->text;
+        sourceText_ = QString::fromStdString(source->text);
         Q_EMIT sourceTextChanged();
         if (source->done) {
-            Q_EMIT sourceFinished(sourceTextText());
+            Q_EMIT sourceFinished(QString(sourceText_));
         }
     } else if (const auto* const translation = std::get_if<translate::TranslatedText>(&event)) {
-        translationText_ = translation->text;
+        translationText_ = QString::fromStdString(translation->text);
         Q_EMIT translationTextChanged();
         if (translation->done) {
-            Q_EMIT translationFinished(translationTextText());
+            Q_EMIT translationFinished(QString(translationText_));
         }
     } else if (const auto* const gap = std::get_if<translate::Gap>(&event)) {
         takeGap(gap->seconds);
@@ -341,7 +343,7 @@ void TranslateSession::apply(const TarnTranslateEvent& event, Call start) {
 void TranslateSession::showError(Call call, const std::string& reason, const std::string& message) {
     setState(ConnectionState::error(reason));
     if (isLatest(call)) {  // an observer of the state may have called
-        setErrorMessage(message);
+        setErrorMessage(QString::fromStdString(message));
     }
 }
 

@@ -1,6 +1,5 @@
 #include "TranslateViewModel.h"
 
-#include <QVariantMap>
 #include <algorithm>
 #include <chrono>
 #include <utility>
@@ -26,18 +25,14 @@ QStringList texts(const std::optional<std::vector<std::string>>& codes) {
     return list;
 }
 
-QVariantMap entry(const std::string& id, const std::string& name) {
-    return {{"id", QString::fromStdString(id)}, {"name", QString::fromStdString(name)}};
-}
-
-std::string keyringText(const SecretError& error) {
+QString keyringText(const SecretError& error) {
     switch (error.fault) {
         case SecretFault::locked:
-            return text(AddedText::keyringLocked);
+            return shown(AddedText::keyringLocked);
         case SecretFault::timedOut:
-            return text(AddedText::keyringSilent);
+            return shown(AddedText::keyringSilent);
         default:
-            return text(AddedText::signInUnreadable, {error.description});
+            return shown(AddedText::signInUnreadable, {error.description});
     }
 }
 
@@ -183,15 +178,16 @@ void TranslateViewModel::suggestLanguages() {
     if (first.canStop()) {
         return;  // what is shown is what the run translates; when it has ended this is looked at again
     }
-    LanguageWish wish{{first.sourceLang(), first.targetLang()}, {}, {}, services_.preferredLanguages()};
+    const LanguagePair usual{first.sourceLang().toStdString(), first.targetLang().toStdString()};
+    LanguageWish wish{usual, {}, {}, services_.preferredLanguages()};
     if (first.hasChosenSourceLang()) {
-        wish.chosenSource = first.sourceLang();
+        wish.chosenSource = usual.source;
     }
     if (first.hasChosenTargetLang()) {
-        wish.chosenTarget = first.targetLang();
+        wish.chosenTarget = usual.target;
     }
     if (const auto pair = firstPair(*account_->languages, wish)) {
-        first.suggestLanguages(pair->source, pair->target);
+        first.suggestLanguages(QString::fromStdString(pair->source), QString::fromStdString(pair->target));
     }
 }
 
@@ -351,7 +347,7 @@ void TranslateViewModel::startAll() {
 
 void TranslateViewModel::showSignedOut() {
     sessions_.front()->setState(ConnectionState::error("not signed in"));
-    sessions_.front()->setErrorMessage(text(AddedText::signInToStart));
+    sessions_.front()->setErrorMessage(shown(AddedText::signInToStart));
 }
 
 void TranslateViewModel::launchSessions(const TranslateSession::Backend& backend) {
@@ -420,11 +416,12 @@ Task<void> TranslateViewModel::loadApps(std::weak_ptr<TranslateViewModel> weak, 
     Q_EMIT self->availableAppsChanged();
 }
 
-std::string TranslateViewModel::noAppsText() const {
+QString TranslateViewModel::noAppsText() const {
     if (!appsAnswer_) {
-        return text(LocKey::appListLoading);
+        return shown(LocKey::appListLoading);
     }
-    return *appsAnswer_ ? text(AddedText::noApplicationPlays) : shownCause(appsAnswer_->error());
+    return *appsAnswer_ ? shown(AddedText::noApplicationPlays)
+                        : QString::fromStdString(shownCause(appsAnswer_->error()));
 }
 
 // Signing in and out.
@@ -446,19 +443,19 @@ bool TranslateViewModel::startSignIn() {
     const auto allowed = services_.mayOpenSignInPage ? services_.mayOpenSignInPage() : Result<void>();
     if (!allowed) {
         systemLog("[tarn] " + allowed.error().description);
-        showToast(allowed.error().description);
+        showToast(QString::fromStdString(allowed.error().description));
         return false;
     }
     const bool isOpen = services_.session.urlOpener->open(page->text());
     if (!isOpen) {
-        setSignInAddress(page->text());
+        setSignInAddress(QString::fromStdString(page->text()));
     }
     return isOpen;
 }
 
-void TranslateViewModel::setSignInAddress(std::string value) {
+void TranslateViewModel::setSignInAddress(const QString& value) {
     if (signInAddress_ != value) {
-        signInAddress_ = std::move(value);
+        signInAddress_ = value;
         Q_EMIT signInAddressChanged();
     }
 }
@@ -492,13 +489,13 @@ Task<void> TranslateViewModel::learnSignIn(std::weak_ptr<TranslateViewModel> wea
 void TranslateViewModel::authFailed(TranslateSession& session) {
     if (isStartBlind_ && !isLoggedIn() && !services_.credentials->heldToken()) {
         session.setState(ConnectionState::idle());
-        session.setErrorMessage(std::nullopt);
+        session.setErrorMessage(QString());
         setSignIn(SignIn::absent);
         showSignedOut();
         return;
     }
     if (isSignedOut() && userSignedOut_) {
-        session.setErrorMessage(std::nullopt);
+        session.setErrorMessage(QString());
         session.stop();
         return;
     }
@@ -550,7 +547,7 @@ Task<void> TranslateViewModel::tellSignOut(std::weak_ptr<TranslateViewModel> wea
     }
     logLine("[vm] the server could not be told of the sign-out");
     if (const auto self = weak.lock()) {
-        self->showToast(text(AddedText::serverNotTold));
+        self->showToast(shown(AddedText::serverNotTold));
     }
 }
 
@@ -558,7 +555,7 @@ Task<void> TranslateViewModel::watchDeletion(std::weak_ptr<TranslateViewModel> w
                                              std::shared_ptr<Credentials> credentials) {
     const bool isGone = co_await credentials->settled();
     if (const auto self = weak.lock(); self && !isGone && self->isSignedOut()) {
-        self->showToast(text(AddedText::signInNotDeleted));
+        self->showToast(shown(AddedText::signInNotDeleted));
     }
 }
 
@@ -586,7 +583,7 @@ void TranslateViewModel::takeAccount(ServerResult<UserAccount> account) {
         services_.credentials->confirm(account->email);
         setAccount(std::move(*account));
         if (std::exchange(announcesSignIn_, false)) {
-            showToast(text(LocKey::loginSignedInAs, {account_->email}));
+            showToast(shown(LocKey::loginSignedInAs, {account_->email}));
         }
         return;
     }
@@ -604,7 +601,7 @@ void TranslateViewModel::takeAccount(ServerResult<UserAccount> account) {
 void TranslateViewModel::sessionExpired() {
     services_.credentials->refused();
     handleLoggedOut();
-    showTransientStatus(text(LocKey::errSessionExpired));
+    showTransientStatus(shown(LocKey::errSessionExpired));
 }
 
 void TranslateViewModel::rebuildServerClient() {
@@ -613,9 +610,9 @@ void TranslateViewModel::rebuildServerClient() {
 
 // Notices.
 
-void TranslateViewModel::showToast(std::string message) {
+void TranslateViewModel::showToast(const QString& message) {
     toastTask_.cancel();
-    toastMessage_ = std::move(message);
+    toastMessage_ = message;
     Q_EMIT toastMessageChanged();
     toastTask_ = TaskHandle::start(services_.session.main,
                                    hideToast(weak_from_this(), services_.session.clock, ++toastNumber_));
@@ -626,14 +623,14 @@ Task<void> TranslateViewModel::hideToast(std::weak_ptr<TranslateViewModel> weak,
     co_await sleepFor(std::move(clock), toastTime);
     // A sleep that was over is not cancelled any more.
     if (const auto self = weak.lock(); self && self->toastNumber_ == number) {
-        self->toastMessage_.reset();
+        self->toastMessage_.clear();
         Q_EMIT self->toastMessageChanged();
     }
 }
 
-void TranslateViewModel::showTransientStatus(std::string message) {
+void TranslateViewModel::showTransientStatus(const QString& message) {
     if (!sessions_.empty()) {
-        sessions_.front()->setErrorMessage(std::move(message));
+        sessions_.front()->setErrorMessage(message);
     }
 }
 
@@ -667,31 +664,15 @@ Task<void> TranslateViewModel::loadMics(std::weak_ptr<TranslateViewModel> weak) 
     }
 }
 
-QString TranslateViewModel::modeText() const {
+QString TranslateViewModel::modeName() const {
     const auto raw = rawValue(mode_);
     return QString::fromUtf8(raw.data(), static_cast<qsizetype>(raw.size()));
 }
 
-void TranslateViewModel::takeMode(const QString& raw) {
-    if (const auto known = appMode(raw.toStdString())) {
+void TranslateViewModel::setModeName(const QString& name) {
+    if (const auto known = appMode(name.toStdString())) {
         setMode(*known);
     }
-}
-
-QVariantList TranslateViewModel::micList() const {
-    QVariantList list;
-    for (const auto& mic : availableMics_) {
-        list.append(entry(mic.id, mic.name));
-    }
-    return list;
-}
-
-QVariantList TranslateViewModel::appList() const {
-    QVariantList list;
-    for (const auto& app : availableApps_) {
-        list.append(entry(app.bundleID, app.name));
-    }
-    return list;
 }
 
 }  // namespace tarn

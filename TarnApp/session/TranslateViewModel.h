@@ -3,7 +3,6 @@
 #include <QObject>
 #include <QString>
 #include <QStringList>
-#include <QVariantList>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -66,15 +65,13 @@ class TranslateViewModel : public QObject, public std::enable_shared_from_this<T
     /// Who is signed in: as the server says, or until it has, as the sign-in is stored; empty where nobody
     /// is.
     Q_PROPERTY(QString accountEmail READ accountEmail NOTIFY accountChanged)
-    Q_PROPERTY(QString mode READ modeText WRITE takeMode NOTIFY modeChanged)  ///< "solo" or "conversation"
+    Q_PROPERTY(QString mode READ modeName WRITE setModeName NOTIFY modeChanged)  ///< "solo" or "conversation"
     /// What the server can hear, by code; empty where it does not tell.
     Q_PROPERTY(QStringList heardLanguages READ heardLanguages NOTIFY accountChanged)
-    Q_PROPERTY(QVariantList availableMics READ micList NOTIFY availableMicsChanged)  ///< {id, name} each
-    Q_PROPERTY(QVariantList availableApps READ appList NOTIFY availableAppsChanged)  ///< {id, name} each
     Q_PROPERTY(int sessionCount READ sessionCount NOTIFY sessionsChanged)
     /// Of the sign-in page, while it is for the user to open it; empty otherwise.
-    Q_PROPERTY(QString signInAddress READ signInAddressText NOTIFY signInAddressChanged)
-    Q_PROPERTY(QString toastMessage READ toastMessageText NOTIFY toastMessageChanged)
+    Q_PROPERTY(QString signInAddress READ signInAddress NOTIFY signInAddressChanged)
+    Q_PROPERTY(QString toastMessage READ toastMessage NOTIFY toastMessageChanged)
 
 public:
     static constexpr std::size_t mostSessions = 4;
@@ -101,7 +98,7 @@ public:
     const std::vector<AudioCapableApp>& availableApps() const { return availableApps_; }
     /// What is said in the place of an empty list of applications: that it is asked for, that none plays, or
     /// why it could not be told.
-    std::string noAppsText() const;
+    QString noAppsText() const;
     void setAvailableMics(std::vector<AudioInputDevice> value);
     bool anyRunning() const { return anyRunning_; }
     /// Whether any session has something to stop: also a run that goes on after an error.
@@ -112,7 +109,8 @@ public:
     bool isLoggedIn() const { return signIn_ == SignIn::present; }
     bool isSignedOut() const { return signIn_ == SignIn::absent; }
     const std::optional<UserAccount>& account() const { return account_; }
-    const std::optional<std::string>& toastMessage() const { return toastMessage_; }
+    /// Null while none is shown.
+    const QString& toastMessage() const { return toastMessage_; }
     const std::vector<std::shared_ptr<TranslateSession>>& sessions() const {
         return sessions_;
     }  ///< one at least
@@ -147,9 +145,9 @@ public:
     Q_INVOKABLE void signOut();
 
     /// Shows `message` for 4 seconds, in place of what is shown.
-    void showToast(std::string message);
+    void showToast(const QString& message);
     /// Shows `message` as the first session's error, until that starts next.
-    void showTransientStatus(std::string message);
+    void showTransientStatus(const QString& message);
 
 Q_SIGNALS:
     void rateChanged();
@@ -209,18 +207,15 @@ private:
     void takeAccount(ServerResult<UserAccount> account);
     void sessionExpired();
     TranslateSession::Backend backend() const { return TranslateSession::Backend::server(serverClient_); }
-    QString modeText() const;
-    void takeMode(const QString& raw);
-    QVariantList micList() const;
-    QVariantList appList() const;
+    QString modeName() const;
+    void setModeName(const QString& name);
     int sessionCount() const { return static_cast<int>(sessions_.size()); }
-    void setSignInAddress(std::string value);
+    void setSignInAddress(const QString& value);
     void readStoredEmail();
     QString accountEmail() const {
         return isLoggedIn() ? QString::fromStdString(account_ ? account_->email : storedEmail_) : QString();
     }
-    QString signInAddressText() const { return QString::fromStdString(signInAddress_); }
-    QString toastMessageText() const { return QString::fromStdString(toastMessage_.value_or("")); }
+    const QString& signInAddress() const { return signInAddress_; }
 
     const ViewModelServices services_;
     double rate_ = 1;
@@ -241,8 +236,8 @@ private:
     bool announcesSignIn_ = false;  ///< when the account is known
     std::optional<UserAccount> account_;
     std::string storedEmail_;
-    std::string signInAddress_;
-    std::optional<std::string> toastMessage_;
+    QString signInAddress_;
+    QString toastMessage_;
     TaskHandle toastTask_;
     TaskHandle appsTask_;
     TaskHandle micsTask_;

@@ -110,12 +110,12 @@ void AppDelegate::setClickThrough(bool value) {
     }
     overlay_.setClickThrough(value);
     if (const auto vm = vm_.lock()) {
-        vm->showToast(text(value ? AddedText::clickThroughOn : AddedText::clickThroughOff));
+        vm->showToast(shown(value ? AddedText::clickThroughOn : AddedText::clickThroughOff));
     }
 }
 
 QString AppDelegate::clickThroughText() {
-    return QString::fromStdString(text(AddedText::trayClickThrough));
+    return shown(AddedText::trayClickThrough);
 }
 
 void AppDelegate::bringToFront() {

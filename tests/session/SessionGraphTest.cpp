@@ -87,7 +87,7 @@ protected:
     std::string reasons() const {
         std::string all;
         for (const auto& session : model_->sessions()) {
-            all += session->state().reason() + ";" + session->sourceText() + ";" +
+            all += session->state().reason() + ";" + session->sourceText().toStdString() + ";" +
                    std::to_string(session->inputLevel()) + " ";
         }
         return all;
@@ -123,7 +123,8 @@ TEST_F(SessionGraphTest, FourSessionsOfThreeKindsRunAtOnceAndAgain) {
     model_->startAll();
     until("the application is missed",
           [&] { return sessions[2]->state().kind() == ConnectionState::Case::error; });
-    EXPECT_THAT(sessions[2]->errorMessage().value(), testing::HasSubstr("App 'org.film' isn't running"));
+    EXPECT_THAT(sessions[2]->errorMessage().toStdString(),
+                testing::HasSubstr("App 'org.film' isn't running"));
 
     const test::Player film(server_, server_.toneFile(500, -12, 120),
                             {.properties = {{"application.id", "org.film"}}});

@@ -111,7 +111,7 @@ TEST_F(SessionPipelineTest, BuildsAndTakesApartInTheOrderOfTheSource) {
 
 TEST_F(SessionPipelineTest, AsksTheServerForWhatTheSettingsSay) {
     struct Case {
-        std::string source, target, voice, clone;
+        const char *source, *target, *voice, *clone;
         int silence;
         std::string opened;
     };
@@ -190,7 +190,7 @@ TEST_F(SessionPipelineTest, ShowsEachEventAndKeepsOnReading) {
     start();
     EXPECT_EQ(session_->sourceText(), "");
     EXPECT_EQ(session_->translationText(), "");
-    EXPECT_EQ(session_->errorMessage(), std::nullopt);
+    EXPECT_TRUE(session_->errorMessage().isNull());
 }
 
 TEST_F(SessionPipelineTest, IgnoresAStartWhileItRuns) {
@@ -234,7 +234,7 @@ TEST_F(SessionPipelineTest, AsksForTheScreenAndStaysIdleWithoutIt) {
         start(source);
         EXPECT_THAT(*states_, ElementsAre("connecting", "idle"));
         EXPECT_THAT(world_.trail, ElementsAre("screen asked"));
-        EXPECT_EQ(session_->errorMessage(), std::nullopt);
+        EXPECT_TRUE(session_->errorMessage().isNull());
     }
     EXPECT_EQ(screenNeeded_, 2);
 
@@ -320,7 +320,7 @@ TEST_F(SessionPipelineTest, ShowsWhyAStartFailedReleasesItAllAndStartsAgain) {
         c.breakIt(world_);
         start(c.source);
         EXPECT_THAT(*states_, ElementsAre("connecting", "error(" + c.shown + ")"));
-        EXPECT_EQ(session_->errorMessage(), c.shown);
+        EXPECT_EQ(session_->errorMessage().toStdString(), c.shown);
         EXPECT_EQ(authFailures_, c.meansSignedOut ? 1 : 0);
         expectNothingLeft();
         world_.engine = engine;
@@ -329,7 +329,7 @@ TEST_F(SessionPipelineTest, ShowsWhyAStartFailedReleasesItAllAndStartsAgain) {
         world_.microphoneChannels = 1;
         start();
         EXPECT_EQ(state(), "running");
-        EXPECT_EQ(session_->errorMessage(), std::nullopt);
+        EXPECT_TRUE(session_->errorMessage().isNull());
         stop();
     }
 }

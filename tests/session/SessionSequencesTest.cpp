@@ -38,7 +38,7 @@ public:
         QObject::connect(session_.get(), &TranslateSession::stateChanged, session_.get(),
                          [this] { checkState(); });
         QObject::connect(session_.get(), &TranslateSession::sourceTextChanged, session_.get(), [this] {
-            const auto& text = session_->sourceText();
+            const auto text = session_->sourceText().toStdString();
             EXPECT_TRUE(text.empty() || text == "run " + std::to_string(run_)) << text << " in run " << run_;
         });
         QObject::connect(session_.get(), &TranslateSession::inputLevelChanged, session_.get(), [this] {

@@ -35,7 +35,7 @@ TEST_F(SessionSettingsTest, StartsWithTheDefaultsAndStoresNothingByLoading) {
     EXPECT_EQ(session->state(), ConnectionState::idle());
     EXPECT_EQ(session->sourceText(), "");
     EXPECT_EQ(session->translationText(), "");
-    EXPECT_EQ(session->errorMessage(), std::nullopt);
+    EXPECT_TRUE(session->errorMessage().isNull());
     EXPECT_EQ(session->inputLevel(), 0.0F);
     EXPECT_EQ(session->serverStream(), nullptr);
     EXPECT_NE(session->id(), world_.makeSession()->id());

@@ -346,7 +346,7 @@ private:
         world_.connection(1, "stalled");
         const auto last = vm().sessions().back();
         last->setCaptureSource(CaptureSource::application);
-        last->setApplicationName(std::string("A very long name of a player of films, and of music as well"));
+        last->setApplicationName("A very long name of a player of films, and of music as well");
         last->setSourceLang("pt");
         last->setTargetLang("vi");
         vm().showToast("Signed in as ada@example.org");

@@ -11,7 +11,7 @@ void IssueTracker::open() const {
     const auto& services = viewModel_->services();
     const std::string place = services.issuesPage ? services.issuesPage->text() : services.helpFile.string();
     if (!services.session.urlOpener->open(place)) {
-        viewModel_->showToast(text(AddedText::cannotOpen, {place}));
+        viewModel_->showToast(shown(AddedText::cannotOpen, {place}));
     }
 }
 

@@ -24,7 +24,7 @@ QString shownRow(const Language& language) {
 }  // namespace
 
 QVariantList LanguageRows::choices(const QString& autoLabel, const QStringList& offered) {
-    const QString missing = QString::fromStdString(text(AddedText::languageMissing));
+    const QString missing = shown(AddedText::languageMissing);
     QVariantList list;
     if (!autoLabel.isEmpty()) {
         list.append(QVariantMap{{"value", ""}, {"label", autoLabel}, {"name", autoLabel}, {"note", ""}});

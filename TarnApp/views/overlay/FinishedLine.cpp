@@ -26,7 +26,7 @@ void FinishedLine::setSession(TranslateSession* value) {
 }
 
 void FinishedLine::follow() {
-    const QString now = QString::fromStdString(session_->translationText());
+    const QString now = session_->translationText();
     if (now == growing_) {
         return;
     }

@@ -27,10 +27,6 @@ const SourceLook& lookOf(CaptureSource source) {
     return looks[static_cast<std::size_t>(source)];
 }
 
-QString shown(LocKey key) {
-    return QString::fromStdString(std::string(text(key)));
-}
-
 }  // namespace
 
 struct SourceChoice::Row {
@@ -104,7 +100,7 @@ QString SourceChoice::sourceHelp() const {
 
 QString SourceChoice::applicationName() const {
     return session_ != nullptr && session_->captureSource() == CaptureSource::application
-               ? Readouts::oneLine(QString::fromStdString(session_->applicationName()))
+               ? Readouts::oneLine(session_->applicationName())
                : QString();
 }
 
@@ -128,7 +124,7 @@ std::vector<SourceChoice::Row> SourceChoice::list() const {
     if (session_->captureSource() == CaptureSource::mic) {
         rows.push_back(Row::divider());
         rows.push_back(Row::heading(LocKey::micDevices));
-        const auto addDevice = [&](const QString& name, const std::string& uid) {
+        const auto addDevice = [&](const QString& name, const QString& uid) {
             rows.push_back({.kind = "entry",
                             .text = name,
                             .isChosen = session_->micDeviceUID() == uid,
@@ -138,7 +134,7 @@ std::vector<SourceChoice::Row> SourceChoice::list() const {
         };
         addDevice(shown(LocKey::systemDefault), "");
         for (const auto& mic : viewModel_->availableMics()) {
-            addDevice(QString::fromStdString(mic.name), mic.id);
+            addDevice(QString::fromStdString(mic.name), QString::fromStdString(mic.id));
         }
         rows.push_back({.kind = "entry",
                         .text = shown(LocKey::refreshDevices),
@@ -149,16 +145,18 @@ std::vector<SourceChoice::Row> SourceChoice::list() const {
         rows.push_back(Row::divider());
         rows.push_back(Row::heading(LocKey::captureSingleApp));
         if (viewModel_->availableApps().empty()) {
-            rows.push_back({.kind = "note", .text = QString::fromStdString(viewModel_->noAppsText())});
+            rows.push_back({.kind = "note", .text = viewModel_->noAppsText()});
         }
         for (const auto& app : viewModel_->availableApps()) {
+            const auto bundleID = QString::fromStdString(app.bundleID);
+            const auto name = QString::fromStdString(app.name);
             rows.push_back({.kind = "entry",
-                            .text = Readouts::oneLine(QString::fromStdString(app.name)),
-                            .isChosen = session_->applicationBundleID() == app.bundleID,
-                            .take = [app](TranslateViewModel&, TranslateSession& session) {
+                            .text = Readouts::oneLine(name),
+                            .isChosen = session_->applicationBundleID() == bundleID,
+                            .take = [bundleID, name](TranslateViewModel&, TranslateSession& session) {
                                 session.setCaptureSource(CaptureSource::application);
-                                session.setApplicationBundleID(app.bundleID);
-                                session.setApplicationName(app.name);
+                                session.setApplicationBundleID(bundleID);
+                                session.setApplicationName(name);
                             }});
         }
         rows.push_back({.kind = "entry",

@@ -6,7 +6,6 @@
 #include <QVariantList>
 #include <memory>
 #include <optional>
-#include <string>
 
 #include "TarnApp/session/TranslateViewModel.h"
 
@@ -53,12 +52,12 @@ private:
     struct Row;
     /// The settings whose change restarts a run.
     struct Settings {
-        std::string sourceLang;
-        std::string targetLang;
-        std::string voiceClone;
+        QString sourceLang;
+        QString targetLang;
+        QString voiceClone;
         CaptureSource captureSource;
-        std::string micDeviceUID;
-        std::string applicationBundleID;
+        QString micDeviceUID;
+        QString applicationBundleID;
     };
 
     std::vector<Row> list() const;

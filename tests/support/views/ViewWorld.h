@@ -49,7 +49,7 @@ public:
     /// What the connection of a running session tells: "answering", "stalled" or "lost".
     Q_INVOKABLE void connection(int index, const QString& health,
                                 const QString& complaint = "[quota] Out of credit");
-    Q_INVOKABLE void toast(const QString& message) { model_->showToast(message.toStdString()); }
+    Q_INVOKABLE void toast(const QString& message) { model_->showToast(message); }
     Q_INVOKABLE void level(int index, double linear);  ///< of a session that does not use a microphone
     Q_INVOKABLE tarn::TranslateSession* session(int index) const;
 
