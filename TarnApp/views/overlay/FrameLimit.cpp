@@ -7,30 +7,17 @@
 
 namespace tarn {
 
-void FrameLimit::setWindow(QQuickWindow* value) {
-    if (window_ == value) {
-        return;
-    }
-    if (window_ != nullptr) {
-        window_->removeEventFilter(this);
-    }
-    window_ = value;
-    if (value != nullptr && value->rendererInterface()->graphicsApi() == QSGRendererInterface::Software) {
-        value->installEventFilter(this);
-    }
-    Q_EMIT windowChanged();
-}
-
 bool FrameLimit::eventFilter(QObject*, QEvent* event) {
-    if (event->type() != QEvent::UpdateRequest) {
+    if (event->type() != QEvent::UpdateRequest ||
+        window()->rendererInterface()->graphicsApi() != QSGRendererInterface::Software) {
         return false;
     }
-    if (later_.isActive()) {
+    if (timer_.isActive()) {
         return true;
     }
     const qint64 passed = sinceFrame_.isValid() ? sinceFrame_.elapsed() : shortest;
     if (passed < shortest) {
-        later_.start(static_cast<int>(shortest - passed), Qt::PreciseTimer, this);
+        timer_.start(static_cast<int>(shortest - passed), Qt::PreciseTimer, this);
         return true;
     }
     sinceFrame_.start();
@@ -38,11 +25,11 @@ bool FrameLimit::eventFilter(QObject*, QEvent* event) {
 }
 
 void FrameLimit::timerEvent(QTimerEvent*) {
-    later_.stop();
+    timer_.stop();
     sinceFrame_.invalidate();
-    if (window_ != nullptr) {
+    if (window() != nullptr) {
         QEvent due(QEvent::UpdateRequest);
-        QCoreApplication::sendEvent(window_, &due);
+        QCoreApplication::sendEvent(window(), &due);
     }
 }
 

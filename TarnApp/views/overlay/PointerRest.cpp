@@ -10,21 +10,6 @@ constexpr int movesEvery = 60'000;  // ms
 
 }  // namespace
 
-void PointerRest::setWindow(QQuickWindow* value) {
-    if (window_ == value) {
-        return;
-    }
-    if (window_ != nullptr) {
-        window_->removeEventFilter(this);
-    }
-    timer_.stop();
-    window_ = value;
-    if (value != nullptr) {
-        value->installEventFilter(this);
-    }
-    Q_EMIT windowChanged();
-}
-
 bool PointerRest::eventFilter(QObject*, QEvent* event) {
     switch (event->type()) {
         case QEvent::Enter:
@@ -51,7 +36,7 @@ bool PointerRest::eventFilter(QObject*, QEvent* event) {
 void PointerRest::timerEvent(QTimerEvent*) {
     QMouseEvent move(QEvent::MouseMove, position_, globalPosition_, Qt::NoButton, Qt::NoButton,
                      Qt::NoModifier);
-    QCoreApplication::sendEvent(window_, &move);
+    QCoreApplication::sendEvent(window(), &move);
 }
 
 }  // namespace tarn
