@@ -4,26 +4,17 @@
 
 namespace tarn {
 
-void LoginSlideState::setViewModel(TranslateViewModel* value) {
-    if (viewModel_) {
-        disconnect(viewModel_, nullptr, this, nullptr);
-    }
-    viewModel_ = value;
-    if (value != nullptr) {
-        connect(value, &TranslateViewModel::accountChanged, this, &LoginSlideState::followSignIn);
+void LoginSlideState::modelReplaced(TranslateViewModel* model) {
+    if (model != nullptr) {
+        connect(model, &TranslateViewModel::accountChanged, this, &LoginSlideState::followSignIn);
     }
     followSignIn();
-    Q_EMIT viewModelChanged();
 }
 
 void LoginSlideState::setCoordinator(OnboardingCoordinator* value) {
-    if (coordinator_ == value) {
+    if (!replaceFollowed(coordinator_, value, this)) {
         return;
     }
-    if (coordinator_) {
-        disconnect(coordinator_, nullptr, this, nullptr);
-    }
-    coordinator_ = value;
     if (value != nullptr) {
         connect(value, &OnboardingCoordinator::isLoggedInChanged, this, &LoginSlideState::followSignIn);
     }
@@ -40,8 +31,8 @@ void LoginSlideState::setShowWhy(bool value) {
 
 QStringList LoginSlideState::providers() const {
     QStringList list;
-    if (viewModel_) {
-        for (const auto& provider : viewModel_->services().signInProviders) {
+    if (viewModel()) {
+        for (const auto& provider : viewModel()->services().signInProviders) {
             list.append(QString::fromStdString(provider));
         }
     }
@@ -49,7 +40,7 @@ QStringList LoginSlideState::providers() const {
 }
 
 void LoginSlideState::signIn() {
-    setWaiting(viewModel_ && viewModel_->startSignIn());
+    setWaiting(viewModel() && viewModel()->startSignIn());
 }
 
 void LoginSlideState::setWaiting(bool value) {
@@ -62,14 +53,14 @@ void LoginSlideState::followSignIn() {
     isLoggedIn_ = coordinator_ && coordinator_->isLoggedIn();
     email_.clear();
     Q_EMIT signInChanged();
-    if (!isLoggedIn_ || !viewModel_) {
+    if (!isLoggedIn_ || !viewModel()) {
         return;
     }
-    if (const auto& account = viewModel_->account()) {  // what the server says, not the link
+    if (const auto& account = viewModel()->account()) {  // what the server says, not the link
         setEmail(account->email);
         return;
     }
-    viewModel_->services().credentials->tellEmail(
+    viewModel()->services().credentials->tellEmail(
         [self = QPointer(this)](const std::optional<std::string>& email) {
             if (self && self->isLoggedIn_ && self->email_.isEmpty()) {
                 self->setEmail(email.value_or(""));

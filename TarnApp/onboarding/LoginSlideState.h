@@ -1,22 +1,19 @@
 #pragma once
 
 #include <QtQml/qqmlregistration.h>
-#include <QObject>
 #include <QPointer>
 #include <QString>
 #include <QStringList>
 
 #include "OnboardingCoordinator.h"
-#include "TarnApp/session/TranslateViewModel.h"
+#include "TarnApp/views/model/Followers.h"
 
 namespace tarn {
 
 /// What the sign-in page shows. Thread: main.
-class LoginSlideState : public QObject {
+class LoginSlideState : public ModelFollower {
     Q_OBJECT
     QML_ELEMENT
-    Q_PROPERTY(tarn::TranslateViewModel* viewModel READ viewModel WRITE setViewModel NOTIFY viewModelChanged
-                   REQUIRED)
     Q_PROPERTY(tarn::OnboardingCoordinator* coordinator READ coordinator WRITE setCoordinator NOTIFY
                    coordinatorChanged REQUIRED)
     Q_PROPERTY(bool waiting READ waiting NOTIFY waitingChanged)
@@ -27,10 +24,8 @@ class LoginSlideState : public QObject {
     Q_PROPERTY(QString email READ email NOTIFY signInChanged)  ///< empty where it is not known
 
 public:
-    using QObject::QObject;
+    using ModelFollower::ModelFollower;
 
-    TranslateViewModel* viewModel() const { return viewModel_; }
-    void setViewModel(TranslateViewModel* value);
     OnboardingCoordinator* coordinator() const { return coordinator_; }
     void setCoordinator(OnboardingCoordinator* value);
     bool waiting() const { return waiting_; }  ///< the browser has been opened from this page
@@ -44,18 +39,17 @@ public:
     Q_INVOKABLE void leave() { setWaiting(false); }  ///< nobody waits for the browser any more
 
 Q_SIGNALS:
-    void viewModelChanged();
     void coordinatorChanged();
     void waitingChanged();
     void showWhyChanged();
     void signInChanged();
 
 private:
+    void modelReplaced(TranslateViewModel* model) override;
     void setWaiting(bool value);
     void followSignIn();
     void setEmail(const std::string& email);
 
-    QPointer<TranslateViewModel> viewModel_;
     QPointer<OnboardingCoordinator> coordinator_;
     bool waiting_ = false;
     bool showWhy_ = false;

@@ -22,15 +22,9 @@ MicPermissionRowState::~MicPermissionRowState() {
     pollTask_.cancel();
 }
 
-void MicPermissionRowState::setViewModel(TranslateViewModel* value) {
-    viewModel_ = value;
-    appeared();
-    Q_EMIT viewModelChanged();
-}
-
 AuthorizationStatus MicPermissionRowState::status() const {
-    return viewModel_ ? viewModel_->services().session.microphoneStatus()
-                      : AuthorizationStatus::notDetermined;
+    return viewModel() ? viewModel()->services().session.microphoneStatus()
+                       : AuthorizationStatus::notDetermined;
 }
 
 void MicPermissionRowState::appeared() {
@@ -41,12 +35,12 @@ void MicPermissionRowState::appeared() {
 }
 
 void MicPermissionRowState::grant() {
-    if (requesting_ || !viewModel_) {
+    if (requesting_ || !viewModel()) {
         return;
     }
     requesting_ = true;
     Q_EMIT changed();
-    const auto& services = viewModel_->services().session;
+    const auto& services = viewModel()->services().session;
     requestTask_ = TaskHandle::start(services.main, request(QPointer(this), services.requestMicrophone()));
 }
 
@@ -68,10 +62,10 @@ void MicPermissionRowState::answered(bool allowed) {
 }
 
 void MicPermissionRowState::openSettings() {
-    if (!viewModel_) {
+    if (!viewModel()) {
         return;
     }
-    const auto& services = viewModel_->services().session;
+    const auto& services = viewModel()->services().session;
     MicDenialHelp::openSettingsIfNeeded(status(), *services.urlOpener);
     pollTask_.cancel();
     pollTask_ = TaskHandle::start(services.main, poll(QPointer(this), services.clock, ++pollNumber_));

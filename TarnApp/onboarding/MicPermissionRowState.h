@@ -1,33 +1,27 @@
 #pragma once
 
 #include <QtQml/qqmlregistration.h>
-#include <QObject>
-#include <QPointer>
 #include <cstdint>
 #include <memory>
 
-#include "TarnApp/session/TranslateViewModel.h"
+#include "TarnApp/views/model/Followers.h"
 #include "TarnPlatform/base/TaskHandle.h"
 
 namespace tarn {
 
 /// Where the user stands with the permission to use the microphone. Its tasks hold it weakly and end with it.
 /// Thread: main.
-class MicPermissionRowState : public QObject {
+class MicPermissionRowState : public ModelFollower {
     Q_OBJECT
     QML_ELEMENT
-    Q_PROPERTY(tarn::TranslateViewModel* viewModel READ viewModel WRITE setViewModel NOTIFY viewModelChanged
-                   REQUIRED)
     Q_PROPERTY(bool granted READ granted NOTIFY changed)
     Q_PROPERTY(bool denied READ denied NOTIFY changed)
     Q_PROPERTY(bool requesting READ requesting NOTIFY changed)
 
 public:
-    using QObject::QObject;
+    using ModelFollower::ModelFollower;
     ~MicPermissionRowState() override;
 
-    TranslateViewModel* viewModel() const { return viewModel_; }
-    void setViewModel(TranslateViewModel* value);
     bool granted() const { return granted_; }
     bool denied() const { return denied_; }          ///< or forbidden by somebody else
     bool requesting() const { return requesting_; }  ///< the user is being asked
@@ -40,10 +34,10 @@ public:
     Q_INVOKABLE void openSettings();
 
 Q_SIGNALS:
-    void viewModelChanged();
     void changed();
 
 private:
+    void modelReplaced(TranslateViewModel*) override { appeared(); }
     static Task<void> request(QPointer<MicPermissionRowState> self, Task<bool> question);
     static Task<void> poll(QPointer<MicPermissionRowState> self, std::shared_ptr<Clock> clock,
                            std::uint64_t number);
@@ -52,7 +46,6 @@ private:
     bool isDecided(std::uint64_t number);
     AuthorizationStatus status() const;
 
-    QPointer<TranslateViewModel> viewModel_;
     bool granted_ = false;
     bool denied_ = false;
     bool requesting_ = false;

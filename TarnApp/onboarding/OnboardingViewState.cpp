@@ -2,16 +2,14 @@
 
 #include <utility>
 
+#include "TarnApp/views/model/Followers.h"
+
 namespace tarn {
 
 void OnboardingViewState::setCoordinator(OnboardingCoordinator* value) {
-    if (coordinator_ == value) {
+    if (!replaceFollowed(coordinator_, value, this)) {
         return;
     }
-    if (coordinator_) {
-        disconnect(coordinator_, nullptr, this, nullptr);
-    }
-    coordinator_ = value;
     if (value != nullptr) {
         connect(value, &OnboardingCoordinator::manuallyReopenedChanged, this,
                 &OnboardingViewState::followReopening);

@@ -17,12 +17,6 @@ ScreenRecPermissionRowState::~ScreenRecPermissionRowState() {
     pollTask_.cancel();
 }
 
-void ScreenRecPermissionRowState::setViewModel(TranslateViewModel* value) {
-    viewModel_ = value;
-    appeared();
-    Q_EMIT viewModelChanged();
-}
-
 QString ScreenRecPermissionRowState::phaseText() const {
     switch (phase_) {
         case idle:
@@ -36,7 +30,7 @@ QString ScreenRecPermissionRowState::phaseText() const {
 }
 
 bool ScreenRecPermissionRowState::preflight() const {
-    return viewModel_ && viewModel_->services().session.screenCapture->preflight();
+    return viewModel() && viewModel()->services().session.screenCapture->preflight();
 }
 
 void ScreenRecPermissionRowState::setPhase(Phase value) {
@@ -58,10 +52,10 @@ void ScreenRecPermissionRowState::disappeared() {
 }
 
 void ScreenRecPermissionRowState::grant() {
-    if (!viewModel_) {
+    if (!viewModel()) {
         return;
     }
-    const auto& services = viewModel_->services().session;
+    const auto& services = viewModel()->services().session;
     if (services.screenCapture->request() && preflight()) {
         setPhase(granted);
         return;
@@ -78,10 +72,10 @@ void ScreenRecPermissionRowState::relaunch() {
 }
 
 void ScreenRecPermissionRowState::startPolling() {
-    if (!viewModel_) {
+    if (!viewModel()) {
         return;
     }
-    const auto& services = viewModel_->services().session;
+    const auto& services = viewModel()->services().session;
     pollTask_.cancel();
     pollTask_ = TaskHandle::start(services.main, poll(QPointer(this), services.clock, ++pollNumber_));
 }

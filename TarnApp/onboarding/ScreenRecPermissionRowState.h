@@ -1,24 +1,20 @@
 #pragma once
 
 #include <QtQml/qqmlregistration.h>
-#include <QObject>
-#include <QPointer>
 #include <QString>
 #include <cstdint>
 #include <memory>
 
-#include "TarnApp/session/TranslateViewModel.h"
+#include "TarnApp/views/model/Followers.h"
 #include "TarnPlatform/base/TaskHandle.h"
 
 namespace tarn {
 
 /// Where the user stands with the permission to hear what other programs play. Its task holds it weakly and
 /// ends with it. Thread: main.
-class ScreenRecPermissionRowState : public QObject {
+class ScreenRecPermissionRowState : public ModelFollower {
     Q_OBJECT
     QML_ELEMENT
-    Q_PROPERTY(tarn::TranslateViewModel* viewModel READ viewModel WRITE setViewModel NOTIFY viewModelChanged
-                   REQUIRED)
     Q_PROPERTY(QString phase READ phaseText NOTIFY changed)  ///< "idle", "waiting" or "granted"
     Q_PROPERTY(bool hasAccess READ hasAccess NOTIFY changed)
 
@@ -29,11 +25,9 @@ public:
         granted,
     };
 
-    using QObject::QObject;
+    using ModelFollower::ModelFollower;
     ~ScreenRecPermissionRowState() override;
 
-    TranslateViewModel* viewModel() const { return viewModel_; }
-    void setViewModel(TranslateViewModel* value);
     Phase phase() const { return phase_; }
     bool hasAccess() const { return hasAccess_; }  ///< this process, when the phase was last looked at
 
@@ -47,10 +41,10 @@ public:
     Q_INVOKABLE void relaunch();
 
 Q_SIGNALS:
-    void viewModelChanged();
     void changed();
 
 private:
+    void modelReplaced(TranslateViewModel*) override { appeared(); }
     static Task<void> poll(QPointer<ScreenRecPermissionRowState> self, std::shared_ptr<Clock> clock,
                            std::uint64_t number);
 
@@ -60,7 +54,6 @@ private:
     bool preflight() const;
     void setPhase(Phase value);
 
-    QPointer<TranslateViewModel> viewModel_;
     Phase phase_ = idle;
     bool hasAccess_ = false;
     TaskHandle pollTask_;

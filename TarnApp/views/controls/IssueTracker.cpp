@@ -5,13 +5,13 @@
 namespace tarn {
 
 void IssueTracker::open() const {
-    if (!viewModel_) {
+    if (!viewModel()) {
         return;
     }
-    const auto& services = viewModel_->services();
+    const auto& services = viewModel()->services();
     const std::string place = services.issuesPage ? services.issuesPage->text() : services.helpFile.string();
     if (!services.session.urlOpener->open(place)) {
-        viewModel_->showToast(shown(AddedText::cannotOpen, {place}));
+        viewModel()->showToast(shown(AddedText::cannotOpen, {place}));
     }
 }
 

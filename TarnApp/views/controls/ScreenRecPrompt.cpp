@@ -12,14 +12,6 @@ ScreenRecPrompt::~ScreenRecPrompt() {
     pollTask_.cancel();
 }
 
-void ScreenRecPrompt::setViewModel(TranslateViewModel* value) {
-    if (viewModel_ != value) {
-        viewModel_ = value;
-        startPolling();
-        Q_EMIT viewModelChanged();
-    }
-}
-
 void ScreenRecPrompt::setShown(bool value) {
     if (std::exchange(isShown_, value) != value) {
         if (value) {
@@ -31,28 +23,29 @@ void ScreenRecPrompt::setShown(bool value) {
 }
 
 void ScreenRecPrompt::cancel() {
-    if (viewModel_) {
-        viewModel_->setScreenRecNeededEvent(false);
+    if (viewModel()) {
+        viewModel()->setScreenRecNeededEvent(false);
     }
 }
 
 void ScreenRecPrompt::openSettings() {
-    if (viewModel_) {
-        ScreenRecordingPermission::openSettings(*viewModel_->services().session.urlOpener);
+    if (viewModel()) {
+        ScreenRecordingPermission::openSettings(*viewModel()->services().session.urlOpener);
         startPolling();
     }
 }
 
 void ScreenRecPrompt::relaunch() {
-    if (!AppRelaunch::relaunch() && viewModel_ && viewModel_->services().session.screenCapture->preflight()) {
+    if (!AppRelaunch::relaunch() && viewModel() &&
+        viewModel()->services().session.screenCapture->preflight()) {
         cancel();
     }
 }
 
 void ScreenRecPrompt::startPolling() {
     pollTask_.cancel();
-    if (viewModel_ && isShown_) {
-        const SessionServices& services = viewModel_->services().session;
+    if (viewModel() && isShown_) {
+        const SessionServices& services = viewModel()->services().session;
         pollTask_ = TaskHandle::start(services.main, poll(this, services));
     }
 }

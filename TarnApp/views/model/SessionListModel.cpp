@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "Followers.h"
+
 namespace tarn {
 namespace {
 
@@ -17,16 +19,11 @@ void keepForViews(std::shared_ptr<TranslateSession> session) {
 }  // namespace
 
 void SessionListModel::setViewModel(TranslateViewModel* value) {
-    if (viewModel_ == value) {
+    if (!replaceFollowed(viewModel_, value, this)) {
         return;
     }
-    if (viewModel_ != nullptr) {
-        disconnect(viewModel_, nullptr, this, nullptr);
-    }
-    viewModel_ = value;
     if (value != nullptr) {
         connect(value, &TranslateViewModel::sessionsChanged, this, &SessionListModel::follow);
-        connect(value, &QObject::destroyed, this, [this] { viewModel_ = nullptr; });
     }
     follow();
     Q_EMIT viewModelChanged();

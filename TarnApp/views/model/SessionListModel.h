@@ -2,6 +2,7 @@
 
 #include <QtQml/qqmlregistration.h>
 #include <QAbstractListModel>
+#include <QPointer>
 #include <memory>
 #include <vector>
 
@@ -38,7 +39,7 @@ Q_SIGNALS:
 private:
     void follow();
 
-    TranslateViewModel* viewModel_ = nullptr;
+    QPointer<TranslateViewModel> viewModel_;
     std::vector<std::shared_ptr<TranslateSession>> rows_;  ///< kept alive as long as a view may show them
 };
 

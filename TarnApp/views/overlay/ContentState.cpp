@@ -15,22 +15,15 @@ constexpr int columnsMargin = 60;
 
 }  // namespace
 
-void ContentState::setViewModel(TranslateViewModel* value) {
-    if (viewModel_ == value) {
-        return;
-    }
-    if (viewModel_ != nullptr) {
-        disconnect(viewModel_, nullptr, this, nullptr);
-    }
-    viewModel_ = value;
-    if (value != nullptr) {
-        wasMini_ = value->miniMode();
-        connect(value, &TranslateViewModel::miniModeChanged, this, &ContentState::miniModeChanged);
-        connect(value, &TranslateViewModel::anyRunningChanged, this, &ContentState::changed);
-        connect(value, &TranslateViewModel::canStopChanged, this, &ContentState::changed);
-        connect(value, &TranslateViewModel::isLoggedInChanged, this, &ContentState::changed);
-        connect(value, &TranslateViewModel::modeChanged, this, &ContentState::changed);
-        connect(value, &TranslateViewModel::sessionsChanged, this, &ContentState::followSessions);
+void ContentState::modelReplaced(TranslateViewModel* model) {
+    if (model != nullptr) {
+        wasMini_ = model->miniMode();
+        connect(model, &TranslateViewModel::miniModeChanged, this, &ContentState::miniModeChanged);
+        for (const auto signal : {&TranslateViewModel::anyRunningChanged, &TranslateViewModel::canStopChanged,
+                                  &TranslateViewModel::isLoggedInChanged, &TranslateViewModel::modeChanged}) {
+            connect(model, signal, this, &ContentState::changed);
+        }
+        connect(model, &TranslateViewModel::sessionsChanged, this, &ContentState::followSessions);
     }
     followSessions();
 }
@@ -40,8 +33,8 @@ void ContentState::followSessions() {
         disconnect(connection);
     }
     sessionConnections_.clear();
-    if (viewModel_ != nullptr) {
-        for (const auto& session : viewModel_->sessions()) {
+    if (viewModel() != nullptr) {
+        for (const auto& session : viewModel()->sessions()) {
             sessionConnections_.push_back(
                 connect(session.get(), &TranslateSession::stateChanged, this, &ContentState::changed));
         }
@@ -50,33 +43,33 @@ void ContentState::followSessions() {
 }
 
 bool ContentState::showChromeAndDividers() const {
-    return viewModel_ == nullptr || !viewModel_->miniMode() || (hovering_ && hasLeftSinceMiniToggle_);
+    return viewModel() == nullptr || !viewModel()->miniMode() || (hovering_ && hasLeftSinceMiniToggle_);
 }
 
 double ContentState::chromeOpacity() const {
-    if (viewModel_ != nullptr && viewModel_->miniMode()) {
+    if (viewModel() != nullptr && viewModel()->miniMode()) {
         return showChromeAndDividers() ? 1 : 0;
     }
     return headerOpacity();
 }
 
 double ContentState::headerOpacity() const {
-    return !hovering_ && viewModel_ != nullptr && viewModel_->anyRunning() ? dimmed : 1;
+    return !hovering_ && viewModel() != nullptr && viewModel()->anyRunning() ? dimmed : 1;
 }
 
 int ContentState::conversationMinWidth() const {
-    if (viewModel_ == nullptr || viewModel_->mode() == AppMode::solo) {
+    if (viewModel() == nullptr || viewModel()->mode() == AppMode::solo) {
         return soloWidth;
     }
-    return columnWidth * static_cast<int>(viewModel_->sessions().size()) + columnsMargin;
+    return columnWidth * static_cast<int>(viewModel()->sessions().size()) + columnsMargin;
 }
 
 bool ContentState::startDisabled() const {
-    return viewModel_ != nullptr && viewModel_->isSignedOut() && !viewModel_->canStop();
+    return viewModel() != nullptr && viewModel()->isSignedOut() && !viewModel()->canStop();
 }
 
 bool ContentState::isConnecting() const {
-    return viewModel_ != nullptr && std::ranges::any_of(viewModel_->sessions(), [](const auto& session) {
+    return viewModel() != nullptr && std::ranges::any_of(viewModel()->sessions(), [](const auto& session) {
                return session->state().kind() == ConnectionState::Case::connecting;
            });
 }
@@ -107,15 +100,15 @@ void ContentState::setPopoverOpen(bool value) {
 }
 
 void ContentState::leave() {
-    if (viewModel_ == nullptr) {
+    if (viewModel() == nullptr) {
         return;
     }
     cancelDim();
     hasLeftSinceMiniToggle_ = true;
-    if (viewModel_->miniMode()) {
+    if (viewModel()->miniMode()) {
         hovering_ = false;
     } else {
-        const auto& services = viewModel_->services().session;
+        const auto& services = viewModel()->services().session;
         dimTask_ =
             TaskHandle::start(services.main, dim(QPointer<ContentState>(this), services.clock, dimNumber_));
     }
@@ -136,16 +129,16 @@ void ContentState::cancelDim() {
 }
 
 void ContentState::appeared() {
-    if (viewModel_ != nullptr) {
+    if (viewModel() != nullptr) {
         hovering_ = true;
-        hasLeftSinceMiniToggle_ = !viewModel_->miniMode();
+        hasLeftSinceMiniToggle_ = !viewModel()->miniMode();
         Q_EMIT changed();
     }
 }
 
 void ContentState::miniModeChanged() {
-    if (wasMini_ != viewModel_->miniMode()) {
-        wasMini_ = viewModel_->miniMode();
+    if (wasMini_ != viewModel()->miniMode()) {
+        wasMini_ = viewModel()->miniMode();
         hasLeftSinceMiniToggle_ = !wasMini_;
         Q_EMIT changed();
     }

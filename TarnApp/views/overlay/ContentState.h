@@ -1,20 +1,17 @@
 #pragma once
 
 #include <QtQml/qqmlregistration.h>
-#include <QObject>
-#include <QPointer>
 #include <vector>
 
-#include "TarnApp/session/TranslateViewModel.h"
+#include "TarnApp/views/model/Followers.h"
 
 namespace tarn {
 
 /// What of the main window is seen, by the pointer's place, the mode and what runs. Thread: main. Requires:
 /// the view model outlives it.
-class ContentState : public QObject {
+class ContentState : public ModelFollower {
     Q_OBJECT
     QML_ELEMENT
-    Q_PROPERTY(tarn::TranslateViewModel* viewModel READ viewModel WRITE setViewModel NOTIFY changed REQUIRED)
     /// A popover of the window is open, and the pointer probably in it: the control that it belongs to must
     /// not fade or go away meanwhile. That the pointer has left counts once this is false again.
     Q_PROPERTY(bool popoverOpen READ isPopoverOpen WRITE setPopoverOpen NOTIFY changed)
@@ -29,11 +26,9 @@ class ContentState : public QObject {
     Q_PROPERTY(bool isConnecting READ isConnecting NOTIFY changed)
 
 public:
-    using QObject::QObject;
+    using ModelFollower::ModelFollower;
     ~ContentState() override { dimTask_.cancel(); }
 
-    TranslateViewModel* viewModel() const { return viewModel_; }
-    void setViewModel(TranslateViewModel* value);
     bool isPopoverOpen() const { return isPopoverOpen_; }
     void setPopoverOpen(bool value);
 
@@ -55,6 +50,7 @@ Q_SIGNALS:
     void changed();
 
 private:
+    void modelReplaced(TranslateViewModel* model) override;
     static Task<void> dim(QPointer<ContentState> weak, std::shared_ptr<Clock> clock, std::uint64_t number);
 
     void leave();
@@ -63,7 +59,6 @@ private:
     void miniModeChanged();
     void followSessions();
 
-    QPointer<TranslateViewModel> viewModel_;
     bool hovering_ = false;
     bool hasLeftSinceMiniToggle_ = false;
     bool isPopoverOpen_ = false;

@@ -11,22 +11,14 @@ constexpr std::chrono::seconds pause{2};
 
 }  // namespace
 
-void FinishedLine::setSession(TranslateSession* value) {
-    if (session_ == value) {
-        return;
+void FinishedLine::sessionReplaced(TranslateSession* session) {
+    if (session != nullptr) {
+        connect(session, &TranslateSession::translationTextChanged, this, &FinishedLine::follow);
     }
-    if (session_ != nullptr) {
-        disconnect(session_, nullptr, this, nullptr);
-    }
-    session_ = value;
-    if (value != nullptr) {
-        connect(value, &TranslateSession::translationTextChanged, this, &FinishedLine::follow);
-    }
-    Q_EMIT changed();
 }
 
 void FinishedLine::follow() {
-    const QString now = session_->translationText();
+    const QString now = session()->translationText();
     if (now == growing_) {
         return;
     }
@@ -34,8 +26,8 @@ void FinishedLine::follow() {
         finish();
     }
     growing_ = now;
-    if (viewModel_ != nullptr) {
-        const Clock& clock = *viewModel_->services().session.clock;
+    if (viewModel() != nullptr) {
+        const Clock& clock = *viewModel()->services().session.clock;
         finishAt_ = clock.now() + pause;
         if (later_ == nullptr) {
             wait(pause);
@@ -45,9 +37,9 @@ void FinishedLine::follow() {
 
 /// One timer goes on while the text grows: a new one for each word would cost more than the word.
 void FinishedLine::wait(Clock::Duration time) {
-    const auto& services = viewModel_->services().session;
+    const auto& services = viewModel()->services().session;
     later_ = services.clock->callAfter(services.main, time, [this] {
-        const auto left = finishAt_ - viewModel_->services().session.clock->now();
+        const auto left = finishAt_ - viewModel()->services().session.clock->now();
         if (left > Clock::Duration::zero()) {
             wait(left);
         } else {

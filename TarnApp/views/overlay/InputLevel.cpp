@@ -9,29 +9,21 @@ constexpr std::chrono::milliseconds shortest{40};
 
 }  // namespace
 
-void InputLevel::setSession(TranslateSession* value) {
-    if (session_ == value) {
-        return;
-    }
-    if (session_ != nullptr) {
-        disconnect(session_, nullptr, this, nullptr);
-    }
-    session_ = value;
+void InputLevel::sessionReplaced(TranslateSession* session) {
     nextAt_.reset();
-    if (value != nullptr) {
-        connect(value, &TranslateSession::inputLevelChanged, this, &InputLevel::follow);
+    if (session != nullptr) {
+        connect(session, &TranslateSession::inputLevelChanged, this, &InputLevel::follow);
         follow();
     }
-    Q_EMIT sessionChanged();
 }
 
 void InputLevel::follow() {
-    const float now = session_->inputLevel();
+    const float now = session()->inputLevel();
     if (now == level_) {
         return;
     }
-    if (viewModel_ != nullptr) {
-        const auto time = viewModel_->services().session.clock->now();
+    if (viewModel() != nullptr) {
+        const auto time = viewModel()->services().session.clock->now();
         if (now > 0 && nextAt_ && time < *nextAt_) {
             return;
         }

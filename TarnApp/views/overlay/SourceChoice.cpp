@@ -41,17 +41,10 @@ struct SourceChoice::Row {
     static Row divider() { return {.kind = "divider"}; }
 };
 
-void SourceChoice::setViewModel(TranslateViewModel* value) {
-    if (viewModel_ == value) {
-        return;
-    }
-    if (viewModel_ != nullptr) {
-        disconnect(viewModel_, nullptr, this, nullptr);
-    }
-    viewModel_ = value;
-    if (value != nullptr) {
-        connect(value, &TranslateViewModel::availableMicsChanged, this, &SourceChoice::changed);
-        connect(value, &TranslateViewModel::availableAppsChanged, this, &SourceChoice::changed);
+void SourceChoice::modelReplaced(TranslateViewModel* model) {
+    if (model != nullptr) {
+        connect(model, &TranslateViewModel::availableMicsChanged, this, &SourceChoice::changed);
+        connect(model, &TranslateViewModel::availableAppsChanged, this, &SourceChoice::changed);
     }
     if (Loc::manager != nullptr) {
         connect(Loc::manager, &LocalizationManager::languageChanged, this, &SourceChoice::changed,
@@ -60,38 +53,31 @@ void SourceChoice::setViewModel(TranslateViewModel* value) {
     Q_EMIT changed();
 }
 
-void SourceChoice::setSession(TranslateSession* value) {
-    if (session_ == value) {
-        return;
-    }
-    if (session_ != nullptr) {
-        disconnect(session_, nullptr, this, nullptr);
-    }
-    session_ = value;
+void SourceChoice::sessionReplaced(TranslateSession* session) {
     seen_.reset();
-    if (value != nullptr) {
+    if (session != nullptr) {
         seen_ = current();
         for (const auto signal :
              {&TranslateSession::sourceLangChanged, &TranslateSession::targetLangChanged,
               &TranslateSession::voiceCloneChanged, &TranslateSession::captureSourceChanged,
               &TranslateSession::micDeviceUIDChanged, &TranslateSession::applicationBundleIDChanged,
               &TranslateSession::applicationNameChanged}) {
-            connect(value, signal, this, &SourceChoice::settingChanged);
+            connect(session, signal, this, &SourceChoice::settingChanged);
         }
     }
     Q_EMIT changed();
 }
 
 QString SourceChoice::symbol() const {
-    return session_ != nullptr ? lookOf(session_->captureSource()).symbol : QString();
+    return session() != nullptr ? lookOf(session()->captureSource()).symbol : QString();
 }
 
 QString SourceChoice::sourceHelp() const {
-    if (session_ == nullptr) {
+    if (session() == nullptr) {
         return {};
     }
-    if (session_->captureSource() != CaptureSource::application) {
-        return shown(lookOf(session_->captureSource()).text);
+    if (session()->captureSource() != CaptureSource::application) {
+        return shown(lookOf(session()->captureSource()).text);
     }
     const QString name = applicationName();
     return shown(LocKey::sourceApplication) + ": " +
@@ -99,14 +85,14 @@ QString SourceChoice::sourceHelp() const {
 }
 
 QString SourceChoice::applicationName() const {
-    return session_ != nullptr && session_->captureSource() == CaptureSource::application
-               ? Readouts::oneLine(session_->applicationName())
+    return session() != nullptr && session()->captureSource() == CaptureSource::application
+               ? Readouts::oneLine(session()->applicationName())
                : QString();
 }
 
 std::vector<SourceChoice::Row> SourceChoice::list() const {
     std::vector<Row> rows;
-    if (session_ == nullptr || viewModel_ == nullptr) {
+    if (session() == nullptr || viewModel() == nullptr) {
         return rows;
     }
     rows.push_back(Row::heading(LocKey::captureSource));
@@ -115,25 +101,25 @@ std::vector<SourceChoice::Row> SourceChoice::list() const {
         rows.push_back({.kind = "entry",
                         .text = shown(look.text),
                         .symbol = look.symbol,
-                        .isChosen = session_->captureSource() == source,
+                        .isChosen = session()->captureSource() == source,
                         .stays = source != CaptureSource::system,  // its section is yet to be chosen from
                         .take = [source](TranslateViewModel&, TranslateSession& session) {
                             session.setCaptureSource(source);
                         }});
     }
-    if (session_->captureSource() == CaptureSource::mic) {
+    if (session()->captureSource() == CaptureSource::mic) {
         rows.push_back(Row::divider());
         rows.push_back(Row::heading(LocKey::micDevices));
         const auto addDevice = [&](const QString& name, const QString& uid) {
             rows.push_back({.kind = "entry",
                             .text = name,
-                            .isChosen = session_->micDeviceUID() == uid,
+                            .isChosen = session()->micDeviceUID() == uid,
                             .take = [uid](TranslateViewModel&, TranslateSession& session) {
                                 session.setMicDeviceUID(uid);
                             }});
         };
         addDevice(shown(LocKey::systemDefault), "");
-        for (const auto& mic : viewModel_->availableMics()) {
+        for (const auto& mic : viewModel()->availableMics()) {
             addDevice(QString::fromStdString(mic.name), QString::fromStdString(mic.id));
         }
         rows.push_back({.kind = "entry",
@@ -141,18 +127,18 @@ std::vector<SourceChoice::Row> SourceChoice::list() const {
                         .symbol = "arrow.clockwise",
                         .stays = true,
                         .take = [](TranslateViewModel& model, TranslateSession&) { model.refreshMics(); }});
-    } else if (session_->captureSource() == CaptureSource::application) {
+    } else if (session()->captureSource() == CaptureSource::application) {
         rows.push_back(Row::divider());
         rows.push_back(Row::heading(LocKey::captureSingleApp));
-        if (viewModel_->availableApps().empty()) {
-            rows.push_back({.kind = "note", .text = viewModel_->noAppsText()});
+        if (viewModel()->availableApps().empty()) {
+            rows.push_back({.kind = "note", .text = viewModel()->noAppsText()});
         }
-        for (const auto& app : viewModel_->availableApps()) {
+        for (const auto& app : viewModel()->availableApps()) {
             const auto bundleID = QString::fromStdString(app.bundleID);
             const auto name = QString::fromStdString(app.name);
             rows.push_back({.kind = "entry",
                             .text = Readouts::oneLine(name),
-                            .isChosen = session_->applicationBundleID() == bundleID,
+                            .isChosen = session()->applicationBundleID() == bundleID,
                             .take = [bundleID, name](TranslateViewModel&, TranslateSession& session) {
                                 session.setCaptureSource(CaptureSource::application);
                                 session.setApplicationBundleID(bundleID);
@@ -181,8 +167,8 @@ QVariantList SourceChoice::rows() const {
 }
 
 void SourceChoice::opened() {
-    if (viewModel_ != nullptr) {
-        viewModel_->refreshApps();
+    if (viewModel() != nullptr) {
+        viewModel()->refreshApps();
     }
 }
 
@@ -190,14 +176,14 @@ void SourceChoice::choose(int row) {
     const auto rows = list();
     if (row >= 0 && static_cast<std::size_t>(row) < rows.size()) {
         if (const auto& take = rows[static_cast<std::size_t>(row)].take) {
-            take(*viewModel_, *session_);
+            take(*viewModel(), *session());
         }
     }
 }
 
 SourceChoice::Settings SourceChoice::current() const {
-    return {session_->sourceLang(),    session_->targetLang(),   session_->voiceClone(),
-            session_->captureSource(), session_->micDeviceUID(), session_->applicationBundleID()};
+    return {session()->sourceLang(),    session()->targetLang(),   session()->voiceClone(),
+            session()->captureSource(), session()->micDeviceUID(), session()->applicationBundleID()};
 }
 
 void SourceChoice::settingChanged() {
@@ -219,8 +205,8 @@ void SourceChoice::reconnectSoon() {
     if (std::exchange(*isReconnectDue_, true)) {
         return;
     }
-    asio::post(viewModel_->services().session.main,
-               [model = viewModel_->weak_from_this(), session = session_->weak_from_this(),
+    asio::post(viewModel()->services().session.main,
+               [model = viewModel()->weak_from_this(), session = session()->weak_from_this(),
                 isDue = isReconnectDue_] {
                    *isDue = false;
                    const auto lockedModel = model.lock();

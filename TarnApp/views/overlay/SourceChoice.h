@@ -1,24 +1,20 @@
 #pragma once
 
 #include <QtQml/qqmlregistration.h>
-#include <QObject>
-#include <QPointer>
 #include <QVariantList>
 #include <memory>
 #include <optional>
 
-#include "TarnApp/session/TranslateViewModel.h"
+#include "TarnApp/views/model/Followers.h"
 
 namespace tarn {
 
 /// What one session captures, as its row shows and changes it; and the reconnecting of that session when a
 /// setting that its row shows has changed, whoever changed it. Thread: main. Requires: what it is given
 /// outlives it.
-class SourceChoice : public QObject {
+class SourceChoice : public SessionFollower {
     Q_OBJECT
     QML_ELEMENT
-    Q_PROPERTY(tarn::TranslateViewModel* viewModel READ viewModel WRITE setViewModel NOTIFY changed REQUIRED)
-    Q_PROPERTY(tarn::TranslateSession* session READ session WRITE setSession NOTIFY changed REQUIRED)
     Q_PROPERTY(QString symbol READ symbol NOTIFY changed)
     Q_PROPERTY(QString sourceHelp READ sourceHelp NOTIFY changed)
     /// Of the application that is captured; empty where there is none to show.
@@ -28,12 +24,7 @@ class SourceChoice : public QObject {
     Q_PROPERTY(QVariantList rows READ rows NOTIFY changed)
 
 public:
-    using QObject::QObject;
-
-    TranslateViewModel* viewModel() const { return viewModel_; }
-    void setViewModel(TranslateViewModel* value);
-    TranslateSession* session() const { return session_; }
-    void setSession(TranslateSession* value);
+    using SessionFollower::SessionFollower;
 
     QString symbol() const;
     QString sourceHelp() const;
@@ -49,6 +40,8 @@ Q_SIGNALS:
     void changed();
 
 private:
+    void modelReplaced(TranslateViewModel* model) override;
+    void sessionReplaced(TranslateSession* session) override;
     struct Row;
     /// The settings whose change restarts a run.
     struct Settings {
@@ -65,8 +58,6 @@ private:
     void settingChanged();
     void reconnectSoon();
 
-    QPointer<TranslateViewModel> viewModel_;
-    QPointer<TranslateSession> session_;
     std::optional<Settings> seen_;
     std::shared_ptr<bool> isReconnectDue_ = std::make_shared<bool>(false);
 };
