@@ -5,12 +5,7 @@
 #include <utility>
 
 #include "FirstLanguages.h"
-#include "SoundErrors.h"
 #include "TarnApp/localization/AddedText.h"
-#include "TarnApp/localization/LocKey.h"
-#include "TarnPlatform/base/CarryOut.h"
-#include "TarnPlatform/base/Log.h"
-#include "TarnPlatform/base/SystemLog.h"
 
 namespace tarn {
 namespace {
@@ -25,25 +20,6 @@ QStringList texts(const std::optional<std::vector<std::string>>& codes) {
     return list;
 }
 
-QString keyringText(const SecretError& error) {
-    switch (error.fault) {
-        case SecretFault::locked:
-            return shown(AddedText::keyringLocked);
-        case SecretFault::timedOut:
-            return shown(AddedText::keyringSilent);
-        default:
-            return shown(AddedText::signInUnreadable, {error.description});
-    }
-}
-
-Task<std::vector<AudioInputDevice>> listInputs(std::function<std::vector<AudioInputDevice>()> inputs) {
-    co_return inputs();
-}
-
-Task<bool> mayCapture(std::shared_ptr<ScreenCaptureAccess> access) {
-    co_return access->preflight();
-}
-
 }  // namespace
 
 std::shared_ptr<TranslateViewModel> TranslateViewModel::make(ViewModelServices services) {
@@ -53,17 +29,31 @@ std::shared_ptr<TranslateViewModel> TranslateViewModel::make(ViewModelServices s
     return model;
 }
 
-TranslateViewModel::TranslateViewModel(ViewModelServices services)
-    : services_(std::move(services)),
-      serverClient_(services_.makeServerClient(services_.credentials->provider())) {
+TranslateViewModel::TranslateViewModel(ViewModelServices services) : services_(std::move(services)) {
     load();
+    connect(&lists_, &SourceLists::microphonesChanged, this, &TranslateViewModel::availableMicsChanged);
+    connect(&lists_, &SourceLists::applicationsChanged, this, &TranslateViewModel::availableAppsChanged);
+    connect(&signIn_, &SignInState::changed, this, [this] {
+        isStartBlind_ = isStartBlind_ && !isLoggedIn();
+        Q_EMIT isLoggedInChanged();
+    });
+    connect(&signIn_, &SignInState::accountChanged, this, [this] {
+        suggestLanguages();
+        Q_EMIT accountChanged();
+    });
+    connect(&signIn_, &SignInState::accountChecked, this, &TranslateViewModel::accountChecked);
+    connect(&signIn_, &SignInState::pageAddressChanged, this, &TranslateViewModel::signInAddressChanged);
+    connect(&signIn_, &SignInState::noticed, this, &TranslateViewModel::showToast);
+    connect(&signIn_, &SignInState::failed, this, &TranslateViewModel::showTransientStatus);
+    connect(&signIn_, &SignInState::lost, this, [this] {
+        if (onAuthLost) {
+            onAuthLost();
+        }
+    });
 }
 
 TranslateViewModel::~TranslateViewModel() {
-    for (TaskHandle* const task :
-         {&toastTask_, &appsTask_, &micsTask_, &learnTask_, &accountTask_, &signOutTask_}) {
-        task->cancel();
-    }
+    toastTask_.cancel();
     for (const auto& connection : subs_) {
         disconnect(connection);
     }
@@ -80,19 +70,12 @@ void TranslateViewModel::load() {
 }
 
 void TranslateViewModel::begin() {
-    refreshMics();
-    appsTask_ = TaskHandle::start(services_.session.main, loadFirstApps(weak_from_this()));
     sessions_.push_back(
         std::make_shared<TranslateSession>("session.0", services_.defaults, services_.session));
     wireSession(sessions_.front());
     applyMode();
     observeSessions();
-    services_.credentials->onVanished = [weak = weak_from_this()] {
-        if (const auto self = weak.lock(); self && self->isLoggedIn()) {
-            self->sessionExpired();
-        }
-    };
-    learnTask_ = TaskHandle::start(services_.session.main, learnSignIn(weak_from_this()));
+    signIn_.learn();
 }
 
 void TranslateViewModel::setRate(double value) {
@@ -134,44 +117,14 @@ void TranslateViewModel::setMode(AppMode value) {
     applyMode();
 }
 
-void TranslateViewModel::setAvailableMics(std::vector<AudioInputDevice> value) {
-    availableMics_ = std::move(value);
-    Q_EMIT availableMicsChanged();
-}
-
 void TranslateViewModel::setScreenRecNeededEvent(bool value) {
     screenRecNeededEvent_ = value;
     Q_EMIT screenRecNeededEventChanged();
 }
 
-void TranslateViewModel::setSignIn(SignIn value) {
-    signIn_ = value;
-    if (value == SignIn::present) {
-        setSignInAddress({});
-        readStoredEmail();
-    }
-    isStartBlind_ = isStartBlind_ && value != SignIn::present;
-    Q_EMIT isLoggedInChanged();
-}
-
-void TranslateViewModel::readStoredEmail() {
-    storedEmail_.clear();
-    services_.credentials->tellEmail([weak = weak_from_this()](const std::optional<std::string>& email) {
-        if (const auto self = weak.lock(); self && !self->account_) {
-            self->storedEmail_ = email.value_or("");
-            Q_EMIT self->accountChanged();
-        }
-    });
-}
-
-void TranslateViewModel::setAccount(std::optional<UserAccount> value) {
-    account_ = std::move(value);
-    suggestLanguages();
-    Q_EMIT accountChanged();
-}
-
 void TranslateViewModel::suggestLanguages() {
-    if (!account_ || !account_->languages || services_.preferredLanguages == nullptr) {
+    const auto& account = signIn_.account();
+    if (!account || !account->languages || services_.preferredLanguages == nullptr) {
         return;
     }
     TranslateSession& first = *sessions_.front();
@@ -186,18 +139,20 @@ void TranslateViewModel::suggestLanguages() {
     if (first.hasChosenTargetLang()) {
         wish.chosenTarget = usual.target;
     }
-    if (const auto pair = firstPair(*account_->languages, wish)) {
+    if (const auto pair = firstPair(*account->languages, wish)) {
         first.suggestLanguages(QString::fromStdString(pair->source), QString::fromStdString(pair->target));
     }
 }
 
 QStringList TranslateViewModel::heardLanguages() const {
-    return account_ && account_->languages ? texts(heardBy(*account_->languages)) : QStringList();
+    const auto& account = signIn_.account();
+    return account && account->languages ? texts(heardBy(*account->languages)) : QStringList();
 }
 
 QStringList TranslateViewModel::targetLanguages(const QString& source) const {
-    return account_ && account_->languages ? texts(targetsOf(*account_->languages, source.toStdString()))
-                                           : QStringList();
+    const auto& account = signIn_.account();
+    return account && account->languages ? texts(targetsOf(*account->languages, source.toStdString()))
+                                         : QStringList();
 }
 
 // Sessions.
@@ -341,7 +296,7 @@ void TranslateViewModel::startAll() {
         showSignedOut();
         return;
     }
-    isStartBlind_ = signIn_ == SignIn::unknown;
+    isStartBlind_ = !isLoggedIn();
     launchSessions(backend());
 }
 
@@ -371,241 +326,20 @@ void TranslateViewModel::reconnect(const std::shared_ptr<TranslateSession>& sess
     }
 }
 
-void TranslateViewModel::refreshApps() {
-    if (availableApps_.empty() && appsAnswer_) {
-        appsAnswer_.reset();
-        Q_EMIT availableAppsChanged();
-    }
-    appsTask_ =
-        TaskHandle::start(services_.session.main, loadApps(weak_from_this(), "[vm] refreshApps failed: "));
-}
-
-Task<void> TranslateViewModel::loadFirstApps(std::weak_ptr<TranslateViewModel> weak) {
-    auto self = weak.lock();
-    if (!self) {
-        co_return;
-    }
-    // Setting the audio server's library up takes a while.
-    auto asking =
-        carryOut(self->services_.session.workers, mayCapture(self->services_.session.screenCapture));
-    self.reset();
-    if (co_await std::move(asking)) {
-        co_await loadApps(weak, "[vm] initial refreshApps failed: ");
-    }
-}
-
-Task<void> TranslateViewModel::loadApps(std::weak_ptr<TranslateViewModel> weak, std::string failurePrefix) {
-    auto self = weak.lock();
-    if (!self) {
-        co_return;
-    }
-    auto listing = self->services_.availableApps();
-    self.reset();
-    auto apps = co_await std::move(listing);
-    self = weak.lock();
-    if (!self) {
-        co_return;
-    }
-    if (apps) {
-        self->availableApps_ = std::move(*apps);
-        self->appsAnswer_ = Result<void>();
-    } else {
-        logLine(failurePrefix + apps.error().description);
-        self->appsAnswer_ = std::unexpected(apps.error());
-    }
-    Q_EMIT self->availableAppsChanged();
-}
-
-QString TranslateViewModel::noAppsText() const {
-    if (!appsAnswer_) {
-        return shown(LocKey::appListLoading);
-    }
-    return *appsAnswer_ ? shown(AddedText::noApplicationPlays)
-                        : QString::fromStdString(shownCause(appsAnswer_->error()));
-}
-
-// Signing in and out.
-
-std::optional<Url> TranslateViewModel::signInPage() const {
-    if (!services_.webBase) {
-        return std::nullopt;
-    }
-    return services_.webBase->appendingPathComponent("auth").withQueryItems({{"return_to", "macos"}});
-}
-
-bool TranslateViewModel::startSignIn() {
-    setSignInAddress({});
-    const auto page = signInPage();
-    if (!page) {
-        systemLog("[tarn] could not build sign-in URL");
-        return false;
-    }
-    const auto allowed = services_.mayOpenSignInPage ? services_.mayOpenSignInPage() : Result<void>();
-    if (!allowed) {
-        systemLog("[tarn] " + allowed.error().description);
-        showToast(QString::fromStdString(allowed.error().description));
-        return false;
-    }
-    const bool isOpen = services_.session.urlOpener->open(page->text());
-    if (!isOpen) {
-        setSignInAddress(QString::fromStdString(page->text()));
-    }
-    return isOpen;
-}
-
-void TranslateViewModel::setSignInAddress(const QString& value) {
-    if (signInAddress_ != value) {
-        signInAddress_ = value;
-        Q_EMIT signInAddressChanged();
-    }
-}
-
-Task<void> TranslateViewModel::learnSignIn(std::weak_ptr<TranslateViewModel> weak) {
-    auto self = weak.lock();
-    if (!self) {
-        co_return;
-    }
-    auto reading = self->services_.credentials->token();
-    self.reset();
-    const TokenResult token = co_await std::move(reading);
-    self = weak.lock();
-    if (!self) {
-        co_return;
-    }
-    if (self->signIn_ == SignIn::unknown) {
-        if (!token) {
-            logLine("[vm] " + keyringError(token.error()).description);
-            self->showTransientStatus(keyringText(token.error()));
-        } else if (*token) {
-            self->setSignIn(SignIn::present);
-            self->accountTask_ = TaskHandle::start(self->services_.session.main, checkAccount(weak));
-        } else {
-            self->setSignIn(SignIn::absent);
-        }
-    }
-    Q_EMIT self->accountChecked();
-}
-
 void TranslateViewModel::authFailed(TranslateSession& session) {
     if (isStartBlind_ && !isLoggedIn() && !services_.credentials->heldToken()) {
         session.setState(ConnectionState::idle());
         session.setErrorMessage(QString());
-        setSignIn(SignIn::absent);
+        signIn_.foundSignedOut();
         showSignedOut();
         return;
     }
-    if (isSignedOut() && userSignedOut_) {
+    if (signIn_.isSignedOutByUser()) {
         session.setErrorMessage(QString());
         session.stop();
         return;
     }
-    services_.credentials->refused();
-    handleLoggedOut();
-}
-
-void TranslateViewModel::handleLoginSucceeded() {
-    userSignedOut_ = false;
-    announcesSignIn_ = true;
-    setSignIn(SignIn::present);
-    setAccount(std::nullopt);  // it may be another one
-    rebuildServerClient();
-    accountTask_ = TaskHandle::start(services_.session.main, checkAccount(weak_from_this()));
-}
-
-void TranslateViewModel::handleLoggedOut() {
-    setSignIn(SignIn::absent);
-    setAccount(std::nullopt);
-    rebuildServerClient();
-    if (onAuthLost) {
-        onAuthLost();
-    }
-}
-
-void TranslateViewModel::signOut() {
-    if (isSignedOut()) {
-        return;
-    }
-    const auto& token = services_.credentials->heldToken();
-    const auto& session = services_.session;
-    if (token) {
-        signOutTask_ = TaskHandle::start(
-            session.main,
-            tellSignOut(weak_from_this(), services_.makeServerClient(fixedPat(token)), session.clock));
-    }
-    services_.credentials->forget();
-    TaskHandle::start(session.main, watchDeletion(weak_from_this(), services_.credentials));
-    userSignedOut_ = true;
-    handleLoggedOut();
-}
-
-Task<void> TranslateViewModel::tellSignOut(std::weak_ptr<TranslateViewModel> weak,
-                                           std::shared_ptr<TarnServerClient> client,
-                                           std::shared_ptr<Clock> clock) {
-    const bool isTold = co_await endsOnServer(std::move(client), std::move(clock));
-    if (isTold) {
-        co_return;
-    }
-    logLine("[vm] the server could not be told of the sign-out");
-    if (const auto self = weak.lock()) {
-        self->showToast(shown(AddedText::serverNotTold));
-    }
-}
-
-Task<void> TranslateViewModel::watchDeletion(std::weak_ptr<TranslateViewModel> weak,
-                                             std::shared_ptr<Credentials> credentials) {
-    const bool isGone = co_await credentials->settled();
-    if (const auto self = weak.lock(); self && !isGone && self->isSignedOut()) {
-        self->showToast(shown(AddedText::signInNotDeleted));
-    }
-}
-
-Task<void> TranslateViewModel::checkAccount(std::weak_ptr<TranslateViewModel> weak) {
-    auto self = weak.lock();
-    if (!self) {
-        co_return;
-    }
-    const auto client = self->serverClient_;
-    self.reset();
-    auto account = co_await client->fetchMe();
-    self = weak.lock();
-    if (!self) {
-        co_return;
-    }
-    // Otherwise an answer about a user who has signed in anew, or out, in the meantime.
-    if (self->serverClient_ == client) {
-        self->takeAccount(std::move(account));
-    }
-    Q_EMIT self->accountChecked();
-}
-
-void TranslateViewModel::takeAccount(ServerResult<UserAccount> account) {
-    if (account) {
-        services_.credentials->confirm(account->email);
-        setAccount(std::move(*account));
-        if (std::exchange(announcesSignIn_, false)) {
-            showToast(shown(LocKey::loginSignedInAs, {account_->email}));
-        }
-        return;
-    }
-    const auto* const http = account.error().as<TarnServerError::Http>();
-    const bool noToken = account.error().as<TarnServerError::NotAuthenticated>() != nullptr;
-    if ((noToken && isLoggedIn()) || (http != nullptr && http->status == 401)) {
-        sessionExpired();
-    } else if (noToken) {
-        setAccount(std::nullopt);
-    } else {
-        logLine("[vm] account check failed: " + diagnosis(account.error()));
-    }
-}
-
-void TranslateViewModel::sessionExpired() {
-    services_.credentials->refused();
-    handleLoggedOut();
-    showTransientStatus(shown(LocKey::errSessionExpired));
-}
-
-void TranslateViewModel::rebuildServerClient() {
-    serverClient_ = services_.makeServerClient(services_.credentials->provider());
+    signIn_.refuse();
 }
 
 // Notices.
@@ -643,24 +377,6 @@ void TranslateViewModel::removeSession(TranslateSession* session) {
 void TranslateViewModel::reconnect(TranslateSession* session) {
     if (session != nullptr) {
         reconnect(session->shared_from_this());
-    }
-}
-
-void TranslateViewModel::refreshMics() {
-    micsTask_ = TaskHandle::start(services_.session.main, loadMics(weak_from_this()));
-}
-
-Task<void> TranslateViewModel::loadMics(std::weak_ptr<TranslateViewModel> weak) {
-    auto self = weak.lock();
-    if (!self) {
-        co_return;
-    }
-    auto listing = carryOut(self->services_.session.workers, listInputs(self->services_.inputs));
-    self.reset();
-    auto mics = co_await std::move(listing);
-    self = weak.lock();
-    if (self) {
-        self->setAvailableMics(std::move(mics));
     }
 }
 

@@ -4,7 +4,6 @@
 #include <QString>
 #include <QStringList>
 #include <cstdint>
-#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -12,36 +11,12 @@
 #include <vector>
 
 #include "AppMode.h"
-#include "TarnApp/server/Credentials.h"
-#include "TarnApp/server/TarnServerClient.h"
-#include "TarnCore/audio/AudioApps.h"
-#include "TarnCore/audio/AudioDevices.h"
+#include "SignInState.h"
+#include "SourceLists.h"
 #include "TarnPlatform/base/TaskHandle.h"
-#include "TarnPlatform/net/Url.h"
-#include "TarnPlatform/settings/UserDefaults.h"
 #include "TranslateSession.h"
 
 namespace tarn {
-
-/// What the application state needs of its surroundings. A test puts its own in place.
-struct ViewModelServices {
-    SessionServices session;
-    std::shared_ptr<UserDefaults> defaults;
-    std::shared_ptr<Credentials> credentials;
-    std::function<std::shared_ptr<TarnServerClient>(PatProvider)> makeServerClient;
-    std::function<std::vector<AudioInputDevice>()> inputs;  ///< called on the workers, which it may block
-    std::function<Task<Result<std::vector<AudioCapableApp>>>()> availableApps;
-    std::optional<Url> webBase;  ///< root of the web site with the sign-in page; nothing: not known
-    std::function<Result<void>()>
-        mayOpenSignInPage;  ///< fails where that page is another user's; may be empty
-    std::function<std::vector<std::string>()> preferredLanguages;  ///< of the user; nothing: not asked
-    std::vector<std::string> signInProviders;  ///< that page's, where somebody has told: "email", "google", …
-    std::optional<Url> issuesPage;             ///< the issue tracker; nothing where none is configured
-    std::filesystem::path helpFile;            ///< what to read where there is none
-
-    /// The desktop's own and the process's deployment values, with `main` as the main thread.
-    static ViewModelServices real(SerialExecutor main);
-};
 
 /// The application's state: one object, shared by every window.
 ///
@@ -94,27 +69,25 @@ public:
     void setMode(AppMode value);  ///< adds sessions, or stops and drops those that are too many
 
     // Live.
-    const std::vector<AudioInputDevice>& availableMics() const { return availableMics_; }
-    const std::vector<AudioCapableApp>& availableApps() const { return availableApps_; }
-    /// What is said in the place of an empty list of applications: that it is asked for, that none plays, or
-    /// why it could not be told.
-    QString noAppsText() const;
-    void setAvailableMics(std::vector<AudioInputDevice> value);
+    const std::vector<AudioInputDevice>& availableMics() const { return lists_.microphones(); }
+    const std::vector<AudioCapableApp>& availableApps() const { return lists_.applications(); }
+    QString noAppsText() const { return lists_.noApplicationsText(); }
+    void setAvailableMics(std::vector<AudioInputDevice> value) { lists_.setMicrophones(std::move(value)); }
     bool anyRunning() const { return anyRunning_; }
     /// Whether any session has something to stop: also a run that goes on after an error.
     bool canStop() const { return canStop_; }
     bool screenRecNeededEvent() const { return screenRecNeededEvent_; }
     void setScreenRecNeededEvent(bool value);
-    /// Neither is so until the keyring has told. A start is possible then, and finds out.
-    bool isLoggedIn() const { return signIn_ == SignIn::present; }
-    bool isSignedOut() const { return signIn_ == SignIn::absent; }
-    const std::optional<UserAccount>& account() const { return account_; }
+    /// Until the keyring has answered both are false. A start is possible then, and finds out.
+    bool isLoggedIn() const { return signIn_.isSignedIn(); }
+    bool isSignedOut() const { return signIn_.isSignedOut(); }
+    const std::optional<UserAccount>& account() const { return signIn_.account(); }
     /// Null while none is shown.
     const QString& toastMessage() const { return toastMessage_; }
     const std::vector<std::shared_ptr<TranslateSession>>& sessions() const {
         return sessions_;
     }  ///< one at least
-    const std::shared_ptr<TarnServerClient>& serverClient() const { return serverClient_; }
+    const std::shared_ptr<TarnServerClient>& serverClient() const { return signIn_.serverClient(); }
 
     /// What it was made with, for the views' own logic.
     const ViewModelServices& services() const { return services_; }
@@ -132,17 +105,17 @@ public:
     Q_INVOKABLE void stopAll();
     void reconnect(const std::shared_ptr<TranslateSession>& session);
     Q_INVOKABLE void reconnect(tarn::TranslateSession* session);
-    Q_INVOKABLE void refreshApps();
-    Q_INVOKABLE void refreshMics();
+    Q_INVOKABLE void refreshApps() { lists_.refreshApplications(); }
+    Q_INVOKABLE void refreshMics() { lists_.refreshMicrophones(); }
 
-    /// Opens the sign-in page in the browser; the answer comes back as a `tarn://` link. False where it could
-    /// not be opened: where that is no harm, `signInAddress` tells it then.
-    Q_INVOKABLE bool startSignIn();
+    /// Opens the sign-in page in the browser; the answer comes back as a `tarn://` link. False where it was
+    /// not opened; where the browser is the cause, `signInAddress` shows its address from then on.
+    Q_INVOKABLE bool startSignIn() { return signIn_.openPage(); }
     /// The page that `startSignIn` opens; nothing where the web site is not known.
-    std::optional<Url> signInPage() const;
-    void handleLoginSucceeded();
-    void handleLoggedOut();
-    Q_INVOKABLE void signOut();
+    std::optional<Url> signInPage() const { return signIn_.page(); }
+    void handleLoginSucceeded() { signIn_.succeeded(); }
+    void handleLoggedOut() { signIn_.lose(); }
+    Q_INVOKABLE void signOut() { signIn_.signOut(); }
 
     /// Shows `message` for 4 seconds, in place of what is shown.
     void showToast(const QString& message);
@@ -163,26 +136,14 @@ Q_SIGNALS:
     void screenRecNeededEventChanged();
     void isLoggedInChanged();
     void accountChanged();
-    void
-    accountChecked();  ///< the look at the start, or a check after a sign-in, is over, whatever came of it
+    void accountChecked();  ///< reading the sign-in, or asking about the account, has ended, well or not
     void signInAddressChanged();
     void toastMessageChanged();
     void sessionsChanged();
 
 private:
-    enum class SignIn : std::uint8_t { unknown, absent, present };
-
     explicit TranslateViewModel(ViewModelServices services);
 
-    static Task<void> loadFirstApps(std::weak_ptr<TranslateViewModel> weak);
-    static Task<void> loadApps(std::weak_ptr<TranslateViewModel> weak, std::string failurePrefix);
-    static Task<void> loadMics(std::weak_ptr<TranslateViewModel> weak);
-    static Task<void> learnSignIn(std::weak_ptr<TranslateViewModel> weak);
-    static Task<void> checkAccount(std::weak_ptr<TranslateViewModel> weak);
-    static Task<void> tellSignOut(std::weak_ptr<TranslateViewModel> weak,
-                                  std::shared_ptr<TarnServerClient> client, std::shared_ptr<Clock> clock);
-    static Task<void> watchDeletion(std::weak_ptr<TranslateViewModel> weak,
-                                    std::shared_ptr<Credentials> credentials);
     static Task<void> hideToast(std::weak_ptr<TranslateViewModel> weak, std::shared_ptr<Clock> clock,
                                 std::uint64_t number);
 
@@ -198,54 +159,32 @@ private:
     void propagateLiveParams();
     void setLiveParams(const TranslateSession& session) const;
     void launchSessions(const TranslateSession::Backend& backend);
-    void rebuildServerClient();
-    void setSignIn(SignIn value);
     void authFailed(TranslateSession& session);
     void showSignedOut();
-    void setAccount(std::optional<UserAccount> value);
     void suggestLanguages();
-    void takeAccount(ServerResult<UserAccount> account);
-    void sessionExpired();
-    TranslateSession::Backend backend() const { return TranslateSession::Backend::server(serverClient_); }
+    TranslateSession::Backend backend() const { return TranslateSession::Backend::server(serverClient()); }
     QString modeName() const;
     void setModeName(const QString& name);
     int sessionCount() const { return static_cast<int>(sessions_.size()); }
-    void setSignInAddress(const QString& value);
-    void readStoredEmail();
-    QString accountEmail() const {
-        return isLoggedIn() ? QString::fromStdString(account_ ? account_->email : storedEmail_) : QString();
-    }
-    const QString& signInAddress() const { return signInAddress_; }
+    QString accountEmail() const { return signIn_.email(); }
+    const QString& signInAddress() const { return signIn_.pageAddress(); }
 
     const ViewModelServices services_;
+    SourceLists lists_{services_};
+    SignInState signIn_{services_};
     double rate_ = 1;
     double outputGain_ = 1;
     bool tier2Expanded_ = false;
     bool miniMode_ = false;
     double subtitleScale_ = 1;
     AppMode mode_ = AppMode::solo;
-    std::vector<AudioInputDevice> availableMics_;
-    std::vector<AudioCapableApp> availableApps_;
-    std::optional<Result<void>> appsAnswer_;  ///< the latest; nothing while none has come
     bool anyRunning_ = false;
     bool canStop_ = false;
     bool screenRecNeededEvent_ = false;
-    SignIn signIn_ = SignIn::unknown;
-    bool isStartBlind_ = false;     ///< started before it was known whether somebody is signed in
-    bool userSignedOut_ = false;    ///< what still runs ends without a complaint
-    bool announcesSignIn_ = false;  ///< when the account is known
-    std::optional<UserAccount> account_;
-    std::string storedEmail_;
-    QString signInAddress_;
+    bool isStartBlind_ = false;  ///< started before it was known whether somebody is signed in
     QString toastMessage_;
     TaskHandle toastTask_;
-    TaskHandle appsTask_;
-    TaskHandle micsTask_;
-    TaskHandle learnTask_;
-    TaskHandle accountTask_;
-    TaskHandle signOutTask_;
     std::uint64_t toastNumber_ = 0;  ///< of the latest notice
-    std::shared_ptr<TarnServerClient> serverClient_;
     std::vector<std::shared_ptr<TranslateSession>> sessions_;
     std::vector<QMetaObject::Connection> subs_;
 };
