@@ -6,6 +6,7 @@
 
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/posix/stream_descriptor.hpp>
+#include <filesystem>
 #include <string_view>
 
 #include "OutputWriter.h"
@@ -288,6 +289,11 @@ Result<std::unique_ptr<InputSource>> openInput(const std::string& input, const S
         return failure(ErrorKind::system, "standard input cannot be read: " + descriptor.error().description);
     }
     return std::make_unique<StandardInput>(std::move(*descriptor));
+}
+
+bool isSameFile(const std::string& input, const std::string& path) {
+    std::error_code none;
+    return input != "-" && std::filesystem::equivalent(input, path, none);
 }
 
 }  // namespace tarn::cli

@@ -28,4 +28,7 @@ public:
 /// s16le 16 kHz mono. The error is one line that names the file.
 Result<std::unique_ptr<InputSource>> openInput(const std::string& input, const SerialExecutor& executor);
 
+/// Whether both paths lead to one file; false for standard input and where one does not exist.
+bool isSameFile(const std::string& input, const std::string& path);
+
 }  // namespace tarn::cli

@@ -122,6 +122,18 @@ Command commandNamed(const std::string& name, bool tokenOnInput) {
 
 }  // namespace
 
+std::string describe(const SourceOptions& source) {
+    switch (source.capture) {
+        case CaptureSource::system:
+            return "all that the computer plays";
+        case CaptureSource::application:
+            return "the application " + source.app;
+        case CaptureSource::mic:
+            break;
+    }
+    return source.device.empty() ? "the default microphone" : "the microphone " + source.device;
+}
+
 void complain(const std::string& text) {
     logLine("tarn-cli: " + text);
 }

@@ -36,6 +36,9 @@ struct SourceOptions {
     int silenceMs = 2000;  ///< below 1: not sent
 };
 
+/// For a line that says to what is listened.
+std::string describe(const SourceOptions& source);
+
 /// What one translation run was asked to do.
 struct RunOptions {
     std::vector<SourceOptions> sources;  ///< one to four; an `input` stands alone

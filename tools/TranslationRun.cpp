@@ -1,7 +1,5 @@
 #include "TranslationRun.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/experimental/awaitable_operators.hpp>
@@ -27,12 +25,6 @@ constexpr milliseconds noticeTime{2500};
 constexpr milliseconds accountLimit{5000};
 constexpr const char* signInHint = "; sign in with: tarn-cli login";
 
-constexpr double dubBytesPerSecond = 48000;
-// No translation is so much longer than what was said: a server that sends voice without end must not fill
-// the disk.
-constexpr double longestFirstVoice = 60;  // seconds
-constexpr double mostVoicePerSpeech = 4;
-
 /// How often a drain looks whether everything has come.
 constexpr milliseconds drainTick{50};
 /// After an interrupt a reader of our output that has stopped reading is not waited for longer.
@@ -40,18 +32,6 @@ constexpr milliseconds outputLimit{2000};
 
 Clock::Duration toDuration(double seconds) {
     return milliseconds(static_cast<long long>(seconds * 1000));
-}
-
-std::string describeSource(const SourceOptions& source) {
-    switch (source.capture) {
-        case CaptureSource::system:
-            return "all that the computer plays";
-        case CaptureSource::application:
-            return "the application " + source.app;
-        case CaptureSource::mic:
-            break;
-    }
-    return source.device.empty() ? "the default microphone" : "the microphone " + source.device;
 }
 
 }  // namespace
@@ -64,7 +44,8 @@ TranslationRun::TranslationRun(asio::io_context& context, const Options& options
       output_(context.get_executor()),
       printer_(EventPrinter::make(
           options_, std::chrono::steady_clock::now(),
-          [writer = output_](std::string text) mutable { writer.write(std::move(text)); })) {}
+          [writer = output_](std::string text) mutable { writer.write(std::move(text)); })),
+      dub_(options.run.dubFile) {}
 
 TranslationRun::~TranslationRun() = default;
 
@@ -95,7 +76,7 @@ Task<bool> TranslationRun::prepare() {
         }
         input_ = std::move(*input);
     }
-    if (wouldOverwriteInput()) {
+    if (options_.dubFile && isSameFile(path, *options_.dubFile)) {
         fail("--dub names the input file: it would be overwritten", ExitStatus::wrongArguments);
         co_return false;
     }
@@ -245,180 +226,6 @@ Task<void> TranslationRun::endAccountWait(std::shared_ptr<TranslationRun> self) 
     self->ring();
 }
 
-void TranslationRun::watch(std::size_t number) {
-    TranslateSession* const session = sources_[number].session.get();
-    QObject::connect(session, &TranslateSession::stateChanged, session, [weak = weak_from_this(), number] {
-        if (const auto self = weak.lock()) {
-            self->stateChanged(number);
-        }
-    });
-    QObject::connect(session, &TranslateSession::healthChanged, session, [weak = weak_from_this(), number] {
-        if (const auto self = weak.lock()) {
-            self->healthChanged(number);
-        }
-    });
-    QObject::connect(session, &TranslateSession::inputLevelChanged, session,
-                     [weak = weak_from_this(), number, session] {
-                         if (const auto self = weak.lock()) {
-                             self->printer_->level(number, session->inputLevel());
-                         }
-                     });
-}
-
-void TranslationRun::stateChanged(std::size_t number) {
-    const ConnectionState& state = sources_[number].session->state();
-    // How a run ends is shown once it is known; and what a relay complains of ends none.
-    if (state.kind() != ConnectionState::Case::idle && state.kind() != ConnectionState::Case::error) {
-        showState(number, std::string(ConnectionState::nameOf(state.kind())));
-    }
-    if (const auto stream =
-            std::dynamic_pointer_cast<TappedStream>(sources_[number].session->serverStream())) {
-        sourceOf(*stream);
-    }
-    sources_[number].ran = sources_[number].ran || sources_[number].session->hasComeUp();
-    ring();
-}
-
-void TranslationRun::healthChanged(std::size_t number) {
-    const TranslateSession& session = *sources_[number].session;
-    printer_->health(number, session.health());
-    capturesEnded_ = capturesEnded_ || std::ranges::all_of(sources_, [](const Source& source) {
-                         return source.session->health().contains(SessionFault::captureEnded);
-                     });
-    ring();
-}
-
-void TranslationRun::showState(std::size_t number, const std::string& value) {
-    if (sources_[number].shownState != value) {
-        sources_[number].shownState = value;
-        printer_->state(number, value);
-    }
-}
-
-void TranslationRun::listenFor(Task<void> task) {
-    listeners_.push_back(TaskHandle::start(context_.get_executor(), std::move(task)));
-}
-
-void TranslationRun::endInput(const std::optional<Error>& error) {
-    if (error) {
-        fail(error->description);
-        inputFailed_ = true;
-    }
-    inputEnded_ = true;
-    ring();
-}
-
-Task<void> TranslationRun::watchTime(std::shared_ptr<TranslationRun> self, Clock::Duration duration) {
-    co_await sleepFor(Clock::system(), duration);
-    self->timeIsUp_ = true;
-    self->ring();
-}
-
-Task<void> TranslationRun::watchInterrupts(std::shared_ptr<TranslationRun> self) {
-    const auto [error, number] = co_await self->interrupts_.async_wait(asValue);
-    if (!error) {
-        self->interrupts_.clear();  // a second one ends the program at once
-    }
-    self->interrupted_ = self->interrupted_ || !error;
-    self->ring();
-}
-
-Task<void> TranslationRun::watchStream(std::shared_ptr<TranslationRun> self,
-                                       std::shared_ptr<TappedStream> stream) {
-    self->deathReason_ = co_await stream->waitDead();
-    self->ring();
-}
-
-Task<void> TranslationRun::watchHeard(std::shared_ptr<TranslationRun> self,
-                                      std::shared_ptr<TappedStream> stream) {
-    const bool isHeard = co_await stream->waitHeard();
-    if (auto* const open = isHeard ? self->openStream(*stream) : nullptr) {
-        open->heardAt = Clock::system()->now();
-    }
-}
-
-std::optional<Clock::TimePoint> TranslationRun::heardAt() const {
-    std::optional<Clock::TimePoint> last;
-    for (const OpenStream& open : streams_) {
-        if (!open.heardAt) {
-            return std::nullopt;
-        }
-        last = std::max(last, open.heardAt);
-    }
-    return last;
-}
-
-Task<void> TranslationRun::watchOutput(std::shared_ptr<TranslationRun> self) {
-    co_await self->output_.waitForFailure();
-    self->ring();
-}
-
-void TranslationRun::opened(std::shared_ptr<TappedStream> stream) {
-    // Not sooner: an older recording stays as it is where nothing comes to replace it.
-    if (options_.dubFile && !dub_) {
-        auto writer = SoundFileWriter::create(*options_.dubFile, 24000);
-        if (writer) {
-            dub_ = std::move(*writer);
-        } else {
-            fail(writer.error().description);
-            dubFailed_ = true;
-        }
-    }
-    streams_.push_back({stream, std::nullopt, false});
-    listenFor(watchStream(shared_from_this(), std::move(stream)));
-}
-
-void TranslationRun::ended(const TappedStream& stream) {
-    if (auto* const open = openStream(stream)) {
-        open->ended = true;
-    }
-    ring();
-}
-
-TranslationRun::OpenStream* TranslationRun::openStream(const TappedStream& stream) {
-    const auto found = std::ranges::find_if(
-        streams_, [&](const OpenStream& candidate) { return candidate.stream.get() == &stream; });
-    return found == streams_.end() ? nullptr : &*found;
-}
-
-std::optional<std::size_t> TranslationRun::sourceOf(const TappedStream& stream) {
-    auto* const open = openStream(stream);
-    if (open == nullptr) {
-        return std::nullopt;
-    }
-    // A session lets go of its stream when it stops, before the last event.
-    for (std::size_t number = 0; number < sources_.size() && !open->source; ++number) {
-        if (sources_[number].session->serverStream().get() == &stream) {
-            open->source = number;
-        }
-    }
-    return open->source;
-}
-
-void TranslationRun::failedToOpen(const TarnServerError& error) {
-    openError_ = error;
-}
-
-void TranslationRun::event(const TappedStream& stream, const TarnTranslateEvent& event) {
-    const auto number = sourceOf(stream);
-    if (!number) {
-        return;
-    }
-    Source& source = sources_[*number];
-    source.progress.note(event, std::chrono::steady_clock::now());
-    printer_->event(*number, event);
-    source.complainedLast = std::holds_alternative<translate::Error>(event) ||
-                            (source.complainedLast && std::holds_alternative<translate::Closed>(event));
-    if (const auto* const audio = std::get_if<translate::TranslatedAudio>(&event)) {
-        keepAudio(stream, *audio);
-    } else if (const auto* const error = std::get_if<translate::Error>(&event)) {
-        source.complaint = error->message;
-    } else if (std::holds_alternative<translate::Unauthorized>(event)) {
-        refused_ = true;
-        ring();
-    }
-}
-
 std::optional<std::string> TranslationRun::startFailure(const Source& source) {
     const QString& message = source.session->errorMessage();
     const bool failed = source.session->state().kind() == ConnectionState::Case::error && !message.isNull() &&
@@ -459,7 +266,7 @@ Task<bool> TranslationRun::waitUntilRunning() {
 void TranslationRun::announceSources() {
     for (const SourceOptions& source : options_.sources) {
         if (source.input.empty()) {
-            complain("listening to " + describeSource(source) + (options_.duration ? "" : "; Ctrl-C ends"));
+            complain("listening to " + describe(source) + (options_.duration ? "" : "; Ctrl-C ends"));
         }
     }
 }
@@ -542,39 +349,6 @@ Task<void> TranslationRun::endOutput() {
     } else {
         co_await sleepFor(Clock::system(), outputLimit);
     }
-}
-
-bool TranslationRun::wouldOverwriteInput() const {
-    struct stat in{};
-    struct stat out{};
-    const std::string& input = options_.sources.front().input;
-    return options_.dubFile && !input.empty() && input != "-" && ::stat(input.c_str(), &in) == 0 &&
-           ::stat(options_.dubFile->c_str(), &out) == 0 && in.st_dev == out.st_dev && in.st_ino == out.st_ino;
-}
-
-void TranslationRun::keepAudio(const TappedStream& stream, const translate::TranslatedAudio& audio) {
-    if (!dub_) {
-        return;
-    }
-    dubSeconds_ += static_cast<double>(audio.bytes.size()) / dubBytesPerSecond;
-    if (dubSeconds_ > longestFirstVoice + mostVoicePerSpeech * stream.givenSeconds()) {
-        fail("the server sends far more voice than there was speech; what came stands in " +
-             *options_.dubFile);
-        dub_.reset();
-        dubFailed_ = true;
-        ring();
-        return;
-    }
-    const auto written = dub_->write(audio.bytes);
-    if (!written) {
-        fail(written.error().description);
-        dub_.reset();
-    }
-}
-
-void TranslationRun::fail(const std::string& text, ExitStatus status) {
-    complain(text);
-    status_ = status;
 }
 
 }  // namespace tarn::cli

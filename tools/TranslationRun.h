@@ -8,6 +8,7 @@
 #include <variant>
 #include <vector>
 
+#include "DubFile.h"
 #include "EventPrinter.h"
 #include "InputSource.h"
 #include "Options.h"
@@ -15,7 +16,6 @@
 #include "RunProgress.h"
 #include "StreamTap.h"
 #include "TarnApp/session/TranslateViewModel.h"
-#include "TarnPlatform/audio/SoundFile.h"
 #include "TarnPlatform/base/EventQueue.h"
 
 namespace tarn::cli {
@@ -92,7 +92,6 @@ private:
     void announceSources();
     /// Why a source did not come up; nothing while it still may.
     static std::optional<std::string> startFailure(const Source& source);
-    bool wouldOverwriteInput() const;
     void sayWhyConnectionEnded();
     /// When the servers of all streams had read what was to be translated; nothing as long as one has not.
     std::optional<Clock::TimePoint> heardAt() const;
@@ -109,13 +108,12 @@ private:
     std::vector<Source> sources_;
     std::vector<OpenStream> streams_;  ///< all that were opened
     std::unique_ptr<InputSource> input_;
-    std::optional<SoundFileWriter> dub_;
-    double dubSeconds_ = 0;
+    DubFile dub_;
     std::optional<TarnServerError> openError_;  ///< of the stream that did not open
     std::vector<TaskHandle> listeners_;
 
     EventQueue<std::monostate> bell_;
-    bool dubFailed_ = false;  ///< the WAV file cannot be made, or would have no end
+    bool dubFailed_ = false;  ///< the WAV file cannot be made, or would never end
     bool isSignInKnown_ = false;
     bool isAccountChecked_ = false;  ///< or has been waited for long enough
     bool inputEnded_ = false;

@@ -10,7 +10,7 @@
 #include "SessionHealth.h"
 #include "TarnApp/server/Credentials.h"
 #include "TarnApp/server/TarnServerClient.h"
-#include "TarnCore/audio/AudioCapableApp.h"
+#include "TarnCore/audio/AudioApps.h"
 #include "TarnCore/audio/AudioDevices.h"
 #include "TarnCore/audio/AudioPlayer.h"
 #include "TarnCore/audio/AudioSink.h"
