@@ -28,7 +28,7 @@ TARN_TEXT(nothingToDo, "Everything works.", "一切正常。")
 
 TARN_TEXT(noAnswerInTime, "no answer within %1 s", "%1 秒内没有应答")
 TARN_TEXT(noAnswerAdvice,
-          "Something that this check asks hangs: run it again, and log out and in if that stays.",
+          "Something that this check asks hangs: run it again, and log out and in if it hangs again.",
           "此项检查所询问的对象没有响应：请重试；若依旧如此，请注销后重新登录。")
 TARN_TEXT(checkFailed, "the check failed: %1", "检查失败：%1")
 
@@ -42,21 +42,22 @@ TARN_TEXT(audioServerAdvice,
           "必须指向其套接字所在的文件夹。没有它也能翻译录音："
           "tarn-cli --input 文件。")
 TARN_TEXT(notKnownWithoutAudio, "not known: there is no audio server", "未知：没有音频服务器")
-TARN_TEXT(sessionManagerOther, "another than WirePlumber", "不是 WirePlumber 的会话管理器")
+TARN_TEXT(sessionManagerOther, "one other than WirePlumber", "不是 WirePlumber 的会话管理器")
 TARN_TEXT(sessionManagerAbsent, "none: nothing that plays or listens is connected to a device",
           "没有：播放与收听的程序都不会连接到设备")
 TARN_TEXT(sessionManagerAdvice, "Start one: systemctl --user start wireplumber (package wireplumber).",
           "请启动会话管理器：systemctl --user start wireplumber（软件包 wireplumber）。")
-TARN_TEXT(sessionManagerNoDefaults, "%1, but nobody keeps the default devices", "%1，但没有程序管理默认设备")
+TARN_TEXT(sessionManagerNoDefaults, "%1, but no program manages the default devices",
+          "%1，但没有程序管理默认设备")
 TARN_TEXT(outputAbsent, "none: translations cannot be heard", "没有：听不到翻译语音")
 TARN_TEXT(outputAdvice,
-          "Connect loudspeakers or headphones and choose them in the desktop's settings of sound "
-          "(wpctl status lists what there is).",
+          "Connect loudspeakers or headphones and choose them in the desktop's sound settings (wpctl "
+          "status lists what there is).",
           "请连接扬声器或耳机，并在桌面的声音设置中选择（wpctl status 可列出现有设备）。")
 TARN_TEXT(inputAbsent, "none: there is no microphone", "没有：没有麦克风")
 TARN_TEXT(inputAdvice,
-          "Only translating a microphone needs one. Connect it and choose it in the desktop's settings of "
-          "sound.",
+          "Only translating a microphone needs one. Connect it and choose it in the desktop's sound "
+          "settings.",
           "只有翻译麦克风时才需要。请连接麦克风，并在桌面的声音设置中选择。")
 TARN_TEXT(captureWorks, "all that plays on \"%1\"; programs ready to play: %2",
           "可捕获“%1”播放的全部声音；可捕获的程序：%2")
@@ -136,7 +137,7 @@ TARN_TEXT(serverAdvice,
 TARN_TEXT(serverAddressAdvice, "The address is set by %1: correct it.", "地址由 %1 设定：请改正。")
 TARN_TEXT(serverBrokenAdvice, "Wait a little, or tell whoever runs the server.",
           "请稍候，或通知服务器的管理者。")
-TARN_TEXT(deploymentAdvice, "Correct what the line names; docs/configuration.md tells what can stand there.",
+TARN_TEXT(deploymentAdvice, "Correct what the line names; docs/configuration.md lists what can stand there.",
           "请改正该行所指之处；可用的值见 docs/configuration.md。")
 TARN_TEXT(certificatesFound, "trusted certificates from %1", "可信证书来自 %1")
 TARN_TEXT(certificatesAccepted, "trusted certificates from %1; the server's is accepted",
@@ -153,7 +154,7 @@ TARN_TEXT(certificatesAdvice,
           "请安装软件包 ca-certificates；若设置了 SSL_CERT_FILE 或 SSL_CERT_DIR，请确认其所指存在。")
 TARN_TEXT(proxyNone, "none: the server is reached directly", "无：直接连接服务器")
 TARN_TEXT(proxyUsed, "the server is reached through %1", "通过 %1 连接服务器")
-TARN_TEXT(proxyUnusable, "https_proxy is no address of a proxy", "https_proxy 不是代理的地址")
+TARN_TEXT(proxyUnusable, "https_proxy is not the address of a proxy", "https_proxy 不是代理的地址")
 TARN_TEXT(proxyAdvice, "Write it as http://HOST:PORT, or unset it.",
           "请写作 http://主机:端口，或取消该变量。")
 
@@ -211,7 +212,7 @@ TARN_TEXT(asItIs, "%1", "%1")
 TARN_TEXT(settingsNew, "%1 is made when something is set", "%1 将在首次更改设置时创建")
 TARN_TEXT(settingsDamaged, "%1; defaults are used", "%1；使用默认设置")
 TARN_TEXT(settingsDamagedAdvice,
-          "Nothing needs doing: it is kept beside as settings.json.damaged when something is set.",
+          "Nothing needs doing: it is kept as settings.json.damaged when something is set.",
           "无需处理：更改设置时它会另存为 settings.json.damaged。")
 TARN_TEXT(settingsNotWritable, "%1 cannot be written: settings last until the program ends",
           "%1 无法写入：设置只保留到程序结束")
