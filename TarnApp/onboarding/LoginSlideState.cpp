@@ -56,7 +56,7 @@ void LoginSlideState::followSignIn() {
     if (!isLoggedIn_ || !viewModel()) {
         return;
     }
-    if (const auto& account = viewModel()->account()) {  // what the server says, not the link
+    if (const auto& account = viewModel()->account()) {  // the server knows better than the link
         setEmail(account->email);
         return;
     }

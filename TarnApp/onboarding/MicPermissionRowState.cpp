@@ -82,7 +82,7 @@ Task<void> MicPermissionRowState::poll(QPointer<MicPermissionRowState> self, std
 }
 
 bool MicPermissionRowState::isDecided(std::uint64_t number) {
-    // A sleep that was over is not cancelled any more.
+    // A sleep that has ended can no longer be cancelled, so an older poll is told by its number.
     if (granted_ || number != pollNumber_) {
         return true;
     }

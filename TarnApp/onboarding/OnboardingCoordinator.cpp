@@ -53,7 +53,7 @@ void OnboardingCoordinator::finish() {
     defaults_->set(doneKey, true);
     setManuallyReopened(false);
     setStep(OnboardingStep::ready);
-    // A copy: it may close the window whose button is being pressed, and be replaced on the way.
+    // The action may close the window whose button is being pressed and replace `onFinish`, so a copy runs.
     if (const auto action = onFinish) {
         action();
     }

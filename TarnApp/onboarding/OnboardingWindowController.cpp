@@ -43,7 +43,7 @@ OnboardingWindowController::OnboardingWindowController(QQmlEngine& engine,
                                   {"onboarding", QVariant::fromValue(coordinator_.get())},
                                   {"title", localization_.onboardingWindowTitle()}});
     if (window_) {
-        // By name, since the type of the event is not Qt's to give away.
+        // The old syntax is needed because the type of the event is private to Qt.
         connect(window_.get(), SIGNAL(closing(QQuickCloseEvent*)), this, SLOT(windowWillClose()));
     }
 }
@@ -52,7 +52,7 @@ OnboardingWindowController::~OnboardingWindowController() = default;
 
 void OnboardingWindowController::centre() {
     if (window_ && window_->screen() != nullptr) {
-        // A hidden window has no frame yet: what is placed is its corner, as if it had none.
+        // A hidden window has no frame yet, so its own corner is placed.
         QRect frame(QPoint(), window_->size());
         frame.moveCenter(window_->screen()->availableGeometry().center());
         window_->setFramePosition(frame.topLeft());

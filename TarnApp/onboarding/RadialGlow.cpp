@@ -9,7 +9,7 @@
 namespace tarn {
 namespace {
 
-/// Evenly spread over [0, 1), and the same at every painting.
+/// Pseudo-random numbers that are spread evenly over [0, 1) and the same at every painting.
 float noise(std::uint32_t x, std::uint32_t y) {
     std::uint32_t bits = x * 0x9e3779b1U ^ y * 0x85ebca77U;
     bits = (bits ^ bits >> 15U) * 0x2c1b3c6dU;
@@ -24,8 +24,7 @@ RadialGlow::RadialGlow(QQuickItem* parent) : QQuickPaintedItem(parent) {
 }
 
 void RadialGlow::paint(QPainter* painter) {
-    // So faint a light has few shades, which the eye sees as rings where each begins; a little noise hides
-    // them.
+    // So faint a gradient has few shades, whose borders would be visible as rings. Noise hides them.
     const qreal scale = painter->device()->devicePixelRatio();
     QImage image((QSizeF(width(), height()) * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
     const auto start = static_cast<float>(startRadius_ * scale);

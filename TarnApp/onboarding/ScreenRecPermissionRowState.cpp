@@ -91,7 +91,7 @@ Task<void> ScreenRecPermissionRowState::poll(QPointer<ScreenRecPermissionRowStat
 }
 
 bool ScreenRecPermissionRowState::isDecided(std::uint64_t number) {
-    // A sleep that was over is not cancelled any more.
+    // A sleep that has ended can no longer be cancelled, so an older poll is told by its number.
     if (number != pollNumber_) {
         return true;
     }

@@ -24,7 +24,7 @@ std::optional<AppRelaunch::Surroundings>& surroundings() {
     return instance;
 }
 
-/// As it stands between double quotes in a shell's script.
+/// Puts `path` into double quotes for a shell script.
 std::string quoted(std::string_view path) {
     std::string text = "\"";
     for (const char character : path) {
@@ -100,7 +100,7 @@ std::string AppRelaunch::script(pid_t process, std::string_view opener, std::str
 
 std::string AppRelaunch::bundlePathOf(const std::string& executable) {
     const auto folder = std::filesystem::path(executable).parent_path();
-    // No further: a checkout below a folder of such a name is no bundle.
+    // A checkout far below a folder of such a name is not a bundle.
     for (const auto& candidate : {folder, folder.parent_path(), folder.parent_path().parent_path()}) {
         if (candidate.extension() == ".app") {
             return candidate.string();

@@ -15,7 +15,7 @@ bool holds(const Codes& codes, std::string_view code) {
     return std::ranges::find(codes, code) != codes.end();
 }
 
-/// In the pickers' order, so that a server's own order decides nothing.
+/// The wanted languages in the order of the pickers, so that the order of a server's list decides nothing.
 template <typename IsWanted>
 Codes offered(IsWanted isWanted) {
     Codes codes;
@@ -31,7 +31,7 @@ bool isOffered(const std::string& code) {
     return std::ranges::find(Languages::supported, code, &Language::code) != Languages::supported.end();
 }
 
-/// "zh" of "zh_CN".
+/// Returns "zh" for "zh_CN".
 std::string codeOf(const std::string& locale) {
     return locale.substr(0, locale.find_first_of("_-"));
 }

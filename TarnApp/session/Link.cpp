@@ -15,7 +15,8 @@ bool isControl(unsigned byte) {
     return byte < 0x20U || byte == 0x7FU;
 }
 
-/// Plain, or percent-encoded: neither a token nor an address of mail has one.
+/// Whether `text` holds a control character, plain or percent-encoded. Neither a token nor an e-mail address
+/// has one, and one in a log or on a terminal could hide what follows.
 bool holdsControl(std::string_view text) {
     for (std::size_t i = 0; i < text.size(); ++i) {
         unsigned encoded = 0;

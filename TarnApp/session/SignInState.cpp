@@ -131,7 +131,7 @@ void SignInState::succeeded() {
     userSignedOut_ = false;
     announcesSignIn_ = true;
     setState(State::present);
-    setAccount(std::nullopt);  // it may be another one
+    setAccount(std::nullopt);  // another user may have signed in
     renewServerClient();
     startCheck();
 }

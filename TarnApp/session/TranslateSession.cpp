@@ -7,7 +7,7 @@
 namespace tarn {
 namespace {
 
-// Settings as they are stored.
+// These convert settings to the types in which they are stored.
 std::string stored(const QString& value) {
     return value.toStdString();
 }
@@ -80,7 +80,7 @@ QString TranslateSession::captureSourceName() const {
     return qString(rawValue(captureSource_));
 }
 
-/// Also stores a value that is the same as before: the user has chosen it by now.
+/// A value that is the same as before is stored too, since the user has now chosen it.
 template <typename Value>
 void TranslateSession::assign(Value& field, const std::type_identity_t<Value>& value,
                               void (TranslateSession::*changed)(), const char* name) {

@@ -23,7 +23,7 @@ QStringList texts(const std::optional<std::vector<std::string>>& codes) {
 }  // namespace
 
 std::shared_ptr<TranslateViewModel> TranslateViewModel::make(ViewModelServices services) {
-    // Not make_shared: the constructor is private, and what it starts needs the shared pointer.
+    // `make_shared` cannot call the private constructor, and `begin` needs the shared pointer.
     std::shared_ptr<TranslateViewModel> model(new TranslateViewModel(std::move(services)));
     model->begin();
     return model;
@@ -129,7 +129,7 @@ void TranslateViewModel::suggestLanguages() {
     }
     TranslateSession& first = *sessions_.front();
     if (first.canStop()) {
-        return;  // what is shown is what the run translates; when it has ended this is looked at again
+        return;  // the row shows what the run translates; `sessionStateChanged` comes here at its end
     }
     const LanguagePair usual{first.sourceLang().toStdString(), first.targetLang().toStdString()};
     LanguageWish wish{usual, {}, {}, services_.preferredLanguages()};
@@ -179,7 +179,7 @@ void TranslateViewModel::appendSession() {
     auto session =
         std::make_shared<TranslateSession>(storageNamespace, services_.defaults, services_.session);
     if (!services_.defaults->contains(storageNamespace + ".sourceLang")) {
-        // A new partner speaks what the first session translates into, and hears what that one hears.
+        // A new partner speaks the language that the first session translates into, and the other way round.
         session->setSourceLang(sessions_.front()->targetLang());
         session->setTargetLang(sessions_.front()->sourceLang());
     }
@@ -250,7 +250,7 @@ void TranslateViewModel::observeSessions() {
 
 void TranslateViewModel::sessionStateChanged(const TranslateSession& session) {
     if (session.hasComeUp()) {
-        setLiveParams(session);  // they may have changed since the session was started
+        setLiveParams(session);  // the user may have changed them since the session was started
     } else if (&session == sessions_.front().get()) {
         suggestLanguages();
     }
@@ -306,7 +306,7 @@ void TranslateViewModel::showSignedOut() {
 }
 
 void TranslateViewModel::launchSessions(const TranslateSession::Backend& backend) {
-    // Observers of a start may change the list.
+    // Observers of a start may change the list, so a copy is walked.
     for (const auto& session : std::vector(sessions_)) {
         if (std::ranges::find(sessions_, session) != sessions_.end()) {
             session->start(static_cast<float>(rate_), static_cast<float>(outputGain_), backend);
@@ -355,7 +355,7 @@ void TranslateViewModel::showToast(const QString& message) {
 Task<void> TranslateViewModel::hideToast(std::weak_ptr<TranslateViewModel> weak, std::shared_ptr<Clock> clock,
                                          std::uint64_t number) {
     co_await sleepFor(std::move(clock), toastTime);
-    // A sleep that was over is not cancelled any more.
+    // A sleep that has ended can no longer be cancelled, so a later notice is told by its number.
     if (const auto self = weak.lock(); self && self->toastNumber_ == number) {
         self->toastMessage_.clear();
         Q_EMIT self->toastMessageChanged();

@@ -12,7 +12,7 @@
 namespace tarn {
 namespace {
 
-/// The first item of that name; nothing where there is none or it has no value.
+/// Returns the first item of that name; nothing where there is none or it has no value.
 std::optional<std::string> queryItem(const QUrl& url, const QString& name) {
     const QUrlQuery query(url);
     for (const auto& [key, value] : query.queryItems(QUrl::FullyDecoded)) {

@@ -49,7 +49,7 @@ void AppDelegate::configureOnboarding(const std::shared_ptr<TranslateViewModel>&
         }
         controller.close();
     };
-    // Announced only where it changes.
+    // The signal comes only when the value changes.
     reopenCancellable_ =
         connect(coordinator.get(), &OnboardingCoordinator::manuallyReopenedChanged, this, [this] {
             const auto now = coordinator_.lock();
@@ -105,7 +105,7 @@ void AppDelegate::setClickThrough(bool value) {
         return;
     }
     if (value) {
-        // They are windows of their own, which would take clicks still.
+        // Popovers are windows of their own, which would still take clicks.
         PopoverGuard::dismissAll();
     }
     overlay_.setClickThrough(value);
@@ -138,7 +138,7 @@ void AppDelegate::style(QWindow* window) {
 }
 
 void AppDelegate::styleOnboarding(QWindow* window) {
-    // An ordinary window, whose title bar and buttons are the window manager's.
+    // The window manager gives this window a title bar and buttons, unlike the main window.
     window->setFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint);
 }
 

@@ -10,7 +10,7 @@ namespace tarn {
 namespace {
 
 constexpr std::array endSignals{SIGINT, SIGTERM, SIGHUP};
-std::array<int, 2> ends{-1, -1};  // of a pipe; written to by the handler
+std::array<int, 2> ends{-1, -1};  // of a pipe, to which the signal handler writes
 
 void handle(int signal) {
     std::signal(signal, SIG_DFL);

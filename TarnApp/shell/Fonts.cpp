@@ -9,7 +9,7 @@ namespace tarn {
 
 void Fonts::choose() {
     QFont font = QGuiApplication::font();
-    // The desktop names its font by a word such as "Sans", which is no family: what it stands for is.
+    // The desktop names its font by an alias such as "Sans"; Qt needs the family that it stands for.
     font.setFamilies({QFontInfo(font).family(), QStringLiteral("Noto Sans CJK SC"),
                       QStringLiteral("WenQuanYi Micro Hei"), QStringLiteral("Noto Color Emoji")});
     QGuiApplication::setFont(font);

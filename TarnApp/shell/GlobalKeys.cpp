@@ -15,8 +15,8 @@ struct Key {
     AddedText description;
     const char* usual;
 };
-// Combinations that the usual desktops leave free. None with Shift: Alt+Shift and Ctrl+Shift change the
-// layout for many who write in two scripts.
+// The usual desktops leave these combinations free. None has Shift, because Alt+Shift and Ctrl+Shift change
+// the layout for many who write in two scripts.
 constexpr std::array<Key, 4> keys{{{"start-stop", AddedText::keyStartStop, "Ctrl+Alt+S"},
                                    {"mini-mode", AddedText::trayMiniMode, "Ctrl+Alt+M"},
                                    {"click-through", AddedText::trayClickThrough, "Ctrl+Alt+P"},

@@ -14,7 +14,7 @@
 namespace tarn::LinkHandover {
 namespace {
 
-// A shell, xdg-open, and what these were started by.
+// Between this process and the one that shows the link are a shell, xdg-open and their parents.
 constexpr int mostAncestors = 8;
 
 std::string contents(const std::string& path) {
@@ -23,7 +23,7 @@ std::string contents(const std::string& path) {
 }
 
 pid_t parentOf(pid_t process) {
-    // "PID (name) state parent …", where the name may hold anything.
+    // The line is "PID (name) state parent …", and the name may hold spaces and parentheses.
     const auto status = contents("/proc/" + std::to_string(process) + "/stat");
     const auto name = status.rfind(") ");
     return name == std::string::npos || name + 4 >= status.size() ? 0 : std::atoi(status.c_str() + name + 4);

@@ -11,7 +11,7 @@ namespace tarn {
 namespace {
 
 constexpr std::chrono::seconds checkLimit{10};
-// The running program may end just when it is asked, and so may its successor.
+// The running program may end between the claim and the forwarding, and so may its successor.
 constexpr int mostClaims = 5;
 
 }  // namespace
@@ -52,7 +52,7 @@ LinkHost::Position LinkHost::takePosition(const std::vector<std::string>& links)
             return Position::alone;
         }
         if (links.empty()) {
-            return Position::served;  // the other one is who the bus has been waiting for
+            return Position::served;  // the bus only wanted the name to have an owner
         }
         const auto answer = instance_->forward(links);
         if (answer) {
@@ -71,9 +71,9 @@ void LinkHost::openModel() {
     model_ = TranslateViewModel::make(ViewModelServices::real(main_));
     handler_.credentials = model_->services().credentials;
     handler_.viewModel = model_;
-    checks_ = 1;  // whether somebody is signed in
+    checks_ = 1;  // the stored sign-in is being read
     QObject::connect(model_.get(), &TranslateViewModel::isLoggedInChanged, [this] {
-        // Every sign-in is followed by a check.
+        // The account is checked after every sign-in.
         checks_ += model_->isLoggedIn() ? 1 : 0;
     });
     QObject::connect(model_.get(), &TranslateViewModel::accountChecked, [this] {
@@ -111,7 +111,7 @@ void LinkHost::leave() {
         logLine("[tarn] the account server does not answer");
         checks_ = 0;
     }
-    // Links that were handed over before the name was given back are queued by now, ahead of this.
+    // Links that arrived before the name was released are in the queue already, ahead of this call.
     patience_ = std::chrono::milliseconds(0);
     instance_->release();
     asio::post(main_, [this] { rest(); });

@@ -38,7 +38,7 @@ void MainWindowLoader::await(const QQmlComponent& component) {
 
 std::unique_ptr<QQuickWindow> MainWindowLoader::make(const QVariantMap& properties) {
     await(*window_);
-    await(*content_);  // before the window is shown: its first frame has everything in it
+    await(*content_);  // so that the first frame of the window is complete
     QObject* const made = window_->isReady() ? window_->createWithInitialProperties(properties) : nullptr;
     auto* const window = qobject_cast<QQuickWindow*>(made);
     if (window == nullptr) {

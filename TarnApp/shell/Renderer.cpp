@@ -10,7 +10,7 @@
 namespace tarn {
 
 void Renderer::choose() {
-    // Before any window, since the windows of other renderers cannot be translucent afterwards.
+    // Windows that are made before this call cannot be translucent.
     QQuickWindow::setDefaultAlphaBuffer(true);
     if (std::getenv("QT_QUICK_BACKEND") != nullptr) {
         return;

@@ -62,7 +62,7 @@ bool TarnApp::open() {
     } else {
         appDelegate_.style(window);
     }
-    // Where onboarding comes first, the main window is shown when that has been closed.
+    // If onboarding comes first, the main window is shown when the onboarding window has been closed.
     if (previewOnboarding() || !onboarding_->shouldShowOnboarding()) {
         QObject::connect(
             window, &QQuickWindow::frameSwapped, &appDelegate_, [this] { appearElsewhere(); },
@@ -94,7 +94,7 @@ void TarnApp::appeared() {
     }
 }
 
-// Once the window is there, which it must not hold up.
+// The tray and the keys take a while, so they are made after the window has been shown.
 void TarnApp::appearElsewhere() {
     QGuiApplication::setWindowIcon(windowIcon());
     tray_ = std::make_unique<Tray>(bus_, *vm_, *appDelegate_.overlay(), localization_,

@@ -10,7 +10,7 @@
 namespace tarn {
 namespace {
 
-// The shapes of the application icon, on its grid of 128 × 128.
+// The shapes are those of the application icon, on its grid of 128 × 128.
 constexpr qreal grid = 128;
 
 QPainterPath bubble(const QRectF& body, const QPolygonF& tail) {

@@ -32,8 +32,8 @@ namespace {
 
 constexpr std::chrono::seconds servicePatience{10};
 
-/// The arguments as text of our own. Where the system shows the command lines of others, they are blank from
-/// now on: a link may hold a token.
+/// Copies the arguments and blanks the originals, which other users can read in the list of processes: a link
+/// may hold a token.
 std::vector<std::string> takeArguments(int argc, char** argv) {
     std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
     for (int i = 1; i < argc; ++i) {
@@ -42,7 +42,7 @@ std::vector<std::string> takeArguments(int argc, char** argv) {
     return words;
 }
 
-/// So that the answer of the sign-in page finds the way back to this program.
+/// The sign-in page answers with a link, which must open this program.
 void registerAsLinkHandler() {
     const auto program = SchemeRegistration::runningProgram();
     const Result<void> registered = program ? registerLinks(*program) : std::unexpected(program.error());
@@ -52,7 +52,7 @@ void registerAsLinkHandler() {
     }
 }
 
-/// Where the servers are cannot be told: nothing works then, and why is one line.
+/// False, after one line, where the configured addresses of the servers cannot be read: nothing would work.
 bool knowsServers() {
     if (const auto& deployment = Deployment::current(); !deployment) {
         logLine("tarn: " + deployment.error().description);
@@ -91,7 +91,7 @@ int showWindow(int argc, char** argv, const Arguments& arguments) {
         return 1;
     }
     registerAsLinkHandler();
-    // What the bus has asked for since the claim waits in the event loop, which must not run before this.
+    // Requests from the bus since the claim wait in the event loop, which must not run before `app` is set.
     app = std::make_unique<TarnApp>(ViewModelServices::real(main.executor()), bus, loader);
     MainWindowLoader::goOn();
     Fonts::warmUp();
@@ -120,7 +120,7 @@ int carryOutLinks(char** argv, const Arguments& arguments) {
 }
 
 int start(int argc, char** argv) {
-    // A reader that goes away shows as a failed write, not as the end of the process.
+    // If the reader of a pipe goes away, the write fails and the process goes on.
     std::signal(SIGPIPE, SIG_IGN);
     auto words = takeArguments(argc, argv);
     const bool isHandedOver = words == std::vector<std::string>{LinkHandover::argument};

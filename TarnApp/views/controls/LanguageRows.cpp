@@ -9,7 +9,8 @@ namespace tarn {
 
 namespace {
 
-/// As it reads from the left, whatever the direction of the language's own name.
+/// The row with the name before the code also where the name is written from right to left. The marks are
+/// those of the Unicode bidirectional algorithm.
 QString shownRow(const Language& language) {
     const QString row = QString::fromStdString(Languages::row(language));
     const QString name = QString::fromUtf8(language.label);

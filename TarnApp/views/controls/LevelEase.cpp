@@ -11,7 +11,7 @@
 namespace tarn {
 namespace {
 
-/// Moves all meters that are not where they should be.
+/// Moves all meters that have not reached their level yet.
 class Ticker : public QObject {
 public:
     void add(LevelEase* meter) {
@@ -26,6 +26,7 @@ public:
 
 protected:
     void timerEvent(QTimerEvent*) override {
+        // A signal of a meter may add or destroy others.
         const auto meters = moving_;
         for (LevelEase* const meter : meters) {
             if (std::ranges::find(moving_, meter) != moving_.end() && !meter->step()) {
@@ -70,6 +71,7 @@ void LevelEase::setLevel(float value) {
 bool LevelEase::step() {
     const double passed = time_ > 0 ? static_cast<double>(since_.elapsed()) / time_ : 1;
     const double left = std::max(0.0, 1 - passed);
+    // The quadratic curve is fast at first and ends without a jolt.
     const double next = target_ - (target_ - from_) * left * left;
     if (std::exchange(fill_, next) != next) {
         Q_EMIT fillChanged();

@@ -7,7 +7,7 @@ namespace tarn {
 
 double LevelScale::fraction(float level) {
     constexpr float least = 0.0001F;
-    if (!(level >= least)) {  // so that what is not a number counts as silence
+    if (!(level >= least)) {  // written so that NaN counts as silence
         return 0;
     }
     return level > 1 ? 1.0 : std::clamp((static_cast<double>(std::log10(level)) + 4) * 0.25, 0.0, 1.0);

@@ -7,6 +7,7 @@
 namespace tarn {
 namespace {
 
+/// Writes a decimal point in every locale.
 QString fixed(double value, int decimals) {
     std::array<char, 400> text{};
     const auto end =
@@ -43,6 +44,7 @@ int Readouts::milliseconds(const QString& typed, int most) {
 
 QString Readouts::oneLine(QString text) {
     for (QChar& c : text) {
+        // The characters of this range change the direction of all text that follows.
         const bool turns = c.unicode() >= 0x202a && c.unicode() <= 0x202e;
         if (turns || c.category() == QChar::Other_Control) {
             c = u' ';

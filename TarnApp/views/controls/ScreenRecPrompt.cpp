@@ -54,7 +54,7 @@ Task<void> ScreenRecPrompt::poll(QPointer<ScreenRecPrompt> weak, SessionServices
     while (weak) {
         if (weak->isShown_ && services.screenCapture->preflight()) {
             if (weak->granted_) {
-                weak->cancel();  // it has been seen that the cause is gone
+                weak->cancel();  // the user has had a second to see that access is there
                 co_return;
             }
             weak->setGranted(true);

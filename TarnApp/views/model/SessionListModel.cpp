@@ -9,7 +9,8 @@
 namespace tarn {
 namespace {
 
-/// Keeps it until what shows it is gone: views delete their items a turn later, in the order of such calls.
+/// Keeps the session until no item shows it any more. Views delete their items by `deleteLater`, and Qt
+/// deletes objects in the order of those calls.
 void keepForViews(std::shared_ptr<TranslateSession> session) {
     auto* const keeper = new QObject;
     QObject::connect(keeper, &QObject::destroyed, [session = std::move(session)] {});
@@ -57,7 +58,7 @@ void SessionListModel::follow() {
             keepForViews(std::move(removed));
         }
     }
-    // Sessions are only ever added at the end, so what is left is in order.
+    // Sessions are only ever added at the end, so the remaining rows are in order.
     for (std::size_t row = rows_.size(); row < wanted.size(); ++row) {
         QQmlEngine::setObjectOwnership(wanted[row].get(), QQmlEngine::CppOwnership);
         beginInsertRows({}, count(), count());

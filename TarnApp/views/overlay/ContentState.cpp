@@ -123,6 +123,7 @@ Task<void> ContentState::dim(QPointer<ContentState> weak, std::shared_ptr<Clock>
     }
 }
 
+// A sleep that has ended can no longer be cancelled, so the number marks its timer as void.
 void ContentState::cancelDim() {
     dimTask_.cancel();
     ++dimNumber_;

@@ -35,7 +35,7 @@ void FinishedLine::follow() {
     }
 }
 
-/// One timer goes on while the text grows: a new one for each word would cost more than the word.
+/// One timer serves a whole sentence: to make one for each word would cost more than to show the word.
 void FinishedLine::wait(Clock::Duration time) {
     const auto& services = viewModel()->services().session;
     later_ = services.clock->callAfter(services.main, time, [this] {

@@ -9,7 +9,8 @@ namespace {
 
 constexpr qreal narrowRow = 340;
 constexpr qreal mostName = 160;
-constexpr qreal usefulName = 60;  // it keeps that longer than the languages keep their codes
+// The languages lose their codes before the name becomes narrower than this.
+constexpr qreal usefulName = 60;
 constexpr qreal leastName = 40;
 constexpr qreal mostMeter = 60;
 constexpr qreal usefulMeter = 20;
@@ -21,6 +22,8 @@ RowPlaces::RowPlaces(QObject* parent) : QObject(parent) {
     connect(this, &RowPlaces::wishesChanged, this, &RowPlaces::update);
 }
 
+// What is dispensable gives way first: the air in the frames of the languages, then their codes, then the
+// name, then the meter. The dot, the source and the arrow always keep their size.
 RowPlaces::Places RowPlaces::places(const Wishes& wishes) {
     Places places;
     const qreal spacing = wishes.width < narrowRow ? 4 : 6;
@@ -29,7 +32,7 @@ RowPlaces::Places RowPlaces::places(const Wishes& wishes) {
         return frames + (places.showsCodes ? wishes.from.width() + wishes.to.width()
                                            : wishes.from.height() + wishes.to.height());
     };
-    // What the meter and the name have, with the distance after each.
+    // The width that is left for the meter and the name, with the gap after each.
     const auto room = [&] {
         return wishes.width - (wishes.dot + wishes.source + wishes.arrow + languages() + 4 * spacing);
     };
@@ -43,7 +46,7 @@ RowPlaces::Places RowPlaces::places(const Wishes& wishes) {
     name = name < std::min(wishes.name, leastName) ? 0 : std::floor(name);
     qreal meter = std::min(mostMeter, std::floor(both - withGap(name) - spacing));
     meter = meter < leastMeter ? 0 : meter;
-    // The language with the longer name gives what is still too much.
+    // If the row is still too wide, the longer of the two languages is cut before the shorter one.
     const qreal frame = wishes.frame - (places.isTight ? tightening : 0);
     qreal from = frame + (places.showsCodes ? wishes.from.width() : wishes.from.height());
     qreal to = frame + (places.showsCodes ? wishes.to.width() : wishes.to.height());

@@ -98,14 +98,15 @@ std::vector<SourceChoice::Row> SourceChoice::list() const {
     rows.push_back(Row::heading(LocKey::captureSource));
     for (const auto& look : looks) {
         const CaptureSource source = look.source;
-        rows.push_back({.kind = "entry",
-                        .text = shown(look.text),
-                        .symbol = look.symbol,
-                        .isChosen = session()->captureSource() == source,
-                        .stays = source != CaptureSource::system,  // its section is yet to be chosen from
-                        .take = [source](TranslateViewModel&, TranslateSession& session) {
-                            session.setCaptureSource(source);
-                        }});
+        rows.push_back(
+            {.kind = "entry",
+             .text = shown(look.text),
+             .symbol = look.symbol,
+             .isChosen = session()->captureSource() == source,
+             .stays = source != CaptureSource::system,  // the user has yet to choose from its section
+             .take = [source](TranslateViewModel&, TranslateSession& session) {
+                 session.setCaptureSource(source);
+             }});
     }
     if (session()->captureSource() == CaptureSource::mic) {
         rows.push_back(Row::divider());
@@ -201,7 +202,7 @@ void SourceChoice::settingChanged() {
 }
 
 void SourceChoice::reconnectSoon() {
-    // A choice that sets several fields reconnects once, with all of them.
+    // A choice that sets several fields is to reconnect once, with all of them.
     if (std::exchange(*isReconnectDue_, true)) {
         return;
     }

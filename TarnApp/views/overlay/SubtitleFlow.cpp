@@ -51,12 +51,12 @@ void SubtitleFlow::put(const QString& shown, qsizetype droppedAtStart) {
         shown_ = shown;
         return;
     }
-    // The selection is kept by hand: one that reaches to the end would grow with the text.
+    // The editor would let a selection that reaches to the end grow with the text.
     int selectionStart = edit_->property("selectionStart").toInt();
     int selectionEnd = edit_->property("selectionEnd").toInt();
     QTextCursor cursor(document_);
     QString before = document_->toRawText();
-    // Keeps what is shaped for the lines, so that drawing does not shape it again.
+    // The cache keeps the shaped glyphs, so that drawing the lines does not shape them again.
     document_->firstBlock().layout()->setCacheEnabled(true);
     cursor.beginEditBlock();
     if (const auto dropped = static_cast<int>(std::min(droppedAtStart, before.size())); dropped > 0) {
@@ -107,6 +107,7 @@ void SubtitleFlow::measure() {
         const QTextLine last = lines->lineAt(count - 1);
         all = last.y() + last.height();
         one = last.height();
+        // Only whole lines are shown, and the last one always.
         int first = count - 1;
         while (first > 0 && all - lines->lineAt(first - 1).y() <= room_) {
             --first;

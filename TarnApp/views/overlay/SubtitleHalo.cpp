@@ -8,13 +8,16 @@
 namespace tarn {
 namespace {
 
+// The halo has no fine detail, so it is computed for a quarter of the points and drawn enlarged.
 constexpr qreal grid = 2;
+// The weights are those of three boxes of three cells in a row, which approximate a Gaussian.
 constexpr std::array<int, 7> bell{1, 3, 6, 7, 6, 3, 1};
 constexpr int bellSum = 27;
-constexpr int gain = 8;       // a letter covers little of what is around it
+constexpr int gain = 8;       // strokes are thin, so blurring leaves little of their opacity
 constexpr int darkest = 175;  // of 255
 
-/// Blurs `count` values that are `step` apart.
+/// Blurs `count` values that are `step` apart. Rows and columns are blurred one after the other, since the
+/// weights are the product of both directions.
 void blur(std::uint8_t* values, std::size_t count, std::size_t step, std::vector<std::uint8_t>& copy) {
     copy.assign(count + bell.size() - 1, 0);
     for (std::size_t i = 0; i < count; ++i) {

@@ -42,7 +42,7 @@ void SubtitleOutline::drawLetters(QPainter& drawing) const {
         }
         drawing.setClipping(false);
     }
-    // Glyphs with colours of their own as well.
+    // Emoji have colours of their own; the outline paints them black as well.
     drawing.resetTransform();
     drawing.setCompositionMode(QPainter::CompositionMode_SourceIn);
     drawing.fillRect(boundingRect(), Qt::black);
@@ -65,6 +65,7 @@ void SubtitleOutline::paint(QPainter* painter) {
     for (const QPoint& shadow : shadows) {
         painter->drawImage(shadow, letters_);
     }
+    // The letters themselves are drawn by another item, which may be translucent.
     if (isHollow_) {
         painter->setCompositionMode(QPainter::CompositionMode_DestinationOut);
         painter->drawImage(QPoint(), letters_);

@@ -15,9 +15,11 @@ SubtitlePlaces::Places SubtitlePlaces::places(const Wishes& wishes, qreal lift) 
     const bool bothFit = wishes.sourceLine + wishes.spacing + wishes.translationLine <= room;
     const qreal source = wishes.hasSource ? wishes.sourceHeight + wishes.spacing : 0;
     places.hasRoom = room >= wishes.translationLine;
+    // Where only one of both fits, the translation is shown, and the source can be scrolled down to.
     places.above = bothFit ? 0 : source;
     places.sourceRoom = room;
     if (bothFit) {
+        // The source may use what the translation leaves, and gets `leastPart` of the room at any rate.
         const qreal shared = room - wishes.spacing;
         places.sourceRoom =
             std::min(wishes.sourceNatural, std::max(shared * leastPart, shared - wishes.translationNatural));

@@ -6,9 +6,11 @@ namespace tarn {
 namespace {
 
 constexpr qsizetype mostShown = 3000;
-constexpr qsizetype step = 1000;  // by which the beginning moves
+// The beginning moves by this much at once, so that the lines do not wrap anew with each word.
+constexpr qsizetype step = 1000;
 constexpr qsizetype longestWord = 100;
 
+/// Whether `QTextDocument` uses the character for its own structure.
 bool isReserved(QChar c) {
     return c == QChar::ObjectReplacementCharacter || (c.unicode() >= 0xfdd0 && c.unicode() <= 0xfdef);
 }
@@ -41,6 +43,7 @@ qsizetype leftOut(const QString& text) {
     return text[cut].isLowSurrogate() ? cut + 1 : cut;
 }
 
+// A growing text is rewritten at its end only; two sentences seldom share half of the shorter one.
 bool isAnotherSentence(const QString& before, const QString& now) {
     const qsizetype shorter = std::min(before.size(), now.size());
     return commonStart(before, now) * 2 < shorter || now.size() * 2 < before.size();

@@ -4,7 +4,7 @@
 
 namespace tarn {
 
-// The children outlive this part of their parent, and change as they leave it.
+// The children outlive this part of their parent, and send signals when they leave it.
 ArrangingItem::~ArrangingItem() {
     for (const QQuickItem* const child : childItems()) {
         disconnect(child, nullptr, this, nullptr);
@@ -13,7 +13,7 @@ ArrangingItem::~ArrangingItem() {
 
 void ArrangingItem::componentComplete() {
     QQuickItem::componentComplete();
-    // At once, so that whoever asks for the implicit size in the same turn reads the right one.
+    // Not left to the next polish, since the implicit size may be read in the same turn.
     arrangeNow();
 }
 

@@ -6,6 +6,7 @@
 namespace tarn {
 namespace {
 
+/// Whether a word of `label` other than its first begins with `typed`.
 bool hasWord(const QString& label, const QString& typed) {
     for (qsizetype at = label.indexOf(typed, 0, Qt::CaseInsensitive); at >= 0;
          at = label.indexOf(typed, at + 1, Qt::CaseInsensitive)) {
@@ -16,6 +17,8 @@ bool hasWord(const QString& label, const QString& typed) {
     return false;
 }
 
+/// The next row in that direction whose label matches, round the ends; rows that cannot be chosen have an
+/// empty label.
 template <typename Matches>
 std::optional<qsizetype> after(const QStringList& labels, qsizetype current, int direction, Matches matches) {
     for (qsizetype step = 1; step <= labels.size(); ++step) {
@@ -54,6 +57,7 @@ std::optional<qsizetype> menuTarget(const QStringList& labels, qsizetype current
 }
 
 bool MenuWalk::step(QQuickItem* row, int key, const QString& typed) {
+    // The order of the children is not that of the rows, since a Repeater appends what it makes later.
     auto rows = row->parentItem()->childItems();
     std::ranges::sort(rows, {}, [](const QQuickItem* item) { return item->y(); });
     QStringList labels;

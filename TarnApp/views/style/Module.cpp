@@ -10,7 +10,7 @@ namespace tarn {
 
 void registerStyleModule() {
     qml_register_types_Tarn_Style();
-    // Before the first text: a font that comes later makes all of them be laid out again.
+    // A font that is added after the first text makes Qt lay out all texts again.
     Symbols::family();
 }
 

@@ -19,11 +19,12 @@ int linesIn(QTextLayout& layout, qreal width) {
 
 }  // namespace
 
+// The number of lines never grows with the width, so a binary search finds the narrowest width, to a point.
 qreal Paragraphs::balancedWidth(const QString& text, const QFont& font, qreal room) {
     QTextLayout layout(text, font);
     QTextOption option;
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
-    option.setUseDesignMetrics(true);  // as `Text` does
+    option.setUseDesignMetrics(true);  // QML's `Text` does the same
     layout.setTextOption(option);
     const int lines = linesIn(layout, room);
     qreal tooNarrow = 0;

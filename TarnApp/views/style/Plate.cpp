@@ -11,7 +11,8 @@
 namespace tarn {
 namespace {
 
-constexpr int margin = 1;  // pixels around the picture, so that no renderer repeats its edge
+// Transparent pixels around the picture keep renderers from repeating its edge.
+constexpr int margin = 1;
 
 }  // namespace
 
@@ -40,6 +41,7 @@ qreal Plate::ratio() const {
     return window()->effectiveDevicePixelRatio();
 }
 
+// The picture has one texel for each pixel, so at a fraction of a pixel its edges would be blurred.
 QPointF Plate::toWholePixel() const {
     const QPointF corner = mapToScene({0, 0}) * ratio();
     return (QPointF(corner.toPoint()) - corner) / ratio();
@@ -121,7 +123,7 @@ void Plate::redraw() {
 }
 
 void Plate::follow() {
-    // Nobody tells an item that one around it has moved.
+    // An item gets no event when one of its ancestors moves.
     if (isVisible() && !isStale_ && isSeen() && toWholePixel() != shift_) {
         update();
     }

@@ -16,6 +16,7 @@
 namespace tarn {
 namespace {
 
+/// The guards whose popovers are open, the front one last.
 std::vector<PopoverGuard*>& guardsUp() {
     static std::vector<PopoverGuard*> guards;
     return guards;
@@ -95,7 +96,7 @@ void PopoverGuard::followSurroundings(const QWindow& window) {
     surroundings_ = std::make_unique<QObject>();
     QObject* const whileUp = surroundings_.get();
     connect(&window, &QWindow::visibleChanged, whileUp, [this] { anchorMayBeGone(); });
-    // Its place and its size were those of a screen that is not the same any more.
+    // The popover was placed and sized for the screen as it was before.
     const auto close = [this] { Q_EMIT dismissed(false, true); };
     connect(&window, &QWindow::screenChanged, whileUp, close);
     connect(window.screen(), &QScreen::geometryChanged, whileUp, close);
@@ -109,7 +110,7 @@ bool PopoverGuard::anyUp() {
 void PopoverGuard::dismissAll() {
     const auto all = guardsUp();
     for (PopoverGuard* const guard : std::views::reverse(all)) {
-        // One that is asked may take others with it.
+        // A popover that closes may have closed others with it.
         if (std::ranges::find(guardsUp(), guard) != guardsUp().end()) {
             Q_EMIT guard->dismissed(false, true);
         }
@@ -152,13 +153,13 @@ bool PopoverGuard::eventFilter(QObject* receiver, QEvent* event) {
             if (belongsToUs(window)) {
                 return false;
             }
-            // Its own button would open it again: that press is spent on closing.
+            // The button of the popover would open it again, so it does not get this press.
             const bool isSpent = isOnAnchor(window, event);
             Q_EMIT dismissed(false, anchor_ && anchor_->window() == window);
             return isSpent;
         }
         case QEvent::KeyPress:
-            // Wherever the window system has left the keys.
+            // Any window of the program may have the keyboard focus.
             if (static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape && guardsUp().back() == this) {
                 Q_EMIT dismissed(true, true);
                 return true;

@@ -7,7 +7,7 @@
 namespace tarn {
 namespace {
 
-/// Hears of the first screen reader for all of them.
+/// Qt calls observers of accessibility for the whole program, so one serves all buttons.
 class ScreenReaders : public QAccessible::ActivationObserver {
 public:
     static ScreenReaders& shared() {
@@ -69,7 +69,7 @@ void SpokenCheck::say() const {
     if (parent() == nullptr) {
         return;
     }
-    // The object behind `Accessible` has no header of its own.
+    // The class of the attached `Accessible` object is private to Qt, so it is found by its name.
     for (QObject* const child : parent()->children()) {
         if (child->inherits("QQuickAccessibleAttached")) {
             child->setProperty("checkable", checkable_);

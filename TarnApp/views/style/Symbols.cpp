@@ -12,7 +12,7 @@ namespace {
 using namespace std::string_view_literals;
 
 constexpr std::array<std::pair<std::string_view, char16_t>, 39> glyphs{{
-    {"\U0001F3A4"sv, 0xe029},  // the markers of subtitles, which fonts of emoji draw in colours of their own
+    {"\U0001F3A4"sv, 0xe029},  // fonts of emoji would draw the markers of subtitles in colour
     {"\U0001F50A"sv, 0xe050},
     {"app.fill"sv, 0xe5c3},
     {"apple.logo"sv, 0xea80},
