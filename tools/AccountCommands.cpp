@@ -13,12 +13,12 @@
 namespace tarn::cli {
 namespace {
 
-/// The first line of standard input without surrounding blanks, or nothing where it cannot be a token.
+/// Reads the first line of standard input without surrounding blanks; nothing where it cannot be a token.
 std::optional<std::string> readToken() {
     const HiddenInput hidden("access token: ");
     std::string line(longestToken + 2, '\0');
     std::cin.getline(line.data(), static_cast<std::streamsize>(line.size()));
-    // The count tells a zero byte in the line from its end; it includes a line feed that was taken.
+    // The count tells a zero byte inside the line from its end. It includes the line feed.
     const auto count = static_cast<std::size_t>(std::cin.gcount()) - (std::cin.good() ? 1 : 0);
     auto token = line.substr(0, count);
     const auto isBlank = [](unsigned char c) { return c == ' ' || c == '\t' || c == '\r'; };

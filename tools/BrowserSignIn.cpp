@@ -24,7 +24,7 @@ using namespace asio::experimental::awaitable_operators;
 constexpr std::chrono::minutes patience{10};
 constexpr std::chrono::seconds lookEvery{1};
 
-/// The program that the desktop starts for a link, beside this one, hands it over to whoever runs.
+/// Lets the desktop open links with the program beside this one, which hands them to the running program.
 void registerLinkHandler() {
     const auto own = SchemeRegistration::runningProgram();
     const auto handler = own ? own->parent_path() / "tarn" : std::filesystem::path();
@@ -40,12 +40,13 @@ Task<void> interrupted(SerialExecutor main) {
     static_cast<void>(co_await interrupts.async_wait(asValue));
 }
 
-/// Whether the first answer is a sign-in.
+/// Waits for the first answer and returns whether it is a sign-in.
 Task<bool> firstAnswer(EventQueue<bool> answers) {
     co_return (co_await answers.next()).value_or(false);
 }
 
-/// For the token that another program stores. One that only goes, since the server refuses it, is none.
+/// Waits until another program has stored a new token. A token that only disappears, because the server
+/// refused it, does not count.
 Task<bool> newToken(std::shared_ptr<Credentials> credentials, std::optional<std::string> before) {
     for (;;) {
         const TokenResult token = co_await credentials->token();
@@ -65,7 +66,7 @@ Task<ExitStatus> loginInBrowser(const Options& options, SerialExecutor main) {
     }
     const ViewModelServices services = runServices(main, options.deployment);
     const auto model = TranslateViewModel::make(services);
-    // Whoever is signed in already is no answer.
+    // The sign-in that exists already is not the answer.
     const EventQueue<bool> looked;
     QObject::connect(model.get(), &TranslateViewModel::accountChecked, model.get(),
                      [looked] { looked.push(true); });
@@ -74,14 +75,14 @@ Task<ExitStatus> loginInBrowser(const Options& options, SerialExecutor main) {
     const EventQueue<bool> answers;
     QObject::connect(model.get(), &TranslateViewModel::isLoggedInChanged, model.get(),
                      [answers, state = model.get()] {
-                         if (state->isLoggedIn()) {  // not so where an older token is refused
+                         if (state->isLoggedIn()) {  // false where an older token was refused
                              answers.push(true);
                          }
                      });
     URLSchemeHandler handler;
     handler.credentials = services.credentials;
     handler.viewModel = model;
-    // Also by the page of a sign-in that was cancelled. A sign-in has been told by then.
+    // A page that cancels the sign-in sends a link, too; after a sign-in the answer has been noted already.
     handler.bringToFront = [answers] { answers.push(false); };
     SingleInstance::Callbacks callbacks;
     callbacks.open = [&handler](const std::vector<std::string>& urls) {

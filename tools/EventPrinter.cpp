@@ -26,7 +26,7 @@ struct Overloaded : Visitors... {
     using Visitors::operator()...;
 };
 
-/// "connection-lost" of "connectionLost".
+/// Returns "connection-lost" for "connectionLost".
 std::string kebab(std::string_view name) {
     std::string text;
     for (const char c : name) {
@@ -38,13 +38,13 @@ std::string kebab(std::string_view name) {
     return text;
 }
 
-/// Of a fault that a line says: gaps have lines of their own, and so has the end that a lost connection is.
+/// Whether a fault is written as a line. Gaps are events of their own, and the others end the run.
 bool isSaid(SessionFault fault) {
     return fault != SessionFault::soundLeftOut && fault != SessionFault::connectionLost &&
            fault != SessionFault::serviceRefuses && fault != SessionFault::captureEnded;
 }
 
-/// Says on standard error what is wrong with a source, once for each change.
+/// Writes the faults of a source to standard error at each change.
 class HealthLines {
 public:
     explicit HealthLines(bool numbered) : numbered_(numbered) {}
@@ -88,7 +88,7 @@ public:
     void health(std::size_t source, const SessionFaults& faults) override {
         json::array names;
         for (const auto& [fault, value] : faults) {
-            if (fault != SessionFault::soundLeftOut) {  // which events tell of
+            if (fault != SessionFault::soundLeftOut) {  // a gap is an event
                 names.emplace_back(kebab(nameOf(fault)));
             }
         }
@@ -154,8 +154,8 @@ private:
     HealthLines lines_;
 };
 
-/// Finals as lines; on a terminal the text that is still changing, and how loud it is, stand below them and
-/// are written over.
+/// Prints final texts as lines. On a terminal the text that is still changing and the level stand below them
+/// and are overwritten.
 class TextPrinter final : public EventPrinter {
 public:
     TextPrinter(const RunOptions& options, std::function<void(std::string)> write)
@@ -253,7 +253,7 @@ private:
         }
     }
 
-    /// At the end a text that never became final is better than none.
+    /// Prints the texts that never became final, since at the end they are better than none.
     void settle(Source& source) {
         eraseRunning();
         for (auto* const open : {&source.openHeard, &source.openTranslated}) {
@@ -277,7 +277,7 @@ private:
         running_ = true;
     }
 
-    /// "▕████  ▏" for each live source.
+    /// Returns "▕████  ▏" for each live source.
     std::string levels() const {
         std::string meters;
         for (const Source& source : sources_) {
@@ -307,7 +307,7 @@ private:
         return known ? size.ws_col - 1U : 79U;
     }
 
-    /// As much of the end of `line` as fits beside the cursor: a wrapped line could not be written over.
+    /// Returns as much of the end of `line` as fits into one row: a wrapped line could not be overwritten.
     static std::string lastColumns(const std::string& line, std::size_t columns) {
         std::size_t start = line.size();
         std::size_t used = 0;
@@ -316,7 +316,7 @@ private:
             while (first > 0 && (static_cast<unsigned char>(line[first]) & 0xC0U) == 0x80U) {
                 --first;
             }
-            used += start - first >= 3 ? 2 : 1;  // scripts of three bytes and more may be twice as wide
+            used += start - first >= 3 ? 2 : 1;  // characters of three bytes or more may be two columns wide
             if (used > columns) {
                 break;
             }
@@ -330,7 +330,7 @@ private:
     const std::function<void(std::string)> write_;
     const bool onTerminal_;
     std::vector<Source> sources_;
-    bool running_ = false;  ///< the last line on the terminal is to be written over
+    bool running_ = false;  ///< the last line on the terminal will be overwritten
     std::string latest_;    ///< the text that is still changing
     std::chrono::steady_clock::time_point lastLevel_{};
     HealthLines lines_;

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::array ending{SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 
-// For the signals' handler, which may come at any time.
+// The signal handler may run at any time, so it can use these only.
 termios shown;
 std::array<struct sigaction, ending.size()> before;
 

@@ -62,7 +62,7 @@ Task<void> InputCapture::feedInput(std::shared_ptr<InputCapture> self) {
             co_return;
         }
         if (parts.pace == Pace::realTime) {
-            // A piece leaves when its last sample would have been spoken.
+            // A microphone would deliver a piece when its last sample had been spoken, so this does too.
             const auto now = parts.clock->now();
             self->due_ =
                 std::max<Clock::TimePoint>(self->due_ + lengthOf((*piece)->size()), now - mostCatchUp);

@@ -20,10 +20,10 @@ namespace {
 constexpr std::size_t pieceBytes =
     InputSource::bytesPerSecond * static_cast<std::size_t>(InputSource::pieceLength.count()) / 1000;
 
-/// The most that is kept of a sound file that is piped in, in bytes.
+/// The most bytes of a piped sound file that are held.
 constexpr std::size_t mostPipedFile = std::size_t{512} << 20;
 
-/// A little silence after the last frame, so that a filter gives out what it still holds.
+/// This much silence after the last frame makes the filters give out their rest.
 std::optional<PcmBuffer> silenceOf(const AudioFormat& format) {
     const auto frames = static_cast<std::uint32_t>(
         std::max(1.0, format.sampleRate * static_cast<double>(InputSource::pieceLength.count()) / 1000));
@@ -94,7 +94,7 @@ private:
     std::size_t size_ = 0;
 };
 
-/// Standard input: raw samples, or a sound file by the name that it begins with.
+/// Reads standard input: raw samples, or a sound file if it begins as one.
 class StandardInput final : public InputSource {
 public:
     explicit StandardInput(asio::posix::stream_descriptor descriptor) : descriptor_(std::move(descriptor)) {}
@@ -123,7 +123,7 @@ private:
         Bytes piece(most);
         const auto [error, count] = co_await descriptor_.async_read_some(asio::buffer(piece), asValue);
         if (error == asio::error::operation_aborted) {
-            throw boost::system::system_error(error);  // cancelled, which is no failure of the input
+            throw boost::system::system_error(error);  // it was cancelled, so the input has not failed
         }
         if (error && error != asio::error::eof) {
             co_return failure(ErrorKind::system, "standard input cannot be read: " + error.message());
@@ -238,7 +238,8 @@ private:
             const bool isEnd = piece->empty();
             piece->insert(piece->begin(), held_.begin(), held_.end());
             held_.clear();
-            if (piece->size() % 2 == 1) {  // half a sample waits for the other; at the very end it is none
+            if (piece->size() % 2 ==
+                1) {  // half a sample waits for its other half, and is dropped at the very end
                 held_.push_back(piece->back());
                 piece->pop_back();
             }
@@ -265,7 +266,7 @@ private:
     std::unique_ptr<FileInput> file_;
 };
 
-/// Another name of standard input, which is a pipe or a device.
+/// Whether the path is another name of standard input and no regular file.
 bool isStandardInput(const std::string& input) {
     if (input != "/dev/stdin" && input != "/dev/fd/0" && input != "/proc/self/fd/0") {
         return input == "-";

@@ -33,7 +33,7 @@ Task<ExitStatus> listApps() {
 }
 
 ExitStatus listDevices() {
-    // Asked for its error alone: a list that cannot be read looks like an empty one.
+    // The list cannot tell an error from an empty list, so the audio server is asked first.
     if (const auto read = AudioHardware::system().read(); !read) {
         complain("the microphones cannot be listed: " + read.error().description);
         return ExitStatus::failed;

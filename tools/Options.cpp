@@ -65,7 +65,7 @@ std::optional<std::string> checkSource(const SourceOptions& source) {
     return std::nullopt;
 }
 
-/// The complaint about the first thing that makes no sense.
+/// Returns a complaint about the first option that makes no sense.
 std::optional<std::string> checkRun(const RawOptions& raw) {
     const auto& sources = raw.run.sources;
     if (sources.empty()) {
@@ -101,7 +101,7 @@ std::optional<std::string> checkRun(const RawOptions& raw) {
     return std::nullopt;
 }
 
-/// What is said of an option that has nothing to do with the command that was given.
+/// Returns a complaint about an option that does not belong to the command.
 std::optional<std::string> checkCommand(const CLI::App& app, const std::string& command) {
     for (const CLI::Option* const option : app.parse_order()) {
         if (option->get_name() != "--server") {
@@ -185,7 +185,7 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
         options.run.dubFile = raw.dub;
     }
     if (options.command == Command::apps || options.command == Command::devices) {
-        return options;  // neither needs a server
+        return options;  // neither of these commands needs a server
     }
 
     const auto& deployment = Deployment::current();
@@ -201,7 +201,7 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
             complain("--server: " + base.error().description);
             return ExitStatus::wrongArguments;
         }
-        // A server that is named has its sign-in page beside its API.
+        // A server that is named by its API has its sign-in page beside it.
         const auto site = Url::parse(base->scheme() + "://" + base->hostHeader());
         options.deployment.webBase = site.value_or(options.deployment.webBase);
         options.deployment.apiBase = std::move(*base);

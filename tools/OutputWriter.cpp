@@ -12,7 +12,7 @@ namespace tarn::cli {
 Result<asio::posix::stream_descriptor> openStandardStream(int number, const SerialExecutor& executor) {
     struct stat status{};
     int own = -1;
-    // A file keeps its shared place; it never makes anyone wait.
+    // Writing to a file never blocks, and its offset may be shared with other programs.
     if (::fstat(number, &status) == 0 && !S_ISREG(status.st_mode)) {
         const std::string path = "/proc/self/fd/" + std::to_string(number);
         own = ::open(path.c_str(),

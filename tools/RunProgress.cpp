@@ -5,9 +5,9 @@
 namespace tarn::cli {
 namespace {
 
-/// Between two pieces of one translated voice.
+/// The longest pause between two pieces of one translated voice.
 constexpr std::chrono::milliseconds pauseInVoice{800};
-/// Between a final translation and its voice, from a slow service.
+/// The longest time that a slow service takes from a final translation to its voice.
 constexpr std::chrono::milliseconds longestSilence{3000};
 
 }  // namespace
@@ -24,7 +24,7 @@ void RunProgress::note(const TarnTranslateEvent& event, TimePoint now) {
     } else if (std::holds_alternative<translate::TranslatedAudio>(event)) {
         voiceDue_ = false;
     } else if (std::holds_alternative<translate::Error>(event)) {
-        // The relay has given up on something: what it was is not awaited any longer.
+        // The relay has given up on an utterance, so nothing more is awaited of it.
         translationOpen_ = false;
         voiceDue_ = false;
         finalTranslations_ = finalSources_;

@@ -32,8 +32,8 @@ ViewModelServices runServices(SerialExecutor main, const DeploymentValues& deplo
     };
     services.webBase = deployment.webBase;
     services.mayOpenSignInPage = [deployment] { return Deployment::mayOpenPage(deployment); };
-    services.session.log = [](const std::string&) {};  // the run says it itself
-    // No list is shown.
+    services.session.log = [](const std::string&) {};  // the run prints these lines itself
+    // The command line shows neither list.
     services.inputs = [] { return std::vector<AudioInputDevice>(); };
     services.availableApps = noApps;
     return services;

@@ -21,7 +21,7 @@ Task<void> nothing() {
 
 Task<void> TappedStream::sendAudio(std::vector<std::byte> bytes) {
     if (muted_) {
-        // Silence never pushes out speech that a slow connection has not taken yet.
+        // Otherwise silence would push out speech that a slow connection has not taken yet.
         if (unsent_ > mostUnsent) {
             return nothing();
         }
@@ -46,7 +46,7 @@ Task<void> TappedStream::send(std::shared_ptr<TappedStream> self, std::vector<st
 }
 
 Task<void> TappedStream::waitForRoom(std::shared_ptr<TappedStream> self) {
-    self->isAwaited_ = true;  // before the look: what is sent after it rings
+    self->isAwaited_ = true;  // set before the check, so that nothing is sent unnoticed in between
     while (self->unsent_ > mostUnsent) {
         co_await self->bell_.async_wait(asValue);
     }
@@ -92,7 +92,7 @@ public:
     }
 
 private:
-    // `client` lives as long as what it is opening.
+    // The coroutine holds `client` while a stream is being opened.
     static Task<Opened> open(std::shared_ptr<TarnServerClient> /*client*/, Task<Opened> opening,
                              std::shared_ptr<StreamObserver> observer, SerialExecutor main, bool playsVoice) {
         auto opened = co_await std::move(opening);

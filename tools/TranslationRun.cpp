@@ -19,15 +19,16 @@ namespace {
 using namespace asio::experimental::awaitable_operators;
 using std::chrono::milliseconds;
 
-/// Beyond the silence that ends an utterance: what a distant service needs to notice and to answer.
+/// The time that a distant service needs to notice the end of an utterance and to answer, in addition to the
+/// silence that ends it.
 constexpr milliseconds noticeTime{2500};
-/// A start does not wait longer for what the server tells of itself.
+/// A start does not wait longer than this for the server's languages.
 constexpr milliseconds accountLimit{5000};
 constexpr const char* signInHint = "; sign in with: tarn-cli login";
 
-/// How often a drain looks whether everything has come.
+/// The interval at which a drain checks whether everything has come.
 constexpr milliseconds drainTick{50};
-/// After an interrupt a reader of our output that has stopped reading is not waited for longer.
+/// After an interrupt a reader that has stopped reading the output is not waited for longer than this.
 constexpr milliseconds outputLimit{2000};
 
 Clock::Duration toDuration(double seconds) {
@@ -57,7 +58,7 @@ Task<ExitStatus> TranslationRun::run(std::shared_ptr<TranslationRun> self) {
     for (TaskHandle& listener : self->listeners_) {
         listener.cancel();
     }
-    self->model_.reset();  // whose client holds the run
+    self->model_.reset();  // its server client holds the run
     co_await (self->endOutput() || writing(asio::use_awaitable));
     if (self->output_.failure()) {
         self->fail("standard output takes no more: " + *self->output_.failure());
@@ -65,7 +66,7 @@ Task<ExitStatus> TranslationRun::run(std::shared_ptr<TranslationRun> self) {
     co_return self->status_;
 }
 
-/// Everything that can be wrong before a connection is made.
+/// Finds the errors that can be found before a connection is made.
 Task<bool> TranslationRun::prepare() {
     const std::string& path = options_.sources.front().input;
     if (!path.empty()) {
@@ -187,11 +188,11 @@ void TranslationRun::configure() {
     }
 }
 
-/// Where the server tells what it can do, a source that names no languages takes some that it has.
+/// Gives a source that names no languages some that the server has, if the server tells its languages.
 Task<void> TranslationRun::takeServersLanguages() {
     QObject::connect(model_.get(), &TranslateViewModel::accountChanged, model_.get(), [this] { ring(); });
     QObject::connect(model_.get(), &TranslateViewModel::accountChecked, model_.get(), [this] {
-        // The first time it is known whether somebody is signed in, the second time who.
+        // The first check tells whether somebody is signed in, the second one who.
         isAccountChecked_ = std::exchange(isSignInKnown_, true);
         ring();
     });
@@ -233,7 +234,7 @@ std::optional<std::string> TranslationRun::startFailure(const Source& source) {
     return failed ? std::optional(message.toStdString()) : std::nullopt;
 }
 
-/// False where the run is over before it has begun.
+/// Returns false where the run is over before it has begun.
 Task<bool> TranslationRun::waitUntilRunning() {
     for (;;) {
         if (model_->screenRecNeededEvent()) {
@@ -271,7 +272,7 @@ void TranslationRun::announceSources() {
     }
 }
 
-/// False where nothing is to be waited for any more.
+/// Returns false where there is nothing left to wait for.
 Task<bool> TranslationRun::waitForEnd() {
     while (!isCutShort() && !inputEnded_ && !timeIsUp_) {
         co_await bell_.next();
@@ -287,7 +288,7 @@ Task<bool> TranslationRun::waitForEnd() {
 }
 
 void TranslationRun::sayWhyConnectionEnded() {
-    // A complaint that came last is the reason, and stands on a terminal already.
+    // If a complaint came last it is the reason, and a terminal shows it already.
     const auto complained = std::ranges::find_if(sources_, &Source::complainedLast);
     if (complained == sources_.end()) {
         fail("the connection ended: " + *deathReason_);

@@ -1,4 +1,4 @@
-// What happens while it runs.
+// How a run reacts to its sessions, streams and signals.
 #include <algorithm>
 
 #include "TranslationRun.h"
@@ -27,7 +27,7 @@ void TranslationRun::watch(std::size_t number) {
 
 void TranslationRun::stateChanged(std::size_t number) {
     const ConnectionState& state = sources_[number].session->state();
-    // How a run ends is shown once it is known; and what a relay complains of ends none.
+    // The end of a run is shown when its cause is known, and a complaint of the relay ends no run.
     if (state.kind() != ConnectionState::Case::idle && state.kind() != ConnectionState::Case::error) {
         showState(number, std::string(ConnectionState::nameOf(state.kind())));
     }
@@ -114,7 +114,7 @@ Task<void> TranslationRun::watchOutput(std::shared_ptr<TranslationRun> self) {
 }
 
 void TranslationRun::opened(std::shared_ptr<TappedStream> stream) {
-    // The file is made this late because an older recording is to stay where nothing comes to replace it.
+    // The file is made this late so that an older recording stays where nothing replaces it.
     if (const auto made = dub_.open(); !made) {
         fail(made.error().description);
         dubFailed_ = true;
@@ -141,7 +141,7 @@ std::optional<std::size_t> TranslationRun::sourceOf(const TappedStream& stream) 
     if (open == nullptr) {
         return std::nullopt;
     }
-    // A session lets go of its stream when it stops, before the last event.
+    // A session releases its stream when it stops, before the last event, so the owner is remembered.
     for (std::size_t number = 0; number < sources_.size() && !open->source; ++number) {
         if (sources_[number].session->serverStream().get() == &stream) {
             open->source = number;

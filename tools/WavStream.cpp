@@ -9,7 +9,7 @@ namespace tarn::cli {
 namespace {
 
 constexpr std::size_t mostHeader = std::size_t{1} << 20;
-/// What programs write that do not know the length yet is this or more, or 0.
+/// Programs that do not know the length yet write this or more, or 0.
 constexpr std::uint32_t unknownLength = 0x7FFF0000;
 constexpr std::uint32_t linearTag = 1;
 constexpr std::uint32_t floatTag = 3;
@@ -103,7 +103,7 @@ float WavStream::sampleAt(std::size_t at) const {
         return sampleBytes_ == 4 ? std::bit_cast<float>(static_cast<std::uint32_t>(raw))
                                  : static_cast<float>(std::bit_cast<double>(raw));
     }
-    if (sampleBytes_ == 1) {  // the one size without a sign
+    if (sampleBytes_ == 1) {  // samples of one byte are unsigned
         return (static_cast<float>(raw) - 128) / 128;
     }
     const auto left = static_cast<std::uint32_t>(raw << (8 * (4 - sampleBytes_)));

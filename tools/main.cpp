@@ -35,14 +35,14 @@ Task<ExitStatus> perform(asio::io_context& context, const Options& options) {
 }
 
 ExitStatus start(int argc, const char* const* argv) {
-    // A reader that goes away shows as a failed write, not as the end of the process.
+    // If the reader of a pipe goes away, the write fails and the process goes on.
     std::signal(SIGPIPE, SIG_IGN);
     const auto read = readOptions(argc, argv);
     if (const auto* const status = std::get_if<ExitStatus>(&read)) {
         return *status;
     }
-    // Made before the network's thread and so destroyed after it: what the thread drops last may still name
-    // us.
+    // The context is made before the network thread and so destroyed after it, because objects that the
+    // thread releases last may still use it.
     static asio::io_context context(1);
     auto status = ExitStatus::failed;
     asio::co_spawn(context, perform(context, std::get<Options>(read)),
@@ -54,7 +54,7 @@ ExitStatus start(int argc, const char* const* argv) {
                        context.stop();
                    });
     context.run();
-    // What was cancelled at the end lets go of the network while that still lives.
+    // Cancelled tasks must release the network while it still exists, so they run to their end here.
     context.restart();
     while (context.poll() > 0) {
     }

@@ -24,7 +24,7 @@ namespace {
 
 using enum CheckStatus;
 
-/// The process's session, with less patience.
+/// The process's HTTP session with a shorter time limit.
 class QuickSession final : public HttpSession {
 public:
     explicit QuickSession(const DeploymentValues& values)
@@ -39,7 +39,8 @@ private:
     const std::shared_ptr<HttpSession> session_;
 };
 
-/// Where answers arrive. Made before the network thread and as long as the process.
+/// The context on which answers arrive. It lives as long as the process, like the network thread that posts
+/// to it.
 asio::io_context& answers() {
     static asio::io_context context{1};
     return context;
@@ -54,7 +55,7 @@ T waitFor(Task<T> task) {
         value.emplace(std::move(result));
         answers().stop();
     });
-    const auto work = asio::make_work_guard(answers());  // while the network has the answer
+    const auto work = asio::make_work_guard(answers());  // the network thread may still hold the task
     answers().restart();
     answers().run();
     if (exception) {
@@ -63,7 +64,7 @@ T waitFor(Task<T> task) {
     return std::move(*value);
 }
 
-/// Who set the address.
+/// Returns what set the server's address: the variable, the file, or the program itself.
 std::string originOfApi(const Deployment::Sources& sources, const Wording& say) {
     if (const auto value = sources.variable("TARN_API_URL"); value && !value->empty()) {
         return "TARN_API_URL";
@@ -92,7 +93,7 @@ CheckResult serverResult(const DeploymentValues& values, const Result<HttpRespon
         return result;
     }
     const auto status = std::to_string(answer->status);
-    if (answer->status == 401) {  // as it must be without a token
+    if (answer->status == 401) {  // the right answer to a request without a token
         result.detail = say(DoctorText::serverAnswers, {address, origin});
     } else if (answer->status >= 500 || answer->status == 429) {
         result.status = fault;
@@ -211,7 +212,7 @@ void Checks::proxy(const Wording& say, const Report& report) {
     if (proxy) {
         const auto url = Url::parse(proxy->contains("://") ? *proxy : "http://" + *proxy);
         if (url && !url->host().empty()) {
-            // Without the user name and the password that may stand in it.
+            // The proxy's URL may hold a user name and a password, which are not shown.
             result.detail = say(DoctorText::proxyUsed, {url->scheme() + "://" + url->hostHeader()});
         } else {
             result.status = fault;

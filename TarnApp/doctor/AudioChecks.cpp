@@ -25,7 +25,7 @@ CheckResult serverFault(const Error& error, const Wording& say) {
     if (error.domain == audioServerDomain) {
         const bool isSilent = error.code == static_cast<int>(AudioServerFault::silent);
         result.detail = say(isSilent ? AddedText::audioServerSilent : AddedText::audioServerAbsent);
-        // It stands in the middle of a line.
+        // The text follows other words in its line, so it begins with a small letter.
         result.detail.front() =
             static_cast<char>(std::tolower(static_cast<unsigned char>(result.detail.front())));
         start = isSilent ? AddedText::restartAudioServer : start;
@@ -121,7 +121,7 @@ void Checks::audio(const Wording& say, const Report& report) {
     const GraphNode* const output = graph->defaultSink ? graph->nodeNamed(*graph->defaultSink) : nullptr;
     const GraphNode* input = graph->defaultSource ? graph->nodeNamed(*graph->defaultSource) : nullptr;
     if (input != nullptr && !input->isSource()) {
-        input = nullptr;  // an output's monitor stands in
+        input = nullptr;  // without a microphone the default is the monitor of an output
     }
     reportDevice(CheckName::defaultOutput, output,
                  {.name = CheckName::defaultOutput,

@@ -11,7 +11,7 @@
 namespace tarn {
 namespace {
 
-/// What the thread of a check and its waiter share: it stays until the thread ends, if ever.
+/// Shared by the thread of a check and its waiter, because a thread that hangs outlives the wait.
 struct Finding {
     std::mutex mutex;
     std::condition_variable changed;
@@ -22,6 +22,7 @@ struct Finding {
 
 std::shared_ptr<Finding> start(const Check& check) {
     auto finding = std::make_shared<Finding>();
+    // Nothing can end a thread that hangs, so it is not joined; the process ends without tearing down.
     std::thread([finding, work = check.work] {
         const auto report = [&finding](CheckResult result) {
             const std::lock_guard lock(finding->mutex);

@@ -10,7 +10,7 @@
 
 namespace tarn {
 
-/// One thread's work: a few checks that build on one another.
+/// The work of one thread: a few checks that build on one another.
 struct Check {
     std::vector<std::string> names;           ///< of the results that it reports, in the order shown
     std::chrono::milliseconds limit;          ///< from the start of all
@@ -19,9 +19,9 @@ struct Check {
 
 /// Runs the checks beside each other, each on a thread, and waits for them.
 struct CheckRunner {
-    /// One result for each name, in order. What was not reported within its limit is a fault that says so;
-    /// its thread, which nothing can end, is left behind, and what it uses must stay: whoever calls this ends
-    /// the process without tearing anything down. What a work throws is a fault as well.
+    /// Returns one result for each name, in order. A check that has not reported within its limit, or that
+    /// throws, is a fault that says so. Its thread, which nothing can end, is left behind with everything
+    /// that it uses, so the caller must end the process without tearing anything down.
     static std::vector<CheckResult> run(const std::vector<Check>& checks, const Wording& say);
 };
 

@@ -59,7 +59,7 @@ void Checks::portals(const Wording& say, const Report& report) {
         result.detail = presence.error().description;
         result.advice = say(DoctorText::instanceAdvice);
     } else if (*presence == BusNamePresence::absent) {
-        // Nothing that this program does is lost without them.
+        // The program can do everything without portals.
         result.status = ok;
         result.detail = say(DoctorText::portalsAbsent);
         result.advice = say(DoctorText::portalsAdvice);
@@ -91,7 +91,7 @@ void Checks::links(const Wording& say, const Report& report) {
 }
 
 void Checks::fonts(const Wording& say, const Report& report) {
-    // Their names are the same in all languages of the interface.
+    // Scripts have the same names in all languages of the interface.
     static const std::vector<FontScript> scripts{
         {"Latin", U'A'},     {"Кириллица", U'\u0416'}, {"汉字", U'\u5B57'},
         {"かな", U'\u304B'}, {"한글", U'\uD55C'},      {"العربية", U'\u0639'},

@@ -13,7 +13,7 @@ namespace tarn {
 namespace {
 
 constexpr std::chrono::milliseconds usual{3000};
-/// The account's three checks follow one another.
+/// The three checks of the account run one after the other.
 constexpr std::chrono::milliseconds longest{5900};
 
 using Work = void (*)(const Wording&, const Report&);

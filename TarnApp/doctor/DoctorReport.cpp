@@ -11,7 +11,7 @@
 namespace tarn {
 namespace {
 
-/// Columns on a terminal: Chinese characters take two.
+/// Counts columns of a terminal, of which a Chinese character takes two.
 std::size_t width(std::string_view text) {
     std::size_t columns = 0;
     for (const char byte : text) {
@@ -52,7 +52,7 @@ std::string_view code(CheckStatus status) {
     return "fault";
 }
 
-/// Of a check, in its column.
+/// Returns the name of a check as the report shows it.
 DoctorText shownName(std::string_view checkName) {
     constexpr std::array<std::pair<std::string_view, DoctorText>, 17> names{{
         {CheckName::audioServer, DoctorText::nameAudioServer},
@@ -113,7 +113,7 @@ std::string DoctorReport::asText(const std::vector<CheckResult>& results, const 
     }
     std::string advice;
     std::set<std::string> said;
-    // What does not work first. Those that need the same share a line.
+    // Faults come before warnings, and checks with the same advice share a line.
     for (const auto status : {CheckStatus::fault, CheckStatus::warning}) {
         for (const auto& result : results) {
             if (result.status == status && !result.advice.empty() && said.insert(result.advice).second) {

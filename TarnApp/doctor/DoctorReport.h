@@ -8,7 +8,7 @@
 
 namespace tarn {
 
-/// How the results are shown. A fault anywhere is what makes them bad.
+/// The results as text. They are good unless one of them is a fault.
 struct DoctorReport {
     static bool isGood(const std::vector<CheckResult>& results);
 

@@ -13,7 +13,7 @@ namespace {
 
 using enum CheckStatus;
 
-/// The folder itself, or the nearest above it that exists and in which it would be made.
+/// Returns the folder, or the nearest one above it that exists, in which it would be made.
 std::filesystem::path existingFolder(std::filesystem::path folder) {
     std::error_code unreadable;
     while (!std::filesystem::exists(folder, unreadable) && folder.has_relative_path()) {
@@ -59,7 +59,7 @@ CheckResult settingsResult(const std::filesystem::path& file, const Wording& say
 }  // namespace
 
 void Checks::settings(const Wording& say, const Report& report) {
-    // Both files are in the folder of the program's configuration.
+    // The settings are in the same folder as the configuration.
     const auto folder = Deployment::Sources::ofProcess().file.parent_path();
     report(settingsResult(folder / "settings.json", say));
 }

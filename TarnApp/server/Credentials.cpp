@@ -23,7 +23,7 @@ namespace {
 using enum Keychain::Account;
 using SteadyClock = std::chrono::steady_clock;
 
-/// The only thread that waits for the keyring.
+/// This thread alone waits for the keyring.
 class KeyringThread {
 public:
     KeyringThread() = default;
@@ -54,7 +54,8 @@ Task<TokenResult> ask(const std::shared_ptr<Credentials>& credentials) {
     return credentials->token();
 }
 
-/// The setting that marks a token which was forgotten: a part of its SHA-256.
+/// The value is a part of the SHA-256 of the token that the user signed out of. A keyring that could not
+/// delete the token then cannot bring the sign-in back.
 constexpr const char* forgottenKey = "forgottenSignIn";
 
 std::string markOf(std::string_view token) {
@@ -74,17 +75,17 @@ struct Credentials::Found {
     std::optional<std::string> otherServer{};
 };
 
-/// What happens on the keyring's executor, for one server.
+/// The stored sign-in with one server. Thread: the keyring's executor.
 class Credentials::Vault {
 public:
     Vault(std::string server, bool isConfigured, std::shared_ptr<UserDefaults> settings)
         : server_(std::move(server)), isConfigured_(isConfigured), settings_(std::move(settings)) {}
 
-    /// Holds across processes until the token has been deleted. Thread: any.
+    /// Makes this and later processes ignore the token until it has been deleted. Thread: any.
     void mark(const std::string& forgotten) { settings_->set(forgottenKey, markOf(forgotten)); }
 
-    /// May ask the user. Whoever waited for an answer that came meanwhile is given that one: four sources
-    /// that start wait once.
+    /// May ask the user. A caller that was already waiting when an answer came gets that answer, so that four
+    /// sources that start together wait once.
     static Task<Found> read(std::shared_ptr<Vault> self, SteadyClock::time_point asked) {
         if (!self->last_ || self->lastRead_ < asked) {
             self->last_ = self->found(Keychain::read);
@@ -99,7 +100,8 @@ public:
     }
 
     void store(const std::string& token, const std::optional<std::string>& email) {
-        // A token that is stored while the process dies is never one of the server before.
+        // The server is removed first: if the process dies on the way, the new token must not be taken for
+        // one of the old server.
         isWell_ = Keychain::read(server).value_or(std::nullopt) == server_ || Keychain::remove(server);
         isWell_ = Keychain::set(token, pat) && isWell_;
         isWell_ = Keychain::set(server_, server) && isWell_;
@@ -117,7 +119,7 @@ public:
         }
     }
 
-    /// `refusedToken`: only that one goes.
+    /// With a `refusedToken`, removes that one only, since another program may have stored a newer one.
     void remove(const std::optional<std::string>& refusedToken) {
         last_.reset();
         if (refusedToken) {
@@ -157,7 +159,7 @@ private:
         if (*issuer || !isConfigured_) {
             return {std::nullopt, issuer->value_or("the configured server")};
         }
-        Keychain::set(server_, server);  // stored before servers were
+        Keychain::set(server_, server);  // an older version stored no server with the token
         return {std::move(token)};
     }
 
@@ -176,7 +178,7 @@ std::string Credentials::originOf(const Url& url) {
 std::shared_ptr<Credentials> Credentials::make(SerialExecutor main, SerialExecutor keyring,
                                                std::string server, bool isConfigured,
                                                std::shared_ptr<UserDefaults> settings) {
-    // Not make_shared: the constructor is private.
+    // `make_shared` cannot call the private constructor.
     return std::shared_ptr<Credentials>(
         new Credentials(std::move(main), std::move(keyring),
                         std::make_shared<Vault>(std::move(server), isConfigured, std::move(settings))));

@@ -36,7 +36,7 @@ constexpr std::size_t mostEntries = 256;
 constexpr std::size_t longestCode = 16;
 constexpr std::size_t longestVoice = 64;
 
-/// The usable texts of a list, each once; the first `mostEntries` of them.
+/// Returns the first `mostEntries` usable texts of a list, each once.
 std::vector<std::string> texts(const json::value& value, std::size_t longest) {
     std::vector<std::string> result;
     if (!value.is_array()) {
@@ -58,7 +58,7 @@ std::vector<std::string> texts(const json::value& value, std::size_t longest) {
 
 using Lists = std::map<std::string, std::vector<std::string>>;
 
-/// The lists of an object, by language code; none where it is no object.
+/// Returns the lists of an object by language code; nothing where it is not an object.
 std::optional<Lists> lists(const json::object& object, std::string_view name, std::size_t longest) {
     const auto* const value = object.if_contains(name);
     if (value == nullptr || !value->is_object()) {
@@ -74,7 +74,7 @@ std::optional<Lists> lists(const json::object& object, std::string_view name, st
     return result;
 }
 
-/// An addition that servers need not have: what cannot be used is as if it was not there.
+/// Servers need not tell their languages, so parts that cannot be used are left out without an error.
 std::optional<ServerLanguages> readLanguages(const json::value& value) {
     if (!value.is_object()) {
         return std::nullopt;

@@ -23,7 +23,7 @@ Keychain::Status statusOf(SecretFault fault) {
     return Keychain::io;
 }
 
-/// What is no text in UTF-8 is none of ours.
+/// This program stores only UTF-8, so other values are as if they were not there.
 SecretResult<std::optional<std::string>> asText(SecretResult<std::optional<std::string>> found) {
     if (found && *found && !isUtf8(**found)) {
         return std::nullopt;

@@ -125,7 +125,8 @@ Task<ServerResult<EmptyResponse>> RealTarnServerClient::logout() {
 ServerResult<Url> RealTarnServerClient::relayUrl(
     const Url& baseURL, const std::optional<std::string>& sourceLang, const std::string& targetLang,
     const std::optional<std::string>& voice, const std::string& voiceClone, std::optional<int> silenceMs) {
-    // Built from these parts alone: whatever else the base holds stays behind.
+    // The URL is built from scheme, host, port and path alone, so a user name or query in the base is
+    // dropped.
     auto path = baseURL.path();
     if (path.ends_with('/')) {
         path.pop_back();

@@ -9,7 +9,8 @@
 namespace tarn {
 namespace {
 
-/// Events that nobody has read; a minute of the translated voice weighs as much.
+/// The most that unread events may weigh. Voice is weighed so that a minute of it reaches the limit, however
+/// small it is beside texts.
 constexpr std::size_t mostUnread = std::size_t{8} * 1024 * 1024;
 constexpr std::size_t minuteOfVoice = std::size_t{60} * 24000 * 2;  // bytes
 
@@ -33,7 +34,7 @@ Task<void> closeAndFinish(std::shared_ptr<QwenClient> client, EventQueue<TarnTra
     events.finish();
 }
 
-/// Keeps the client until its connection has ended.
+/// Holds the client until its connection has ended.
 Task<void> tellDeath(std::shared_ptr<QwenClient> client, EventQueue<ConnectionHealth> health) {
     const std::string reason = co_await client->waitDead();
     if (!reason.empty()) {
@@ -82,7 +83,7 @@ Task<ServerResult<std::shared_ptr<TarnTranslateStream>>> RealTarnTranslateStream
     const auto connected = co_await client->connect();
     if (!connected) {
         events.finish();
-        // What a server says is shown and logged, where a token that it repeats must not stand.
+        // The server's words are shown and logged, so a refusal that repeats the token is left out.
         const bool repeatsToken = !pat.empty() && client->refusal().contains(pat);
         const std::string said = repeatsToken ? std::string() : client->refusal();
         co_return std::unexpected(TarnServerError::transport(connected.error(), said));
@@ -98,7 +99,7 @@ EventQueue<TarnTranslateEvent> RealTarnTranslateStream::boundedEvents() {
 
 RealTarnTranslateStream::~RealTarnTranslateStream() {
     events_.finish();
-    // The connection keeps the client alive, so it would outlive its owner; after a `close` there is none.
+    // The open connection holds the client, which would therefore outlive this without a `close`.
     asio::co_spawn(network_, client_->close(), asio::detached);
 }
 

@@ -18,7 +18,7 @@ Task<bool> endsOnServer(std::shared_ptr<TarnServerClient> client, std::shared_pt
     auto limit = sleepFor(std::move(clock), signOutLimit);
     const auto first = co_await (std::move(answer) || std::move(limit));
     const auto* const told = std::get_if<0>(&first);
-    // A refused token is one that the server has ended already.
+    // A server that refuses the token has ended the sign-in already.
     co_return told != nullptr && (*told || told->error().meansSignedOut());
 }
 

@@ -43,7 +43,7 @@ std::optional<std::string> serversReason(const TarnServerError& error) {
             sentence.pop_back();
         }
         if (sentence.starts_with('<') || sentence.contains('\n')) {
-            sentence.clear();  // a page, and no sentence
+            sentence.clear();  // it is a page
         }
     } else {
         sentence.clear();

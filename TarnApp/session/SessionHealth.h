@@ -32,8 +32,8 @@ struct SoundInUse {
     std::optional<std::string> microphoneUID;  ///< none: the default one
 };
 
-/// Watches it as long as the returned object lives. `changed` gets the faults of sound at every change,
-/// and at first if there are any; thread: any. Call and let go on main.
+/// Watches the sound as long as the returned object lives. `changed` gets the faults whenever they have
+/// changed, at first only if there are any; thread: any. The call and the release happen on main.
 using WatchSound =
     std::function<std::shared_ptr<void>(SoundInUse, std::function<void(SessionFaults)> changed)>;
 

@@ -8,7 +8,7 @@
 
 namespace tarn {
 
-/// What else follows whether the user is signed in.
+/// Base of what follows whether the user is signed in.
 class SignInFollower {
 public:
     virtual ~SignInFollower() = default;

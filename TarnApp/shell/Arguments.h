@@ -21,7 +21,7 @@ struct Arguments {
     std::string complaint{};           ///< of `wrong`: one line, which repeats nothing of the arguments
 };
 
-/// Reads what stands behind the program's name.
+/// Parses the arguments, without the program's name.
 Arguments readArguments(const std::vector<std::string>& words);
 
 }  // namespace tarn

@@ -9,7 +9,7 @@ namespace tarn {
 
 /// The latest translation of a session that changes no more, for screen readers, which would stumble over
 /// every word of one that grows: it is finished when another sentence begins, or when it has not changed for
-/// 2 s. Thread: main. Requires: what it is given outlives it.
+/// 2 s. Thread: main. Requires: the view model outlives it.
 class FinishedLine : public SessionFollower {
     Q_OBJECT
     QML_ELEMENT

@@ -7,8 +7,8 @@
 
 namespace tarn {
 
-/// A session's input level as often as a meter can show it, which is half as often as sound comes. Silence at
-/// once. Thread: main. Requires: what it is given outlives it.
+/// The input level of a session, at most as often as a meter can show it, which is half as often as sound
+/// arrives. Silence is passed on at once. Thread: main.
 class InputLevel : public SessionFollower {
     Q_OBJECT
     QML_ELEMENT
@@ -27,7 +27,7 @@ private:
     void follow();
 
     float level_ = 0;
-    std::optional<Clock::TimePoint> nextAt_;  ///< from when on the meter can show another level
+    std::optional<Clock::TimePoint> nextAt_;  ///< before this no new level is passed on
 };
 
 }  // namespace tarn

@@ -10,8 +10,7 @@
 namespace tarn {
 
 /// What one session captures, as its row shows and changes it; and the reconnecting of that session when a
-/// setting that its row shows has changed, whoever changed it. Thread: main. Requires: what it is given
-/// outlives it.
+/// setting that its row shows has changed, whoever changed it. Thread: main.
 class SourceChoice : public SessionFollower {
     Q_OBJECT
     QML_ELEMENT
