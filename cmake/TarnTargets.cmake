@@ -67,7 +67,7 @@ function(tarn_library name)
 endfunction()
 
 # tarn_qml_module(NAME URI uri [QML files...] [SOURCES files...] [RESOURCES files...] [PUBLIC targets...] [PRIVATE targets...])
-# A static library with views and their logic. Its types exist once Module.h's function has been called; a program
+# A static library with views and their logic. Its types exist once its function in QmlModules.h has been called; a program
 # that shows them adds qrc:/qt/qml to its engine's import paths.
 function(tarn_qml_module name)
   cmake_parse_arguments(ARG "" "URI" "QML;SOURCES;RESOURCES;PUBLIC;PRIVATE" ${ARGN})

@@ -7,7 +7,7 @@
 #include "RunServices.h"
 #include "TarnApp/server/AccessToken.h"
 #include "TarnApp/server/Credentials.h"
-#include "TarnApp/server/TarnServerClientFactory.h"
+#include "TarnApp/server/RealTarnServerClient.h"
 #include "TarnPlatform/base/Text.h"
 
 namespace tarn::cli {

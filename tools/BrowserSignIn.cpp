@@ -8,7 +8,7 @@
 #include <memory>
 
 #include "RunServices.h"
-#include "TarnApp/session/AppLinks.h"
+#include "TarnApp/session/Link.h"
 #include "TarnApp/session/URLSchemeHandler.h"
 #include "TarnPlatform/base/EventQueue.h"
 #include "TarnPlatform/base/Text.h"

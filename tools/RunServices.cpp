@@ -5,7 +5,7 @@
 
 #include "SilentEngine.h"
 #include "TarnApp/server/Keychain.h"
-#include "TarnApp/server/TarnServerClientFactory.h"
+#include "TarnApp/server/RealTarnServerClient.h"
 #include "TarnPlatform/secrets/MemorySecretStore.h"
 
 namespace tarn::cli {

@@ -10,7 +10,7 @@
 
 #include "InputCapture.h"
 #include "RunServices.h"
-#include "TarnApp/session/FirstLanguages.h"
+#include "TarnApp/session/Languages.h"
 #include "TarnPlatform/base/PreferredLanguages.h"
 
 namespace tarn::cli {

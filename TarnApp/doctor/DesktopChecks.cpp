@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "Checks.h"
-#include "TarnApp/session/AppLinks.h"
+#include "TarnApp/session/Link.h"
 #include "TarnPlatform/bus/BusNames.h"
 #include "TarnPlatform/desktop/SchemeRegistration.h"
 #include "TarnPlatform/windows/DisplayFacts.h"

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "CheckResult.h"
+#include "Checks.h"
 #include "Wording.h"
 
 namespace tarn {

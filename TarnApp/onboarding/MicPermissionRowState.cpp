@@ -3,7 +3,7 @@
 #include <chrono>
 #include <utility>
 
-#include "TarnApp/session/MicDenialHelp.h"
+#include "TarnApp/session/PermissionSettings.h"
 
 namespace tarn {
 namespace {

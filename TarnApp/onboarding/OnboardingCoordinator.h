@@ -2,14 +2,26 @@
 
 #include <QtQml/qqmlregistration.h>
 #include <QObject>
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <string_view>
 
-#include "OnboardingStep.h"
 #include "TarnApp/session/URLSchemeHandler.h"
 #include "TarnPlatform/settings/UserDefaults.h"
 
 namespace tarn {
+
+/// How far the first run has come.
+enum class OnboardingStep : std::uint8_t {
+    running,
+    ready,  ///< finished once, for good
+};
+
+/// As it is stored.
+constexpr std::string_view rawValue(OnboardingStep step) {
+    return step == OnboardingStep::running ? "running" : "ready";
+}
 
 /// Whether onboarding is due, and what its pages share. Made once, by the application. Owned by `shared_ptr`.
 /// Thread: main.

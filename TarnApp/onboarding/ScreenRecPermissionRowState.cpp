@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "TarnApp/relaunch/AppRelaunch.h"
-#include "TarnApp/relaunch/ScreenRecordingPermission.h"
+#include "TarnApp/session/PermissionSettings.h"
 
 namespace tarn {
 namespace {

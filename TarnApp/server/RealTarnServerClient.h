@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "PatProvider.h"
+#include "TarnCore/deployment/Deployment.h"
 #include "TarnPlatform/net/HttpSession.h"
 #include "TarnPlatform/net/NetworkContext.h"
 #include "TarnPlatform/net/Url.h"
@@ -52,6 +53,12 @@ private:
     const std::shared_ptr<HttpSession> session_;
     const NetworkContext network_;
     const PlainHttp plainHttp_;
+};
+
+/// Makes the server client that a deployment asks for, on the process's shared network.
+struct TarnServerClientFactory {
+    static std::shared_ptr<TarnServerClient> make(const DeploymentValues& deployment,
+                                                  PatProvider patProvider);
 };
 
 }  // namespace tarn

@@ -3,7 +3,7 @@
 #include <boost/asio/thread_pool.hpp>
 
 #include "SessionServices.h"
-#include "TarnApp/server/TarnServerClientFactory.h"
+#include "TarnApp/server/RealTarnServerClient.h"
 #include "TarnCore/audio/AudioApps.h"
 #include "TarnCore/audio/SystemAudioCapture.h"
 #include "TarnCore/deployment/Deployment.h"

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "TarnPlatform/base/Text.h"
+#include "TarnPlatform/desktop/SchemeRegistration.h"
 #include "TarnPlatform/desktop/SingleInstance.h"
 
 namespace tarn {
@@ -40,6 +41,12 @@ bool isLink(const std::string& text) {
     return text.size() >= scheme.size() && text.size() <= SingleInstance::longestUrl &&
            std::ranges::equal(std::string_view(text).substr(0, scheme.size()), scheme, matches) &&
            !holdsControl(text) && isUtf8(text);
+}
+
+Result<void> registerLinks(const std::filesystem::path& program) {
+    const SchemeRegistration registration{"tarn", "com.ostrel.tarn-links.desktop", "Tarn", program};
+    const auto outcome = registration.ensure();
+    return outcome ? Result<void>() : std::unexpected(outcome.error());
 }
 
 }  // namespace tarn

@@ -6,7 +6,7 @@
 #include <chrono>
 #include <utility>
 
-#include "MicDenialHelp.h"
+#include "PermissionSettings.h"
 #include "SoundErrors.h"
 #include "TarnApp/localization/LocKey.h"
 #include "TarnPlatform/base/CarryOut.h"

@@ -4,7 +4,7 @@
 #include <chrono>
 #include <utility>
 
-#include "FirstLanguages.h"
+#include "Languages.h"
 #include "TarnApp/localization/AddedText.h"
 
 namespace tarn {

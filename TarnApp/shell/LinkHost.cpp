@@ -3,7 +3,6 @@
 #include <QCoreApplication>
 #include <boost/asio/post.hpp>
 
-#include "TarnApp/session/AppLinks.h"
 #include "TarnApp/session/Link.h"
 #include "TarnPlatform/base/Log.h"
 

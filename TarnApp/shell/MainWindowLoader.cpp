@@ -4,9 +4,7 @@
 #include <QEventLoop>
 #include <QQuickItem>
 
-#include "Module.h"
-#include "TarnApp/onboarding/Module.h"
-#include "TarnApp/views/overlay/Module.h"
+#include "TarnApp/views/style/QmlModules.h"
 #include "TarnPlatform/base/Log.h"
 
 namespace tarn {

@@ -10,7 +10,7 @@
 #include <string_view>
 
 #include "TarnApp/relaunch/AppRelaunch.h"
-#include "TarnApp/views/model/Loc.h"
+#include "TarnApp/views/model/ViewTypes.h"
 #include "TarnApp/views/style/Appearance.h"
 #include "TarnPlatform/process/OwnProcess.h"
 #include "TrayPicture.h"

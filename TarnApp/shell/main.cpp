@@ -18,7 +18,7 @@
 #include "SubtitlePrinter.h"
 #include "TarnApp.h"
 #include "TarnApp/doctor/Doctor.h"
-#include "TarnApp/session/AppLinks.h"
+#include "TarnApp/session/Link.h"
 #include "TarnCore/deployment/Deployment.h"
 #include "TarnPlatform/base/Log.h"
 #include "TarnPlatform/base/MainThread.h"

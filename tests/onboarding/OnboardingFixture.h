@@ -6,8 +6,8 @@
 #include <QGuiApplication>
 #include <QQuickWindow>
 
-#include "TarnApp/onboarding/Module.h"
 #include "TarnApp/onboarding/OnboardingCoordinator.h"
+#include "TarnApp/views/style/QmlModules.h"
 #include "support/views/ViewWorld.h"
 
 namespace tarn::test {

@@ -9,7 +9,7 @@
 
 #include "OnboardingFixture.h"
 #include "TarnApp/server/Keychain.h"
-#include "TarnApp/views/model/Loc.h"
+#include "TarnApp/views/model/ViewTypes.h"
 #include "TarnApp/views/style/Appearance.h"
 
 namespace tarn::test {

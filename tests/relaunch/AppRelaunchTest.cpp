@@ -14,7 +14,7 @@
 #include <boost/asio/io_context.hpp>
 #include <cstdio>
 
-#include "TarnApp/relaunch/ScreenRecordingPermission.h"
+#include "TarnApp/session/PermissionSettings.h"
 #include "support/ManualClock.h"
 #include "support/Program.h"
 

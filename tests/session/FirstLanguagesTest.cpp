@@ -1,6 +1,6 @@
 // The pair that a first run takes, by what the server can do and what the user speaks.
 
-#include "TarnApp/session/FirstLanguages.h"
+#include "TarnApp/session/Languages.h"
 
 #include <gtest/gtest.h>
 

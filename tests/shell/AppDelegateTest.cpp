@@ -11,9 +11,9 @@
 #include <cstdlib>
 #include <vector>
 
-#include "TarnApp/onboarding/Module.h"
 #include "TarnApp/shell/TarnApp.h"
 #include "TarnApp/views/style/PopoverGuard.h"
+#include "TarnApp/views/style/QmlModules.h"
 #include "support/views/ViewWorld.h"
 
 namespace tarn::test {

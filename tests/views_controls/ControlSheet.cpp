@@ -6,8 +6,8 @@
 #include <QQuickWindow>
 #include <QTimer>
 
-#include "TarnApp/views/controls/Module.h"
 #include "TarnApp/views/style/Appearance.h"
+#include "TarnApp/views/style/QmlModules.h"
 #include "support/views/ViewWorld.h"
 
 int main(int argc, char** argv) {

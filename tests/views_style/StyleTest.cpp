@@ -10,7 +10,6 @@
 
 #include "TarnApp/views/style/MenuWalk.h"
 #include "TarnApp/views/style/Paragraphs.h"
-#include "TarnApp/views/style/PopoverFrame.h"
 #include "TarnApp/views/style/PopoverGuard.h"
 #include "TarnApp/views/style/SliderSteps.h"
 #include "TarnApp/views/style/Symbols.h"

@@ -22,7 +22,7 @@
 
 #include "TarnApp/shell/Fonts.h"
 #include "TarnApp/shell/TarnApp.h"
-#include "TarnApp/views/model/Loc.h"
+#include "TarnApp/views/model/ViewTypes.h"
 #include "TarnApp/views/style/Appearance.h"
 #include "TarnPlatform/windows/FramePlacement.h"
 #include "support/views/ViewWorld.h"

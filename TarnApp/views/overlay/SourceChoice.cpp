@@ -6,7 +6,7 @@
 
 #include "TarnApp/localization/LocKey.h"
 #include "TarnApp/views/controls/Readouts.h"
-#include "TarnApp/views/model/Loc.h"
+#include "TarnApp/views/model/ViewTypes.h"
 
 namespace tarn {
 namespace {

@@ -6,9 +6,17 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QRectF>
+#include <QSizeF>
 #include <memory>
 
 namespace tarn {
+
+/// Where a popover of size `wanted` goes: `gap` below its anchor, else above it, else over it; with the
+/// anchor's left edge, or with its right one where it stands less out of `owner`, the window of the anchor,
+/// so; and always inside `screen`, smaller than wanted only where the screen is. All in the window system's
+/// coordinates.
+QRectF popoverFrame(const QRectF& anchor, const QRectF& owner, const QSizeF& wanted, const QRectF& screen,
+                    qreal gap);
 
 /// What a popover's window cannot know by itself: where it goes, and that somebody pressed elsewhere in this
 /// program. While it is up, at most one chain of popovers is open: one that opens closes those that it does

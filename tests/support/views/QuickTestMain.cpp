@@ -3,8 +3,7 @@
 
 #include <QTest>
 
-#include "TarnApp/onboarding/Module.h"
-#include "TarnApp/views/overlay/Module.h"
+#include "TarnApp/views/style/QmlModules.h"
 
 namespace tarn::test {
 

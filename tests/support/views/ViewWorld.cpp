@@ -3,7 +3,7 @@
 #include <QQmlEngine>
 
 #include "TarnApp/server/Keychain.h"
-#include "TarnApp/views/model/Loc.h"
+#include "TarnApp/views/model/ViewTypes.h"
 
 namespace tarn::test {
 namespace {

@@ -15,4 +15,12 @@ struct MicDenialHelp {
     }
 };
 
+struct ScreenRecordingPermission {
+    /// Opens the desktop's settings at the permission to record the screen. Where there are none, nothing
+    /// happens but the opener's own line in the log. Thread: main.
+    static void openSettings(UrlOpener& opener) {
+        opener.open("x-apple.systempreferences:com.apple.preference.security?Privacy_ScreenCapture");
+    }
+};
+
 }  // namespace tarn

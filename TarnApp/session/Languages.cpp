@@ -1,10 +1,8 @@
-#include "FirstLanguages.h"
+#include "Languages.h"
 
 #include <algorithm>
 #include <iterator>
 #include <string_view>
-
-#include "Languages.h"
 
 namespace tarn {
 namespace {
