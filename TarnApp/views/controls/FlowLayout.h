@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "TarnApp/views/style/ArrangingItem.h"
+#include "ArrangingItem.h"
 
 namespace tarn {
 

@@ -1,4 +1,5 @@
 import QtQuick
+import QtQuick.Layouts
 import Tarn.Style
 
 /// A line of a menu, inside a MenuColumn: an entry with a symbol and a mark where it is the chosen one, a heading, a
@@ -15,6 +16,7 @@ Pressable {
 
     onPointedChanged: if (pointed) forceActiveFocus(Qt.MouseFocusReason)
 
+    Layout.fillWidth: true
     implicitWidth: kind === "divider" ? 1 : Math.ceil(implicitContentWidth + leftPadding + rightPadding)
     implicitHeight: kind === "divider" ? 9 : kind === "heading" ? 24 : 28
     leftPadding: Theme.space(1.5)
