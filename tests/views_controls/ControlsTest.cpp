@@ -83,16 +83,6 @@ TEST(Readouts, RoundAsPrintfDoes) {
     EXPECT_EQ(Readouts::rate(std::nan("")), QString::fromUtf8("nan×"));
 }
 
-TEST(Readouts, ColourTheVolumeByItsGain) {
-    const std::vector<std::pair<double, const char*>> cases{
-        {0, "secondary"}, {1, "secondary"}, {1.01, "primary"}, {2, "primary"},
-        {2.01, "orange"}, {5, "orange"},    {5.01, "red"},     {10, "red"},
-    };
-    for (const auto& [gain, tone] : cases) {
-        EXPECT_EQ(Readouts::gainTone(gain), tone) << gain;
-    }
-}
-
 TEST(Readouts, TakeMillisecondsAsTheyAreTyped) {
     const std::vector<std::pair<const char*, int>> cases{
         {"800", 800}, {"0", 0},    {" 0650 ", 650}, {"12000", 10000}, {"99999999999", 10000},       {"", -1},

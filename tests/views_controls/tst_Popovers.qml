@@ -72,13 +72,6 @@ Item {
             mouseClick(scene, 400, 150)
             verify(!font.showPopover)
         }
-        function test_escape_closes_and_shows_where_the_keys_are() {
-            mouseClick(playback)
-            tryVerify(() => popoverOf(playback).activeFocusItem !== null)
-            keyClick(Qt.Key_Escape)
-            verify(!playback.showPopover)
-            tryVerify(() => playback.visualFocus)
-        }
         function test_keys_open_a_menu() {
             many.forceActiveFocus(Qt.TabFocusReason)
             keyClick(Qt.Key_Down)
