@@ -5,10 +5,8 @@
 #include <functional>
 #include <future>
 #include <memory>
-#include <optional>
 #include <string>
 
-#include "CuttableRoad.h"
 #include "TarnApp/server/RealTarnServerClient.h"
 #include "TarnPlatform/base/NetworkThread.h"
 #include "TarnRelay/stream/RelayServer.h"
@@ -17,7 +15,7 @@
 
 namespace tarn::test {
 
-/// The real relay on a network thread of its own, playing a script, and a road to it.
+/// The real relay on a network thread of its own, playing a script.
 class RelayFixture {
 public:
     /// `folder`: for its tokens; exists.
@@ -32,12 +30,8 @@ public:
             server_ =
                 relay::RelayServer::start(context(), network_.executor(), tokens_, engine_, options).value();
         });
-        road.emplace(network_.executor(), server_->port());
     }
-    ~RelayFixture() {
-        road.reset();
-        end();
-    }
+    ~RelayFixture() { end(); }
     RelayFixture(const RelayFixture&) = delete;
     RelayFixture& operator=(const RelayFixture&) = delete;
 
@@ -52,7 +46,7 @@ public:
     void revoke() const { static_cast<void>(tokens_.revoke("ada@example.org")); }
 
     std::shared_ptr<TarnServerClient> client() {
-        const auto base = Url::parse("http://127.0.0.1:" + std::to_string(road->port()) + "/tarn").value();
+        const auto base = Url::parse("http://127.0.0.1:" + std::to_string(port()) + "/tarn").value();
         return std::make_shared<RealTarnServerClient>(base, fixedPat(token), HttpSession::make(context()),
                                                       context());
     }
@@ -65,10 +59,8 @@ public:
         const auto answer = runTask(waiting, HttpSession::make(context())->send(request));
         return boost::json::parse(answer.value().body).at("streams_open").as_int64();
     }
-    SerialExecutor network() { return network_.executor(); }
 
     std::string token;
-    std::optional<CuttableRoad> road;
 
 private:
     NetworkContext context() {

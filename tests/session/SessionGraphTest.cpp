@@ -166,6 +166,8 @@ TEST_F(SessionGraphTest, AConversationChangesItsSettingsWhileItRuns) {
     model_->setRate(1.5);
     model_->setOutputGain(2);
     EXPECT_EQ(first->player()->rate(), 1.5F);
+    EXPECT_EQ(second->micSession()->rate(), 1.5F);
+    EXPECT_EQ(first->player()->gain(), 2.0F);
     EXPECT_EQ(second->micSession()->gain(), 2.0F);
 
     first->setCaptureSource(CaptureSource::mic);

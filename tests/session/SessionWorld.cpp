@@ -5,25 +5,11 @@
 namespace tarn::test {
 namespace {
 
-class TwoMicrophones final : public AudioHardware {
-public:
-    Result<HardwareList> read() override {
-        const HardwareDevice usual{1, "Microphone", "mic-1", 1};
-        const HardwareDevice other{2, "Headset", "mic-2", 1};
-        return HardwareList{{usual, other}, 1};
-    }
-};
-
 class WorldEngine final : public FakeEngine {
 public:
     WorldEngine(SessionWorld& world, bool isMicrophone, std::shared_ptr<Script> script)
         : FakeEngine(std::move(script)), world_(world), isMicrophone_(isMicrophone) {}
     ~WorldEngine() override { leave(); }
-
-    int setCurrentDevice(std::uint32_t id) override {
-        world_.microphone->calls += "device " + std::to_string(id) + " ";
-        return 0;
-    }
 
     void attach(std::shared_ptr<AudioNode> node) override {
         if (const auto dub = std::dynamic_pointer_cast<AudioPlayerNode>(node)) {
@@ -38,6 +24,10 @@ public:
     }
     bool isRunning() const override { return running_; }
     void stop() override { leave(); }
+    int setCurrentDevice(std::uint32_t device) override {
+        world_.microphoneDevice = device;
+        return 0;
+    }
 
 private:
     void leave() {
@@ -254,9 +244,8 @@ SessionServices SessionWorld::services() {
     };
     services.makeMicSession = [this] {
         microphone->formats = {{16000, microphoneChannels}};
-        static TwoMicrophones hardware;
         auto session = std::make_shared<MicSession>(
-            MicSession::Parts{std::make_unique<WorldEngine>(*this, true, microphone), &hardware});
+            MicSession::Parts{std::make_unique<WorldEngine>(*this, true, microphone), &hardware_});
         microphones.push_back(session);
         return session;
     };

@@ -13,6 +13,7 @@
 
 #include "TarnApp/server/PatProvider.h"
 #include "TarnApp/session/TranslateSession.h"
+#include "TarnPlatform/audioserver/AudioHardware.h"
 #include "TarnPlatform/rendering/AudioPlayerNode.h"
 #include "core_audio/FakeEngine.h"
 #include "support/ManualClock.h"
@@ -158,10 +159,19 @@ public:
     std::vector<std::weak_ptr<MicSession>> microphones;
     std::weak_ptr<AudioPlayerNode> dub;  ///< of the engine made last
     std::shared_ptr<FakeEngine::Script> microphone = std::make_shared<FakeEngine::Script>();
+    std::optional<std::uint32_t> microphoneDevice;  ///< that was chosen last
     std::vector<std::function<void(Result<void>)>> capturesStopping;
     std::vector<std::weak_ptr<AudioSink>> sinks;
     std::optional<SoundInUse> watchedSound;  ///< absent: none is watched
     std::function<void(SessionFaults)> tellSound;
+
+private:
+    struct Hardware : AudioHardware {
+        Result<HardwareList> read() override {
+            return HardwareList{{{1, "Microphone", "mic-1", 1}, {2, "Headset", "mic-2", 1}}, 1};
+        }
+    };
+    Hardware hardware_;
 };
 
 /// "connecting", "error(reason)" and so on.

@@ -1,7 +1,6 @@
-// What becomes of the application's state in front of account servers that refuse, fail, talk nonsense or
-// never answer: real HTTP on this machine, a clock that the test drives.
+// What becomes of the sign-in where the keyring cannot be read, in front of a real HTTP server on this
+// machine.
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "MemorySecretStore.h"
@@ -9,19 +8,15 @@
 #include "TarnApp/server/Keychain.h"
 #include "TarnApp/server/RealTarnServerClient.h"
 #include "TarnApp/session/TranslateViewModel.h"
-#include "support/Blackhole.h"
-#include "support/LogCapture.h"
 #include "support/TestService.h"
 
 namespace tarn {
 namespace {
 
-using namespace std::chrono_literals;
-
-class AccountFaultsTest : public testing::Test {
+class KeyringFaultsTest : public testing::Test {
 protected:
-    AccountFaultsTest() { Keychain::useStore(secrets_); }
-    ~AccountFaultsTest() override {
+    KeyringFaultsTest() { Keychain::useStore(secrets_); }
+    ~KeyringFaultsTest() override {
         model_.reset();
         Keychain::useStore(nullptr);
     }
@@ -47,68 +42,14 @@ protected:
 
     void until(const std::string& what, const std::function<bool()>& isSo) { world_.until(what, isSo); }
     TranslateSession& session() { return *model_->sessions().front(); }
-    void start() {
-        model_->startAll();
-        until("the start is decided", [this] { return !model_->anyRunning(); });
-    }
 
-    test::LogCapture log_;
     std::shared_ptr<test::MemorySecretStore> secrets_ = std::make_shared<test::MemorySecretStore>();
     test::SessionWorld world_;
     NetworkContext network_{world_.main.get_executor(), world_.clock, {}, TlsTrust::system()};
     std::shared_ptr<TranslateViewModel> model_;
 };
 
-TEST_F(AccountFaultsTest, ARefusedTokenSignsOut) {
-    test::TestService server(network_, 401);
-    make(server.port());
-    until("the check is answered", [this] { return model_->isSignedOut(); });
-    EXPECT_EQ(session().errorMessage(), "Session expired — please sign in again");
-    EXPECT_EQ(session().state(), ConnectionState::idle());
-
-    make(server.port());
-    start();  // asks for a stream before the check is answered
-    until("the refusal is seen", [this] { return model_->isSignedOut(); });
-    EXPECT_EQ(Keychain::get(Keychain::Account::pat), std::nullopt);
-    // Refused at the stream's door, or not even sent, if the check's answer came first.
-    EXPECT_EQ(session().state().reason(), "Session expired — please sign in again");
-}
-
-TEST_F(AccountFaultsTest, OtherAnswersAndSilenceLeaveTheUserSignedInAndAStartShowsAnError) {
-    const test::TestService failing(network_, 500);
-    const test::TestService rubbish(network_, 200);
-    const test::Blackhole silent("127.0.0.1");
-    std::size_t starts = 0;
-    for (const auto& [port, log, shown] :
-         {std::tuple{failing.port(), "the server answered with status 500", "status 500"},
-          {rubbish.port(), "the server's answer makes no sense: not JSON", "status 200"},
-          {silent.port(), "", "No connection with 127.0.0.1:"}}) {
-        SCOPED_TRACE(log);
-        const auto logged = log_.lines("[vm] account check failed: " + std::string(log)).size();
-        make(port);
-        if (*log == '\0') {
-            until("it is asked", [this] { return world_.clock->pendingCalls() > 0; });
-            world_.clock->advance(61s);
-        }
-        until("the check has failed",
-              [&] { return log_.lines("[vm] account check failed: " + std::string(log)).size() > logged; });
-        EXPECT_TRUE(model_->isLoggedIn());
-        EXPECT_TRUE(session().errorMessage().isNull());
-        model_->startAll();
-        if (*log == '\0') {
-            until("it is asked", [this] { return world_.clock->pendingCalls() > 0; });
-            EXPECT_EQ(session().state(), ConnectionState::connecting());
-            world_.clock->advance(61s);
-        }
-        until("the start has failed", [this] { return !model_->anyRunning(); });
-        EXPECT_THAT(session().state().reason(), testing::HasSubstr(shown));
-        EXPECT_EQ(session().errorMessage().toStdString(), session().state().reason());
-        EXPECT_EQ(log_.lines("[vm] session.0 does not start: ").size(), ++starts) << "one line";
-        EXPECT_TRUE(model_->isLoggedIn());
-    }
-}
-
-TEST_F(AccountFaultsTest, AKeyringThatCannotBeReadTakesNothingAwayAndAStartCanBeRepeated) {
+TEST_F(KeyringFaultsTest, AKeyringThatCannotBeReadTakesNothingAwayAndAStartCanBeRepeated) {
     test::TestService server(network_);
     for (const auto fault :
          {SecretFault::locked, SecretFault::timedOut, SecretFault::unavailable, SecretFault::refused}) {
@@ -145,7 +86,7 @@ TEST_F(AccountFaultsTest, AKeyringThatCannotBeReadTakesNothingAwayAndAStartCanBe
     }
 }
 
-TEST_F(AccountFaultsTest, AStartBeforeTheKeyringHasToldFindsThatNobodyIsSignedIn) {
+TEST_F(KeyringFaultsTest, AStartBeforeTheKeyringHasToldFindsThatNobodyIsSignedIn) {
     test::TestService server(network_);
     make(server.port());
     Keychain::remove(Keychain::Account::pat);
