@@ -1,8 +1,6 @@
 // The coordinator and the pages' order, over settings and a keychain of the test's own.
 #include "TarnApp/onboarding/OnboardingCoordinator.h"
 
-#include <QSignalSpy>
-
 #include "OnboardingFixture.h"
 #include "TarnApp/onboarding/LoginSlideState.h"
 #include "TarnApp/onboarding/OnboardingViewState.h"
@@ -50,16 +48,6 @@ TEST_F(OnboardingCoordinatorTest, StartsFromWhetherItWasEverDone) {
     }
 }
 
-TEST_F(OnboardingCoordinatorTest, StoresAStepOnEveryCallAndAnnouncesChangesAlone) {
-    const QSignalSpy changes(coordinator.get(), &OnboardingCoordinator::stepChanged);
-    world.sessions().defaults->remove("onboarding.step");
-    coordinator->setStep(OnboardingStep::running);
-    EXPECT_EQ(setting("onboarding.step"), "running");
-    EXPECT_EQ(changes.size(), 0);
-    coordinator->setStep(OnboardingStep::ready);
-    EXPECT_EQ(changes.size(), 1);
-}
-
 TEST_F(OnboardingCoordinatorTest, FinishesInItsOrder) {
     std::vector<std::string> order;
     const auto note = [&](const std::string& what) {
@@ -77,35 +65,6 @@ TEST_F(OnboardingCoordinatorTest, FinishesInItsOrder) {
     EXPECT_FALSE(OnboardingCoordinator(world.sessions().defaults, credentials()).shouldShowOnboarding());
     pages.finish();
     EXPECT_EQ(order.back(), "finish: done true, step ready");
-}
-
-TEST_F(OnboardingCoordinatorTest, LeadsThroughThePagesAndNoFurther) {
-    pages.appeared();
-    pages.back();
-    EXPECT_EQ(pages.page(), 0);
-    for (const int page : {1, 2, 3, 3}) {
-        pages.next();
-        EXPECT_EQ(pages.page(), page);
-    }
-    pages.back();
-    EXPECT_EQ(pages.page(), 2);
-}
-
-TEST_F(OnboardingCoordinatorTest, OpensThePermissionsWhenItIsAskedForAgain) {
-    coordinator->setManuallyReopened(true);
-    EXPECT_EQ(pages.page(), 0) << "not seen yet";
-    pages.appeared();
-    EXPECT_EQ(pages.page(), 3);
-    pages.disappeared();
-    EXPECT_FALSE(coordinator->manuallyReopened());
-    pages.back();
-    pages.appeared();
-    EXPECT_EQ(pages.page(), 2) << "where it was left";
-    coordinator->setManuallyReopened(true);
-    EXPECT_EQ(pages.page(), 3) << "while it is up";
-    pages.disappeared();
-    pages.disappeared();
-    EXPECT_FALSE(coordinator->manuallyReopened());
 }
 
 TEST_F(OnboardingCoordinatorTest, SignInReachesThePageThatWaits) {
