@@ -2,19 +2,14 @@
 // shell where it matters what it makes of the script.
 #include "TarnApp/relaunch/AppRelaunch.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
 #include <boost/asio/io_context.hpp>
-#include <cstdio>
 
-#include "TarnApp/session/PermissionSettings.h"
 #include "support/ManualClock.h"
 #include "support/Program.h"
 
@@ -105,53 +100,6 @@ TEST_F(AppRelaunchTest, NamesThePathToTheShellAsItIs) {
         EXPECT_EQ(shell.wait(), 0) << path;
         EXPECT_EQ(shell.out(), path);
     }
-}
-
-TEST_F(AppRelaunchTest, TheSuccessorWaitsForTheEndAndOutlivesIt) {
-    const test::TemporaryFolder folder;
-    const auto path = folder.file("news");
-    ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
-    const int news = ::open(path.c_str(), O_RDONLY | O_NONBLOCK);
-    const auto heard = [news](int milliseconds) {
-        pollfd wait{news, POLLIN, 0};
-        char byte = 0;
-        return ::poll(&wait, 1, milliseconds) == 1 && ::read(news, &byte, 1) == 1;
-    };
-    int hold[2];
-    ASSERT_EQ(::pipe(hold), 0);
-    {
-        const auto predecessor = ::fork();
-        if (predecessor == 0) {
-            ::close(hold[1]);
-            const std::string script = AppRelaunch::script(::getpid(), "echo >", path);
-            const auto parts = AppRelaunch::Surroundings::real({}, nullptr);
-            const bool started = parts.start({"/bin/sh", "-c", script}).has_value();
-            char byte = 0;
-            ::_exit(started && ::read(hold[0], &byte, 1) == 0 ? 0 : 1);
-        }
-        EXPECT_FALSE(heard(500)) << "before its predecessor was gone";
-        ::close(hold[1]);
-        int status = -1;
-        EXPECT_EQ(::waitpid(predecessor, &status, 0), predecessor);
-        EXPECT_EQ(status, 0);
-    }
-    EXPECT_TRUE(heard(20000));
-    ::close(hold[0]);
-    ::close(news);
-}
-
-TEST(ScreenRecordingPermissionTest, OpensTheSettingsPage) {
-    class Opener final : public UrlOpener {
-    public:
-        bool open(const std::string& url) override {
-            opened.push_back(url);
-            return true;
-        }
-        std::vector<std::string> opened;
-    } opener;
-    ScreenRecordingPermission::openSettings(opener);
-    EXPECT_THAT(opener.opened,
-                ElementsAre("x-apple.systempreferences:com.apple.preference.security?Privacy_ScreenCapture"));
 }
 
 }  // namespace
