@@ -105,8 +105,8 @@ def middle(node):
     return place.x + place.width // 2, place.y + place.height // 2
 
 
-def point_at(node):
-    # What moves or comes into being is waited for: two looks agree.
+def at_rest(node):
+    """Where its middle is once it moves no more: two looks agree."""
     at = [None]
 
     def rests():
@@ -114,7 +114,11 @@ def point_at(node):
         return before == at[0]
 
     until("a place that rests", rests)
-    move_to(*at[0])
+    return at[0]
+
+
+def point_at(node):
+    move_to(*at_rest(node))
 
 
 def move_to(x, y):
