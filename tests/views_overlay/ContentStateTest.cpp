@@ -115,33 +115,6 @@ TEST_F(ContentStateTest, AnOpenPopoverHoldsWhatItBelongsTo) {
     EXPECT_EQ(seen(), "hovering left ground chrome 100");
 }
 
-TEST_F(ContentStateTest, WidthFollowsTheColumns) {
-    EXPECT_EQ(state_.conversationMinWidth(), 540);
-    model().setMode(AppMode::conversation);
-    EXPECT_EQ(state_.conversationMinWidth(), 740);
-    model().addSession();
-    model().addSession();
-    EXPECT_EQ(state_.conversationMinWidth(), 1420);
-    model().setMode(AppMode::solo);
-    EXPECT_EQ(state_.conversationMinWidth(), 540);
-}
-
-TEST_F(ContentStateTest, StartIsOffOnlyWhereThereIsNeitherAnAccountNorARunToStop) {
-    EXPECT_FALSE(state_.startDisabled());
-    world_.holdConnecting(true);
-    model().startAll();
-    world_.settle();
-    EXPECT_TRUE(state_.isConnecting());
-    world_.holdConnecting(false);
-    EXPECT_FALSE(state_.isConnecting());
-    world_.loseSignIn();
-    ASSERT_FALSE(model().isLoggedIn());
-    EXPECT_FALSE(state_.startDisabled()) << "a run can always be stopped";
-    model().stopAll();
-    world_.settle();
-    EXPECT_TRUE(state_.startDisabled());
-}
-
 TEST_F(ContentStateTest, GoesAwayWhileATimerIsPending) {
     {
         ContentState brief;

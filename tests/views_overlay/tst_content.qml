@@ -86,23 +86,16 @@ Item {
             compare(world.vm.mode, "solo")
             compare(one("translation").fontSize, 18)
         }
-        function test_start_data() {
-            return [{tag: "English", language: "en", start: "Start", stop: "Stop", connecting: "Connecting…",
-                     signIn: "Sign in to start translating: the “Sign in” button is at the end of this bar."},
-                    {tag: "Chinese", language: "zhHans", start: "启动", stop: "停止", connecting: "连接中…",
-                     signIn: "登录后才能开始翻译：“登录”按钮在本栏末端。"}]
-        }
-        function test_start(row) {
-            world.setLanguage(row.language)
+        function test_start() {
             const button = one("startStop")
-            compare(button.text, row.start)
+            compare(button.text, "Start")
             world.holdConnecting(true)
             press(button)
             world.settle()
-            compare(button.text, row.connecting)
+            compare(button.text, "Connecting…")
             verify(button.busy)
             world.holdConnecting(false)
-            compare(button.text, row.stop)
+            compare(button.text, "Stop")
             compare(button.tint, Theme.danger)
             world.loseSignIn()
             verify(button.enabled, "a run can be stopped")
@@ -110,7 +103,7 @@ Item {
             world.settle()
             verify(!world.vm.anyRunning)
             verify(!button.enabled)
-            compare(button.help, row.signIn)
+            compare(button.help, "Sign in to start translating: the “Sign in” button is at the end of this bar.")
             verify(names("error")[0].message !== "")
         }
         function test_aRunThatGoesOnAfterAnErrorCanBeStopped() {
@@ -151,17 +144,6 @@ Item {
                 verify(at.x >= told.width || at.x + error.width <= 0
                        || at.y >= told.height || at.y + error.height <= 0, "one hides the other")
             }
-            world.connection(0, "answering")
-            compare(names("health").length, 0)
-            world.connection(0, "lost")
-            compare(one("health").Accessible.name, "Connection lost: stop and start again")
-            world.connection(0, "slow")
-            compare(one("health").Accessible.name, "The connection is too slow: 12 s behind")
-            world.connection(0, "refused")
-            compare(one("health").Accessible.name, "The service refuses: [quota] Out of credit")
-            world.setLanguage("zhHans")
-            compare(one("health").details, "服务拒绝：[quota] Out of credit")
-            world.setLanguage("en")
             world.vm.stopAll()
             world.settle()
             compare(names("health").length, 0)
@@ -249,20 +231,6 @@ Item {
                 }
             }
         }
-        function test_keysReachTheControls() {
-            const button = one("startStop")
-            button.forceActiveFocus()
-            keyClick(Qt.Key_Space)
-            world.settle()
-            verify(world.vm.anyRunning)
-            keyClick(Qt.Key_Return)
-            world.settle()
-            verify(!world.vm.anyRunning)
-            keyClick(Qt.Key_Tab)
-            verify(one("settings").activeFocus)
-            keyClick(Qt.Key_Space)
-            verify(world.vm.tier2Expanded)
-        }
         function test_settingsSlideIn() {
             compare(one("settings").active, false)
             const header = one("header")
@@ -309,7 +277,7 @@ Item {
             world.settle()
             tryVerify(() => names("plate").length === 0)
         }
-        function test_everythingRoundIsAPlate() {
+        function test_everythingRoundIsAPlateAndEverySymbolIsOfTheFont() {
             world.vm.mode = "conversation"
             world.vm.tier2Expanded = true
             world.vm.startAll()
@@ -322,14 +290,8 @@ Item {
                 pending.push(...Array.from(item.children))
                 // A Rectangle, which alone has a gradient, is drawn in pieces at some scales.
                 verify(item.gradient === undefined || item.radius === 0, `${item} in ${item.parent}`)
+                verify(!item.symbol || Symbols.glyph(item.symbol) !== "", item.symbol)
             }
-        }
-        function test_toast() {
-            world.toast("Signed in")
-            tryVerify(() => names("toast").length === 1 && names("toast")[0].opacity === 1)
-            compare(one("toast").message, "Signed in")
-            world.pass(4100)
-            tryVerify(() => names("toast").length === 0)
         }
         function test_screenRecordingSheet() {
             compare(view.sheet, null)

@@ -169,15 +169,6 @@ Item {
             keySequence(StandardKey.Paste)
             compare(edit.text, "Something else", "read only")
         }
-        function test_selectingByMouse() {
-            run()
-            world.translate(0, "The meeting begins")
-            const edit = translation.subtitle.edit
-            mousePress(edit, 1, 8)
-            mouseMove(edit, edit.contentWidth, 8)
-            mouseRelease(edit, edit.contentWidth, 8)
-            compare(edit.selectedText, "The meeting begins")
-        }
         function test_tenThousandCharactersWithoutASpace_data() {
             return [{tag: "one word", text: "w".repeat(10000)}, {tag: "Chinese", text: "字".repeat(10000)},
                     {tag: "emoji", text: "🎤".repeat(5000)}, {tag: "marks", text: "a" + "\u0301".repeat(9999)}]
@@ -205,14 +196,6 @@ Item {
             verify(edit.length <= 3000)
             compare(edit.selectedText, "word1999")
             verify(endIsSeen(translation))
-        }
-        function test_markersAreOfOneLegibleColour() {
-            for (const line of [said, translation]) {
-                const marker = findChild(line, "marker")
-                compare(marker.font.family, Symbols.family)
-                compare(marker.text.length, 1)
-                compare(marker.color, Theme.secondaryText)
-            }
         }
         function test_readsOverAnyPicture_data() {
             return [{tag: "text on white", back: "white", text: "Imitation of life"},
@@ -252,31 +235,6 @@ Item {
             verify(letters > 50 && around > 50)
             const contrast = (letterLight / letters + 0.05) / (aroundLight / around + 0.05)
             verify(contrast >= 4.5, contrast)
-        }
-        function test_outlineIsBlackAllAround() {
-            run()
-            const back = createTemporaryQmlObject("import QtQuick; Rectangle { color: '#00ff00'; z: -1 }", pane)
-            back.width = pane.width
-            back.height = pane.height
-            world.vm.miniMode = true
-            world.vm.subtitleScale = 2
-            world.translate(0, "IIII 🎤")
-            waitForRendering(pane)
-            const image = grabImage(pane)
-            const at = translation.subtitle.mapToItem(pane, 0, 0)
-            let white = 0
-            let bare = 0
-            for (let y = at.y + 1; y < at.y + translation.height - 1; ++y) {
-                for (let x = at.x + 1; x < at.x + 40; ++x) {
-                    if (image.red(x, y) > 250 && image.blue(x, y) > 250) {
-                        ++white
-                        for (const [dx, dy] of [[-1, 0], [1, 0], [0, -1], [0, 1]])
-                            bare += image.green(x + dx, y + dy) > 250 && image.red(x + dx, y + dy) < 5 ? 1 : 0
-                    }
-                }
-            }
-            verify(white > 50)
-            compare(bare, 0, "the picture does not come near")
         }
     }
 }
