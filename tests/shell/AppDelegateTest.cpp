@@ -146,16 +146,6 @@ TEST_F(AppDelegateTest, LetsClicksThroughWithNoPopoverInTheirWayUntilTheWindowIs
     EXPECT_FALSE(delegate_->overlay()->clickThrough());
 }
 
-TEST_F(AppDelegateTest, WorksWithoutAMainWindow) {
-    window_.setObjectName("");
-    window_.setProperty("frameAutosaveName", {});
-    EXPECT_EQ(delegate_->mainOverlayWindow(), nullptr);
-    configure();
-    EXPECT_TRUE(onboardingIsUp());
-    finishFirstSteps();
-    EXPECT_FALSE(onboardingIsUp());
-}
-
 TEST(Preview, IsAskedForByExactlyOne) {
     for (const char* const value : {"", "0", "true", " 1", "1 ", "11"}) {
         setenv("TARN_PREVIEW_ONBOARDING", value, 1);
