@@ -244,12 +244,6 @@ TEST(Doctor, TellsACertificateThatNobodyVouchesFor) {
     EXPECT_THAT(world.examine().of("certificates"), testing::EndsWith("; the server's is accepted"));
 }
 
-TEST(Doctor, SpeaksChineseToThoseWhoDo) {
-    World world(Mode::absent);
-    world.set("LC_ALL", "zh_CN.UTF-8");
-    EXPECT_THAT(world.examine({"doctor"}).printed, HasSubstr("解决办法："));
-}
-
 TEST(Doctor, RefusesOtherArguments) {
     const World world(Mode::noBus);
     EXPECT_EQ(world.examine({"doctor", "--jsn"}).status, 2);

@@ -81,20 +81,6 @@ TEST_F(LocalizationTest, ChoosesTheTextsByThePreferenceAndThenByTheFirstLanguage
     EXPECT_EQ(AppLanguage::systemDefault(), AppLanguage::en) << "only the first entry counts";
 }
 
-TEST_F(LocalizationTest, KeepsTheFixedWording) {
-    using Table = TextTable<LocKey>;
-    EXPECT_EQ(Table::fixed.size(), 100U);
-    for (const auto& row : Table::fixed) {
-        EXPECT_FALSE(row.english.empty() || row.chinese.empty()) << row.key;
-    }
-    // One of each end and what is easily mangled.
-    EXPECT_EQ(text(LocKey::modeSolo, AppLanguage::zh), "Solo");
-    EXPECT_EQ(text(LocKey::resetToDefault, AppLanguage::zh), "重置为 1.0×");
-    EXPECT_EQ(text(LocKey::langChinese, AppLanguage::en), "简体中文");
-    EXPECT_EQ(Table::fixed.back().chinese,
-              "麦克风访问已关闭。请在「系统设置 → 隐私与安全性 → 麦克风」中开启 Tarn。");
-}
-
 std::set<std::string> placesIn(std::string_view text) {
     std::set<std::string> places;
     for (auto at = text.find('%'); at != std::string_view::npos; at = text.find('%', at + 1)) {

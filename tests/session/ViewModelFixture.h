@@ -69,8 +69,8 @@ protected:
     std::string pairs() const {
         std::string all;
         for (const auto& session : model_->sessions()) {
-            all +=
-                session->storageNamespace() + ":" + session->sourceLang() + ">" + session->targetLang() + " ";
+            all += session->storageNamespace() + ":" + session->sourceLang().toStdString() + ">" +
+                   session->targetLang().toStdString() + " ";
         }
         return all;
     }
