@@ -1,8 +1,6 @@
 #include "Credentials.h"
 
-#include <openssl/sha.h>
-
-#include <array>
+#include <QCryptographicHash>
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
 #include <cstddef>
@@ -59,9 +57,10 @@ Task<TokenResult> ask(const std::shared_ptr<Credentials>& credentials) {
 constexpr const char* forgottenKey = "forgottenSignIn";
 
 std::string markOf(std::string_view token) {
-    std::array<unsigned char, SHA256_DIGEST_LENGTH> hash{};
-    ::SHA256(reinterpret_cast<const unsigned char*>(token.data()), token.size(), hash.data());
-    return base64Encode(std::as_bytes(std::span(hash).first<12>()));
+    // Not OpenSSL's, whose state may be gone when the keyring answers while the process ends.
+    const auto hash = QCryptographicHash::hash(QByteArray(token.data(), static_cast<qsizetype>(token.size())),
+                                               QCryptographicHash::Sha256);
+    return base64Encode(std::as_bytes(std::span(hash.constData(), 12)));
 }
 
 }  // namespace

@@ -143,7 +143,8 @@ AudioServer::~AudioServer() {
 }
 
 AudioServer& AudioServer::shared() {
-    static AudioServer server;
+    // It is never destroyed, since a worker may still wait for it when the process ends.
+    static auto& server = *new AudioServer;
     return server;
 }
 
