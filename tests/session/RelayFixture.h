@@ -71,10 +71,7 @@ private:
         return context;
     }
     void onNetwork(const std::function<void()>& work) {
-        std::packaged_task<void()> task(work);
-        auto done = task.get_future();
-        asio::post(network_.executor(), std::move(task));
-        done.get();
+        asio::post(network_.executor(), std::packaged_task<void()>(work)).get();
     }
 
     NetworkThread network_;
