@@ -364,9 +364,13 @@ def main_window():
     # Without the strip: the keys still have a way back.
     run("xdotool", "windowactivate", "--sync", overlay)
     walk(app, "mini mode")
-    move_to(10, 800)  # it comes back with the pointer, once that has been away
-    move_to(int(at["X"]) + 300, int(at["Y"]) + 150)
-    app.wait("Account")
+
+    def passed_over():
+        move_to(10, 800)
+        move_to(int(at["X"]) + 300, int(at["Y"]) + 150)
+        return app.find("Account")
+
+    until("the controls back with the pointer, once that has been away", passed_over)
     act(app.wait("Mini mode (subtitles only)"))
 
     # Four of them.
