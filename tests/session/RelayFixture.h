@@ -1,5 +1,6 @@
 #pragma once
 
+#include <boost/asio/packaged_task.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/json/parse.hpp>
 #include <functional>
