@@ -16,7 +16,7 @@ TEST(RelayUrlTest, CarriesTheSettingsInOrderAndEncoded) {
         const char* url;
     };
     const Case cases[] = {
-        {"http://h:8080/tarn", {}, "de", {}, "none", {}, "ws://h:8080/tarn/ws/translate-stream?target=de"},
+        {"http://[::1]:9/t", {}, "de", {}, "none", {}, "ws://[::1]:9/t/ws/translate-stream?target=de"},
         {"HTTP://h/tarn/", {}, "de", {}, "none", {}, "ws://h/tarn/ws/translate-stream?target=de"},
         {"https://h", {}, "", {}, "none", {}, "wss://h/ws/translate-stream?target="},
         {"//h:1/tarn", {}, "de", {}, "none", {}, "wss://h:1/tarn/ws/translate-stream?target=de"},
