@@ -32,9 +32,9 @@ public:
     /// As `sendAudio`, without telling when the bytes have left. Thread: any; never waits.
     virtual void queueAudio(std::vector<std::byte> bytes) = 0;
 
-    /// Completes when all that was given to `sendAudio` or `queueAudio` before (but less than a twentieth of a second at its
-    /// end) has been read by the server: true; false when the connection ends first. What the server makes of
-    /// it may still come.
+    /// Completes when all that was given to `sendAudio` or `queueAudio` before (but less than a twentieth of
+    /// a second at its end) has been read by the server: true; false when the connection ends first. What the
+    /// server makes of it may still come.
     virtual Task<bool> waitHeard() = 0;
 
     /// Ends the connection and the events, `Closed` being the last of them. May be called more than once.
