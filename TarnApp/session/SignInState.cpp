@@ -24,7 +24,7 @@ QString keyringText(const SecretError& error) {
 }  // namespace
 
 SignInState::SignInState(const ViewModelServices& services) : services_(services) {
-    renewServerClient();
+    rebuildServerClient();
 }
 
 SignInState::~SignInState() {
@@ -132,14 +132,14 @@ void SignInState::succeeded() {
     announcesSignIn_ = true;
     setState(State::present);
     setAccount(std::nullopt);  // another user may have signed in
-    renewServerClient();
+    rebuildServerClient();
     startCheck();
 }
 
 void SignInState::lose() {
     setState(State::absent);
     setAccount(std::nullopt);
-    renewServerClient();
+    rebuildServerClient();
     Q_EMIT lost();
 }
 
@@ -232,7 +232,7 @@ void SignInState::takeAccount(ServerResult<UserAccount> account) {
     }
 }
 
-void SignInState::renewServerClient() {
+void SignInState::rebuildServerClient() {
     serverClient_ = services_.makeServerClient(services_.credentials->provider());
 }
 

@@ -74,7 +74,7 @@ private:
     void startCheck();
     void readStoredEmail();
     void takeAccount(ServerResult<UserAccount> account);
-    void renewServerClient();
+    void rebuildServerClient();
 
     const ViewModelServices& services_;
     State state_ = State::unknown;
