@@ -8,17 +8,11 @@
 #include <string_view>
 
 #include "AudioServerError.h"
+#include "TarnPlatform/base/Destroy.h"
 
 namespace tarn {
 namespace {
 
-template <auto destroy>
-struct Destroy {
-    template <typename T>
-    void operator()(T* object) const {
-        destroy(object);
-    }
-};
 using Loop = std::unique_ptr<pw_loop, Destroy<pw_loop_destroy>>;
 using Context = std::unique_ptr<pw_context, Destroy<pw_context_destroy>>;
 using Core = std::unique_ptr<pw_core, Destroy<pw_core_disconnect>>;

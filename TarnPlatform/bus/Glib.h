@@ -6,24 +6,17 @@
 #include <memory>
 #include <string>
 
+#include "TarnPlatform/base/Destroy.h"
+
 namespace tarn {
 
-struct ObjectUnref {
-    void operator()(gpointer object) const { g_object_unref(object); }
-};
 /// A reference of one's own to an object of GLib.
 template <typename T>
-using Owned = std::unique_ptr<T, ObjectUnref>;
+using Owned = std::unique_ptr<T, Destroy<g_object_unref>>;
 
-struct VariantUnref {
-    void operator()(GVariant* variant) const { g_variant_unref(variant); }
-};
-using Variant = std::unique_ptr<GVariant, VariantUnref>;
+using Variant = std::unique_ptr<GVariant, Destroy<g_variant_unref>>;
 
-struct TextFree {
-    void operator()(char* text) const { g_free(text); }
-};
-using Text = std::unique_ptr<char, TextFree>;
+using Text = std::unique_ptr<char, Destroy<g_free>>;
 
 /// Has `work` called by the thread that runs `context`, after what was asked for before. Thread: any.
 void callOn(GMainContext* context, std::function<void()> work);

@@ -4,16 +4,11 @@
 
 #include <memory>
 
+#include "TarnPlatform/base/Destroy.h"
+
 namespace tarn {
 namespace {
 
-template <auto destroy>
-struct Destroy {
-    template <typename T>
-    void operator()(T* object) const {
-        destroy(object);
-    }
-};
 using Config = std::unique_ptr<FcConfig, Destroy<FcConfigDestroy>>;
 using Characters = std::unique_ptr<FcCharSet, Destroy<FcCharSetDestroy>>;
 using Pattern = std::unique_ptr<FcPattern, Destroy<FcPatternDestroy>>;
