@@ -5,9 +5,9 @@
 
 namespace tarn {
 
-/// Where the user's own files are, by the XDG Base Directory Specification: a folder that the environment
-/// names, or else the usual one under the home folder. A relative path counts as unset, as that specification
-/// asks. The environment is read at each call. Thread: any, while nobody changes the environment.
+/// Where the user's own files are, in the XDG base directories: a folder that the environment names, or else
+/// the usual one under the home folder. A relative path counts as unset, as XDG has it. The environment is
+/// read at each call. Thread: any, while nobody changes the environment.
 struct UserFolders {
     /// The name of this program's own folder in each of them, and of its lines in the system's log.
     static constexpr const char* ownName = "tarn";

@@ -12,7 +12,7 @@
 namespace tarn {
 namespace {
 
-/// An argument of an Exec line. By the Desktop Entry Specification it is quoted, with a backslash before the
+/// An argument of an Exec line as desktop entries have it: it is quoted, with a backslash before the
 /// characters that a shell would interpret; then the whole value is escaped as any other, which doubles each
 /// backslash; and a percent sign, which starts a field code, is doubled.
 std::string execArgument(const std::string& path) {

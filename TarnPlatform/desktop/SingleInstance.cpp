@@ -32,8 +32,8 @@ GDBusInterfaceInfo* applicationInterface() {
     return node->interfaces[0];
 }
 
-/// By the Desktop Entry Specification: dots become slashes, and a hyphen, which a path may not have, an
-/// underscore.
+/// Whoever activates a desktop entry over D-Bus makes the path so: dots become slashes, and a hyphen, which a
+/// path may not have, an underscore.
 std::string objectPath(const std::string& applicationID) {
     std::string path = "/" + applicationID;
     std::ranges::replace(path, '.', '/');
