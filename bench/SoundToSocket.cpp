@@ -57,7 +57,7 @@ Task<std::vector<Handover>> feed(std::shared_ptr<tarn::QwenClient> client, boost
         while (produced >= (handovers.size() + 1) * tarn::qwenChunkBytes) {
             handovers.push_back({now, i});
         }
-        co_await client->sendAudio(std::move(*bytes));
+        client->queueAudio(std::move(*bytes));
     }
     co_return handovers;
 }
