@@ -2,30 +2,15 @@
 // that run: gallery FOLDER [contrast] [high-contrast] [brief]. In both languages, light and dark. "contrast"
 // measures the text on the panel over white and over black instead, and subtitles without it, from pictures
 // too; "high-contrast" is what a desktop may ask for; "brief" takes only what scales of the screen could
-// spoil, in English and dark. Windows that leave the screen and warnings of QML
-// are told of, and are the exit status.
-#include <QElapsedTimer>
-#include <QGuiApplication>
-#include <QImage>
-#include <QPixmap>
-#include <QQmlComponent>
-#include <QQuickItem>
-#include <QScreen>
+// spoil, in English and dark. Windows that leave the screen and warnings of QML are printed, and make the
+// exit status 1.
 #include <QTest>
-#include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <functional>
-#include <memory>
-#include <numeric>
-#include <vector>
 
+#include "Contrast.h"
 #include "TarnApp/shell/Fonts.h"
-#include "TarnApp/shell/TarnApp.h"
 #include "TarnApp/views/model/ViewTypes.h"
-#include "TarnApp/views/style/Appearance.h"
-#include "TarnPlatform/windows/FramePlacement.h"
-#include "support/views/ViewWorld.h"
 
 namespace tarn::test {
 namespace {
@@ -40,95 +25,11 @@ void countAndPrint(QtMsgType type, const QMessageLogContext& context, const QStr
     printMessage(type, context, text);
 }
 
-constexpr QRect usualFrame(340, 300, 640, 220);
 constexpr QRect wideFrame(20, 260, 1440, 240);
 
-struct Style {
-    QString language;
-    bool dark = false;
-    bool highContrast = false;
-    QString name() const {
-        return language + (dark ? "-dark" : "-light") + (highContrast ? "-high-contrast" : "");
-    }
-};
-
-QColor background(const QString& kind) {
-    return kind == "white"   ? QColor(Qt::white)
-           : kind == "black" ? QColor(Qt::black)
-                             : QColor(0x5a, 0x77, 0x8c);
-}
-
-/// What lies behind the window: one colour, or a picture with light and dark places.
-class Backdrop : public QQuickWindow {
+class Gallery : public Stage {
 public:
-    explicit Backdrop(QQmlEngine& engine) {
-        // Not the window manager's, which would put what fills the screen above everything.
-        setFlags(Qt::Window | Qt::BypassWindowManagerHint | Qt::WindowDoesNotAcceptFocus);
-        setGeometry(screen()->geometry());
-        QQmlComponent picture(&engine);
-        picture.setData(R"(
-            import QtQuick
-            Rectangle {
-                gradient: Gradient {
-                    GradientStop { position: 0; color: "#d7e6f2" }
-                    GradientStop { position: 0.55; color: "#f2ede4" }
-                    GradientStop { position: 0.56; color: "#5d7a52" }
-                    GradientStop { position: 1; color: "#2d4429" }
-                }
-                Repeater {
-                    model: 14
-                    Rectangle {
-                        required property int index
-                        x: parent.width * ((index * 37) % 100) / 100
-                        y: parent.height * (0.25 + 0.5 * ((index * 53) % 100) / 100)
-                        width: 40 + (index * 71) % 160
-                        height: width * 0.8
-                        radius: width / 2
-                        color: ["#c0392b", "#f4d35e", "#1d3557", "#ffffff", "#0d0d0d"][index % 5]
-                        opacity: 0.75
-                    }
-                }
-            })",
-                        {});
-        picture_.reset(qobject_cast<QQuickItem*>(picture.create()));
-        picture_->setParentItem(contentItem());
-        picture_->setSize(size());
-        show("picture");
-        QQuickWindow::show();
-        lower();
-    }
-    void show(const QString& kind) {
-        setColor(background(kind));
-        picture_->setVisible(kind == "picture");
-    }
-
-private:
-    std::unique_ptr<QQuickItem> picture_;
-};
-
-class Gallery {
-public:
-    Gallery(QString folder, Style style) : folder_(std::move(folder)), style_(std::move(style)) {
-        engine_.addImportPath("qrc:/qt/qml");
-        world_.renew(true);
-        auto& defaults = *world_.vm()->services().defaults;
-        defaults.set("onboarding.done", true);
-        world_.setLanguage(style_.language);
-        auto services = world_.vm()->services();
-        app_ = std::make_unique<TarnApp>(services, bus_, loader_);
-        world_.useModel(app_->viewModel());
-        app_->open();
-        Appearance::shared().setDark(style_.dark);
-        Appearance::shared().setHighContrast(style_.highContrast);
-        window().setGeometry(onScreen(usualFrame));
-        backdrop_ = std::make_unique<Backdrop>(engine_);
-        window().raise();
-        pump(600);
-    }
-    ~Gallery() {
-        backdrop_.reset();
-        app_.reset();
-    }
+    Gallery(QString folder, Style style) : Stage(std::move(style)), folder_(std::move(folder)) {}
 
     void takeAll() {
         picture("solo-idle");
@@ -170,106 +71,7 @@ public:
     }
     int windowsOffScreen() const { return windowsOffScreen_; }
 
-    void measureContrast() {
-        world_.setLanguage("en");
-        vm().startAll();
-        speak(0, "Source", "Translation");
-        for (const char* const kind : {"white", "black"}) {
-            backdrop_->show(kind);
-            pump(600);
-            const QImage screen = grab();
-            // The panel where nothing is on it: in the middle, near its lower edge.
-            const QRect frame = window().geometry();
-            const auto scale = window().screen()->devicePixelRatio();
-            const QColor panel =
-                screen.pixelColor((QPointF(frame.center().x(), frame.bottom() - 12) * scale).toPoint());
-            std::printf("%-5s over %-5s panel %s:", style_.dark ? "dark" : "light", kind,
-                        panel.name().toUtf8().data());
-            for (const char* const role :
-                 {"primaryText", "secondaryText", "red", "orange", "success", "accent"}) {
-                std::printf("  %s %.2f", role, contrast(themeColor(role), panel));
-            }
-            std::printf("\n");
-        }
-    }
-
-    /// Letters and markers of mini mode against what is within three points of them, over what may lie
-    /// behind.
-    void measureSubtitles() {
-        vm().setMiniMode(true);
-        measureSubtitles("placeholder");
-        vm().startAll();
-        speak(0, "Good morning, everybody. Shall we begin?", "早上好，各位。我们开始好吗？");
-        measureSubtitles("text");
-        vm().stopAll();
-        vm().setMiniMode(false);
-    }
-
 private:
-    void measureSubtitles(const char* what) {
-        for (const char* const kind : {"white", "black", "picture"}) {
-            backdrop_->show(kind);
-            for (const char* const name : {"source", "translation"}) {
-                QQuickItem* const line = itemNamed(name);
-                QQuickItem* const subtitle = line->property("subtitle").value<QQuickItem*>();
-                measureSetOff(QString("%1 of %2").arg(what, name), kind, *line,
-                              subtitle->property("edit").value<QQuickItem*>());
-                measureSetOff(QString("marker of %1").arg(name), kind, *line,
-                              line->findChild<QQuickItem*>("marker"));
-            }
-        }
-    }
-    /// `letters` are found by what changes with their colour.
-    void measureSetOff(const QString& what, const char* kind, const QQuickItem& line, QQuickItem* letters) {
-        const QVariant color = letters->property("color");
-        pump(600);
-        const QImage shown = grab();
-        letters->setProperty("color", QColor(Qt::black));
-        pump(600);
-        const QImage black = grab();
-        letters->setProperty("color", color);
-        const qreal scale = window().screen()->devicePixelRatio();
-        const QRect part = QRectF(line.mapToGlobal({-8, -8}) * scale, (line.size() + QSizeF(16, 16)) * scale)
-                               .toRect()
-                               .intersected(shown.rect());
-        const auto change = [&](int x, int y) { return qRed(shown.pixel(x, y)) - qRed(black.pixel(x, y)); };
-        const auto far = static_cast<int>(std::lround(3 * scale));
-        int most = 0;
-        for (int y = part.top(); y < part.bottom(); ++y) {
-            for (int x = part.left(); x < part.right(); ++x) {
-                most = std::max(most, change(x, y));
-            }
-        }
-        double light = 0;
-        int count = 0;
-        std::vector<double> around;
-        for (int y = part.top() + far; y < part.bottom() - far; ++y) {
-            for (int x = part.left() + far; x < part.right() - far; ++x) {
-                if (change(x, y) * 10 > most * 9) {
-                    light += luminance(shown.pixelColor(x, y));
-                    ++count;
-                } else if (change(x, y) == 0) {
-                    bool isNear = false;
-                    for (int dy = -far; dy <= far; ++dy) {
-                        for (int dx = -far; dx <= far; ++dx) {
-                            isNear = isNear || change(x + dx, y + dy) * 10 > most * 9;
-                        }
-                    }
-                    if (isNear) {
-                        around.push_back(luminance(shown.pixelColor(x, y)));
-                    }
-                }
-            }
-        }
-        std::ranges::sort(around);
-        const double mean = std::accumulate(around.begin(), around.end(), 0.0) /
-                            std::max(static_cast<double>(around.size()), 1.0);
-        const double lightest = around.empty() ? 1 : around[around.size() * 95 / 100];
-        std::printf("%-26s over %-7s: %.1f to 1; against the lightest 5 %% around %.1f (%d pixels)\n",
-                    what.toUtf8().data(), kind, (light / count + 0.05) / (mean + 0.05),
-                    (light / count + 0.05) / (lightest + 0.05), count);
-    }
-
     void running() {
         vm().setTier2Expanded(true);
         window().setGeometry(QRect(340, 300, 640, 300));
@@ -467,12 +269,6 @@ private:
         const auto* const content = window().property("content").value<QObject*>();
         QMetaObject::invokeMethod(content->property("contentState").value<QObject*>(), "pointerLeft");
     }
-    void speak(int index, const QString& source, const QString& translation) {
-        pump(20);
-        world_.hear(index, source);
-        world_.translate(index, translation);
-    }
-
     void picture(const QString& name) {
         pump(600);
         QImage image = grab();
@@ -496,75 +292,7 @@ private:
         image.save(folder_ + "/" + name + "-" + style_.name() + ".png");
     }
 
-    QRect onScreen(const QRect& frame) const {
-        const QRect screen = window().screen()->availableGeometry();
-        return FramePlacement::onScreens(frame, {&screen, 1}, window().minimumSize());
-    }
-
-    QImage grab() const { return window().screen()->grabWindow(0).toImage(); }
-
-    void pump(int milliseconds) {
-        QElapsedTimer time;
-        time.start();
-        do {
-            world_.settle();
-            QTest::qWait(10);
-        } while (time.elapsed() < milliseconds);
-    }
-
-    QColor themeColor(const char* role) {
-        QQmlComponent component(&engine_);
-        component.setData(
-            QByteArray("import QtQuick\nimport Tarn.Style\nQtObject { property color shown: Theme.") + role +
-                " }",
-            {});
-        const std::unique_ptr<QObject> holder(component.create());
-        return holder->property("shown").value<QColor>();
-    }
-    static double luminance(const QColor& color) {
-        const auto linear = [](double part) {
-            return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4);
-        };
-        return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) +
-               0.0722 * linear(color.blueF());
-    }
-    static double contrast(const QColor& one, const QColor& other) {
-        const double a = luminance(one);
-        const double b = luminance(other);
-        return (std::max(a, b) + 0.05) / (std::min(a, b) + 0.05);
-    }
-
-    static QList<QQuickItem*> itemsOf(const QQuickWindow& window) {
-        QList<QQuickItem*> all{window.contentItem()};
-        for (qsizetype i = 0; i < all.size(); ++i) {
-            all.append(all[i]->childItems());
-        }
-        return all;
-    }
-    QQuickItem* itemNamed(const char* name) const {
-        const auto all = itemsOf(window());
-        const auto found = std::ranges::find(all, QString(name), &QObject::objectName);
-        return found == all.end() ? nullptr : *found;
-    }
-    static QQuickWindow* windowNamed(const char* name) {
-        for (QWindow* const window : QGuiApplication::topLevelWindows()) {
-            if (window->objectName() == name) {
-                return qobject_cast<QQuickWindow*>(window);
-            }
-        }
-        return nullptr;
-    }
-    QQuickWindow& window() const { return *app_->mainWindow(); }
-    TranslateViewModel& vm() const { return *app_->viewModel(); }
-
     const QString folder_;
-    const Style style_;
-    ViewWorld world_;
-    MainWindowLoader loader_;
-    BusThread bus_;
-    std::unique_ptr<TarnApp> app_;
-    QQmlEngine engine_;
-    std::unique_ptr<Backdrop> backdrop_;
     int windowsOffScreen_ = 0;
 };
 
@@ -590,11 +318,15 @@ int main(int argc, char** argv) {
             if ((language != "en" && (measures || isBrief)) || (isBrief && !dark)) {
                 continue;
             }
-            tarn::test::Gallery gallery(words[1], {language, dark, words.contains("high-contrast")});
+            const tarn::test::Style style{language, dark, words.contains("high-contrast")};
             if (measures) {
-                gallery.measureSubtitles();
-                gallery.measureContrast();
-            } else if (isBrief) {
+                tarn::test::Contrast contrast(style);
+                contrast.measureSubtitles();
+                contrast.measurePanel();
+                continue;
+            }
+            tarn::test::Gallery gallery(words[1], style);
+            if (isBrief) {
                 gallery.takeBrief();
             } else {
                 gallery.takeAll();
