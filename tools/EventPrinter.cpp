@@ -124,6 +124,7 @@ public:
                        [this, source](const translate::Gap& gap) {
                            line(source, {{"event", "gap"}, {"seconds", gap.seconds}});
                        },
+                       [](const translate::Progress&) {},
                        [this, source](const translate::Unauthorized&) {
                            line(source,
                                 {{"event", "error"}, {"message", "the server refused the access token"}});

@@ -13,6 +13,9 @@ constexpr std::chrono::milliseconds longestSilence{3000};
 }  // namespace
 
 void RunProgress::note(const TarnTranslateEvent& event, TimePoint now) {
+    if (std::holds_alternative<translate::Progress>(event)) {
+        return;
+    }
     lastEvent_ = now;
     if (const auto* const source = std::get_if<translate::SourceText>(&event)) {
         sourceOpen_ = !source->done;

@@ -79,6 +79,7 @@ Task<ServerResult<std::shared_ptr<TarnTranslateStream>>> RealTarnTranslateStream
     const EventQueue<ConnectionHealth> health;
     client->onHealth = [health](ConnectionHealth now) { health.push(std::move(now)); };
     client->roomForEvents = [events] { return events.room(); };
+    client->setOnProgress([events](StreamProgress progress) { events.push(std::move(progress)); });
     client->onGap = [events](double seconds) { events.push(translate::Gap{seconds}); };
     const auto connected = co_await client->connect();
     if (!connected) {

@@ -5,6 +5,8 @@
 #include <variant>
 #include <vector>
 
+#include "TarnCore/realtime/StreamProgress.h"
+
 namespace tarn {
 
 /// What a translate stream tells its owner, in the order in which it happened.
@@ -42,6 +44,9 @@ struct Gap {
     bool operator==(const Gap&) const = default;
 };
 
+/// How far the service is with the utterances.
+using Progress = StreamProgress;
+
 /// The server refused the access token; the stream stays open until it is closed.
 struct Unauthorized {
     bool operator==(const Unauthorized&) const = default;
@@ -54,8 +59,8 @@ struct Closed {
 
 }  // namespace translate
 
-using TarnTranslateEvent =
-    std::variant<translate::SourceText, translate::TranslatedText, translate::TranslatedAudio,
-                 translate::Error, translate::Gap, translate::Unauthorized, translate::Closed>;
+using TarnTranslateEvent = std::variant<translate::SourceText, translate::TranslatedText,
+                                        translate::TranslatedAudio, translate::Error, translate::Gap,
+                                        translate::Progress, translate::Unauthorized, translate::Closed>;
 
 }  // namespace tarn

@@ -56,6 +56,10 @@ public:
     /// Seconds of sound that were given and are not sent. Set before `connect`. Thread: the client's strand.
     std::function<void(double seconds)> onGap;
 
+    /// How far the service is, in order with the other callbacks. Call before `connect`. Thread: the client's
+    /// strand.
+    void setOnProgress(ProgressCallback onProgress) { handler_.onProgress = std::move(onProgress); }
+
     /// URL of the direct route on the configured service host; made on first use.
     static const Url& directEndpoint();
 

@@ -53,6 +53,33 @@ const json::object* objectField(const json::object& object, std::string_view key
     return value == nullptr ? nullptr : value->if_object();
 }
 
+/// What an event tells of the service's progress, if anything.
+std::optional<StreamProgress> progressOf(std::string_view type, const json::object& event) {
+    using enum StreamProgress::Kind;
+    if (type == events::speechStarted || type == events::speechStopped) {
+        const bool isStart = type == events::speechStarted;
+        StreamProgress progress{isStart ? speechStarted : speechStopped, stringOr(event, "item_id", "")};
+        const auto* const time = event.if_contains(isStart ? "audio_start_ms" : "audio_end_ms");
+        if (time != nullptr) {
+            boost::system::error_code notANumber;
+            const auto milliseconds = time->to_number<std::int64_t>(notANumber);
+            if (!notANumber) {
+                progress.milliseconds = milliseconds;
+            }
+        }
+        return progress;
+    }
+    if (type == events::audioDone) {
+        return StreamProgress{voiceDone, stringOr(event, "response_id", "")};
+    }
+    if (type == events::responseCreated || type == events::responseDone) {
+        const auto* const response = objectField(event, "response");
+        return StreamProgress{type == events::responseCreated ? responseBegun : responseDone,
+                              response == nullptr ? "" : stringOr(*response, "id", "")};
+    }
+    return std::nullopt;
+}
+
 /// Takes one from a budget that is not used up.
 bool spend(std::atomic<int>& budget) {
     int left = budget.load(std::memory_order_relaxed);
@@ -127,7 +154,9 @@ ServerEventHandler::Verdict ServerEventHandler::handle(std::string_view text) {
                       stringOr(*event, "transcript", stringField(*event, "text").value_or(srcBuf_)), true);
         srcBuf_.clear();
     } else if (std::ranges::find(progressEvents, type) != progressEvents.end()) {
-        // Nothing to do: these only tell how far the service is.
+        if (auto progress = onProgress ? progressOf(type, *event) : std::nullopt) {
+            onProgress(std::move(*progress));
+        }
     } else if (type == events::error) {
         complaint_ = printable(firstCharacters(complaintOf(*event), longestLine));
         logLine("[qwen] server error " + complaint_);

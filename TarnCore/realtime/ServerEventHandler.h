@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "StreamProgress.h"
+
 namespace tarn {
 
 /// What a transcript is of: what was heard, or what it was translated into.
@@ -26,7 +28,8 @@ struct TarnServerEvent {
 
 using AudioCallback = std::function<void(std::vector<std::byte> pcm)>;  ///< s16le, 24 kHz, mono
 using TranscriptCallback = std::function<void(TranscriptKind kind, std::string text, bool isFinal)>;
-using TarnEventCallback = std::function<void(TarnServerEvent event)>;  ///< may be empty
+using TarnEventCallback = std::function<void(TarnServerEvent event)>;   ///< may be empty
+using ProgressCallback = std::function<void(StreamProgress progress)>;  ///< may be empty
 
 /// How many more of the optional debug lines may be written; 0: none. Shared by every connection of the
 /// process. These lines hold what was said, so nothing raises them unless a developer does.
@@ -45,6 +48,9 @@ public:
     };
 
     ServerEventHandler(AudioCallback onAudio, TranscriptCallback onTranscript, TarnEventCallback onTarnEvent);
+
+    /// Set before the first event.
+    ProgressCallback onProgress;
 
     /// `text`: one message. What is not a JSON object (nested at most 32 deep) is passed over in silence.
     Verdict handle(std::string_view text);

@@ -37,6 +37,11 @@ Heard play(const std::vector<std::string>& messages) {
             heard.calls.push_back(event.kind == TarnServerEvent::Kind::error ? "error " + event.message
                                                                              : "unauthorized");
         });
+    handler.onProgress = [&](const StreamProgress& progress) {
+        heard.calls.push_back("progress " + std::to_string(static_cast<int>(progress.kind)) + " " +
+                              progress.id +
+                              (progress.milliseconds ? " " + std::to_string(*progress.milliseconds) : ""));
+    };
     for (const auto& message : messages) {
         heard.verdicts.push_back(handler.handle(message));
     }
@@ -57,6 +62,14 @@ const std::vector<EventCase> eventCases = {
       R"({"type":"response.audio.delta","delta":" AAEC"})",
       R"({"type":"response.audio.delta","delta":"A=AA"})"},
      {}},
+    {"progressTellsWhereSpeechIsAsFarAsItCanBeRead",
+     {R"({"type":"input_audio_buffer.speech_started","item_id":"a","audio_start_ms":40})",
+      R"({"type":"input_audio_buffer.speech_stopped","item_id":7,"audio_end_ms":-5.0})",
+      R"({"type":"input_audio_buffer.speech_stopped","audio_end_ms":1e300})",
+      R"({"type":"response.created","response":{"id":"r"}})",
+      R"({"type":"response.audio.done","response_id":"r"})", R"({"type":"response.done","response":null})",
+      R"({"type":"input_audio_buffer.committed","item_id":"a"})"},
+     {"progress 0 a 40", "progress 1  -5", "progress 1 ", "progress 2 r", "progress 3 r", "progress 4 "}},
     {"textAndStashAreTheWholeHypothesis",
      {translation(R"("text":"Hel","stash":"lo")"), translation(R"("text":"","stash":"Bye")")},
      {"translation Hello…", "translation Bye…"}},
