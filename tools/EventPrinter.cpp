@@ -38,6 +38,21 @@ std::string kebab(std::string_view name) {
     return text;
 }
 
+/// A connection that is tried again is lost too, as long as it takes.
+std::string nameInLines(SessionFault fault) {
+    return kebab(nameOf(fault == SessionFault::connectionResuming ? SessionFault::connectionLost : fault));
+}
+
+/// How far the translation is behind what is spoken, in seconds.
+int secondsBehind(const SessionFaults& faults) {
+    for (const SessionFault fault : {SessionFault::connectionSlow, SessionFault::catchingUp}) {
+        if (const auto found = faults.find(fault); found != faults.end()) {
+            return std::stoi(found->second);
+        }
+    }
+    return 0;
+}
+
 /// Whether a fault is written as a line. Gaps are events of their own, and the others end the run.
 bool isSaid(SessionFault fault) {
     return fault != SessionFault::soundLeftOut && fault != SessionFault::connectionLost &&
@@ -89,14 +104,12 @@ public:
         json::array names;
         for (const auto& [fault, value] : faults) {
             if (fault != SessionFault::soundLeftOut) {  // a gap is an event
-                names.emplace_back(kebab(nameOf(fault)));
+                names.emplace_back(nameInLines(fault));
             }
         }
-        const auto behind = faults.find(SessionFault::connectionSlow);
         const auto refusal = faults.find(SessionFault::serviceRefuses);
-        json::object fields{{"event", "health"},
-                            {"faults", std::move(names)},
-                            {"behind_s", behind == faults.end() ? 0 : std::stoi(behind->second)}};
+        json::object fields{
+            {"event", "health"}, {"faults", std::move(names)}, {"behind_s", secondsBehind(faults)}};
         if (refusal != faults.end()) {
             fields["message"] = refusal->second;
         }

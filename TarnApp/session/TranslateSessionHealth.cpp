@@ -1,4 +1,5 @@
 // What keeps a run that goes on from being heard or translated: who notices it, and when it is shown.
+#include <algorithm>
 #include <boost/asio/post.hpp>
 #include <chrono>
 #include <cmath>
@@ -34,6 +35,10 @@ void TranslateSession::takeConnection(const ConnectionHealth& now) {
     markFault(SessionFault::connectionStalled, now.state == stalled);
     markFault(SessionFault::connectionSlow, now.state == slow,
               std::to_string(std::lround(now.behindSeconds)));
+    markFault(SessionFault::connectionResuming, now.state == resuming);
+    markFault(SessionFault::catchingUp, now.state == catchingUp,
+              std::to_string(std::max(1L, std::lround(now.behindSeconds))));
+    markFault(SessionFault::standIn, now.standIn);
     const bool isRefused = now.state == lost && now.refusedByService;
     markFault(SessionFault::serviceRefuses, isRefused,
               printable(firstCharacters(now.reason, mostOfAComplaint)));

@@ -181,6 +181,14 @@ TEST_F(SessionFaultsTest, SaysWhatIsWrongWithARunThatGoesOn) {
               "The service refuses: [quota] Out of credit");
     EXPECT_EQ(health(), "serviceRefuses");
     EXPECT_EQ(say({State::answering}, SessionFault::serviceRefuses), "nothing");
+    EXPECT_EQ(say({State::resuming, "gone"}, SessionFault::connectionResuming),
+              "Connection lost: trying again");
+    EXPECT_EQ(say({State::catchingUp, "", false, 12.4}, SessionFault::catchingUp),
+              "Catching up: 12 s behind");
+    EXPECT_EQ(say({State::answering, "", false, 0, true}, SessionFault::standIn),
+              "Translated on this machine");
+    EXPECT_EQ(health(), "standIn");
+    EXPECT_EQ(say({State::answering}, SessionFault::standIn), "nothing");
     tell(translate::Gap{1.2});
     tell(translate::Gap{2.4});
     EXPECT_EQ(health(), "soundLeftOut");
