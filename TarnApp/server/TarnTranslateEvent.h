@@ -38,9 +38,10 @@ struct Error {
     bool operator==(const Error&) const = default;
 };
 
-/// Sound that was given and never sent, since the network is too slow for it.
+/// Sound that was given and is not translated, since the network is too slow for it.
 struct Gap {
     double seconds = 0;
+    bool isOfOutage = false;  ///< there was no connection for longer than sound is kept
     bool operator==(const Gap&) const = default;
 };
 

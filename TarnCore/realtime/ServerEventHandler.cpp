@@ -150,6 +150,9 @@ ServerEventHandler::Verdict ServerEventHandler::handle(std::string_view text) {
             logLine("[qwen.dump] " + std::string(type) + ": " + std::string(text));
         }
     } else if (type == events::sourceCompleted || type == events::sourceDone) {
+        if (onProgress) {
+            onProgress({StreamProgress::Kind::sourceDone, stringOr(*event, "item_id", "")});
+        }
         onTranscript_(TranscriptKind::source,
                       stringOr(*event, "transcript", stringField(*event, "text").value_or(srcBuf_)), true);
         srcBuf_.clear();

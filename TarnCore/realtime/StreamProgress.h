@@ -11,6 +11,7 @@ struct StreamProgress {
     enum class Kind : std::uint8_t {
         speechStarted,
         speechStopped,  ///< an utterance has ended; its final texts may still come
+        sourceDone,     ///< its final transcript comes next
         responseBegun,  ///< a translation begins
         voiceDone,      ///< all of a translation's voice has come
         responseDone,   ///< nothing more comes of a translation

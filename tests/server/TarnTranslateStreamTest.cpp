@@ -32,7 +32,10 @@ protected:
     }
     /// The next event, written out; "end" once there is none.
     std::string next(const TarnTranslateStream& stream) {
-        const auto event = run(stream.events().next());
+        auto event = run(stream.events().next());
+        while (event && std::holds_alternative<translate::Progress>(*event)) {
+            event = run(stream.events().next());
+        }
         return event ? std::visit(Shown{}, *event) : "end";
     }
 
@@ -48,6 +51,7 @@ protected:
         }
         std::string operator()(const translate::Error& e) const { return "error " + e.message; }
         std::string operator()(const translate::Gap& e) const { return "gap " + std::to_string(e.seconds); }
+        std::string operator()(const translate::Progress&) const { return "progress"; }
         std::string operator()(const translate::Unauthorized&) const { return "unauthorized"; }
         std::string operator()(const translate::Closed&) const { return "closed"; }
     };
