@@ -13,7 +13,7 @@
 
 namespace tarn {
 
-/// The connection to the session bus, as the parts on a `BusThread` see it. That thread has its main context
+/// The connection to a bus, as the parts on a `BusThread` see it. That thread has its main context
 /// as its default, so that signals and incoming calls arrive on it. Thread: that one.
 class BusConnection {
 public:
@@ -21,7 +21,7 @@ public:
     using Lifeline = std::shared_ptr<const void>;
     static Lifeline newLifeline() { return std::make_shared<char>(); }
 
-    /// `address`: of the session bus; nothing where there is none.
+    /// `address`: of the bus; nothing where there is none.
     explicit BusConnection(std::optional<std::string> address) : address_(std::move(address)) {}
     ~BusConnection() { g_main_context_unref(context_); }
     BusConnection(const BusConnection&) = delete;

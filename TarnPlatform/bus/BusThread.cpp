@@ -9,8 +9,8 @@
 namespace tarn {
 
 // The address is read here, because the environment may still change while the thread starts.
-BusThread::BusThread()
-    : bus_(std::make_unique<BusConnection>(sessionBusAddress())),
+BusThread::BusThread(Bus bus)
+    : bus_(std::make_unique<BusConnection>(bus == Bus::session ? sessionBusAddress() : systemBusAddress())),
       thread_([bus = bus_.get()] { bus->runThread(); }) {}
 
 BusThread::~BusThread() {

@@ -25,6 +25,11 @@ std::optional<std::string> sessionBusAddress() {
     return std::string("unix:path=") + escaped.get();
 }
 
+std::string systemBusAddress() {
+    const char* const named = std::getenv("DBUS_SYSTEM_BUS_ADDRESS");
+    return named != nullptr && *named != '\0' ? named : "unix:path=/run/dbus/system_bus_socket";
+}
+
 GDBusConnectionFlags ownConnectionFlags() {
     // A C flag set. NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange)
     return static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |

@@ -12,6 +12,9 @@ namespace tarn {
 /// Where the user's session bus is, or nothing: GLib's own search would start a bus that nobody else is on.
 std::optional<std::string> sessionBusAddress();
 
+/// Where the bus is that all users of the machine share, whether or not it runs.
+std::string systemBusAddress();
+
 /// How a connection of one's own is made: GLib does not share it, and its end does not end the process.
 GDBusConnectionFlags ownConnectionFlags();
 
