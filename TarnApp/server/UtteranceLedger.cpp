@@ -114,9 +114,8 @@ void UtteranceLedger::takeResponse(StreamProgress::Kind kind) {
         isResponseOpen_ = true;
     } else if (kind == StreamProgress::Kind::responseDone && std::exchange(isResponseOpen_, false)) {
         // The service has given up on this utterance.
-        const auto failed = std::ranges::find_if(open_, [](const Utterance& candidate) {
-            return candidate.hasSource && !candidate.isTranslated;
-        });
+        const auto failed = std::ranges::find_if(
+            open_, [](const Utterance& candidate) { return candidate.hasSource && !candidate.isTranslated; });
         if (failed != open_.end()) {
             failed->isTranslated = true;
             settleFront();
@@ -179,9 +178,8 @@ UtteranceLedger::Utterance& UtteranceLedger::withFinalTranslation(std::uint64_t 
     if (found == open_.end()) {
         found = std::ranges::find_if(open_, awaits);
     }
-    Utterance& utterance = found != open_.end()
-                               ? *found
-                               : open_.emplace_back(Utterance{.end = hasStopped_ ? lastEnd_ : sent});
+    Utterance& utterance =
+        found != open_.end() ? *found : open_.emplace_back(Utterance{.end = hasStopped_ ? lastEnd_ : sent});
     utterance.isTranslated = true;
     return utterance;
 }
@@ -206,8 +204,8 @@ std::optional<TarnTranslateEvent> UtteranceLedger::takeText(Kind kind, Text text
     }
     const Utterance utterance = withFinal(kind, sent);
     const bool repeated = isRepeated(kind, utterance);
+    told_.push_back({kind, *utterance.end, utterance.isExact});
     if (!repeated) {
-        told_.push_back({kind, *utterance.end, utterance.isExact});
         lastFinal_[kind] = text.text;
     }
     shown_[kind].clear();

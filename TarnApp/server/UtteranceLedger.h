@@ -89,14 +89,14 @@ private:
     std::uint64_t settled_ = 0;
     std::uint64_t lastEnd_ = 0;  ///< the latest end that this connection has told
     bool hasMarks_ = false;
-    bool hasStopped_ = false;  ///< this connection has told of an utterance's end
-    std::string nextSource_;   ///< the utterance whose final transcript comes next
-    std::deque<Told> told_;    ///< by this connection
-    std::deque<Told> again_;   ///< by those before; to be passed over when it comes
-    std::array<std::string, 2> shown_;      ///< the unfinished texts that the owner has
+    bool hasStopped_ = false;                ///< this connection has told of an utterance's end
+    std::string nextSource_;                 ///< the utterance whose final transcript comes next
+    std::deque<Told> told_;                  ///< by this connection
+    std::deque<Told> again_;                 ///< by those before; to be passed over when it comes
+    std::array<std::string, 2> shown_;       ///< the unfinished texts that the owner has
     std::array<std::size_t, 2> replaced_{};  ///< length of those that a connection before has left
     std::array<std::string, 2> lastFinal_;
-    bool isResponseOpen_ = false;  ///< a response has begun, and its final translation has not come
+    bool isResponseOpen_ = false;      ///< a response has begun, and its final translation has not come
     bool isTranslationFinal_ = false;  ///< the voice that comes is that of a final translation
     std::uint64_t voiceTold_ = 0;      ///< bytes of the unfinished translation's voice, by all connections
     std::uint64_t voiceSeen_ = 0;      ///< the same, by this one
