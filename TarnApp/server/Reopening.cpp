@@ -90,7 +90,8 @@ Task<void> Reopening::pause(Clock::Duration delay) {
     triedAt_ = parts_.clock->now();
 }
 
-Task<void> Reopening::carry(ResumeParts::Open open, std::shared_ptr<Attempt> attempt, SerialExecutor executor) {
+Task<void> Reopening::carry(ResumeParts::Open open, std::shared_ptr<Attempt> attempt,
+                            SerialExecutor executor) {
     auto opening = open();
     auto result = co_await std::move(opening);
     asio::post(executor, [attempt, result = std::move(result)]() mutable {

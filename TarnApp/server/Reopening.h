@@ -29,8 +29,8 @@ public:
 
     Reopening(ResumeParts parts, SerialExecutor executor);
 
-    /// The next connection; nothing after `stop`, where nobody is signed in any more, or where the time for it
-    /// is over.
+    /// The next connection; nothing after `stop`, where nobody is signed in any more, or where the time for
+    /// it is over.
     Task<std::optional<Found>> next();
     /// A connection to the service itself, however long that takes; nothing as for `next`.
     Task<Stream> serviceAgain();
@@ -56,7 +56,8 @@ private:
         bool isAbandoned = false;
     };
 
-    static Task<void> carry(ResumeParts::Open open, std::shared_ptr<Attempt> attempt, SerialExecutor executor);
+    static Task<void> carry(ResumeParts::Open open, std::shared_ptr<Attempt> attempt,
+                            SerialExecutor executor);
     Task<ServerResult<Stream>> attempt(ResumeParts::Open open);
     Task<void> pause(Clock::Duration delay);
     Clock::Duration delay();

@@ -17,12 +17,12 @@ struct ResumeParts {
     using Stream = std::shared_ptr<TarnTranslateStream>;
     /// Opens one connection. Thread: `main`. Cancelling it ends the attempt.
     using Open = std::function<Task<ServerResult<Stream>>()>;
-    /// Calls `isBack`, on any thread, when the network comes back or the machine wakes, as long as what it
-    /// returns lives.
-    using Watch = std::function<std::shared_ptr<void>(std::function<void()> isBack)>;
+    /// Has `isBack` called on an executor when the network comes back or the machine wakes, as long as what
+    /// it returns lives, which is released there.
+    using Watch = std::function<std::shared_ptr<void>(SerialExecutor executor, std::function<void()> isBack)>;
 
     Open open;
-    Open openStandIn{};  ///< of what translates while the service is away; may be empty
+    Open openStandIn{};    ///< of what translates while the service is away; may be empty
     Watch watchNetwork{};  ///< may be empty
     SerialExecutor main;
     SerialExecutor network;  ///< a strand of its own is made on it
@@ -35,8 +35,9 @@ struct ResumeParts {
 /// speech, what was said since the last utterance that is finished (the newest 120 s), and then goes on live.
 /// What comes of that sound a second time is not told twice; sound that was kept no more is told as a `Gap`.
 ///
-/// It ends where the token is refused, where the service has refused four times in a row, or where `giveUpAfter`
-/// has passed: `health` then tells `lost`. What happens until then it tells as `resuming` and `catchingUp`.
+/// It ends where the token is refused, where the service has refused four times in a row, or where
+/// `giveUpAfter` has passed: `health` then tells `lost`. What happens until then it tells as `resuming` and
+/// `catchingUp`.
 ///
 /// Thread: as `TarnTranslateStream`. Destroying it without `close` drops the connection.
 class ResumingTranslateStream final : public TarnTranslateStream {
