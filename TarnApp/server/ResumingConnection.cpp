@@ -35,9 +35,9 @@ ResumingConnection::ResumingConnection(ResumeParts parts)
 
 void ResumingConnection::begin(Stream first) {
     if (parts_.watchNetwork) {
-        networkWatch_ = parts_.watchNetwork([weak = weak_from_this()] {
+        networkWatch_ = parts_.watchNetwork(strand_, [weak = weak_from_this()] {
             if (const auto self = weak.lock()) {
-                asio::post(self->strand_, [self] { self->isBack(); });
+                self->isBack();
             }
         });
     }
@@ -273,11 +273,10 @@ Task<void> ResumingConnection::catchUp(std::shared_ptr<ResumingConnection> self,
                 self->events_.push(translate::Gap{gap, true});
             }
         }
-        auto piece =
-            self->kept_.read(link->sent, static_cast<std::size_t>(KeptSound::bytesOf(pieceOfKept)));
+        auto piece = self->kept_.read(link->sent, static_cast<std::size_t>(KeptSound::bytesOf(pieceOfKept)));
         link->sent += piece.size();
-        spoken += std::chrono::duration_cast<Clock::Duration>(
-            std::chrono::duration<double>(seconds(piece.size())));
+        spoken +=
+            std::chrono::duration_cast<Clock::Duration>(std::chrono::duration<double>(seconds(piece.size())));
         self->tell();
         auto sending = link->stream->sendAudio(std::move(piece));
         co_await std::move(sending);

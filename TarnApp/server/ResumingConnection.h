@@ -26,8 +26,8 @@ public:
     static constexpr int catchUpPace = 4;
     /// A connection that has lasted for this long was a success.
     static constexpr std::chrono::seconds provenAfter{10};
-    /// Of sound in which the service has told of no speech yet, this much may hold the beginning of some: what
-    /// a client keeps unsent at most, and the time to notice.
+    /// Of sound in which the service has told of no speech yet, this much may hold the beginning of some:
+    /// what a client keeps unsent at most, and the time to notice.
     static constexpr std::chrono::seconds heardLate{12};
     /// For so long after the network has come back, a connection that does not answer is left at once.
     static constexpr std::chrono::seconds suspectFor{10};

@@ -6,7 +6,8 @@
 
 namespace tarn {
 
-ResumingTranslateStream::ResumingTranslateStream(std::shared_ptr<TarnTranslateStream> first, ResumeParts parts)
+ResumingTranslateStream::ResumingTranslateStream(std::shared_ptr<TarnTranslateStream> first,
+                                                 ResumeParts parts)
     : connection_(std::make_shared<ResumingConnection>(std::move(parts))) {
     connection_->begin(std::move(first));
 }
