@@ -105,6 +105,7 @@ std::shared_ptr<ResumingConnection::Link> ResumingConnection::connect(Reopening:
     link->stream = std::move(found.stream);
     link->isStandIn = found.isStandIn;
     link->sent = kept_.begin();
+    link->liveFrom = link->sent;
     link->isLive = kept_.begin() == kept_.end();
     ledger_.connect(link->sent);
     link_ = link;
@@ -232,7 +233,11 @@ Task<void> ResumingConnection::readHealth(std::shared_ptr<ResumingConnection> se
 }
 
 void ResumingConnection::takeHealth(Link& link, ConnectionHealth health) {
+    const bool isSilentStill = link.patience && health.state == State::stalled;
     link.health = std::move(health);
+    if (isSilentStill) {
+        return;
+    }
     link.patience.reset();
     if (link.health.state == State::lost) {
         link.isOver = true;
@@ -242,21 +247,23 @@ void ResumingConnection::takeHealth(Link& link, ConnectionHealth health) {
     if (link.health.state == State::stalled) {
         const bool isSuspect = suspectUntil_ && parts_.clock->now() < *suspectUntil_;
         const Clock::Duration wait = silentAtMost - blamedAfter;
-        link.patience =
-            parts_.clock->callAfter(strand_, isSuspect ? Clock::Duration(0) : wait, [this, &link] {
-                link.health = {.state = State::lost, .reason = "the server does not answer"};
-                link.isOver = true;
-                ring();
-            });
+        link.patience = parts_.clock->callAfter(strand_, isSuspect ? Clock::Duration(0) : wait,
+                                                [this, &link] { leaveSilent(link); });
     }
     tell();
+}
+
+void ResumingConnection::leaveSilent(Link& link) {
+    link.health = {.state = State::lost, .reason = "the server does not answer"};
+    link.isOver = true;
+    ring();
 }
 
 void ResumingConnection::isBack() {
     suspectUntil_ = parts_.clock->now() + suspectFor;
     reopening_.hurry();
     if (link_ && link_->health.state == State::stalled) {
-        takeHealth(*link_, link_->health);
+        leaveSilent(*link_);
     }
 }
 
@@ -286,6 +293,7 @@ Task<void> ResumingConnection::catchUp(std::shared_ptr<ResumingConnection> self,
         }
     }
     link->isLive = true;
+    link->liveFrom = link->sent;
     self->tell();
     self->ring();
 }
@@ -308,7 +316,9 @@ void ResumingConnection::takeSound(std::vector<std::byte> bytes) {
 void ResumingConnection::forgetSilence(const Link& link) {
     ledger_.forgetNoise(link.sent);
     const std::uint64_t late = KeptSound::bytesOf(heardLate);
-    if (ledger_.hasMarks() && ledger_.isIdle() && link.sent > late) {
+    // A server that hangs tells of no speech either.
+    const bool wouldHaveTold = link.health.state != State::stalled && link.sent > link.liveFrom + late;
+    if (ledger_.hasMarks() && ledger_.isIdle() && wouldHaveTold) {
         kept_.settle(link.sent - late);
     }
 }

@@ -55,6 +55,7 @@ private:
         bool isStandIn = false;
         std::uint64_t sent = 0;  ///< up to where it has been given the sound
         bool isLive = false;     ///< it has been given all there was
+        std::uint64_t liveFrom = 0;
         bool isOver = false;
         ConnectionHealth health;
         TaskHandle eventReader;
@@ -83,6 +84,7 @@ private:
     void takeSound(std::vector<std::byte> bytes);
     void take(const Link& link, TarnTranslateEvent event);
     void takeHealth(Link& link, ConnectionHealth health);
+    void leaveSilent(Link& link);
     void isBack();
     void forgetSilence(const Link& link);
     void tell();
