@@ -1,32 +1,57 @@
 #include "AudioPlayerNode.h"
 
 #include <algorithm>
+#include <deque>
 #include <new>
+#include <optional>
 #include <utility>
 
 #include "TarnPlatform/base/Log.h"
 
 namespace tarn {
-namespace {
 
-struct Item {
+/// One buffer in the list.
+struct AudioPlayerNode::Item {
+    enum class Fate : std::uint8_t { waiting, begun, skipped };
+
     std::shared_ptr<const PcmBuffer> buffer;  // none: the list's beginning
     const float* samples = nullptr;
     std::size_t length = 0;
     std::atomic<Item*> next{nullptr};
+    bool opensGroup = false;
+    // Of the group that this one opens. Who changes it from `waiting` decides: the audio thread or a skip.
+    std::atomic<Fate> fate{Fate::waiting};
+
+    bool claim(Fate as) noexcept {
+        auto expected = Fate::waiting;
+        return fate.compare_exchange_strong(expected, as);
+    }
+
+    /// The next one to play. Those of skipped groups are passed by, which are still linked only if the audio
+    /// thread comes while they are taken out.
+    Item* followerRt() const noexcept {
+        bool skipped = false;
+        auto* item = next.load();
+        for (; item != nullptr; item = item->next.load()) {
+            skipped = item->opensGroup ? !item->claim(Fate::begun) : skipped;
+            if (!skipped) {
+                break;
+            }
+        }
+        return item;
+    }
 };
 
-Item* newItem(std::shared_ptr<const PcmBuffer> buffer) {
+AudioPlayerNode::Item* AudioPlayerNode::newItem(std::shared_ptr<const PcmBuffer> buffer, bool opensGroup) {
     auto* const item = new (std::nothrow) Item;
     if (item != nullptr) {
         item->samples = buffer->floatChannelData();
         item->length = buffer->frameLength();
         item->buffer = std::move(buffer);
+        item->opensGroup = opensGroup;
     }
     return item;
 }
-
-}  // namespace
 
 /// The list. Its items belong to the callers, but none from `playing` on is freed while the list lives. It
 /// begins with an item without sound, so that the audio thread always stands on an item whose `next` it can
@@ -37,13 +62,51 @@ struct AudioPlayerNode::Queue {
     Queue(const Queue&) = delete;
     Queue& operator=(const Queue&) = delete;
 
+    /// A group that may be skipped: it opens with `first`, which follows `before`.
+    struct Group {
+        Item* before;
+        Item* first;
+        std::uint64_t start;  // frames appended before it
+    };
+
     void append(Item* item) {
+        if (item->opensGroup) {
+            groups.push_back({newest, item, appended});
+        }
+        appended += item->length;
         scheduled.fetch_add(item->length, std::memory_order_relaxed);
         newest->next.store(item, std::memory_order_release);
         newest = item;
     }
 
+    /// Takes the oldest group out that has not begun, unless it is the newest. The result is its frames, or
+    /// nothing where there is none; its items come to `out`.
+    std::optional<std::uint64_t> skip(std::vector<std::unique_ptr<Item>>& out) {
+        while (groups.size() > 1) {
+            const Group group = groups.front();
+            groups.pop_front();
+            if (!group.first->claim(Item::Fate::skipped)) {
+                continue;  // it has begun
+            }
+            Group& after = groups.front();
+            const std::uint64_t frames = after.start - group.start;
+            scheduled.fetch_sub(frames, std::memory_order_relaxed);
+            group.before->next.store(after.first);
+            after.before = group.before;
+            for (auto* item = group.first; item != after.first;) {
+                auto* const next = item->next.load(std::memory_order_relaxed);
+                out.emplace_back(item);
+                item = next;
+            }
+            return frames;
+        }
+        return std::nullopt;
+    }
+
     void freeUpTo(const Item* end) {
+        while (!groups.empty() && groups.front().first->fate.load() != Item::Fate::waiting) {
+            groups.pop_front();
+        }
         while (oldest != end) {
             delete std::exchange(oldest, oldest->next.load(std::memory_order_relaxed));
         }
@@ -54,7 +117,7 @@ struct AudioPlayerNode::Queue {
         std::size_t count = 0;
         while (count < out.size()) {
             if (offset == item->length) {
-                auto* const next = item->next.load(std::memory_order_acquire);
+                auto* const next = item->followerRt();
                 if (next == nullptr) {
                     break;
                 }
@@ -74,6 +137,8 @@ struct AudioPlayerNode::Queue {
     // The callers', under the lock.
     Item* oldest;
     Item* newest;
+    std::deque<Group> groups;  // by age; those that have begun go with `freeUpTo`
+    std::uint64_t appended = 0;
     // The audio thread's.
     std::atomic<Item*> playing;
     std::size_t offset = 0;  // of `playing`, what has been played
@@ -89,13 +154,15 @@ AudioPlayerNode::~AudioPlayerNode() = default;
 void AudioPlayerNode::scheduleBuffer(PcmBuffer buffer) {
     const bool fits =
         std::as_const(buffer).floatChannelData() != nullptr && buffer.format().channelCount == 1;
-    auto* const item = fits ? newItem(std::make_shared<const PcmBuffer>(std::move(buffer))) : nullptr;
+    auto* const item =
+        fits ? newItem(std::make_shared<const PcmBuffer>(std::move(buffer)), groupEnded_) : nullptr;
     if (item == nullptr) {
         buffersRefused_.fetch_add(1, std::memory_order_relaxed);
         logLine(fits ? "[player] no memory to queue a buffer"
                      : "[player] cannot play a buffer of " + buffer.format().description());
         return;
     }
+    groupEnded_ = false;
     const std::lock_guard lock(mutex_);
     queue_->append(item);
     freeLeftBehind();
@@ -128,7 +195,7 @@ std::uint64_t AudioPlayerNode::keepNewest(std::uint64_t frames) {
     auto kept = std::make_unique<Queue>();
     for (const Item* item = playing; (item = item->next.load(std::memory_order_relaxed)) != nullptr;) {
         if (waiting <= frames) {
-            if (auto* const again = newItem(item->buffer)) {
+            if (auto* const again = newItem(item->buffer, item->opensGroup)) {
                 kept->append(again);
             }
         } else {
@@ -137,6 +204,20 @@ std::uint64_t AudioPlayerNode::keepNewest(std::uint64_t frames) {
     }
     replaceQueue(std::move(kept));
     return before - queuedLocked();
+}
+
+std::uint64_t AudioPlayerNode::skipOldest(std::uint64_t frames) {
+    const std::lock_guard lock(mutex_);
+    std::uint64_t dropped = 0;
+    while (queuedLocked() > frames) {
+        const auto skipped = queue_->skip(skipped_);
+        if (!skipped) {
+            break;
+        }
+        dropped += *skipped;
+    }
+    freeLeftBehind();
+    return dropped;
 }
 
 void AudioPlayerNode::replaceQueue(std::unique_ptr<Queue> queue) {
@@ -153,6 +234,10 @@ void AudioPlayerNode::freeLeftBehind() {
     // audio thread leaves the list alone (a hazard pointer, after Michael, IEEE TPDS 15, 2004).
     const auto* const inUse = inUse_.load();
     std::erase_if(retired_, [inUse](const auto& queue) { return queue.get() != inUse; });
+    // What was skipped hangs in no list any more. An audio thread that is in none now finds no way to it.
+    if (inUse == nullptr) {
+        skipped_.clear();
+    }
 }
 
 std::uint64_t AudioPlayerNode::queuedFrames() const {
@@ -171,15 +256,28 @@ AudioPlayerNode::Counters AudioPlayerNode::counters() const {
             .buffersRefused = buffersRefused_.load(std::memory_order_relaxed)};
 }
 
+// Null where the list has been replaced this moment: nothing is to be done with the old one.
+AudioPlayerNode::Queue* AudioPlayerNode::enterRt() noexcept {
+    auto* const queue = current_.load();
+    inUse_.store(queue);
+    return current_.load() == queue ? queue : nullptr;
+}
+
+std::uint64_t AudioPlayerNode::queuedFramesRt() noexcept {
+    const auto* const queue = enterRt();
+    const auto count = queue != nullptr ? queue->scheduled.load(std::memory_order_relaxed) -
+                                              queue->played.load(std::memory_order_relaxed)
+                                        : 0;
+    inUse_.store(nullptr);
+    return count;
+}
+
 std::size_t AudioPlayerNode::pullRt(std::span<float> out) noexcept {
     if (!playing_.load()) {
         return 0;
     }
-    auto* const queue = current_.load();
-    inUse_.store(queue);
     std::size_t count = 0;
-    // If the list is another one by now, it was replaced this moment, and nothing is played from the old one.
-    if (current_.load() == queue) {
+    if (auto* const queue = enterRt()) {
         count = queue->pullRt(out);
         if (count < out.size() && (count > 0 || queue->fed)) {
             ranDry_.fetch_add(1, std::memory_order_relaxed);

@@ -18,7 +18,8 @@ namespace tarn {
 /// linked list: callers append at one end, the audio thread moves on towards it, and what it has left behind
 /// is freed by the next caller. `stop` and `keepNewest` put another list in place of the old one, which is
 /// freed at once unless the audio thread is just now in it; then a later call, or the destructor, frees it.
-/// So no side ever waits for the other, whether or not somebody renders.
+/// `skipOldest` takes buffers out of the middle, where the audio thread has not come to yet: of both only one
+/// can claim a group of buffers. So no side ever waits for the other, whether or not somebody renders.
 class AudioPlayerNode : public AudioNode {
 public:
     struct Counters {
@@ -39,6 +40,14 @@ public:
     /// queued, in whole buffers. The result is how many were dropped; 0 where no more are queued.
     std::uint64_t keepNewest(std::uint64_t frames);
 
+    /// What was scheduled until now and what comes later belong to different groups, of which `skipOldest`
+    /// drops each whole or not at all. Nothing where nothing was scheduled since the last call.
+    void endGroup() { groupEnded_ = true; }
+
+    /// Drops whole groups, those that have waited longest first, until at most `frames` stay queued. The one
+    /// that has begun to play and the newest one are never dropped. The result is how many were dropped.
+    std::uint64_t skipOldest(std::uint64_t frames);
+
     /// From now on what is queued is played. Until then, and after `stop`, it stays queued.
     void play();
 
@@ -47,14 +56,19 @@ public:
     void stop();
 
     std::uint64_t queuedFrames() const;  ///< scheduled and not yet played
-    Counters counters() const;           ///< since construction
+    /// The same, as the audio thread finds it. Thread: audio (RT).
+    std::uint64_t queuedFramesRt() noexcept;
+    Counters counters() const;  ///< since construction
 
     void renderRt(std::span<float> out) noexcept override { renderPulledRt(out); }
     std::size_t pullRt(std::span<float> out) noexcept override;
 
 private:
     struct Queue;
+    struct Item;
 
+    static Item* newItem(std::shared_ptr<const PcmBuffer> buffer, bool opensGroup);
+    Queue* enterRt() noexcept;
     std::uint64_t queuedLocked() const;
     void replaceQueue(std::unique_ptr<Queue> queue);
     void freeLeftBehind();
@@ -62,10 +76,12 @@ private:
     mutable std::mutex mutex_;  // among the callers
     std::unique_ptr<Queue> queue_;
     std::vector<std::unique_ptr<Queue>> retired_;  // replaced while the audio thread was in them
+    std::vector<std::unique_ptr<Item>> skipped_;  // taken out while the audio thread may have been among them
 
     std::atomic<Queue*> current_;         // what the audio thread shall take: queue_
     std::atomic<Queue*> inUse_{nullptr};  // the audio thread's: what it is in; not to be freed
     std::atomic<bool> playing_{false};
+    std::atomic<bool> groupEnded_{true};  // the next buffer opens another
 
     std::atomic<std::uint64_t> framesPlayed_{0};
     std::atomic<std::uint64_t> ranDry_{0};

@@ -73,6 +73,39 @@ TEST(AudioPlayerNode, KeepsTheNewestInWholeBuffers) {
     EXPECT_EQ(player.keepNewest(0), 0U);
 }
 
+TEST(AudioPlayerNode, SkipsWholeGroupsButNeitherTheOneThatPlaysNorTheNewest) {
+    AudioPlayerNode player;
+    player.play();
+    player.endGroup();
+    for (const std::size_t first : {1U, 301U, 401U, 601U}) {
+        player.scheduleBuffer(playbackBuffer(counting(first, first == 401 ? 200 : 50)));
+        if (first == 1) {
+            player.scheduleBuffer(playbackBuffer(counting(51, 250)));
+        } else if (first == 301) {
+            player.scheduleBuffer(playbackBuffer(counting(351, 50)));
+        }
+        player.endGroup();
+        player.endGroup();
+    }
+    EXPECT_EQ(render(player, 20), counting(1, 20));
+    EXPECT_EQ(player.skipOldest(630), 0U);
+    EXPECT_EQ(player.skipOldest(629), 100U);
+    EXPECT_EQ(player.queuedFrames(), 530U);
+    EXPECT_EQ(render(player, 300), counting(21, 280) + counting(401, 20));
+    EXPECT_EQ(player.skipOldest(0), 0U);
+    player.scheduleBuffer(playbackBuffer(counting(701, 50)));
+    EXPECT_EQ(player.skipOldest(0), 50U);
+    EXPECT_EQ(render(player, 240), counting(421, 180) + counting(701, 50) + std::vector<float>(10));
+    for (std::size_t group = 0; group < 5000; ++group) {
+        player.endGroup();
+        player.scheduleBuffer(playbackBuffer(counting(group, 1)));
+    }
+    EXPECT_EQ(player.keepNewest(4000), 1000U);
+    EXPECT_EQ(player.skipOldest(3), 3997U);
+    EXPECT_EQ(render(player, 4), counting(4997, 3) + std::vector<float>(1));
+    EXPECT_EQ(player.queuedFrames(), 0U);
+}
+
 TEST(AudioPlayerNode, RefusesWhatItCannotPlayWithALineAndPlaysTheRest) {
     const test::LogCapture log;
     AudioPlayerNode player;

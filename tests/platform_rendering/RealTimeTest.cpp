@@ -108,6 +108,49 @@ TEST(RealTime, PlaysInOrderWhileOthersScheduleAndStop) {
     EXPECT_EQ(test::render(player, 2), (std::vector<float>{0.75F, 0.0F}));
 }
 
+TEST(RealTime, PlaysGroupsWholeWhileOthersAreSkipped) {
+    AudioPlayerNode player;
+    player.play();
+    constexpr std::uint64_t groups = 6000;
+    std::atomic<bool> finished = false;
+    std::vector<int> played(groups + 1);
+    std::atomic<int> rounds = 0;
+    std::thread audio([&] {
+        std::vector<float> block(70);
+        while (!finished || player.queuedFramesRt() > 0) {
+            player.renderRt(block);
+            ++rounds;
+            for (const float sample : block) {
+                ++played[static_cast<std::size_t>(std::lround(sample * groups))];
+            }
+        }
+    });
+    std::uint64_t skipped = 0;
+    for (std::uint64_t group = 1; group <= groups; ++group) {
+        for (int part = 0; part < 3; ++part) {
+            player.scheduleBuffer(test::playbackBuffer(
+                std::vector<float>(50, static_cast<float>(group) / static_cast<float>(groups))));
+        }
+        player.endGroup();
+        skipped += player.skipOldest(group % 100 == 0 ? 0 : 1000);
+        if (group % 20 == 0) {
+            for (const auto seen = rounds.load(); rounds.load() == seen;) {
+                std::this_thread::yield();
+            }
+        }
+    }
+    finished = true;
+    audio.join();
+    std::uint64_t wholes = 0;
+    for (std::size_t group = 1; group <= groups; ++group) {
+        ASSERT_TRUE(played[group] == 0 || played[group] == 150) << group << ": " << played[group];
+        wholes += played[group] == 0 ? 0 : 1;
+    }
+    EXPECT_EQ(wholes * 150 + skipped, groups * 150);
+    EXPECT_GT(wholes, 1U);
+    EXPECT_GT(skipped, 0U);
+}
+
 TEST(RealTime, TakesRateAndGainFromOtherThreadsWhileRendering) {
     Chain chain;
     std::atomic<bool> finished = false;
