@@ -43,6 +43,9 @@ public:
     float gain() const { return chain_.gain(); }
     void setGain(float gain) { chain_.setGain(gain); }
 
+    /// For what both players have in common: utterances, keeping up.
+    DubChain& dub() { return chain_; }
+
     /// For diagnostics.
     AudioPlayerNode::Counters counters() const { return chain_.counters(); }
 

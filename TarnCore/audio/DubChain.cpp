@@ -1,9 +1,11 @@
 #include "DubChain.h"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
 #include "ReceivedAudio.h"
+#include "ServiceAudio.h"
 #include "TarnPlatform/base/Log.h"
 
 namespace tarn {
@@ -13,13 +15,13 @@ constexpr double mostWaiting = 15;  // seconds
 constexpr double keptWaiting = 10;
 constexpr std::chrono::seconds patience{2};
 
-}  // namespace
-
-// Of a number and NaN, fmin and fmax give the number.
-float clampedRate(float rate) {
-    return std::fmax(std::fmin(rate, 2.0F), 0.5F);
+double seconds(std::uint64_t frames) {
+    return static_cast<double>(frames) / qwenOutputSampleRate;
 }
 
+}  // namespace
+
+// Of a number and NaN, fmin gives the number.
 float clampedGain(float gain) {
     const float limited = std::fmin(gain, 16.0F);
     return limited >= 0.0F ? limited : 0.0F;
@@ -32,10 +34,12 @@ float globalGain(float gain) {
 void DubChain::connect(AudioEngine& engine, float rate) {
     engine.attach(node_);
     engine.attach(timePitch_);
+    engine.attach(speed_);
     engine.attach(gainNode_);
     const AudioFormat format = playbackFormat();
     engine.connect(*node_, *timePitch_, format);
-    engine.connect(*timePitch_, *gainNode_, format);
+    engine.connect(*timePitch_, *speed_, format);
+    engine.connect(*speed_, *gainNode_, format);
     engine.connect(*gainNode_, engine.mainMixerNode(), format);
     setRate(rate);
     gainNode_->setGlobalGain(tarn::globalGain(gain_));
@@ -50,7 +54,9 @@ void DubChain::enqueue(std::span<const std::byte> bytes) {
         played_ = played;
         playedAt_ = std::chrono::steady_clock::now();
     }
+    open_ += buffer->frameLength();
     node_->scheduleBuffer(std::move(*buffer));
+    skipWhatIsLate();
     dropWhatNobodyPlays();
 }
 
@@ -64,12 +70,34 @@ void DubChain::dropWhatNobodyPlays() {
     }
 }
 
-double DubChain::queuedSeconds() const {
-    return static_cast<double>(node_->queuedFrames()) / playbackFormat().sampleRate;
+void DubChain::endUtterance() {
+    node_->endGroup();
+    open_ = 0;
 }
 
-void DubChain::setRate(float rate) {
-    timePitch_->setRate(clampedRate(rate));
+void DubChain::setKeepsUp(bool value) {
+    speed_->setKeepsUp(value);
+    skipWhatIsLate();
+}
+
+void DubChain::skipWhatIsLate() {
+    if (speed_->keepsUp()) {
+        skipped_ +=
+            node_->skipOldest(static_cast<std::uint64_t>(DubPace::mostWaiting * qwenOutputSampleRate));
+    }
+}
+
+double DubChain::queuedSeconds() const {
+    return seconds(node_->queuedFrames());
+}
+
+double DubChain::holdingSeconds() const {
+    const double queued = queuedSeconds();
+    return speed_->keepsUp() ? std::min(queued, seconds(open_)) : queued;
+}
+
+double DubChain::takeSkippedSeconds() {
+    return seconds(skipped_.exchange(0));
 }
 
 void DubChain::setGain(float gain) {

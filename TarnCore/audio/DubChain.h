@@ -7,6 +7,7 @@
 #include <memory>
 #include <span>
 
+#include "DubSpeed.h"
 #include "TarnPlatform/audio/AudioFormat.h"
 #include "TarnPlatform/engine/AudioEngine.h"
 #include "TarnPlatform/rendering/AudioPlayerNode.h"
@@ -15,20 +16,18 @@
 
 namespace tarn {
 
-// What the user's speed and volume become. Thread: any.
+// What the user's volume becomes. Thread: any.
 
-/// 0.5 to 2.0; NaN gives 2.0.
-float clampedRate(float rate);
 /// A linear factor, 0.0 to 16.0; NaN gives 16.0.
 float clampedGain(float gain);
 /// The decibels of a clamped factor: -96 below 0.001, else 20 log10.
 float globalGain(float gain);
 
 /// The nodes that the translated speech passes on its way to an engine's mixer, and their controls.
-/// Thread: any; `connect` and `enqueue` one call at a time each.
+/// Thread: any; `connect`, and `enqueue` with `endUtterance`, one call at a time.
 class DubChain {
 public:
-    /// Player → time pitch → gain → main mixer. Then sets the speed, clamped, and the stored gain.
+    /// Player → time pitch → speed → gain → main mixer. Then sets the speed, clamped, and the stored gain.
     void connect(AudioEngine& engine, float rate);
 
     void play() { node_->play(); }
@@ -39,22 +38,42 @@ public:
     /// log says so once. What waits for an output that plays is never dropped.
     void enqueue(std::span<const std::byte> bytes);
 
+    /// What was queued until now is one utterance to its end. Nothing where that has been said already.
+    void endUtterance();
+
+    /// Whether what waits for too long is spoken faster (see DubPace) and, beyond `DubPace::mostWaiting`,
+    /// skipped: whole utterances, the oldest first, but neither the one that is spoken nor the newest. Off at
+    /// creation: all is spoken, at the user's speed. Counts at once, for what is queued too.
+    void setKeepsUp(bool value);
+
     /// Of speech that waits to be played, at its own speed.
     double queuedSeconds() const;
 
-    float rate() const { return timePitch_->rate(); }
-    void setRate(float rate);
+    /// Of that, what more must not come on top of for ever: all of it, but while the dub keeps up only an
+    /// utterance that has not ended, since the others may be skipped.
+    double holdingSeconds() const;
+
+    /// Of speech that was skipped since the last call, at its own speed.
+    double takeSkippedSeconds();
+
+    /// The user's speed, without what keeps up.
+    float rate() const { return speed_->rate(); }
+    void setRate(float rate) { speed_->setRate(rate); }
     float gain() const { return gain_; }
     void setGain(float gain);
     AudioPlayerNode::Counters counters() const { return node_->counters(); }
 
 private:
     void dropWhatNobodyPlays();
+    void skipWhatIsLate();
 
     const std::shared_ptr<AudioPlayerNode> node_ = std::make_shared<AudioPlayerNode>();
     const std::shared_ptr<AudioUnitTimePitch> timePitch_ = std::make_shared<AudioUnitTimePitch>();
+    const std::shared_ptr<DubSpeed> speed_ = std::make_shared<DubSpeed>(node_, timePitch_);
     const std::shared_ptr<AudioUnitEQ> gainNode_ = std::make_shared<AudioUnitEQ>();
     std::atomic<float> gain_{1.0F};
+    std::atomic<std::uint64_t> skipped_{0};  // frames
+    std::atomic<std::uint64_t> open_{0};     // frames, since the last utterance's end
     // Of `enqueue`.
     std::uint64_t played_ = 0;  // frames
     std::chrono::steady_clock::time_point playedAt_;

@@ -1,0 +1,29 @@
+#include "DubSpeed.h"
+
+#include <cmath>
+
+#include "ServiceAudio.h"
+
+namespace tarn {
+
+// Of a number and NaN, fmin and fmax give the number.
+float clampedRate(float rate) {
+    return std::fmax(std::fmin(rate, 2.0F), 0.5F);
+}
+
+std::size_t DubSpeed::pullRt(std::span<float> out) noexcept {
+    if (keepsUp()) {
+        pace_.stepRt(static_cast<double>(queue_->queuedFramesRt()) / qwenOutputSampleRate,
+                     static_cast<double>(out.size()) / qwenOutputSampleRate);
+    } else {
+        pace_.restRt();
+    }
+    timePitch_->setRate(rate() * static_cast<float>(pace_.factor()));
+    const std::size_t count = pullSourceRt(out);
+    if (count == 0) {
+        pace_.restRt();
+    }
+    return count;
+}
+
+}  // namespace tarn
