@@ -31,9 +31,6 @@ using PipelineResult = std::expected<T, PipelineFailure>;
 
 /// Takes one piece of s16le, 16 kHz, mono; never waits, never fails. Thread: any.
 using SendAudio = std::function<void(std::vector<std::byte>)>;
-/// Takes one piece of the translated voice as received; tells how many seconds of it wait to be played then.
-/// Thread: main.
-using ReceiveAudio = std::function<double(std::vector<std::byte>)>;
 
 /// The objects of one run. Copies share them. Thread: main.
 struct SessionPipeline {

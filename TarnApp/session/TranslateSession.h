@@ -155,6 +155,8 @@ Q_SIGNALS:
     void healthChanged();
     void sourceFinished(const QString& text);       ///< an utterance's final transcript, once it is shown
     void translationFinished(const QString& text);  ///< an utterance's final translation, once it is shown
+    /// Whole utterances of the voice were not spoken, since it was too far behind; at its own speed.
+    void dubSkipped(double seconds);
 
 private:
     using Call = std::uint64_t;  ///< numbers the calls of start, stop and reconnect
@@ -191,10 +193,11 @@ private:
     static Task<PipelineResult<void>> startMicPipeline(const Run& run);
     static Task<PipelineResult<void>> startSystemPipeline(const Run& run,
                                                           std::optional<std::string> bundleID);
-    static Task<PipelineResult<SendAudio>> openTransport(const Run& run, ReceiveAudio audioSink);
+    static Task<PipelineResult<SendAudio>> openTransport(const Run& run, std::shared_ptr<DubChain> dub);
     static Task<void> readEvents(std::weak_ptr<TranslateSession> weak, Call start,
-                                 std::shared_ptr<TarnTranslateStream> stream, ReceiveAudio audioSink,
+                                 std::shared_ptr<TarnTranslateStream> stream, std::shared_ptr<DubChain> dub,
                                  std::shared_ptr<Clock> clock);
+    static void tellSkipped(const std::weak_ptr<TranslateSession>& weak, Call start, double seconds);
     static Task<void> tearDown(std::weak_ptr<TranslateSession> weak, Stop stop);
     static Task<void> startAgain(std::weak_ptr<TranslateSession> weak, std::shared_ptr<Clock> clock,
                                  Start next);

@@ -11,6 +11,7 @@
 #include "TarnApp/localization/LocKey.h"
 #include "TarnPlatform/base/CarryOut.h"
 #include "TranslateSession.h"
+#include "UtteranceEnds.h"
 
 namespace tarn {
 namespace {
@@ -207,11 +208,8 @@ Task<PipelineResult<void>> TranslateSession::startSystemPipeline(const Run& run,
     if (!started) {
         co_return std::unexpected(failureOf(started.error()));
     }
-    ReceiveAudio play = [player](std::vector<std::byte> bytes) {
-        player->enqueue(bytes);
-        return player->queuedSeconds();
-    };
-    auto send = co_await openTransport(run, std::move(play));
+    std::shared_ptr<DubChain> dub(player, &player->dub());
+    auto send = co_await openTransport(run, std::move(dub));
     if (!send) {
         co_return std::unexpected(send.error());
     }
@@ -240,11 +238,8 @@ Task<PipelineResult<void>> TranslateSession::startMicPipeline(const Run& run) {
     parts.micSession = micSession;
     micSession->setGain(run.start.gain);
     parts.resampler = std::make_shared<AudioResampler>();
-    ReceiveAudio play = [micSession](std::vector<std::byte> bytes) {
-        micSession->enqueueAudio(bytes);
-        return micSession->queuedSeconds();
-    };
-    auto send = co_await openTransport(run, std::move(play));
+    std::shared_ptr<DubChain> dub(micSession, &micSession->dub());
+    auto send = co_await openTransport(run, std::move(dub));
     if (!send) {
         co_return std::unexpected(send.error());
     }
@@ -260,7 +255,8 @@ Task<PipelineResult<void>> TranslateSession::startMicPipeline(const Run& run) {
     co_return PipelineResult<void>();
 }
 
-Task<PipelineResult<SendAudio>> TranslateSession::openTransport(const Run& run, ReceiveAudio audioSink) {
+Task<PipelineResult<SendAudio>> TranslateSession::openTransport(const Run& run,
+                                                                std::shared_ptr<DubChain> dub) {
     const QwenConfig& config = run.settings.config;
     auto opened = co_await run.start.backend.client->openTranslateStream(
         config.sourceLang, config.targetLang, config.voice, config.voiceClone, config.silenceMs);
@@ -281,21 +277,27 @@ Task<PipelineResult<SendAudio>> TranslateSession::openTransport(const Run& run, 
     attempt.parts.serverStream = stream;
     attempt.parts.serverStreamTask = TaskHandle::start(
         run.services.main,
-        readEvents(run.session, run.start.call, stream, std::move(audioSink), run.services.clock));
+        readEvents(run.session, run.start.call, stream, std::move(dub), run.services.clock));
     TaskHandle::start(run.services.main, watchConnection(run.session, run.start.call, stream));
     co_return [stream](std::vector<std::byte> bytes) { stream->queueAudio(std::move(bytes)); };
 }
 
 Task<void> TranslateSession::readEvents(std::weak_ptr<TranslateSession> weak, Call start,
-                                        std::shared_ptr<TarnTranslateStream> stream, ReceiveAudio audioSink,
-                                        std::shared_ptr<Clock> clock) {
+                                        std::shared_ptr<TarnTranslateStream> stream,
+                                        std::shared_ptr<DubChain> dub, std::shared_ptr<Clock> clock) {
+    UtteranceEnds utteranceEnds;
     for (;;) {
         auto event = co_await stream->events().next();
         if (!event || std::holds_alternative<translate::Closed>(*event)) {
             co_return;
         }
-        if (auto* const audio = std::get_if<translate::TranslatedAudio>(&*event)) {
-            const double waiting = audioSink(std::move(audio->bytes));
+        if (utteranceEnds.isAt(*event)) {
+            dub->endUtterance();
+        }
+        if (const auto* const audio = std::get_if<translate::TranslatedAudio>(&*event)) {
+            dub->enqueue(audio->bytes);
+            tellSkipped(weak, start, dub->takeSkippedSeconds());
+            const double waiting = dub->holdingSeconds();
             if (waiting > mostVoiceWaiting) {
                 // Unread events hold the server back, which would fill the memory otherwise.
                 const auto excess = std::chrono::duration<double>(waiting - mostVoiceWaiting);
@@ -304,6 +306,13 @@ Task<void> TranslateSession::readEvents(std::weak_ptr<TranslateSession> weak, Ca
         } else if (const auto self = weak.lock()) {
             self->apply(*event, start);
         }
+    }
+}
+
+void TranslateSession::tellSkipped(const std::weak_ptr<TranslateSession>& weak, Call start, double seconds) {
+    const auto self = weak.lock();
+    if (seconds > 0 && self && self->lastStart_ == start) {
+        Q_EMIT self->dubSkipped(seconds);
     }
 }
 

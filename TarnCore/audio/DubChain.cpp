@@ -81,7 +81,7 @@ void DubChain::setKeepsUp(bool value) {
 }
 
 void DubChain::skipWhatIsLate() {
-    if (speed_->keepsUp()) {
+    if (keepsUp()) {
         skipped_ +=
             node_->skipOldest(static_cast<std::uint64_t>(DubPace::mostWaiting * qwenOutputSampleRate));
     }
@@ -93,7 +93,7 @@ double DubChain::queuedSeconds() const {
 
 double DubChain::holdingSeconds() const {
     const double queued = queuedSeconds();
-    return speed_->keepsUp() ? std::min(queued, seconds(open_)) : queued;
+    return keepsUp() ? std::min(queued, seconds(open_)) : queued;
 }
 
 double DubChain::takeSkippedSeconds() {

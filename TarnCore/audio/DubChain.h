@@ -45,6 +45,7 @@ public:
     /// skipped: whole utterances, the oldest first, but neither the one that is spoken nor the newest. Off at
     /// creation: all is spoken, at the user's speed. Counts at once, for what is queued too.
     void setKeepsUp(bool value);
+    bool keepsUp() const { return speed_->keepsUp(); }
 
     /// Of speech that waits to be played, at its own speed.
     double queuedSeconds() const;

@@ -257,6 +257,47 @@ TEST_F(SessionPipelineTest, TakesNoMoreEventsWhileAMinuteOfVoiceWaits) {
     }
 }
 
+TEST_F(SessionPipelineTest, TellsWhatVoiceIsSkippedAndHoldsNoTextBackForIt) {
+    using Kind = translate::Progress::Kind;
+    const TarnTranslateEvent voice =
+        translate::TranslatedAudio{std::vector<std::byte>(std::size_t{20} * 48000)};
+    const TarnTranslateEvent done = translate::Progress{Kind::voiceDone};
+    const TarnTranslateEvent begun = translate::Progress{Kind::responseBegun};
+    const TarnTranslateEvent text = translate::TranslatedText{"a", false};
+    const TarnTranslateEvent whole = translate::TranslatedText{"ab", true};
+    struct Case {
+        const char* service;
+        std::vector<TarnTranslateEvent> utterance;
+        int skipped;  ///< seconds
+    };
+    const std::vector<Case> cases{
+        {"tells the voice's end", {begun, text, voice, whole, done}, 60},
+        {"and has several texts for one voice", {text, whole, text, voice, done}, 60},
+        {"tells responses", {begun, text, whole, voice}, 60},
+        {"tells texts", {text, voice, whole}, 60},
+        {"tells texts early", {text, whole, voice}, 60},
+        {"tells final texts only, late", {voice, whole}, 60},
+        {"tells nothing", {voice}, 0}};
+    double skipped = 0;
+    QObject::connect(session_.get(), &TranslateSession::dubSkipped, session_.get(),
+                     [&](double seconds) { skipped += seconds; });
+    for (const Case& c : cases) {
+        start(c.utterance.size() > 3 ? CaptureSource::mic : CaptureSource::system);
+        auto& dub = session_->player() ? session_->player()->dub() : session_->micSession()->dub();
+        dub.setKeepsUp(true);
+        skipped = 0;
+        for (int utterance = 0; utterance < 4; ++utterance) {
+            for (const TarnTranslateEvent& event : c.utterance) {
+                tell(event);
+            }
+            tell(translate::SourceText{std::to_string(utterance), false});
+        }
+        EXPECT_EQ(skipped, c.skipped) << c.service;
+        EXPECT_EQ(session_->sourceText(), c.skipped > 0 ? "3" : "2") << c.service;
+        stop();
+    }
+}
+
 TEST_F(SessionPipelineTest, ReceivedSpeechGoesToTheDubAlsoWhenTheSessionIsGone) {
     for (const auto source : {CaptureSource::system, CaptureSource::mic}) {
         session_ = world_.makeSession();
