@@ -35,6 +35,14 @@ TARN_TEXT(languageMissing, "not on this server", "服务器不支持")
 TARN_TEXT(noApplicationPlays, "No application plays sound now", "现在没有应用在播放声音")
 TARN_TEXT(cannotOpen, "No program here opens %1", "这里没有程序可以打开 %1")
 
+// Playback
+TARN_TEXT(keepUp, "Keep up", "跟上进度")
+TARN_TEXT(
+    helpKeepUp,
+    "A voice that falls behind is spoken up to 1.3 times as fast. Where more than 10 seconds wait, whole "
+    "sentences are left out.",
+    "语音落后时最多加快到 1.3 倍；等待播放的语音超过 10 秒时，会跳过整句。")
+
 // Signing in and out
 TARN_TEXT(signInToStart, "Sign in to start translating", "登录后才能开始翻译")
 TARN_TEXT(keyringLocked, "The keyring is locked: unlock the keyring and start again",

@@ -63,6 +63,7 @@ void TranslateViewModel::load() {
     const UserDefaults& defaults = *services_.defaults;
     rate_ = defaults.number("rate").value_or(1.0);
     outputGain_ = defaults.number("outputGain").value_or(1.0);
+    keepsUp_ = defaults.boolean("keepUp").value_or(true);
     tier2Expanded_ = defaults.boolean("tier2Expanded").value_or(false);
     miniMode_ = defaults.boolean("miniMode").value_or(false);
     subtitleScale_ = defaults.number("subtitleScale").value_or(1.0);
@@ -89,6 +90,13 @@ void TranslateViewModel::setOutputGain(double value) {
     outputGain_ = value;
     Q_EMIT outputGainChanged();
     services_.defaults->set("outputGain", value);
+    propagateLiveParams();
+}
+
+void TranslateViewModel::setKeepsUp(bool value) {
+    keepsUp_ = value;
+    Q_EMIT keepsUpChanged();
+    services_.defaults->set("keepUp", value);
     propagateLiveParams();
 }
 
@@ -279,15 +287,16 @@ void TranslateViewModel::propagateLiveParams() {
 }
 
 void TranslateViewModel::setLiveParams(const TranslateSession& session) const {
-    const auto rate = static_cast<float>(rate_);
-    const auto gain = static_cast<float>(outputGain_);
+    const auto set = [this](DubChain& dub) {
+        dub.setRate(static_cast<float>(rate_));
+        dub.setGain(static_cast<float>(outputGain_));
+        dub.setKeepsUp(keepsUp_);
+    };
     if (const auto& player = session.player()) {
-        player->setRate(rate);
-        player->setGain(gain);
+        set(player->dub());
     }
     if (const auto& micSession = session.micSession()) {
-        micSession->setRate(rate);
-        micSession->setGain(gain);
+        set(micSession->dub());
     }
 }
 

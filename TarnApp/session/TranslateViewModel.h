@@ -28,6 +28,7 @@ class TranslateViewModel : public QObject, public std::enable_shared_from_this<T
     Q_OBJECT
     Q_PROPERTY(double rate READ rate WRITE setRate NOTIFY rateChanged)
     Q_PROPERTY(double outputGain READ outputGain WRITE setOutputGain NOTIFY outputGainChanged)
+    Q_PROPERTY(bool keepsUp READ keepsUp WRITE setKeepsUp NOTIFY keepsUpChanged)
     Q_PROPERTY(bool tier2Expanded READ tier2Expanded WRITE setTier2Expanded NOTIFY tier2ExpandedChanged)
     Q_PROPERTY(bool miniMode READ miniMode WRITE setMiniMode NOTIFY miniModeChanged)
     Q_PROPERTY(double subtitleScale READ subtitleScale WRITE setSubtitleScale NOTIFY subtitleScaleChanged)
@@ -57,12 +58,15 @@ public:
     // Kept, and stored under the fields' own names. The interface keeps to the ranges.
     double rate() const { return rate_; }              ///< speaking rate of the dub, 0.5 to 2
     double outputGain() const { return outputGain_; }  ///< of the dub, linear, 0 to 10
+    /// Whether a dub that is behind is spoken faster and, far behind, skips utterances.
+    bool keepsUp() const { return keepsUp_; }
     bool tier2Expanded() const { return tier2Expanded_; }
     bool miniMode() const { return miniMode_; }
     double subtitleScale() const { return subtitleScale_; }  ///< 0.6 to 3
     AppMode mode() const { return mode_; }
     void setRate(double value);        ///< heard at once, in every running session
     void setOutputGain(double value);  ///< heard at once, in every running session
+    void setKeepsUp(bool value);       ///< counts at once, in every running session
     void setTier2Expanded(bool value);
     void setMiniMode(bool value);
     void setSubtitleScale(double value);
@@ -125,6 +129,7 @@ public:
 Q_SIGNALS:
     void rateChanged();
     void outputGainChanged();
+    void keepsUpChanged();
     void tier2ExpandedChanged();
     void miniModeChanged();
     void subtitleScaleChanged();
@@ -174,6 +179,7 @@ private:
     SignInState signIn_{services_};
     double rate_ = 1;
     double outputGain_ = 1;
+    bool keepsUp_ = true;  ///< stored as "keepUp"
     bool tier2Expanded_ = false;
     bool miniMode_ = false;
     double subtitleScale_ = 1;

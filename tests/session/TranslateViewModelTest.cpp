@@ -25,6 +25,8 @@ TEST_F(ViewModelTest, StartsWithWhatWasStoredAndTheDefaultsWhereThatIsOfAnotherT
 
     fresh.setRate(1.5);
     fresh.setOutputGain(12.5);
+    EXPECT_TRUE(fresh.keepsUp());
+    fresh.setKeepsUp(false);
     fresh.setSubtitleScale(0.6);
     fresh.setMiniMode(true);
     fresh.setTier2Expanded(true);
@@ -33,18 +35,21 @@ TEST_F(ViewModelTest, StartsWithWhatWasStoredAndTheDefaultsWhereThatIsOfAnotherT
     auto& again = make();
     EXPECT_EQ(again.rate(), 1.5);
     EXPECT_EQ(again.outputGain(), 12.5) << "no range is enforced";
+    EXPECT_FALSE(again.keepsUp());
     EXPECT_EQ(again.subtitleScale(), 0.6);
     EXPECT_TRUE(again.miniMode());
     EXPECT_TRUE(again.tier2Expanded());
     EXPECT_EQ(again.mode(), AppMode::conversation);
     EXPECT_EQ(again.sessions().size(), 2U) << "two, however many there were";
 
-    for (const char* const key : {"rate", "outputGain", "subtitleScale", "miniMode", "tier2Expanded"}) {
+    for (const char* const key :
+         {"rate", "outputGain", "subtitleScale", "miniMode", "tier2Expanded", "keepUp"}) {
         world_.defaults->set(key, "text");
     }
     world_.defaults->set("mode", "Solo");
     auto& odd = make();
     EXPECT_EQ(odd.rate() + odd.outputGain() + odd.subtitleScale(), 3);
+    EXPECT_TRUE(odd.keepsUp());
     EXPECT_FALSE(odd.miniMode() || odd.tier2Expanded());
     EXPECT_EQ(odd.mode(), AppMode::solo);
 }
@@ -182,6 +187,9 @@ TEST_F(ViewModelTest, ReconnectsASessionThatRuns) {
     EXPECT_EQ(states(), "running ");
     EXPECT_THAT(world_.trail, testing::Contains("open zh>de voice - none 2000"));
     EXPECT_EQ(model.sessions()[0]->player()->rate(), 2.0F);
+    EXPECT_TRUE(model.sessions()[0]->player()->dub().keepsUp());
+    model.setKeepsUp(false);
+    EXPECT_FALSE(model.sessions()[0]->player()->dub().keepsUp());
 }
 
 TEST_F(ViewModelTest, ChecksTheAccountAtTheStartAndAfterEverySignIn) {

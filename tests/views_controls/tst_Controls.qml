@@ -178,6 +178,13 @@ Item {
                 verify(readout.children[0].width < 40.01)
             }
             compare(volume.value, 10)
+            const keepUp = named(shown.playback, Loc.keepUp)
+            for (const on of [false, true]) {
+                mouseClick(keepUp)
+                compare(world.vm.keepsUp, on)
+            }
+            world.vm.keepsUp = false
+            verify(!keepUp.checked)
         }
         function test_subtitle_size_is_reset() {
             const reset = textOf(shown.font, Loc.resetToDefault)

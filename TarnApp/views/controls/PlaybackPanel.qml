@@ -35,6 +35,13 @@ Column {
         valueColor: Theme.tone(Readouts.gainTone(root.vm.outputGain))
         onChanged: value => root.vm.outputGain = value
     }
+    PlaybackSwitch {
+        width: parent.width
+        label: Loc.keepUp
+        help: Loc.helpKeepUp
+        current: root.vm.keepsUp
+        onChanged: value => root.vm.keepsUp = value
+    }
     HoverHandler {
         id: pointer
     }
