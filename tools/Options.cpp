@@ -18,6 +18,7 @@ struct RawOptions {
     std::string server;
     std::string format = "text";
     std::string dub = "none";
+    std::string keepUp = "on";
     bool fast = false;
     bool tokenOnInput = false;
 };
@@ -33,6 +34,11 @@ void addRunOptions(CLI::App& app, RawOptions& raw) {
         ->capture_default_str();
     app.add_option("--volume", raw.run.volume, "Loudness of the played voice, 1 as received")
         ->check(CLI::Range(0.0, 10.0))
+        ->capture_default_str();
+    app.add_option(
+           "--keep-up", raw.keepUp,
+           "Speak a played voice that is behind faster, and skip sentences of one far behind: on or off")
+        ->check(CLI::IsMember({"on", "off"}))
         ->capture_default_str();
     app.add_option("--dub", raw.dub, "Translated voice: play, none, or the WAV file to write it to")
         ->capture_default_str();
@@ -180,6 +186,7 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
     options.run = raw.run;
     options.run.pace = raw.fast ? Pace::asFastAsTaken : Pace::realTime;
     options.run.format = raw.format == "jsonl" ? Format::jsonl : Format::text;
+    options.run.keepUp = raw.keepUp == "on";
     options.run.playDub = raw.dub == "play";
     if (raw.dub != "none" && raw.dub != "play") {
         options.run.dubFile = raw.dub;
