@@ -14,6 +14,7 @@
 #include <set>
 #include <vector>
 
+#include "TarnApp/localization/DurationText.h"
 #include "TarnPlatform/base/Text.h"
 
 namespace tarn::cli {
@@ -230,8 +231,13 @@ public:
                            eraseRunning();
                            complain(printable(error.message));
                        },
-                       [this](const translate::Gap& gap) {
+                       [this, source](const translate::Gap& gap) {
                            eraseRunning();
+                           if (gap.isOfOutage) {
+                               write_(sources_[source].number +
+                                      notTranslatedText(gap.seconds, AppLanguage::en) + "\n");
+                               return;
+                           }
                            complain("the connection is too slow: " +
                                     std::to_string(std::lround(gap.seconds)) + " s of sound were left out");
                        },

@@ -43,6 +43,14 @@ TARN_TEXT(
     "sentences are left out.",
     "语音落后时最多加快到 1.3 倍；等待播放的语音超过 10 秒时，会跳过整句。")
 
+// In the place of subtitles. "%1" is one of the durations below.
+TARN_TEXT(notTranslated, "[%1 not translated]", "[%1未翻译]")
+TARN_TEXT(seconds, "%1 s", "%1 秒")
+TARN_TEXT(minutes, "%1 min", "%1 分钟")
+TARN_TEXT(minutesSeconds, "%1 min %2 s", "%1 分 %2 秒")
+TARN_TEXT(hours, "%1 h", "%1 小时")
+TARN_TEXT(hoursMinutes, "%1 h %2 min", "%1 小时 %2 分钟")
+
 // Signing in and out
 TARN_TEXT(signInToStart, "Sign in to start translating", "登录后才能开始翻译")
 TARN_TEXT(keyringLocked, "The keyring is locked: unlock the keyring and start again",

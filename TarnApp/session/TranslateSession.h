@@ -157,6 +157,7 @@ Q_SIGNALS:
     void translationFinished(const QString& text);  ///< an utterance's final translation, once it is shown
     /// Whole utterances of the voice were not spoken, since it was too far behind; at its own speed.
     void dubSkipped(double seconds);
+    void soundMissed(double seconds);               ///< sound of an outage that is never translated, here
 
 private:
     using Call = std::uint64_t;  ///< numbers the calls of start, stop and reconnect
@@ -207,7 +208,8 @@ private:
     void watchSound(const Run& run);
     void takeSoundFaults(SessionFaults faults, Call start);
     void takeConnection(const ConnectionHealth& now);
-    void takeGap(double seconds);
+    void takeGap(const translate::Gap& gap);
+    void showGap(double seconds);
     void markFault(SessionFault fault, bool isThere, std::string value = {});
     void setFault(SessionFault fault, bool isThere, std::string value = {});
     void showHealth();
@@ -252,6 +254,7 @@ private:
     SessionFaults transportFaults_;  ///< of the connection and the capture
     SessionFaults soundFaults_;
     double leftOut_ = 0;                                ///< seconds, in this run
+    double untranslated_ = 0;                           ///< seconds of outage, since the last text
     std::unique_ptr<ScheduledCall> gapShown_;           ///< until then a gap is told of
     std::unique_ptr<ScheduledCall> soundFaultsSettle_;  ///< until then they are not shown
 

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <utility>
 
+#include "TarnApp/localization/DurationText.h"
 #include "TarnPlatform/base/Text.h"
 #include "TranslateSession.h"
 
@@ -46,11 +47,25 @@ void TranslateSession::takeConnection(const ConnectionHealth& now) {
     showHealth();
 }
 
-void TranslateSession::takeGap(double seconds) {
-    leftOut_ += seconds;
+void TranslateSession::takeGap(const translate::Gap& gap) {
+    if (gap.isOfOutage) {
+        showGap(gap.seconds);
+        return;
+    }
+    leftOut_ += gap.seconds;
     setFault(SessionFault::soundLeftOut, true, std::to_string(std::lround(leftOut_)));
     gapShown_ = services_.clock->callAfter(services_.main, gapIsTold,
                                            [this] { setFault(SessionFault::soundLeftOut, false); });
+}
+
+/// In the place of what was said meanwhile, until the next text comes.
+void TranslateSession::showGap(double seconds) {
+    untranslated_ += seconds;
+    sourceText_ = QStringLiteral("[…]");
+    translationText_ = QString::fromStdString(notTranslatedText(untranslated_, AppLanguage::shown()));
+    Q_EMIT sourceTextChanged();
+    Q_EMIT translationTextChanged();
+    Q_EMIT soundMissed(seconds);
 }
 
 std::function<void()> TranslateSession::captureEndReceiver(const Run& run) {

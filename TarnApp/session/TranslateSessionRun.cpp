@@ -76,6 +76,7 @@ void TranslateSession::start(float rate, float gain, Backend backend) {
     leaveOldRun();
     transportFaults_.clear();
     leftOut_ = 0;
+    untranslated_ = 0;
     gapShown_.reset();
     soundFaults_.clear();
     errorMessage_.clear();
@@ -321,19 +322,21 @@ void TranslateSession::apply(const TarnTranslateEvent& event, Call start) {
         return;  // the next run's fields are not this one's any more
     }
     if (const auto* const source = std::get_if<translate::SourceText>(&event)) {
+        untranslated_ = 0;
         sourceText_ = QString::fromStdString(source->text);
         Q_EMIT sourceTextChanged();
         if (source->done) {
             Q_EMIT sourceFinished(QString(sourceText_));
         }
     } else if (const auto* const translation = std::get_if<translate::TranslatedText>(&event)) {
+        untranslated_ = 0;
         translationText_ = QString::fromStdString(translation->text);
         Q_EMIT translationTextChanged();
         if (translation->done) {
             Q_EMIT translationFinished(QString(translationText_));
         }
     } else if (const auto* const gap = std::get_if<translate::Gap>(&event)) {
-        takeGap(gap->seconds);
+        takeGap(*gap);
     } else if (!isLatest(start)) {
         return;  // the run is being taken apart: the stop tells where the session stands
     } else if (const auto* const error = std::get_if<translate::Error>(&event)) {

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "TarnApp/localization/DurationText.h"
 #include "TarnPlatform/base/Text.h"
 
 namespace tarn {
@@ -27,6 +28,9 @@ void SubtitlePrinter::follow() {
                 [this, session](const QString& text) { print(*session, "source", text); });
         connect(session, &TranslateSession::translationFinished, this,
                 [this, session](const QString& text) { print(*session, "translation", text); });
+        connect(session, &TranslateSession::soundMissed, this, [this, session](double seconds) {
+            print(*session, "gap", QString::fromStdString(notTranslatedText(seconds, AppLanguage::shown())));
+        });
     }
 }
 

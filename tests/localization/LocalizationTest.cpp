@@ -5,11 +5,14 @@
 
 #include <QMetaEnum>
 #include <QMetaProperty>
+#include <cmath>
 #include <cstdlib>
 #include <map>
 #include <set>
+#include <tuple>
 
 #include "TarnApp/doctor/Wording.h"
+#include "TarnApp/localization/DurationText.h"
 #include "TarnApp/localization/LocalizationManager.h"
 #include "TarnCore/audio/SoundErrorText.h"
 #include "support/Program.h"
@@ -35,6 +38,27 @@ protected:
     const test::TemporaryFolder folder_;
     const std::shared_ptr<UserDefaults> defaults_ = UserDefaults::open(folder_.file("settings.json"));
 };
+
+TEST_F(LocalizationTest, WritesDurations) {
+    const std::tuple<double, const char*, const char*> rows[] = {
+        {8.4, "8 s", "8 秒"},
+        {0.2, "1 s", "1 秒"},
+        {std::nan(""), "1 s", "1 秒"},
+        {59.6, "1 min", "1 分钟"},
+        {80, "1 min 20 s", "1 分 20 秒"},
+        {180, "3 min", "3 分钟"},
+        {3590, "59 min 50 s", "59 分 50 秒"},
+        {3600 + 290, "1 h 5 min", "1 小时 5 分钟"},
+        {2 * 3600 - 10, "2 h", "2 小时"},
+        {1e300, "277777 h 47 min", "277777 小时 47 分钟"},
+    };
+    for (const auto& [seconds, english, chinese] : rows) {
+        EXPECT_EQ(durationText(seconds, AppLanguage::en), english);
+        EXPECT_EQ(durationText(seconds, AppLanguage::zh), chinese);
+    }
+    EXPECT_EQ(notTranslatedText(80, AppLanguage::en), "[1 min 20 s not translated]");
+    EXPECT_EQ(notTranslatedText(80, AppLanguage::zh), "[1 分 20 秒未翻译]");
+}
 
 TEST_F(LocalizationTest, ReadsTheStoredPreferenceAfreshAndExactly) {
     EXPECT_EQ(LanguagePreference::stored(), LanguagePreference::system);

@@ -196,6 +196,22 @@ TEST_F(SessionFaultsTest, SaysWhatIsWrongWithARunThatGoesOn) {
     world_.pass(31s);
     EXPECT_EQ(health(), "");
 
+    world_.defaults->set("app.language", "en");
+    std::vector<double> missed;
+    QObject::connect(session_.get(), &TranslateSession::soundMissed, session_.get(),
+                     [&](double seconds) { missed.push_back(seconds); });
+    tell(translate::TranslatedText{"half a sen", false});
+    tell(translate::Gap{50, true});
+    tell(translate::Gap{30, true});
+    EXPECT_EQ(session_->translationText(), "[1 min 20 s not translated]");
+    EXPECT_EQ(session_->sourceText(), "[…]");
+    EXPECT_THAT(missed, ElementsAre(50, 30));
+    EXPECT_EQ(health(), "");
+    tell(translate::TranslatedText{"a sentence", true});
+    EXPECT_EQ(session_->translationText(), "a sentence");
+    tell(translate::Gap{8, true});
+    EXPECT_EQ(session_->translationText(), "[8 s not translated]") << "only what has come since";
+
     world_.tellSound({{SessionFault::outputGone, ""}});
     world_.tellSound({});
     world_.pass(1s);

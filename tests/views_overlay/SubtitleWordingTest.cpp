@@ -85,6 +85,12 @@ TEST(FinishedLine, ComesWithAPauseOrWithTheNextSentence) {
     EXPECT_EQ(heard, "The meeting begins.|We are late.|");
     world.pass(2100);
     EXPECT_EQ(heard, "The meeting begins.|We are late.|So hurry up.|");
+    heard.clear();
+    world.setLanguage("en");
+    world.translate(0, "Half a sen");
+    world.miss(0, 80);
+    world.pass(2100);
+    EXPECT_EQ(heard, "Half a sen|[1 min 20 s not translated]|");
 }
 
 }  // namespace
