@@ -128,6 +128,11 @@ Item {
             world.setLanguage("zhHans")
             compare(line.Accessible.name, "服务器没有响应")
             world.setLanguage("en")
+            world.connection(0, "catchingUp")
+            compare(line.message, "Catching up: 12 s behind")
+            world.connection(0, "catchingUp", "", 11)
+            compare(line.message, "Catching up: 11 s behind")
+            compare(line.Accessible.name, "Catching up: 12 s behind", "it is not said every second")
             for (const width of [1420, 480]) {
                 view.width = width
                 wait(0)

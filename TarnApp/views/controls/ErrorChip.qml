@@ -9,6 +9,7 @@ Plate {
 
     required property string message
     property string details: message
+    property string spoken: message     ///< for screen readers, which say each change
     property color ink: Theme.red
     readonly property bool hasMore: line.implicitWidth > line.width || details !== message
 
@@ -20,7 +21,7 @@ Plate {
     border.color: ink
 
     Accessible.role: Accessible.AlertMessage
-    Accessible.name: message
+    Accessible.name: spoken
     Accessible.description: hasMore ? details : ""
     activeFocusOnTab: hasMore || activeFocus    // Qt takes it from no item that has the keys
 

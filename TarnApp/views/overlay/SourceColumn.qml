@@ -16,6 +16,18 @@ Item {
     property bool bare: false           ///< there is no background behind
     readonly property var faults: session.health.map(
         (fault, i) => Loc.filled(Loc[fault], session.healthValues[i] || ""))
+    readonly property string worstFault: session.health[0] || ""
+    property string spokenFault     ///< with the number that it began with: it may change every second
+
+    function speakFault(): void {
+        spokenFault = worstFault === "" ? "" : Loc.filled(Loc[worstFault], session.healthValues[0] || "")
+    }
+
+    onWorstFaultChanged: speakFault()
+    Connections {
+        target: Loc
+        function onLanguageChanged(): void { root.speakFault() }
+    }
 
     clip: true
 
@@ -115,6 +127,7 @@ Item {
         visible: message !== ""
         message: root.faults[0] || ""
         details: root.faults.join("\n")
+        spoken: root.spokenFault
         ink: Theme.orange
     }
     SubtitlePane {

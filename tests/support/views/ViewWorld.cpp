@@ -104,14 +104,23 @@ void ViewWorld::translate(int index, const QString& text, bool done) {
     }
 }
 
-void ViewWorld::connection(int index, const QString& health, const QString& complaint) {
+void ViewWorld::connection(int index, const QString& health, const QString& complaint, double behind) {
     if (const auto to = stream(index)) {
         using enum ConnectionHealth::State;
         to->health().push({health == "stalled"                       ? stalled
                            : health == "slow"                        ? slow
+                           : health == "resuming"                    ? resuming
+                           : health == "catchingUp"                  ? catchingUp
                            : health == "lost" || health == "refused" ? lost
                                                                      : answering,
-                           complaint.toStdString(), health == "refused", 12});
+                           complaint.toStdString(), health == "refused", behind, health == "standIn"});
+        settle();
+    }
+}
+
+void ViewWorld::miss(int index, double seconds) {
+    if (const auto to = stream(index)) {
+        to->events().push(translate::Gap{seconds, true});
         settle();
     }
 }

@@ -46,9 +46,11 @@ public:
     Q_INVOKABLE void hear(int index, const QString& text, bool done = false);
     Q_INVOKABLE void translate(int index, const QString& text, bool done = false);
     Q_INVOKABLE void fail(int index, const QString& message);  ///< an error that the service tells of
-    /// What the connection of a running session tells: "answering", "stalled" or "lost".
+    Q_INVOKABLE void miss(int index, double seconds);          ///< an outage whose sound is not kept
+    /// What the connection of a running session tells: "answering", "stalled", "slow", "resuming",
+    /// "catchingUp", "standIn", "lost" or "refused".
     Q_INVOKABLE void connection(int index, const QString& health,
-                                const QString& complaint = "[quota] Out of credit");
+                                const QString& complaint = "[quota] Out of credit", double behind = 12);
     Q_INVOKABLE void toast(const QString& message) { model_->showToast(message); }
     Q_INVOKABLE void level(int index, double linear);  ///< of a session that does not use a microphone
     Q_INVOKABLE tarn::TranslateSession* session(int index) const;
