@@ -51,6 +51,18 @@ TARN_TEXT(minutesSeconds, "%1 min %2 s", "%1 分 %2 秒")
 TARN_TEXT(hours, "%1 h", "%1 小时")
 TARN_TEXT(hoursMinutes, "%1 h %2 min", "%1 小时 %2 分钟")
 
+// A lost connection
+TARN_TEXT(resumeConnection, "Resume after a lost connection", "断线后自动恢复")
+TARN_TEXT(helpResume,
+          "Keeps what is said while the connection is lost, up to two minutes of it, and translates it when "
+          "there is one again. Counts from the next start.",
+          "连接断开时保留最多两分钟的语音，恢复后补译。下次开始时生效。")
+TARN_TEXT(useStandIn, "Translate on this machine while the service is away", "服务中断时在本机翻译")
+TARN_TEXT(helpStandIn,
+          "Where a relay runs on this machine, it translates while the service stays away. Counts from the "
+          "next start.",
+          "如果本机运行着中继，服务中断期间由它翻译。下次开始时生效。")
+
 // Signing in and out
 TARN_TEXT(signInToStart, "Sign in to start translating", "登录后才能开始翻译")
 TARN_TEXT(keyringLocked, "The keyring is locked: unlock the keyring and start again",

@@ -157,7 +157,7 @@ Q_SIGNALS:
     void translationFinished(const QString& text);  ///< an utterance's final translation, once it is shown
     /// Whole utterances of the voice were not spoken, since it was too far behind; at its own speed.
     void dubSkipped(double seconds);
-    void soundMissed(double seconds);               ///< sound of an outage that is never translated, here
+    void soundMissed(double seconds);  ///< sound of an outage that is never translated, here
 
 private:
     using Call = std::uint64_t;  ///< numbers the calls of start, stop and reconnect

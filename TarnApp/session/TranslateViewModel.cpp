@@ -67,6 +67,7 @@ void TranslateViewModel::load() {
     tier2Expanded_ = defaults.boolean("tier2Expanded").value_or(false);
     miniMode_ = defaults.boolean("miniMode").value_or(false);
     subtitleScale_ = defaults.number("subtitleScale").value_or(1.0);
+    connectionWishes_ = ConnectionWishes::in(defaults);
     mode_ = appMode(defaults.string("mode").value_or("solo")).value_or(AppMode::solo);
 }
 
@@ -123,6 +124,18 @@ void TranslateViewModel::setMode(AppMode value) {
     Q_EMIT modeChanged();
     services_.defaults->set("mode", rawValue(value));
     applyMode();
+}
+
+void TranslateViewModel::setResumesConnection(bool value) {
+    connectionWishes_.resumes = value;
+    Q_EMIT connectionWishesChanged();
+    services_.defaults->set(ConnectionWishes::resumesKey, value);
+}
+
+void TranslateViewModel::setUsesStandIn(bool value) {
+    connectionWishes_.usesStandIn = value;
+    Q_EMIT connectionWishesChanged();
+    services_.defaults->set(ConnectionWishes::usesStandInKey, value);
 }
 
 void TranslateViewModel::setScreenRecNeededEvent(bool value) {

@@ -13,6 +13,7 @@
 #include "AppMode.h"
 #include "SignInState.h"
 #include "SourceLists.h"
+#include "TarnApp/server/ConnectionWishes.h"
 #include "TarnPlatform/base/TaskHandle.h"
 #include "TranslateSession.h"
 
@@ -32,6 +33,9 @@ class TranslateViewModel : public QObject, public std::enable_shared_from_this<T
     Q_PROPERTY(bool tier2Expanded READ tier2Expanded WRITE setTier2Expanded NOTIFY tier2ExpandedChanged)
     Q_PROPERTY(bool miniMode READ miniMode WRITE setMiniMode NOTIFY miniModeChanged)
     Q_PROPERTY(double subtitleScale READ subtitleScale WRITE setSubtitleScale NOTIFY subtitleScaleChanged)
+    Q_PROPERTY(bool resumesConnection READ resumesConnection WRITE setResumesConnection NOTIFY
+                   connectionWishesChanged)
+    Q_PROPERTY(bool usesStandIn READ usesStandIn WRITE setUsesStandIn NOTIFY connectionWishesChanged)
     Q_PROPERTY(bool anyRunning READ anyRunning NOTIFY anyRunningChanged)
     Q_PROPERTY(bool canStop READ canStop NOTIFY canStopChanged)
     Q_PROPERTY(bool screenRecNeededEvent READ screenRecNeededEvent WRITE setScreenRecNeededEvent NOTIFY
@@ -64,6 +68,11 @@ public:
     bool miniMode() const { return miniMode_; }
     double subtitleScale() const { return subtitleScale_; }  ///< 0.6 to 3
     AppMode mode() const { return mode_; }
+    // Of a lost connection. A run takes them up when it is started next.
+    bool resumesConnection() const { return connectionWishes_.resumes; }
+    bool usesStandIn() const { return connectionWishes_.usesStandIn; }
+    void setResumesConnection(bool value);
+    void setUsesStandIn(bool value);
     void setRate(double value);        ///< heard at once, in every running session
     void setOutputGain(double value);  ///< heard at once, in every running session
     void setKeepsUp(bool value);       ///< counts at once, in every running session
@@ -134,6 +143,7 @@ Q_SIGNALS:
     void miniModeChanged();
     void subtitleScaleChanged();
     void modeChanged();
+    void connectionWishesChanged();
     void availableMicsChanged();
     void availableAppsChanged();
     void anyRunningChanged();
@@ -184,6 +194,7 @@ private:
     bool miniMode_ = false;
     double subtitleScale_ = 1;
     AppMode mode_ = AppMode::solo;
+    ConnectionWishes connectionWishes_;
     bool anyRunning_ = false;
     bool canStop_ = false;
     bool screenRecNeededEvent_ = false;

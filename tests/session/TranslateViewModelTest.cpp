@@ -30,6 +30,9 @@ TEST_F(ViewModelTest, StartsWithWhatWasStoredAndTheDefaultsWhereThatIsOfAnotherT
     fresh.setSubtitleScale(0.6);
     fresh.setMiniMode(true);
     fresh.setTier2Expanded(true);
+    EXPECT_TRUE(fresh.resumesConnection() && !fresh.usesStandIn());
+    fresh.setResumesConnection(false);
+    fresh.setUsesStandIn(true);
     fresh.setMode(AppMode::conversation);
     fresh.addSession();
     auto& again = make();
@@ -39,11 +42,12 @@ TEST_F(ViewModelTest, StartsWithWhatWasStoredAndTheDefaultsWhereThatIsOfAnotherT
     EXPECT_EQ(again.subtitleScale(), 0.6);
     EXPECT_TRUE(again.miniMode());
     EXPECT_TRUE(again.tier2Expanded());
+    EXPECT_TRUE(!again.resumesConnection() && again.usesStandIn());
     EXPECT_EQ(again.mode(), AppMode::conversation);
     EXPECT_EQ(again.sessions().size(), 2U) << "two, however many there were";
 
-    for (const char* const key :
-         {"rate", "outputGain", "subtitleScale", "miniMode", "tier2Expanded", "keepUp"}) {
+    for (const char* const key : {"rate", "outputGain", "subtitleScale", "miniMode", "tier2Expanded",
+                                  "keepUp", "resumeConnection", "standIn"}) {
         world_.defaults->set(key, "text");
     }
     world_.defaults->set("mode", "Solo");
@@ -51,6 +55,7 @@ TEST_F(ViewModelTest, StartsWithWhatWasStoredAndTheDefaultsWhereThatIsOfAnotherT
     EXPECT_EQ(odd.rate() + odd.outputGain() + odd.subtitleScale(), 3);
     EXPECT_TRUE(odd.keepsUp());
     EXPECT_FALSE(odd.miniMode() || odd.tier2Expanded());
+    EXPECT_TRUE(odd.resumesConnection() && !odd.usesStandIn());
     EXPECT_EQ(odd.mode(), AppMode::solo);
 }
 

@@ -249,6 +249,18 @@ Item {
             verify(textOf(shown.account, Loc.signIn))
             verify(!textOf(shown.accountPanel, "ada@example.org"))
         }
+        function test_wishes_for_a_lost_connection() {
+            show(true)
+            const row = text => find(shown.accountPanel, one => one.visible && one.kind === "entry" && one.text === text)
+            verify(row(Loc.resumeConnection).Accessible.checked && !row(Loc.useStandIn).Accessible.checked)
+            row(Loc.useStandIn).Accessible.toggleAction()
+            mouseClick(row(Loc.resumeConnection))
+            verify(!world.vm.resumesConnection && world.vm.usesStandIn)
+            mouseClick(row(Loc.useStandIn))
+            verify(world.vm.usesStandIn, "it stands in for nothing where nothing is resumed")
+            for (const text of [Loc.resumeConnection, Loc.useStandIn])
+                verify(row(text).Accessible.description !== "")
+        }
         function test_feedback_without_a_page_for_it() {
             world.setHasIssuesPage(false)
             show(true)

@@ -71,4 +71,20 @@ MenuColumn {
             issues.open()
         }
     }
+    MenuRow {
+        kind: "divider"
+    }
+    MenuRow {
+        text: Loc.resumeConnection
+        help: Loc.helpResume
+        chosen: root.vm.resumesConnection
+        onClicked: root.vm.resumesConnection = !root.vm.resumesConnection
+    }
+    MenuRow {
+        enabled: root.vm.resumesConnection
+        text: Loc.useStandIn
+        help: Loc.helpStandIn
+        chosen: root.vm.usesStandIn
+        onClicked: root.vm.usesStandIn = !root.vm.usesStandIn
+    }
 }

@@ -22,7 +22,7 @@ Pressable {
     leftPadding: Theme.space(1.5)
     rightPadding: Theme.space(3)
     enabled: kind === "entry"
-    opacity: 1
+    opacity: kind === "entry" && !enabled ? Theme.disabledOpacity : 1
 
     Accessible.ignored: kind !== "entry"
     Accessible.role: Accessible.MenuItem
@@ -84,6 +84,11 @@ Pressable {
             color: Theme.secondaryText
             Accessible.ignored: true
         }
+    }
+    HelpTip {
+        text: root.help
+        target: root
+        hovered: root.hovered
     }
     SpokenCheck {
         checkable: root.kind === "entry" && root.markable
