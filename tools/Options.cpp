@@ -20,6 +20,8 @@ struct RawOptions {
     std::string dub = "none";
     std::string keepUp = "on";
     bool fast = false;
+    bool resume = false;
+    bool noResume = false;
     bool tokenOnInput = false;
 };
 
@@ -47,6 +49,15 @@ void addRunOptions(CLI::App& app, RawOptions& raw) {
         ->capture_default_str();
     app.add_option("--duration", raw.run.duration, "End the input after this many seconds")
         ->check(CLI::Range(0.001, longestSeconds));
+    app.add_flag(
+        "--resume", raw.resume,
+        "After a lost connection try another one, and send it what was said meanwhile; as it is for live "
+        "sound");
+    app.add_flag("--no-resume", raw.noResume, "A lost connection ends the run; as it is with --input");
+    app.add_option("--give-up", raw.run.giveUp,
+                   "Seconds without a connection after which the run ends, 0 for never")
+        ->check(CLI::Range(0.0, longestSeconds))
+        ->capture_default_str();
     app.add_option("--drain", raw.run.drain,
                    "Seconds to wait at most for the last utterance after the input's end")
         ->check(CLI::Range(0.0, longestSeconds))
@@ -71,6 +82,11 @@ std::optional<std::string> checkSource(const SourceOptions& source) {
     return std::nullopt;
 }
 
+/// A file can be sent once more, and what was said cannot be said again.
+bool resumes(const RawOptions& raw) {
+    return raw.resume || (!raw.noResume && raw.input.empty());
+}
+
 /// Returns a complaint about the first option that makes no sense.
 std::optional<std::string> checkRun(const RawOptions& raw) {
     const auto& sources = raw.run.sources;
@@ -92,8 +108,16 @@ std::optional<std::string> checkRun(const RawOptions& raw) {
     if (raw.fast && raw.input.empty()) {
         return "--fast goes with --input: live sound has its own pace";
     }
-    if (std::isnan(raw.run.drain) || std::isnan(raw.run.duration.value_or(0))) {
-        return "--drain and --duration need a number of seconds";
+    if (std::isnan(raw.run.drain) || std::isnan(raw.run.duration.value_or(0)) || std::isnan(raw.run.giveUp)) {
+        return "--drain, --duration and --give-up need a number of seconds";
+    }
+    if (raw.resume && raw.noResume) {
+        return "--resume and --no-resume exclude each other";
+    }
+    if (raw.run.giveUp > 0 && !resumes(raw)) {
+        return raw.noResume
+                   ? "--give-up and --no-resume exclude each other"
+                   : "--give-up with --input needs --resume: without it a lost connection ends the run";
     }
     if (std::isnan(raw.run.rate) || std::isnan(raw.run.volume)) {
         return "--rate and --volume need a number";
@@ -185,6 +209,7 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
     }
     options.run = raw.run;
     options.run.pace = raw.fast ? Pace::asFastAsTaken : Pace::realTime;
+    options.run.resumes = resumes(raw);
     options.run.format = raw.format == "jsonl" ? Format::jsonl : Format::text;
     options.run.keepUp = raw.keepUp == "on";
     options.run.playDub = raw.dub == "play";

@@ -51,6 +51,8 @@ struct RunOptions {
     Format format = Format::text;
     std::optional<double> duration;  ///< seconds of input after which the run ends
     double drain = 10;               ///< seconds
+    bool resumes = true;             ///< after a lost connection
+    double giveUp = 0;               ///< seconds without a connection after which the run ends; 0: never
 
     bool isConversation() const { return sources.size() > 1; }
 };

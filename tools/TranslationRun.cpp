@@ -114,6 +114,7 @@ Task<void> TranslationRun::translate() {
 
 ViewModelServices TranslationRun::services() {
     ViewModelServices services = runServices(context_.get_executor(), deployment_);
+    services.defaults->set(ConnectionWishes::resumesKey, options_.resumes);
     services.makeServerClient = [make = services.makeServerClient, weak = weak_from_this(),
                                  main = services.session.main, plays = options_.playDub](PatProvider pat) {
         const auto run = weak.lock();

@@ -20,11 +20,16 @@ using testing::HasSubstr;
 class CliAccount : public test::CliFixture {};
 
 TEST_F(CliAccount, RefusesArgumentsThatMakeNoSense) {
-    std::vector<std::vector<std::string>> wrong = {{}, {"logout", "--source", "mic"}, {"dance"}};
+    std::vector<std::vector<std::string>> wrong = {{},
+                                                   {"logout", "--source", "mic"},
+                                                   {"dance"},
+                                                   {"--input", "a.wav", "--resume", "--no-resume"},
+                                                   {"--source", "mic", "--no-resume", "--give-up", "60"}};
     const std::pair<const char*, const char*> options[] = {
         {"--source", "mic"}, {"--clone", "sometimes"}, {"--rate", "3"},
         {"--format", "xml"}, {"--drain", "nan"},       {"--duration", "1e30"},
-        {"--to", ""},        {"--server", "ftp://x"},  {"--server", "http://far.example.org/tarn"}};
+        {"--to", ""},        {"--server", "ftp://x"},  {"--server", "http://far.example.org/tarn"},
+        {"--give-up", "-1"}, {"--give-up", "nan"},     {"--give-up", "60"}};
     for (const auto& [option, value] : options) {
         wrong.push_back({"--input", "a.wav", option, value});
     }
