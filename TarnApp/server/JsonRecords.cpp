@@ -74,21 +74,6 @@ std::optional<Lists> lists(const json::object& object, std::string_view name, st
     return result;
 }
 
-/// Servers need not tell their languages, so parts that cannot be used are left out without an error.
-std::optional<ServerLanguages> readLanguages(const json::value& value) {
-    if (!value.is_object()) {
-        return std::nullopt;
-    }
-    const auto& object = value.as_object();
-    ServerLanguages languages;
-    if (const auto* const hears = object.if_contains("hears")) {
-        languages.hears = texts(*hears, longestCode);
-    }
-    languages.translates = lists(object, "translates", longestCode).value_or(Lists());
-    languages.voices = lists(object, "voices", longestVoice);
-    return languages == ServerLanguages() ? std::nullopt : std::optional(std::move(languages));
-}
-
 }  // namespace
 
 std::string camelCaseKey(std::string_view key) {
@@ -115,6 +100,20 @@ std::string camelCaseKey(std::string_view key) {
     }
     result.append(key.substr(end));
     return result;
+}
+
+std::optional<ServerLanguages> readLanguages(const json::value& value) {
+    if (!value.is_object()) {
+        return std::nullopt;
+    }
+    const auto& object = value.as_object();
+    ServerLanguages languages;
+    if (const auto* const hears = object.if_contains("hears")) {
+        languages.hears = texts(*hears, longestCode);
+    }
+    languages.translates = lists(object, "translates", longestCode).value_or(Lists());
+    languages.voices = lists(object, "voices", longestVoice);
+    return languages == ServerLanguages() ? std::nullopt : std::optional(std::move(languages));
 }
 
 template <>

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <boost/json/fwd.hpp>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -20,5 +22,9 @@ Result<Record> decodeRecord(std::string_view body);
 
 template <>
 Result<UserAccount> decodeRecord(std::string_view body);
+
+/// Reads the member "languages" of an answer. Servers need not tell their languages, so parts that cannot be
+/// used are left out without an error.
+std::optional<ServerLanguages> readLanguages(const boost::json::value& value);
 
 }  // namespace tarn
