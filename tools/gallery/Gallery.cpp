@@ -55,6 +55,7 @@ public:
         world_.level(0, 0.08);
         popover("helpFont", "popover-size");
         popover("account", "popover-account");
+        gap();
         open("popover-language", [](const QQuickItem& item) {
             return QString(item.metaObject()->className()).startsWith("LangPicker");
         });
@@ -102,7 +103,12 @@ private:
         vm().setMiniMode(false);
         vm().setSubtitleScale(1);
         picture("health");
+        for (const char* const state : {"resuming", "catchingUp", "standIn"}) {
+            world_.connection(0, state);
+            picture(QString("connection-") + state);
+        }
         world_.connection(0, "answering");
+        gap();
         world_.fail(0,
                     "The service is busy: translation was interrupted, and will go on by itself in a moment");
         picture("error-chip");
@@ -113,6 +119,15 @@ private:
         world_.setScreenAllowed(true);
         vm().showToast("Signed in as ada@example.org");
         picture("toast");
+    }
+
+    /// Sound that was never translated, among the subtitles.
+    void gap() {
+        speak(0, "Good morning, everybody. Shall we begin with the sec", "早上好，各位。我们从");
+        world_.miss(0, 80);
+        picture("gap");
+        speak(0, "Good morning, everybody. Shall we begin with the second chapter?",
+              "早上好，各位。我们从第二章开始，好吗？");
     }
 
     void conversation() {
@@ -146,6 +161,8 @@ private:
         world_.connection(0, "slow");
         world_.fail(1, "The service is busy: translation was interrupted, and will go on by itself");
         world_.connection(1, "stalled");
+        world_.connection(2, "resuming");
+        world_.miss(3, 80);
         const auto last = vm().sessions().back();
         last->setCaptureSource(CaptureSource::application);
         last->setApplicationName("A very long name of a player of films, and of music as well");
@@ -153,8 +170,12 @@ private:
         last->setTargetLang("vi");
         vm().showToast("Signed in as ada@example.org");
         picture("conversation-notices");
-        world_.connection(0, "answering");
+        world_.connection(0, "catchingUp");
         world_.connection(1, "answering");
+        world_.connection(2, "standIn");
+        picture("conversation-stand-in");
+        world_.connection(0, "answering");
+        world_.connection(2, "answering");
         world_.pass(5000);
     }
 
