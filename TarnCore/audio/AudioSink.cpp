@@ -5,11 +5,19 @@
 #include <cstddef>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 #include "TarnPlatform/base/Log.h"
 #include "TarnPlatform/base/Text.h"
 
 namespace tarn {
+namespace {
+
+bool isKnown(const AudioFormat& format) {
+    return format.bytesPerSample() != 0 && format.channelCount != 0;
+}
+
+}  // namespace
 
 void AudioSink::stream(CaptureStream&, const SampleBuffer& didOutputSampleBuffer, StreamOutputType type) {
     if (type == StreamOutputType::screen) {
@@ -20,19 +28,39 @@ void AudioSink::stream(CaptureStream&, const SampleBuffer& didOutputSampleBuffer
         return;
     }
     ++audioBuffers_;
-    const auto buffer = pcmBuffer(didOutputSampleBuffer);
-    if (!buffer) {
-        return;
+    if (const auto& format = didOutputSampleBuffer.formatDescription; format && isKnown(*format)) {
+        noteFormat(*format);
     }
-    audioFrames_ += buffer->frameLength();
+    if (const auto buffer = pcmBuffer(didOutputSampleBuffer)) {
+        handOn(*buffer);
+    }
+}
+
+void AudioSink::take(const PcmBuffer& buffer) {
+    ++audioBuffers_;
+    noteFormat(buffer.format());
+    handOn(buffer);
+}
+
+void AudioSink::noteFormat(const AudioFormat& format) {
+    if (!std::exchange(loggedFormat_, true)) {
+        inputFormat_ = format;
+        logLine("[capture] input format: " + decimalText(format.sampleRate) + "Hz " +
+                std::to_string(format.channelCount) +
+                "ch interleaved=" + (format.interleaved ? "true" : "false"));
+    }
+}
+
+void AudioSink::handOn(const PcmBuffer& buffer) {
+    audioFrames_ += buffer.frameLength();
     if (onPCM) {
-        onPCM(*buffer);
+        onPCM(buffer);
     }
     if (onLevel) {
-        onLevel(rmsFloat32(*buffer));
+        onLevel(rmsFloat32(buffer));
     }
     if (outputFile) {
-        writeToFile(*buffer, *outputFile);
+        writeToFile(buffer, *outputFile);
     }
 }
 
@@ -45,15 +73,8 @@ void AudioSink::stream(CaptureStream&, const Error& didStopWithError) {
 
 std::optional<PcmBuffer> AudioSink::pcmBuffer(const SampleBuffer& sampleBuffer) {
     const auto& format = sampleBuffer.formatDescription;
-    if (!format || format->bytesPerSample() == 0 || format->channelCount == 0) {
+    if (!format || !isKnown(*format)) {
         return std::nullopt;
-    }
-    if (!loggedFormat_) {
-        inputFormat_ = format;
-        logLine("[capture] input format: " + decimalText(format->sampleRate) + "Hz " +
-                std::to_string(format->channelCount) +
-                "ch interleaved=" + (format->interleaved ? "true" : "false"));
-        loggedFormat_ = true;
     }
     const auto frames = sampleBuffer.numSamples;
     if (frames == 0 || frames > std::numeric_limits<std::uint32_t>::max()) {

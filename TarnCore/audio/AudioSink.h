@@ -36,13 +36,21 @@ public:
     /// Of the first audio sample buffer. Thread: the audio queue, or any once the capture has stopped.
     const std::optional<AudioFormat>& inputFormat() const { return inputFormat_; }
 
+    /// A buffer that was made of a capture's sample buffer elsewhere, for several sinks.
+    /// Thread: that of audio buffers.
+    void take(const PcmBuffer& buffer);
+
     void stream(CaptureStream& stream, const SampleBuffer& didOutputSampleBuffer,
                 StreamOutputType type) override;
     /// One line in the log, and `onEnd`.
     void stream(CaptureStream& stream, const Error& didStopWithError) override;
 
+    /// A copy of what a capture hands out; nothing where that is no sound of a known format.
+    static std::optional<PcmBuffer> pcmBuffer(const SampleBuffer& sampleBuffer);
+
 private:
-    std::optional<PcmBuffer> pcmBuffer(const SampleBuffer& sampleBuffer);
+    void noteFormat(const AudioFormat& format);
+    void handOn(const PcmBuffer& buffer);
     static float rmsFloat32(const PcmBuffer& buffer);
     void writeToFile(const PcmBuffer& buffer, const std::string& path);
 

@@ -59,30 +59,45 @@ StreamConfiguration captureConfiguration() {
 
 }  // namespace
 
-Task<Result<std::shared_ptr<CaptureStream>>> startSystemAudioCapture(
-    std::shared_ptr<AudioSink> into, std::optional<std::string> restrictedToBundleID,
-    CaptureService& service) {
+Task<Result<ContentFilter>> captureFilter(std::string bundleID, CaptureService& service) {
     const auto content = co_await service.getShareableContent(false, false);
     if (!content) {
         co_return std::unexpected(content.error());
     }
-    const auto filter = filterFor(*content, restrictedToBundleID.value_or(""));
-    if (!filter) {
-        co_return std::unexpected(filter.error());
-    }
-    const auto stream = service.makeStream(*filter, captureConfiguration(), into);
+    co_return filterFor(*content, bundleID);
+}
+
+Task<Result<std::shared_ptr<CaptureStream>>> startCapture(ContentFilter filter,
+                                                          std::shared_ptr<StreamOutput> output,
+                                                          std::weak_ptr<StreamDelegate> delegate,
+                                                          std::shared_ptr<SerialQueue> queue,
+                                                          CaptureService& service) {
+    const auto stream = service.makeStream(filter, captureConfiguration(), std::move(delegate));
     const auto video = std::make_shared<SerialQueue>("tarn.video.recv");
-    if (const auto added = stream->addStreamOutput(into, StreamOutputType::screen, video); !added) {
+    if (const auto added = stream->addStreamOutput(output, StreamOutputType::screen, video); !added) {
         co_return std::unexpected(added.error());
     }
-    const auto audio = std::make_shared<SerialQueue>("tarn.audio.recv");
-    if (const auto added = stream->addStreamOutput(into, StreamOutputType::audio, audio); !added) {
+    if (const auto added =
+            stream->addStreamOutput(std::move(output), StreamOutputType::audio, std::move(queue));
+        !added) {
         co_return std::unexpected(added.error());
     }
     if (const auto started = co_await stream->startCapture(); !started) {
         co_return std::unexpected(started.error());
     }
     co_return stream;
+}
+
+Task<Result<std::shared_ptr<CaptureStream>>> startSystemAudioCapture(
+    std::shared_ptr<AudioSink> into, std::optional<std::string> restrictedToBundleID,
+    CaptureService& service) {
+    auto filter = co_await captureFilter(restrictedToBundleID.value_or(""), service);
+    if (!filter) {
+        co_return std::unexpected(filter.error());
+    }
+    auto started = co_await startCapture(std::move(*filter), into, into,
+                                         std::make_shared<SerialQueue>("tarn.audio.recv"), service);
+    co_return started;
 }
 
 }  // namespace tarn

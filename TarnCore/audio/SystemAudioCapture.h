@@ -24,4 +24,16 @@ Task<Result<std::shared_ptr<CaptureStream>>> startSystemAudioCapture(
     std::shared_ptr<AudioSink> into, std::optional<std::string> restrictedToBundleID,
     CaptureService& service = CaptureService::shared());
 
+// Its two halves, for whoever shares one capture among several sinks.
+
+/// What a capture of this kind is to hear: the first half.
+Task<Result<ContentFilter>> captureFilter(std::string bundleID, CaptureService& service);
+
+/// The second: a running capture of that. `queue` is where `output` is called.
+Task<Result<std::shared_ptr<CaptureStream>>> startCapture(ContentFilter filter,
+                                                          std::shared_ptr<StreamOutput> output,
+                                                          std::weak_ptr<StreamDelegate> delegate,
+                                                          std::shared_ptr<SerialQueue> queue,
+                                                          CaptureService& service);
+
 }  // namespace tarn
