@@ -20,6 +20,9 @@ AudioResampler::AudioResampler()
     : dstFormat_{CommonFormat::int16, qwenInputSampleRate, qwenInputChannels, true, std::nullopt} {}
 
 std::optional<std::vector<std::byte>> AudioResampler::process(const PcmBuffer& buffer) {
+    if (const auto& done = buffer.conversion(); done && done->format == dstFormat_) {
+        return done->bytes;
+    }
     const auto& format = buffer.format();
     if (srcFormat_ != format) {
         srcFormat_ = format;

@@ -22,7 +22,8 @@ public:
 
     /// The bytes for one buffer, or nothing when there is nothing to send: an empty buffer, a format that
     /// cannot be converted (said in the log once for each change of format), a failed conversion (said in the
-    /// log). Whatever the outcome, the next buffer is welcome.
+    /// log). Whatever the outcome, the next buffer is welcome. A buffer that brings its conversion along is
+    /// not converted again.
     std::optional<std::vector<std::byte>> process(const PcmBuffer& buffer);
 
     const AudioFormat& dstFormat() const { return dstFormat_; }

@@ -6,6 +6,8 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <utility>
+#include <vector>
 
 #include "AudioFormat.h"
 
@@ -48,6 +50,15 @@ public:
     /// the frame length changes.
     std::span<std::byte> bytes(std::uint32_t plane = 0);
 
+    /// This piece of a stream of sound in another format, worked out by whoever hands it to several
+    /// listeners.
+    struct Conversion {
+        AudioFormat format;                           ///< interleaved, or of one channel
+        std::optional<std::vector<std::byte>> bytes;  ///< nothing: it gave no sound
+    };
+    const std::optional<Conversion>& conversion() const { return conversion_; }
+    void setConversion(Conversion conversion) { conversion_ = std::move(conversion); }
+
 private:
     struct Free {
         void operator()(std::byte* memory) const { std::free(memory); }
@@ -63,6 +74,7 @@ private:
     std::uint32_t frameLength_ = 0;
     std::size_t planeBytes_;
     std::unique_ptr<std::byte, Free> memory_;
+    std::optional<Conversion> conversion_;
 };
 
 }  // namespace tarn
