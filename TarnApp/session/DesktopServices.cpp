@@ -5,7 +5,7 @@
 #include "SessionServices.h"
 #include "TarnApp/server/RealTarnServerClient.h"
 #include "TarnCore/audio/AudioApps.h"
-#include "TarnCore/audio/SystemAudioCapture.h"
+#include "TarnCore/audio/SharedCaptures.h"
 #include "TarnCore/deployment/Deployment.h"
 #include "TarnPlatform/base/PreferredLanguages.h"
 #include "TarnPlatform/desktop/SchemeRegistration.h"
@@ -87,8 +87,9 @@ SessionServices SessionServices::real(SerialExecutor main) {
     services.urlOpener = UrlOpener::desktop();
     services.makePlayer = [] { return std::make_shared<AudioPlayer>(); };
     services.makeMicSession = [] { return std::make_shared<MicSession>(); };
-    services.startCapture = [](std::shared_ptr<AudioSink> sink, std::optional<std::string> bundleID) {
-        return startSystemAudioCapture(std::move(sink), std::move(bundleID));
+    services.startCapture = [captures = std::make_shared<SharedCaptures>(services.main)](
+                                std::shared_ptr<AudioSink> sink, std::optional<std::string> bundleID) {
+        return SharedCaptures::start(captures, std::move(sink), std::move(bundleID));
     };
     services.watchSound = watchDesktopSound;
     return services;
