@@ -42,6 +42,25 @@ private:
     spa_source* source_ = nullptr;
 };
 
+class LoopBell : public AudioServer::Bell {
+public:
+    LoopBell(pw_loop* loop, std::function<void()> task) : loop_(loop), task_(std::move(task)) {
+        source_ = pw_loop_add_event(loop_, &LoopBell::rung, this);
+    }
+    ~LoopBell() override { pw_loop_destroy_source(loop_, source_); }
+    LoopBell(const LoopBell&) = delete;
+    LoopBell& operator=(const LoopBell&) = delete;
+
+    void ringRt() noexcept override { pw_loop_signal_event(loop_, source_); }
+
+private:
+    static void rung(void* self, std::uint64_t) { static_cast<LoopBell*>(self)->task_(); }
+
+    pw_loop* const loop_;
+    const std::function<void()> task_;
+    spa_source* source_ = nullptr;
+};
+
 // Every object of this process in the graph carries the tag, since the process id in its properties is what
 // the client says and another container may have the same one.
 std::string freshTag() {
@@ -296,6 +315,10 @@ void AudioServer::wake() {
 std::unique_ptr<AudioServer::Timer> AudioServer::startTimer(std::chrono::milliseconds interval,
                                                             std::function<void()> task) {
     return std::make_unique<LoopTimer>(loop_->loop(), interval, std::move(task));
+}
+
+std::unique_ptr<AudioServer::Bell> AudioServer::makeBell(std::function<void()> task) {
+    return std::make_unique<LoopBell>(loop_->loop(), std::move(task));
 }
 
 const Graph& AudioServer::graph() const {

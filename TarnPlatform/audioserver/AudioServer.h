@@ -84,6 +84,11 @@ public:
     class Timer;
     std::unique_ptr<Timer> startTimer(std::chrono::milliseconds interval, std::function<void()> task);
 
+    /// Calls `task` on the loop, held, soon after the returned object was rung; rings that come close
+    /// together share a call. Requires: a Lock, also where the object ends.
+    class Bell;
+    std::unique_ptr<Bell> makeBell(std::function<void()> task);
+
     /// As known now. Requires: a Lock; valid while it is held.
     const Graph& graph() const;
     /// The connection, or null while there is none. Requires: a Lock; valid while it is held.
@@ -126,6 +131,13 @@ private:
 class AudioServer::Timer {
 public:
     virtual ~Timer() = default;
+};
+
+class AudioServer::Bell {
+public:
+    virtual ~Bell() = default;
+    /// Thread: any, real-time ones included.
+    virtual void ringRt() noexcept = 0;
 };
 
 }  // namespace tarn
