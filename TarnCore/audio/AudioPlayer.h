@@ -46,6 +46,9 @@ public:
     /// For what both players have in common: utterances, keeping up.
     DubChain& dub() { return chain_; }
 
+    /// As `AudioEngine::turnOthersDown`.
+    void turnOthersDown(double decibels) { engine_->turnOthersDown(decibels); }
+
     /// For diagnostics.
     AudioPlayerNode::Counters counters() const { return chain_.counters(); }
 

@@ -61,6 +61,8 @@ public:
     float gain() const { return chain_.gain(); }
     void setGain(float gain) { chain_.setGain(gain); }
     DubChain& dub() { return chain_; }
+    /// As `AudioEngine::turnOthersDown`.
+    void turnOthersDown(double decibels) { engine_->turnOthersDown(decibels); }
 
     /// A new planar one-channel buffer with the first channel of `buffer` in the same sample type, rate and
     /// capacity. Microphones with several channels often carry the voice on the first and a loopback or

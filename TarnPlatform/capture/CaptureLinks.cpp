@@ -59,8 +59,8 @@ void CaptureLinks::update(const Graph& graph, GraphId own) {
 
 float CaptureLinks::gain(const Graph& graph) const {
     // A program that our ducking turned down reaches the capture turned down too, so the sum is turned up
-    // again by as much as its loudest part was turned down. Ducking takes 12 dB away at most.
-    constexpr float most = 4;
+    // again by as much as its loudest part was turned down. Ducking takes 20 dB away at most.
+    constexpr float most = 10;
     float loudest = 0;
     for (const auto& [ends, link] : links_) {
         const auto program = graph.nodes.find(link->outputNode());

@@ -33,7 +33,7 @@ public:
     void update(const Graph& graph, GraphId own);
 
     /// By what the sound is to be multiplied to be as loud as if this process turned no program down: up to
-    /// 4, and never so that a program would be louder than it plays.
+    /// 10, and never so that a program would be louder than it plays.
     float gain(const Graph& graph) const;
 
     /// Whether the capture's node has all of its ports, which it gets from the session manager.

@@ -39,6 +39,11 @@ public:
 
     virtual AudioInputNode& inputNode() = 0;
 
+    /// By how many decibels, -20 to 0, other programs are turned down while this plays something. Heard at
+    /// once. Without a word 12 where there is voice processing, else none; and none ever where there is a tap
+    /// without voice processing, or the engine cannot. Thread: any, at any time.
+    virtual void turnOthersDown(double /*decibels*/) {}
+
     /// Makes the nodes ready; `start` does it where it has not been done.
     virtual void prepare() = 0;
 

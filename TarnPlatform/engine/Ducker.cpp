@@ -3,14 +3,18 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <mutex>
 #include <utility>
+
+#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 namespace {
 
 constexpr std::chrono::milliseconds tickEvery{20};
-constexpr float step = 0.794328F;           // 2 dB a tick: 120 ms down or up
+constexpr float step = 0.794328F;           // 2 dB a tick: 12 dB in 120 ms
 constexpr std::int64_t hold = 500'000'000;  // ns, through the pauses of speech
+constexpr std::int64_t newWord = hold / 2;  // ns of silence after which the loop is waked
 constexpr std::chrono::milliseconds settleLimit{200};
 
 std::int64_t now() {
@@ -19,49 +23,80 @@ std::int64_t now() {
         .count();
 }
 
-}  // namespace
-
-Ducker::Ducker(AudioServer& server, std::function<std::int64_t()> heardAt)
-    : server_(server), heardAt_(std::move(heardAt)) {}
-
-Result<void> Ducker::start(const std::string& program) {
-    auto keeper = DuckKeeper::make(program);
-    if (!keeper) {
-        return std::unexpected(keeper.error());
-    }
-    keeper_ = std::move(*keeper);
-    const AudioServer::Lock lock(server_);
-    auto following = server_.addObserver(*this);
-    if (following) {
-        timer_ = server_.startTimer(tickEvery, [this] { tick(); });
-    }
-    return following;
+bool isSpeaking(const DuckingVoice& voice) {
+    return voice.heardAt() != 0 && now() - voice.heardAt() < hold;
 }
 
-void Ducker::stop() {
-    {
-        const AudioServer::Lock lock(server_);
-        if (timer_ != nullptr) {
-            timer_.reset();
-            apply(1);
-            if (server_.waitUntil([this] { return allUp(); }, settleLimit)) {
-                keeper_->allUp();
+}  // namespace
+
+void DuckingVoice::heardRt(std::int64_t time) noexcept {
+    const std::int64_t before = heardAt_.exchange(time, std::memory_order_relaxed);
+    if (bell_ != nullptr && time - before > newWord) {
+        bell_->ringRt();
+    }
+}
+
+std::shared_ptr<Ducker> Ducker::of(AudioServer& server, const std::string& keeper) {
+    static std::mutex mutex;
+    static std::map<AudioServer*, std::weak_ptr<Ducker>> duckers;
+    const std::lock_guard lock(mutex);
+    auto ducker = duckers[&server].lock();
+    if (ducker == nullptr) {
+        duckers[&server] = ducker = std::make_shared<Ducker>(server, keeper);
+    }
+    return ducker;
+}
+
+Result<void> Ducker::add(std::shared_ptr<DuckingVoice> voice) {
+    const AudioServer::Lock lock(server_);
+    if (voices_.empty() && bell_ == nullptr) {
+        if (auto following = server_.addObserver(*this); !following) {
+            return following;
+        }
+        bell_ = server_.makeBell([this] {
+            if (timer_ == nullptr) {
+                timer_ = server_.startTimer(tickEvery, [this] { tick(); });
             }
-            server_.removeObserver(*this);
-            streams_.clear();
-            factor_ = 1;
+        });
+    }
+    voice->bell_ = bell_.get();
+    voices_.push_back(std::move(voice));
+    return {};
+}
+
+void Ducker::remove(DuckingVoice& voice) {
+    std::unique_ptr<DuckKeeper> keeper;
+    const AudioServer::Lock lock(server_);
+    voice.bell_ = nullptr;
+    std::erase_if(voices_, [&](const auto& one) { return one.get() == &voice; });
+    if (!voices_.empty() || bell_ == nullptr) {
+        return;
+    }
+    timer_.reset();
+    factor_ = 1;
+    if (!streams_.empty()) {
+        apply(1);
+        if (server_.waitUntil([this] { return allUp(); }, settleLimit)) {
+            keeper_->allUp();
         }
     }
-    keeper_.reset();
+    if (voices_.empty()) {  // nobody came meanwhile
+        server_.removeObserver(*this);
+        bell_.reset();
+        streams_.clear();
+        keeper = std::move(keeper_);  // it ends without the lock, since it may have to turn up what is left
+    }
 }
 
 void Ducker::disconnected() {
     streams_.clear();  // gone with the server, and their volumes with them
-    keeper_->allUp();
+    if (keeper_ != nullptr) {
+        keeper_->allUp();
+    }
 }
 
 void Ducker::tick() {
-    move();
+    const bool speaking = move();
     if (factor_ < 1 || !streams_.empty()) {
         apply(factor_);
     }
@@ -69,18 +104,43 @@ void Ducker::tick() {
         streams_.clear();
         keeper_->allUp();
     }
-}
-
-// The factor moves by a constant number of decibels a tick, which is heard as an even fade.
-void Ducker::move() {
-    const std::int64_t heard = heardAt_();
-    if (heard != 0 && now() - heard < hold) {
-        factor_ = std::max(factor_ * step, lowest);
-    } else if (factor_ < 1) {
-        factor_ = factor_ / step > 0.99F ? 1 : factor_ / step;
+    if (factor_ == 1 && streams_.empty() && !speaking) {
+        timer_.reset();
     }
 }
 
+// The factor moves by a constant number of decibels a tick, which is heard as an even fade.
+bool Ducker::move() {
+    bool speaking = false;
+    float target = 1;
+    for (const auto& voice : voices_) {
+        if (isSpeaking(*voice)) {
+            speaking = true;
+            target = std::min(target, std::max(voice->factor(), lowest));
+        }
+    }
+    if (target < 1 && !hasKeeper()) {
+        target = 1;
+    }
+    if (factor_ > target) {
+        factor_ = std::max(factor_ * step, target);
+    } else if (factor_ < target) {
+        factor_ = factor_ / step > 0.99F * target ? target : factor_ / step;
+    }
+    return speaking;
+}
+
+bool Ducker::hasKeeper() {
+    if (keeper_ == nullptr && !keeperFailed_) {
+        if (auto keeper = DuckKeeper::make(program_)) {
+            keeper_ = std::move(*keeper);
+        } else {
+            keeperFailed_ = true;
+            logLine("[dub] other programs are not turned down: " + keeper.error().description);
+        }
+    }
+    return keeper_ != nullptr;
+}
 void Ducker::apply(float factor) {
     const Graph& graph = server_.graph();
     for (const auto& [id, node] : graph.nodes) {

@@ -1,8 +1,8 @@
 #include "GraphAudioEngine.h"
 
+#include <algorithm>
+#include <cmath>
 #include <utility>
-
-#include "TarnPlatform/base/Log.h"
 
 namespace tarn {
 namespace {
@@ -38,6 +38,12 @@ void GraphAudioEngine::connect(AudioNode& from, AudioNode& to, const AudioFormat
     }
 }
 
+void GraphAudioEngine::turnOthersDown(double decibels) {
+    const double down = decibels <= 0 ? std::max(decibels, -20.0) : 0;  // NaN gives 0
+    toldOfOthers_ = true;
+    voice_->turnOthersDownTo(static_cast<float>(std::pow(10, down / 20)));
+}
+
 void GraphAudioEngine::prepare() {
     mixer_.prepare(PlaybackStream::mostFrames);
     prepared_ = true;
@@ -58,6 +64,9 @@ Result<void> GraphAudioEngine::start() {
     const bool processed = input_.hasTap() && input_.hasVoiceProcessing();
     const std::string group = processed ? freshGroup() : std::string();
     auto started = processed ? startMonitoring(group) : Result<void>();
+    if (started && (processed || !input_.hasTap())) {
+        startDucking(processed);
+    }
     if (started) {
         started = startPlaying(group);
     }
@@ -67,9 +76,6 @@ Result<void> GraphAudioEngine::start() {
     if (!started) {
         stop();
         return started;
-    }
-    if (processed && playback_ != nullptr) {
-        startDucking();
     }
     running_ = true;
     return {};
@@ -86,28 +92,30 @@ Result<void> GraphAudioEngine::startPlaying(const std::string& group) {
     if (format_.sampleRate == 0) {
         return {};
     }
-    playback_ = std::make_unique<PlaybackStream>(server_, mixer_,
-                                                 static_cast<std::uint32_t>(format_.sampleRate), reference_);
+    playback_ = std::make_unique<PlaybackStream>(
+        server_, mixer_, static_cast<std::uint32_t>(format_.sampleRate), reference_, voice_);
     return playback_->start(group);
 }
 
-void GraphAudioEngine::startDucking() {
-    ducker_ = std::make_unique<Ducker>(server_, [playback = playback_.get()] { return playback->heardAt(); });
-    if (const auto started = ducker_->start(options_.volumeKeeper); !started) {
-        logLine("[dub] other programs are not turned down: " + started.error().description);
-        ducker_.reset();
+void GraphAudioEngine::startDucking(bool processed) {
+    if (processed && !toldOfOthers_) {
+        voice_->turnOthersDownTo(0.25F);
+    }
+    ducker_ = Ducker::of(server_, options_.volumeKeeper);
+    if (!ducker_->add(voice_)) {
+        ducker_.reset();  // there is no audio server, as starting to play will say
     }
 }
 
 void GraphAudioEngine::stop() {
-    if (ducker_ != nullptr) {
-        ducker_->stop();
-        ducker_.reset();
-    }
     const bool playing = playback_ != nullptr;
     if (playing) {
         playback_->stop();
         playback_.reset();
+    }
+    if (ducker_ != nullptr) {
+        ducker_->remove(*voice_);
+        ducker_.reset();
     }
     if (monitor_ != nullptr) {
         monitor_->stop();

@@ -25,6 +25,7 @@ public:
     void connect(AudioNode& from, AudioNode& to, const AudioFormat& format) override;
     AudioNode& mainMixerNode() override { return mixer_; }
     AudioInputNode& inputNode() override { return input_; }
+    void turnOthersDown(double decibels) override;
     void prepare() override;
     Result<void> start() override;
     bool isRunning() const override { return running_; }
@@ -33,10 +34,12 @@ public:
 private:
     Result<void> startMonitoring(const std::string& group);
     Result<void> startPlaying(const std::string& group);
-    void startDucking();
+    void startDucking(bool processed);
 
     AudioServer& server_;
     const Options options_;
+    const std::shared_ptr<DuckingVoice> voice_ = std::make_shared<DuckingVoice>();
+    std::atomic<bool> toldOfOthers_{false};  // `voice_` has what the caller wants
     std::vector<std::shared_ptr<AudioNode>> nodes_;
     MainMixerNode mixer_;
     GraphInputNode input_;
@@ -48,7 +51,7 @@ private:
     std::shared_ptr<EchoReference> reference_;
     std::unique_ptr<OutputMonitor> monitor_;
     std::unique_ptr<PlaybackStream> playback_;
-    std::unique_ptr<Ducker> ducker_;
+    std::shared_ptr<Ducker> ducker_;
 };
 
 }  // namespace tarn

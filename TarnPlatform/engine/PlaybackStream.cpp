@@ -25,8 +25,11 @@ GraphStream::Description description(std::uint32_t rate) {
 }  // namespace
 
 PlaybackStream::PlaybackStream(AudioServer& server, AudioNode& end, std::uint32_t rate,
-                               std::shared_ptr<EchoReference> reference)
-    : KeptStream(server, description(rate), "[dub]"), end_(end), reference_(std::move(reference)) {}
+                               std::shared_ptr<EchoReference> reference, std::shared_ptr<DuckingVoice> voice)
+    : KeptStream(server, description(rate), "[dub]"),
+      end_(end),
+      reference_(std::move(reference)),
+      voice_(std::move(voice)) {}
 
 Result<void> PlaybackStream::start(const std::string& group) {
     Result<void> started = follow(group);
@@ -80,8 +83,9 @@ void PlaybackStream::renderRt(std::span<float> samples, std::int64_t time) noexc
     if (reference_ != nullptr) {
         reference_->playedRt(samples, time);
     }
-    if (std::ranges::any_of(samples, [](float sample) { return std::abs(sample) > whisper; })) {
-        heardAt_.store(time, std::memory_order_relaxed);
+    if (voice_ != nullptr &&
+        std::ranges::any_of(samples, [](float sample) { return std::abs(sample) > whisper; })) {
+        voice_->heardRt(time);
     }
 }
 

@@ -61,26 +61,41 @@ TEST_F(Ducking, TurnsOthersDownWhileTheDubSpeaksAndUpAfterwards) {
     untilLevel(-12, 700);
 }
 
+/// A capture of all programs, or of one, beside the engine that turns them down.
+struct BesideCapture {
+    explicit BesideCapture(const ContentFilter& filter)
+        : stream(service->makeStream(filter, {.capturesAudio = true, .excludesCurrentProcessAudio = true},
+                                     probe)) {
+        const auto added =
+            stream->addStreamOutput(probe, StreamOutputType::audio, std::make_shared<SerialQueue>("test"));
+        asio::io_context context;
+        if (!added || !runTask(context, stream->startCapture())) {
+            throw std::runtime_error("the capture does not start");
+        }
+    }
+    ~BesideCapture() {
+        std::promise<void> stopped;
+        stream->stopCapture([&](const Result<void>&) { stopped.set_value(); });
+        stopped.get_future().wait();
+    }
+
+    const std::unique_ptr<CaptureService> service = CaptureService::make(AudioServer::shared());
+    const std::shared_ptr<CaptureProbe> probe = std::make_shared<CaptureProbe>();
+    const std::shared_ptr<CaptureStream> stream;
+};
+
 TEST_F(Ducking, IsNotHeardByCaptures) {
     startWithVoiceProcessing();
-    const auto service = CaptureService::make(AudioServer::shared());
-    const auto probe = std::make_shared<CaptureProbe>();
-    const auto capture =
-        service->makeStream(ContentFilter::excluding({}, {}),
-                            {.capturesAudio = true, .excludesCurrentProcessAudio = true}, probe);
-    ASSERT_TRUE(
-        capture->addStreamOutput(probe, StreamOutputType::audio, std::make_shared<SerialQueue>("test")));
-    asio::io_context context;
-    ASSERT_TRUE(runTask(context, capture->startCapture()));
-    ASSERT_TRUE(probe->hears(500, -12));
+    const BesideCapture all(ContentFilter::excluding({}, {}));
+    ASSERT_TRUE(all.probe->hears(500, -12));
     scheduleTone(900, -12, 4);
     untilLevel(-24);
-    EXPECT_TRUE(probe->hears(500, -12));
+    EXPECT_TRUE(all.probe->hears(500, -12));
     untilLevel(-12);
     // From the beginning of the way down to the end of the way up, 50 ms after the other.
     until("it is as loud all the time", [&] {
         scheduleTone(900, -12, 1);
-        const auto left = probe->next(2.5)[0];
+        const auto left = all.probe->next(2.5)[0];
         int quieter = 0;
         for (std::size_t at = 0; at + 2400 <= left.size(); at += 2400) {
             const double piece = toneLevel(std::span(left).subspan(at, 2400), 500, 48000);
@@ -89,9 +104,38 @@ TEST_F(Ducking, IsNotHeardByCaptures) {
         }
         return quieter <= 5;
     });
-    std::promise<void> stopped;
-    capture->stopCapture([&](const Result<void>&) { stopped.set_value(); });
-    stopped.get_future().wait();
+}
+
+TEST_F(Ducking, OfAPlayerIsAsDeepAsItIsToldAndChangesWhileItSpeaks) {
+    const BesideCapture all(ContentFilter::excluding({}, {}));
+    const BesideCapture one(ContentFilter::including({}, {{.bundleIdentifier = "pw-cat"}}));
+    startPlaying();
+    scheduleTone(900, -12, 60);
+    untilLevel(-12, 900);
+    untilLevel(-12);  // it was not told
+    for (const double down : {-20.0, -6.0, -12.0, 0.0, -100.0}) {
+        engine->turnOthersDown(down);
+        untilLevel(-12 + std::max(down, -20.0));
+        EXPECT_TRUE(all.probe->hears(500, -12)) << down;
+        EXPECT_TRUE(one.probe->hears(500, -12)) << down;
+        untilLevel(-12, 900);
+    }
+}
+
+TEST_F(Ducking, LastsUntilTheLastVoiceOfSeveralIsSilent) {
+    EngineBench second;
+    startPlaying();
+    second.startPlaying();
+    engine->turnOthersDown(-12);
+    second.engine->turnOthersDown(-20);
+    scheduleTone(900, -12, 60);
+    untilLevel(-24);
+    second.scheduleTone(700, -12, 60);
+    untilLevel(-32);
+    second.engine->stop();
+    untilLevel(-24);
+    engine->stop();
+    untilLevel(-12);
 }
 
 TEST_F(Ducking, LeavesWhatAVirtualOutputPlaysOnAsItIs) {
@@ -127,9 +171,10 @@ TEST_F(Ducking, EndsAtOnceWithTheEngine) {
     untilLevel(-12);
 }
 
-TEST_F(Ducking, WithoutVoiceProcessingThereIsNone) {
+TEST_F(Ducking, OfAMicrophoneWithoutVoiceProcessingThereIsNone) {
     tap();
     startPlaying();
+    engine->turnOthersDown(-12);
     scheduleTone(900, -12, 60);
     untilLevel(-12, 900);
     untilLevel(-12);
@@ -145,10 +190,9 @@ TEST_F(Ducking, EndsWhenTheProgramIsKilled) {
 TEST_F(Ducking, DoesNotHappenWithoutAKeeper) {
     engine = AudioEngine::make({.volumeKeeper = "/nowhere/tarn-unduck"});
     startWithVoiceProcessing();
-    EXPECT_TRUE(engine->isRunning());
-    EXPECT_EQ(log.lines("[dub] other programs are not turned down: ").size(), 1U);
     scheduleTone(900, -12, 60);
     untilLevel(-12, 900);
+    until("it is said", [&] { return log.lines("[dub] other programs are not turned down: ").size() == 1; });
     untilLevel(-12);
 }
 

@@ -174,19 +174,20 @@ TEST(PlaybackStreamTest, AsksTheHeapForNothingAndServesAnyLength) {
     AudioServer server;
     AudioPlayerNode player;
     player.prepare(PlaybackStream::mostFrames);
-    PlaybackStream stream(server, player, 24000, std::make_shared<EchoReference>(24000));
+    const auto voice = std::make_shared<DuckingVoice>();
+    PlaybackStream stream(server, player, 24000, std::make_shared<EchoReference>(24000), voice);
     auto buffer = PcmBuffer::make(EngineBench::dubFormat(), 24000);
     buffer->setFrameLength(24000);
     std::fill_n(buffer->floatChannelData(), 24000, 0.5F);
     player.scheduleBuffer(std::move(*buffer));
     player.play();
     std::vector<float> out(30000);
-    EXPECT_EQ(stream.heardAt(), 0);
+    EXPECT_EQ(voice->heardAt(), 0);
     const AllocationGuard guard;
     stream.renderRt(out, 7);
     EXPECT_EQ(guard.count(), 0U);
     EXPECT_EQ(std::ranges::count(out, 0.5F), 24000);
-    EXPECT_EQ(stream.heardAt(), 7);
+    EXPECT_EQ(voice->heardAt(), 7);
 }
 
 }  // namespace
