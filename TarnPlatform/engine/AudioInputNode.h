@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <string>
 
 #include "TarnPlatform/audio/AudioFormat.h"
 #include "TarnPlatform/audio/PcmBuffer.h"
@@ -43,6 +44,9 @@ public:
     /// turns other programs down while the engine plays something. Fails, and changes nothing, where there is
     /// no microphone or its sound cannot be processed, and while the engine runs.
     virtual Result<void> setVoiceProcessingEnabled(bool enabled) = 0;
+
+    /// The chosen device's name, by which it is found again; empty: the default one, whichever that is.
+    virtual std::string device() const { return {}; }
 
     /// Null where the engine has no input.
     virtual AudioUnit* audioUnit() = 0;

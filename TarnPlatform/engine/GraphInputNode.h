@@ -24,6 +24,7 @@ public:
 
     AudioFormat inputFormat(std::uint32_t bus) override;
     Result<void> setVoiceProcessingEnabled(bool enabled) override;
+    std::string device() const override { return chosen_.value_or(""); }
     AudioUnit* audioUnit() override { return this; }
     void installTap(std::uint32_t bus, std::uint32_t bufferFrames, const AudioFormat& format,
                     TapBlock block) override;
