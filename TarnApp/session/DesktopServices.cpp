@@ -6,6 +6,7 @@
 #include "TarnApp/server/RealTarnServerClient.h"
 #include "TarnCore/audio/AudioApps.h"
 #include "TarnCore/audio/SharedCaptures.h"
+#include "TarnCore/audio/SharedMicrophones.h"
 #include "TarnCore/deployment/Deployment.h"
 #include "TarnPlatform/base/PreferredLanguages.h"
 #include "TarnPlatform/desktop/SchemeRegistration.h"
@@ -86,7 +87,9 @@ SessionServices SessionServices::real(SerialExecutor main) {
     services.screenCapture = ScreenCaptureAccess::desktop();
     services.urlOpener = UrlOpener::desktop();
     services.makePlayer = [] { return std::make_shared<AudioPlayer>(); };
-    services.makeMicSession = [] { return std::make_shared<MicSession>(); };
+    services.makeMicSession = [microphones = std::make_shared<SharedMicrophones>()] {
+        return std::make_shared<MicSession>(MicSession::Parts{.engine = microphones->makeEngine()});
+    };
     services.startCapture = [captures = std::make_shared<SharedCaptures>(services.main)](
                                 std::shared_ptr<AudioSink> sink, std::optional<std::string> bundleID) {
         return SharedCaptures::start(captures, std::move(sink), std::move(bundleID));
