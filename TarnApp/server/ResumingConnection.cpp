@@ -17,6 +17,8 @@ using State = ConnectionHealth::State;
 /// A server is blamed for its silence after this; see `ConnectionJudge::silentFrom`.
 constexpr std::chrono::milliseconds blamedAfter{1500};
 constexpr std::chrono::milliseconds pieceOfKept{200};
+/// To be less behind is not told.
+constexpr double leastBehind = 1;  // seconds
 /// A gap that nobody would notice is not told.
 constexpr double shortestGap = 0.5;  // seconds
 
@@ -107,6 +109,7 @@ std::shared_ptr<ResumingConnection::Link> ResumingConnection::connect(Reopening:
     link->sent = kept_.begin();
     link->liveFrom = link->sent;
     link->isLive = kept_.begin() == kept_.end();
+    link->isBehind = seconds(kept_.end() - kept_.begin()) >= leastBehind;
     ledger_.connect(link->sent);
     link_ = link;
     const auto self = shared_from_this();
@@ -389,9 +392,9 @@ void ResumingConnection::tell() {
     } else {
         now = link_->health;
         const double behind = std::round(seconds(kept_.end() - std::min(link_->sent, kept_.end())));
-        if (now.state != State::stalled && !link_->isLive && behind >= 1) {
+        if (now.state != State::stalled && !link_->isLive && link_->isBehind) {
             now.state = State::catchingUp;
-            now.behindSeconds = behind;
+            now.behindSeconds = std::max(1.0, behind);
         }
         now.standIn = link_->isStandIn;
     }

@@ -56,6 +56,7 @@ private:
         std::uint64_t sent = 0;  ///< up to where it has been given the sound
         bool isLive = false;     ///< it has been given all there was
         std::uint64_t liveFrom = 0;
+        bool isBehind = false;  ///< so far that it is told
         bool isOver = false;
         ConnectionHealth health;
         TaskHandle eventReader;

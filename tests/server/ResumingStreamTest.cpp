@@ -3,168 +3,17 @@
 
 #include <gmock/gmock.h>
 
-#include <boost/asio/co_spawn.hpp>
-
-#include "ScriptedService.h"
+#include "ResumingFixture.h"
 
 namespace tarn {
 namespace {
 
 using std::chrono::milliseconds;
 using std::chrono::seconds;
+using test::difference;
 using test::ScriptedService;
 using test::SpokenChunk;
-
-/// What a session is told, in one line each.
-struct Told {
-    std::vector<std::string> sources;
-    std::vector<std::string> translations;
-    std::vector<SpokenChunk> voice;
-    std::vector<std::string> others;
-    double gaps = 0;
-    std::vector<std::pair<double, ConnectionHealth>> health;  ///< with the time
-};
-
-/// Where two lists differ first, in words; empty where they do not.
-std::string difference(const std::vector<std::string>& is, const std::vector<std::string>& wanted) {
-    const auto [at, other] = std::ranges::mismatch(is, wanted);
-    if (at == is.end() && other == wanted.end()) {
-        return {};
-    }
-    std::string text =
-        std::to_string(is.size()) + " in place of " + std::to_string(wanted.size()) + ", after ";
-    text += other == wanted.begin() ? "none" : *(other - 1);
-    text += " comes " + (at == is.end() ? "nothing" : *at);
-    return text + " in place of " + (other == wanted.end() ? "nothing" : *other);
-}
-
-class Resuming : public ::testing::Test {
-protected:
-    void begin(ScriptedService::Habits habits = {}, unsigned seed = 1) {
-        service.emplace(context, habits, seed);
-        parts.open = [this] { return service->open(); };
-        parts.main = context.get_executor();
-        parts.network = context.get_executor();
-        parts.clock = service->clock;
-        parts.watchNetwork = [this](const SerialExecutor&, std::function<void()> isBack) {
-            networkIsBack = std::move(isBack);
-            return nullptr;
-        };
-        stream = std::make_shared<ResumingTranslateStream>(service->connect(), parts);
-        settle();
-    }
-    void TearDown() override {
-        if (stream) {
-            close();
-        }
-        stream.reset();
-        settle();
-    }
-
-    void settle() {
-        context.restart();
-        context.poll();
-        while (stream && readAll()) {
-            context.restart();
-            context.poll();
-        }
-    }
-    bool readAll() {
-        bool any = false;
-        while (auto event = stream->events().tryNext()) {
-            any = true;
-            if (auto* const text = std::get_if<translate::SourceText>(&*event)) {
-                if (text->done) {
-                    told.sources.push_back(text->text);
-                }
-                shown = text->text;
-            } else if (auto* const translation = std::get_if<translate::TranslatedText>(&*event)) {
-                if (translation->done) {
-                    told.translations.push_back(translation->text);
-                }
-            } else if (auto* const voice = std::get_if<translate::TranslatedAudio>(&*event)) {
-                for (std::size_t at = 0; at + SpokenChunk::bytes <= voice->bytes.size();
-                     at += SpokenChunk::bytes) {
-                    told.voice.push_back(SpokenChunk::of(voice->bytes.data() + at));
-                }
-            } else if (auto* const gap = std::get_if<translate::Gap>(&*event)) {
-                told.gaps += gap->seconds;
-            } else if (std::holds_alternative<translate::Unauthorized>(*event)) {
-                told.others.emplace_back("unauthorized");
-            } else if (std::holds_alternative<translate::Closed>(*event)) {
-                told.others.emplace_back("closed");
-            }
-        }
-        while (auto health = stream->health().tryNext()) {
-            any = true;
-            told.health.emplace_back(now(), std::move(*health));
-        }
-        return any;
-    }
-    double now() const {
-        return std::chrono::duration<double>(service->clock->now().time_since_epoch()).count();
-    }
-
-    /// Lets 50 ms pass, in which `chunk` was heard.
-    void hear(SpokenChunk chunk) {
-        stream->queueAudio(chunk.sound());
-        if (chunk.sentence != 0) {
-            spoken.insert(chunk);
-        }
-        service->clock->advance(milliseconds(50));
-        settle();
-    }
-    void pause(milliseconds time) {
-        for (; time > milliseconds(0); time -= milliseconds(50)) {
-            hear({});
-        }
-    }
-    void say(std::int16_t sentence, int chunks) {
-        for (std::int16_t index = 0; index < chunks; ++index) {
-            hear({sentence, index});
-        }
-        said.push_back(std::to_string(sentence) + ":0-" + std::to_string(chunks - 1));
-    }
-    void close() { runTaskToEnd(stream->close()); }
-    void runTaskToEnd(Task<void> task) {
-        bool done = false;
-        asio::co_spawn(context, std::move(task), [&done](const std::exception_ptr&) { done = true; });
-        for (int i = 0; i < 100 && !done; ++i) {
-            settle();
-        }
-        ASSERT_TRUE(done);
-        settle();
-    }
-    std::vector<SpokenChunk> wholeVoice() const {
-        std::vector<SpokenChunk> voice;
-        for (std::size_t i = 0; i < said.size(); ++i) {
-            for (std::int16_t piece = 0; piece < 4; ++piece) {
-                voice.push_back({static_cast<std::int16_t>(i + 1), piece});
-            }
-        }
-        return voice;
-    }
-    std::vector<ConnectionHealth::State> states() const {
-        std::vector<ConnectionHealth::State> all;
-        for (const auto& [time, health] : told.health) {
-            if (all.empty() || all.back() != health.state) {
-                all.push_back(health.state);
-            }
-        }
-        return all;
-    }
-
-    asio::io_context context{1};
-    std::optional<ScriptedService> service;
-    ResumeParts parts;
-    std::shared_ptr<ResumingTranslateStream> stream;
-    std::function<void()> networkIsBack;
-    std::set<SpokenChunk> spoken;
-    std::vector<std::string> said;
-    Told told;
-    std::string shown;
-};
-
+using Resuming = test::Resuming;
 using State = ConnectionHealth::State;
 
 struct CutCase {
@@ -249,6 +98,218 @@ INSTANTIATE_TEST_SUITE_P(All, ResumingThroughCuts,
                                            CutCase{"withoutNames", {.items = false}},
                                            CutCase{"withoutPlaces", {.marks = false}, 30, 3000, false}),
                          [](const auto& each) { return each.param.name; });
+
+/// What is seen of outages of many lengths while somebody speaks, and what is missing of it.
+TEST_F(Resuming, TellsWhatOnlyALongOutageLeavesUntranslated) {
+    for (const int outage : {1, 10, 60, 110, 300}) {
+        SCOPED_TRACE(outage);
+        told = {};
+        said.clear();
+        begin();
+        std::int16_t sentence = 0;
+        const auto speakFor = [&](double length) {
+            for (const double end = now() + length; now() < end;) {
+                say(++sentence, 30);
+                pause(milliseconds(500));
+            }
+        };
+        speakFor(10);
+        const double start = now();
+        service->isReachable = false;
+        service->cut();
+        settle();
+        ASSERT_EQ(told.health.back().second.state, State::resuming);
+        EXPECT_LT(told.health.back().first - start, 2);
+        speakFor(outage);
+        service->isReachable = true;
+        networkIsBack();
+        speakFor(60);
+        const double kept = std::chrono::duration<double>(seconds(120)).count();
+        EXPECT_NEAR(told.gaps, std::max(0.0, outage - kept), outage > 120 ? 10 : 0.01);
+        EXPECT_THAT(states(), testing::ElementsAre(State::resuming, State::catchingUp, State::answering));
+        // Four times the pace of speech, which goes on meanwhile.
+        const double live = told.health.back().first - start - outage;
+        EXPECT_LT(live, std::min<double>(outage + 5, kept) / 3 + 3);
+        pause(seconds(40));
+        if (told.gaps == 0) {
+            EXPECT_EQ(difference(told.translations, said), "");
+        }
+        TearDown();
+    }
+}
+
+TEST_F(Resuming, TriesNoMoreOftenAfterAnHourThanAtFirst) {
+    const std::map<std::string, std::function<void()>> servers = {
+        {"refuses", [this] { service->isReachable = false; }},
+        {"closes at once", [this] { service->onAttempt = [this] { service->cut(); }; }},
+        {"says nothing", [this] { service->onAttempt = [this] { service->hang(); }; }}};
+    for (const auto& [name, behave] : servers) {
+        SCOPED_TRACE(name);
+        begin();
+        behave();
+        service->cut();
+        std::vector<int> attempts;
+        for (int minute = 0; minute < 60; ++minute) {
+            const int before = service->attempts;
+            pause(seconds(60));
+            networkIsBack();  // a network that comes and goes must not make a storm of it
+            attempts.push_back(service->attempts - before);
+        }
+        EXPECT_THAT(attempts, testing::Each(testing::AllOf(testing::Ge(5), testing::Le(17))));
+        RecordProperty(name, attempts.back());
+        TearDown();
+    }
+}
+
+TEST_F(Resuming, EndsWhereNothingMoreIsToBeHopedFor) {
+    struct End {
+        const char* name;
+        std::function<void()> happen;
+        double after;  ///< seconds, at most
+        const char* reason;
+        bool isRefused;
+        std::vector<std::string> others;
+    };
+    const ConnectionHealth refused{State::lost, "[limit] no more today", true};
+    const std::vector<End> ends = {
+        {"refused token",
+         [&] {
+             service->tell(translate::Unauthorized{});
+             service->cut({State::lost, "closed: 4001"});
+         },
+         0.1,
+         "closed: 4001",
+         false,
+         {"unauthorized"}},
+        {"signed out",
+         [&] { service->isSignedOut = true, service->cut(); },
+         1,
+         "cut",
+         false,
+         {"unauthorized"}},
+        {"error of the service",
+         [&] {
+             service->onAttempt = [&] { service->cut(refused); };
+             service->cut(refused);
+         },
+         10,
+         "[limit] no more today",
+         true,
+         {}},
+        {"patience", [&] { service->isReachable = false, service->cut(); }, 31, "cut", false, {}}};
+    for (const End& end : ends) {
+        SCOPED_TRACE(end.name);
+        told = {};
+        parts.giveUpAfter = seconds(30);
+        begin();
+        say(1, 20);
+        end.happen();
+        settle();
+        const double start = now();
+        while (stream->isAlive() && now() < start + 100) {
+            pause(milliseconds(50));
+        }
+        EXPECT_LE(now(), start + end.after);
+        const auto& last = told.health.back().second;
+        EXPECT_EQ(last.state, State::lost);
+        EXPECT_EQ(last.reason, end.reason);
+        EXPECT_EQ(last.refusedByService, end.isRefused);
+        EXPECT_EQ(told.others, end.others);
+        const int attempts = service->attempts;
+        EXPECT_EQ(attempts, end.isRefused ? 3 : attempts);
+        pause(seconds(20));
+        EXPECT_EQ(service->attempts, attempts);
+        TearDown();
+        EXPECT_EQ(told.others.back(), "closed");
+    }
+}
+
+/// None of it may stop the stream, and what is said after it is told once.
+TEST_F(Resuming, BearsAServiceThatTalksNonsense) {
+    for (const auto& habits : {ScriptedService::Habits{.places = ScriptedService::Places::negative},
+                               {.places = ScriptedService::Places::huge},
+                               {.places = ScriptedService::Places::falling},
+                               {.inOrder = false}}) {
+        told = {};
+        said.clear();
+        begin(habits);
+        service->onConnect = {"1:0-29"};
+        for (std::int16_t sentence = 1; sentence <= 10; ++sentence) {
+            say(sentence, 30);
+            pause(milliseconds(2000));
+            if (sentence == 1 || sentence == 5) {
+                service->cut();
+            }
+        }
+        pause(seconds(5));
+        EXPECT_EQ(difference(told.translations, said), "");
+        EXPECT_EQ(difference(told.sources, said), "");
+        TearDown();
+    }
+}
+
+TEST_F(Resuming, IsStoodInForUntilTheServiceIsBack) {
+    parts.openStandIn = [this]() -> Task<ServerResult<ResumeParts::Stream>> { co_return service->connect(); };
+    begin();
+    const auto standsIn = [this] { return told.health.back().second.standIn; };
+    std::int16_t sentence = 0;
+    const auto speakFor = [&](int sentences) {
+        for (const int last = sentence + sentences; sentence < last;) {
+            say(++sentence, 30);
+            pause(milliseconds(1500));
+        }
+    };
+    speakFor(2);
+    service->isReachable = false;
+    service->cut();
+    const double away = now();
+    while (told.health.empty() || !standsIn()) {
+        speakFor(1);
+        ASSERT_LT(now() - away, 30);
+    }
+    EXPECT_GE(now() - away, 20);
+    speakFor(5);
+    EXPECT_TRUE(standsIn());
+    say(++sentence, 10);
+    service->isReachable = true;
+    for (std::int16_t index = 10; index < 300; ++index) {  // one sentence of 15 s
+        hear({sentence, index});
+    }
+    said.back() = std::to_string(sentence) + ":0-299";
+    EXPECT_TRUE(standsIn()) << "it is left at the end of an utterance";
+    pause(seconds(8));
+    EXPECT_FALSE(standsIn());
+    speakFor(3);
+    EXPECT_EQ(difference(told.translations, said), "");
+    EXPECT_EQ(difference(told.sources, said), "");
+}
+
+TEST_F(Resuming, ClosesWhereThereIsNoConnection) {
+    begin();
+    service->isReachable = false;
+    service->cut();
+    pause(seconds(2));
+    close();
+    close();
+    EXPECT_EQ(told.others, std::vector<std::string>{"closed"});
+    EXPECT_FALSE(stream->isAlive());
+}
+
+TEST_F(Resuming, KeepsWhatIsSentWhileItWaitsForItToLeave) {
+    begin();
+    service->isReachable = false;
+    service->cut();
+    settle();
+    bool hasLeft = false;
+    asio::co_spawn(context, stream->sendAudio(SpokenChunk{1, 0}.sound()),
+                   [&hasLeft](const std::exception_ptr&) { hasLeft = true; });
+    pause(seconds(3));
+    EXPECT_FALSE(hasLeft);
+    service->isReachable = true;
+    pause(seconds(8));
+    EXPECT_TRUE(hasLeft);
+    EXPECT_TRUE(service->heard.contains({1, 0}));
+}
 
 }  // namespace
 }  // namespace tarn

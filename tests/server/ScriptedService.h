@@ -5,6 +5,7 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/post.hpp>
 #include <cstring>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -47,12 +48,14 @@ struct SpokenChunk {
 /// voice that tells apart its every piece. Thread: the context's.
 class ScriptedService {
 public:
+    enum class Places : std::uint8_t { right, negative, huge, falling };
     struct Habits {
         bool marks = true;        ///< tells where speech starts and stops
         bool items = true;        ///< names the utterances
         bool voiceFirst = false;  ///< the voice comes before the final translation, else after
-        bool inOrder = true;      ///< one sentence's texts come after all of those before
-        int noiseEvery = 0;       ///< tells of speech that was none after so many sentences; 0: never
+        Places places = Places::right;
+        bool inOrder = true;  ///< one sentence's texts come after all of those before
+        int noiseEvery = 0;   ///< tells of speech that was none after so many sentences; 0: never
     };
 
     ScriptedService(asio::io_context& context, Habits habits, unsigned seed)
@@ -60,6 +63,8 @@ public:
 
     std::shared_ptr<ManualClock> clock = std::make_shared<ManualClock>();
     bool isReachable = true;
+    bool isSignedOut = false;
+    std::function<void()> onAttempt{};  ///< called once there is a connection
     int attempts = 0;
     std::set<SpokenChunk> heard;           ///< over all connections
     std::vector<std::string> onConnect{};  ///< final texts with which each new connection begins
@@ -72,11 +77,23 @@ public:
     }
     Task<ServerResult<ResumeParts::Stream>> open() {
         ++attempts;
+        if (isSignedOut) {
+            co_return std::unexpected(TarnServerError::notAuthenticated());
+        }
         if (!isReachable) {
             co_return std::unexpected(
                 TarnServerError::transport({ErrorKind::connection, "the network is unreachable", 0}));
         }
-        co_return connect();
+        auto connection = connect();
+        if (onAttempt) {
+            onAttempt();
+        }
+        co_return connection;
+    }
+    void tell(TarnTranslateEvent event) {
+        if (const auto connection = open_.lock()) {
+            connection->tell(std::move(event));
+        }
     }
     /// The connection breaks; what was not told yet never is.
     void cut(const ConnectionHealth& how = {ConnectionHealth::State::lost, "cut"}) {
@@ -134,16 +151,22 @@ private:
             health_.push({ConnectionHealth::State::stalled});
         }
 
+        void tell(TarnTranslateEvent event) { events_.push(std::move(event)); }
+
     private:
         void hear(const std::vector<std::byte>& bytes);
         void endSentence();
         void tellLater(Clock::Duration delay, std::vector<TarnTranslateEvent> events);
-        void tell(TarnTranslateEvent event) { events_.push(std::move(event)); }
         StreamProgress progress(StreamProgress::Kind kind, int number, bool placed) const {
             StreamProgress made{kind};
             made.id = service_.habits_.items ? "item" + std::to_string(number) : "";
             if (placed) {
-                made.milliseconds = position_;
+                using enum Places;
+                const std::map<Places, std::int64_t> told{{right, position_},
+                                                          {negative, -position_},
+                                                          {huge, position_ + (std::int64_t{1} << 60)},
+                                                          {falling, 100000 - position_}};
+                made.milliseconds = told.at(service_.habits_.places);
             }
             return made;
         }
