@@ -17,25 +17,13 @@ void RunProgress::note(const TarnTranslateEvent& event, TimePoint now) {
         return;
     }
     lastEvent_ = now;
-    if (const auto* const source = std::get_if<translate::SourceText>(&event)) {
-        sourceOpen_ = !source->done;
-        finalSources_ += source->done ? 1 : 0;
-    } else if (const auto* const translation = std::get_if<translate::TranslatedText>(&event)) {
-        translationOpen_ = !translation->done;
-        finalTranslations_ += translation->done ? 1 : 0;
+    utterance_.note(event);
+    if (const auto* const translation = std::get_if<translate::TranslatedText>(&event)) {
         voiceDue_ = voiceDue_ || (translation->done && !translation->text.empty());
-    } else if (std::holds_alternative<translate::TranslatedAudio>(event)) {
+    } else if (std::holds_alternative<translate::TranslatedAudio>(event) ||
+               std::holds_alternative<translate::Error>(event)) {
         voiceDue_ = false;
-    } else if (std::holds_alternative<translate::Error>(event)) {
-        // The relay has given up on an utterance, so nothing more is awaited of it.
-        translationOpen_ = false;
-        voiceDue_ = false;
-        finalTranslations_ = finalSources_;
     }
-}
-
-bool RunProgress::isFinal() const {
-    return !sourceOpen_ && !translationOpen_ && finalTranslations_ >= finalSources_;
 }
 
 bool RunProgress::isSettled(TimePoint now) const {

@@ -2,7 +2,7 @@
 
 #include <chrono>
 
-#include "TarnApp/server/TarnTranslateEvent.h"
+#include "TarnApp/session/OpenUtterance.h"
 
 namespace tarn::cli {
 
@@ -18,13 +18,10 @@ public:
     bool isSettled(TimePoint now) const;
 
     /// True when every utterance heard so far has its final text and its final translation.
-    bool isFinal() const;
+    bool isFinal() const { return !utterance_.hasText(); }
 
 private:
-    bool sourceOpen_ = false;
-    bool translationOpen_ = false;
-    int finalSources_ = 0;
-    int finalTranslations_ = 0;
+    OpenUtterance utterance_;
     bool voiceDue_ = false;  ///< no sound has come since the last final translation
     TimePoint lastEvent_{};
 };
