@@ -2,6 +2,7 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/thread_pool.hpp>
 
+#include "ResumedStreams.h"
 #include "SessionServices.h"
 #include "TarnApp/server/RealTarnServerClient.h"
 #include "TarnCore/audio/AudioApps.h"
@@ -105,8 +106,10 @@ ViewModelServices ViewModelServices::real(SerialExecutor main) {
     const auto& deployment = Deployment::current();
     const auto values = deployment.value_or(DeploymentValues());
     services.credentials = Credentials::real(services.session.main, values);
-    services.makeServerClient = [values](PatProvider pat) {
-        return TarnServerClientFactory::make(values, std::move(pat));
+    services.makeServerClient = [values, defaults = services.defaults](PatProvider pat) {
+        ResumeWishes wishes;
+        wishes.resumes = [defaults] { return defaults->boolean("resumeConnection").value_or(true); };
+        return withResumedStreams(TarnServerClientFactory::make(values, std::move(pat)), std::move(wishes));
     };
     services.inputs = [] { return AudioDevices::inputs(); };
     services.availableApps = [] { return availableAudioApps(); };
