@@ -32,6 +32,7 @@ ViewModelServices runServices(SerialExecutor main, const DeploymentValues& deplo
     };
     services.webBase = deployment.webBase;
     services.mayOpenSignInPage = [deployment] { return Deployment::mayOpenPage(deployment); };
+    services.session.lastTextLimit = {};  // a run waits for them before it stops its sessions
     services.session.log = [](const std::string&) {};  // the run prints these lines itself
     // The command line shows neither list.
     services.inputs = [] { return std::vector<AudioInputDevice>(); };

@@ -30,10 +30,20 @@ bool SessionPipeline::isEmpty() const {
     return !player && !sink && !stream && !micSession && !resampler && !serverStream;
 }
 
-Task<void> SessionPipeline::takeApart(SessionPipeline parts) {
-    if (parts.stream) {
-        co_await stopCapture(parts.stream);
+void SessionPipeline::stopHearing() const {
+    if (isHeard) {
+        isHeard->store(false);
     }
+}
+
+Task<void> SessionPipeline::endCapture(SessionPipeline& parts) {
+    if (const auto stream = std::exchange(parts.stream, nullptr)) {
+        co_await stopCapture(stream);
+    }
+}
+
+Task<void> SessionPipeline::takeApart(SessionPipeline parts) {
+    co_await endCapture(parts);
     if (parts.serverStream) {
         co_await parts.serverStream->close();
     }

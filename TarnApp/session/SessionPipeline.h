@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <expected>
 #include <functional>
@@ -50,10 +51,17 @@ struct SessionPipeline {
     std::shared_ptr<AudioResampler> resampler;
     std::shared_ptr<TarnTranslateStream> serverStream;
     TaskHandle serverStreamTask;
+    std::shared_ptr<std::atomic<bool>> isHeard;  ///< what is captured is passed on
     std::shared_ptr<void> soundWatch;
     std::optional<SerialExecutor> sound;  ///< where this run's player or microphone is started and stopped
 
     bool isEmpty() const;
+
+    /// From now on nothing that is captured goes out, whether the capture ends at once or not. Thread: any.
+    void stopHearing() const;
+
+    /// Stops the capture of `parts` and waits for that; a failure is ignored.
+    static Task<void> endCapture(SessionPipeline& parts);
 
     /// Stops capture, stream, player and microphone, in this order, waiting for each. A failure to stop the
     /// capture is ignored. Requires: the task is not cancelled.

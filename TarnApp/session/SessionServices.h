@@ -45,6 +45,8 @@ struct SessionServices {
                                                                std::optional<std::string> bundleID)>
         startCapture;
     std::function<void(const std::string& line)> log = [](const std::string& line) { logLine(line); };
+    /// A stop waits no longer than this for the texts of what was said before it.
+    std::chrono::milliseconds lastTextLimit{1500};
     WatchSound watchSound = [](auto&&...) { return nullptr; };
 
     /// The desktop's own, with `main` as the main thread.

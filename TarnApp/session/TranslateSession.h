@@ -13,6 +13,7 @@
 
 #include "CaptureSource.h"
 #include "ConnectionState.h"
+#include "OpenUtterance.h"
 #include "SessionPipeline.h"
 #include "SessionServices.h"
 #include "TarnApp/server/TarnServerClient.h"
@@ -68,7 +69,8 @@ public:
     /// `rate`: speaking rate of the dub; `gain`: its linear loudness. Returns at once; ignored while a run is
     /// under way or on its way.
     void start(float rate, float gain, Backend backend);
-    /// Returns at once.
+    /// Returns at once. Nothing that is said from now on is heard; the texts of what was said before are
+    /// waited for, until they have come, for 1.5 s, or until the next stop or start.
     void stop();
     /// Stops and, 0.3 s later, starts with the settings as they are then. Ignored unless a run is under way
     /// or on its way.
@@ -200,6 +202,9 @@ private:
                                  std::shared_ptr<Clock> clock);
     static void tellSkipped(const std::weak_ptr<TranslateSession>& weak, Call start, double seconds);
     static Task<void> tearDown(std::weak_ptr<TranslateSession> weak, Stop stop);
+    bool expectsText(const SessionPipeline& parts) const;
+    static Task<void> waitForLastText(std::weak_ptr<TranslateSession> weak, const Stop& stop);
+    void endWait();
     static Task<void> startAgain(std::weak_ptr<TranslateSession> weak, std::shared_ptr<Clock> clock,
                                  Start next);
     static Task<void> watchConnection(std::weak_ptr<TranslateSession> weak, Call start,
@@ -265,6 +270,9 @@ private:
     Call lastStart_ = 0;
     Call heard_ = 0;          ///< the start whose capture's level is shown
     bool stopAsked_ = false;  ///< by the last call; the state may not show it yet
+    OpenUtterance utterance_;
+    std::optional<Clock::TimePoint> heardAt_;  ///< when something that may be speech was captured last
+    std::optional<Gate> lastText_;             ///< closed while a stop waits for it
 
     const std::shared_ptr<UserDefaults> defaults_;
     const std::string storageNamespace_;

@@ -16,10 +16,11 @@
 namespace tarn {
 namespace {
 
-constexpr std::chrono::milliseconds reconnectDelay{300};
 /// Seconds of the translated voice that may wait to be played before no more is taken.
 constexpr double mostVoiceWaiting = 60;
 
+/// What is louder may be speech.
+constexpr float speechLevel = 0.01F;
 std::optional<std::string> nonEmpty(const std::string& text) {
     return text.empty() ? std::nullopt : std::optional(text);
 }
@@ -38,10 +39,11 @@ Task<std::expected<void, MicSession::MicError>> startMicrophone(
     co_return micSession->start(rate, voiceProcessing, preferredDeviceUID);
 }
 
-/// Hands captured buffers to the service. Thread: the capture's own.
-std::function<void(const PcmBuffer&)> makeSender(std::shared_ptr<AudioResampler> resampler, SendAudio send) {
-    return [resampler = std::move(resampler), send = std::move(send)](const PcmBuffer& buffer) {
-        if (auto chunk = resampler->process(buffer)) {
+/// Hands captured buffers to the service, while the run is heard. Thread: the capture's own.
+std::function<void(const PcmBuffer&)> makeSender(const SessionPipeline& parts, SendAudio send) {
+    return [resampler = parts.resampler, isHeard = parts.isHeard,
+            send = std::move(send)](const PcmBuffer& buffer) {
+        if (auto chunk = resampler->process(buffer); chunk && isHeard->load()) {
             send(std::move(*chunk));
         }
     };
@@ -72,6 +74,9 @@ void TranslateSession::start(float rate, float gain, Backend backend) {
     }
     stopAsked_ = false;
     lastStart_ = heard_ = ++lastCall_;
+    utterance_ = {};
+    heardAt_.reset();
+    endWait();
     const Start call{lastCall_, rate, gain, std::move(backend)};
     leaveOldRun();
     transportFaults_.clear();
@@ -151,6 +156,7 @@ Task<void> TranslateSession::run(Run run) {
         co_return;
     }
     attempt->parts.sound = asio::make_strand(run.services.workers);
+    attempt->parts.isHeard = std::make_shared<std::atomic<bool>>(true);
     PipelineResult<void> built;
     try {
         built = co_await build(run);
@@ -216,7 +222,7 @@ Task<PipelineResult<void>> TranslateSession::startSystemPipeline(const Run& run,
     }
     parts.resampler = std::make_shared<AudioResampler>();
     parts.sink = std::make_shared<AudioSink>();
-    parts.sink->onPCM = makeSender(parts.resampler, std::move(*send));
+    parts.sink->onPCM = makeSender(parts, std::move(*send));
     parts.sink->onLevel = levelReceiver(run);
     parts.sink->onEnd = captureEndReceiver(run);
     auto capture = co_await run.services.startCapture(parts.sink, std::move(bundleID));
@@ -244,7 +250,7 @@ Task<PipelineResult<void>> TranslateSession::startMicPipeline(const Run& run) {
     if (!send) {
         co_return std::unexpected(send.error());
     }
-    micSession->onPCM = makeSender(parts.resampler, std::move(*send));
+    micSession->onPCM = makeSender(parts, std::move(*send));
     micSession->onLevel = levelReceiver(run);
     const SerialExecutor sound = *parts.sound;
     const auto started = co_await carryOut(
@@ -321,6 +327,11 @@ void TranslateSession::apply(const TarnTranslateEvent& event, Call start) {
     if (start != lastStart_) {
         return;  // the next run's fields are not this one's any more
     }
+    utterance_.note(event);
+    if (const auto* const last = std::get_if<translate::TranslatedText>(&event);
+        last != nullptr && last->done && !utterance_.isOpen()) {
+        endWait();
+    }
     if (const auto* const source = std::get_if<translate::SourceText>(&event)) {
         untranslated_ = 0;
         sourceText_ = QString::fromStdString(source->text);
@@ -365,72 +376,13 @@ std::function<void(float)> TranslateSession::levelReceiver(const Run& run) {
             const auto self = weak.lock();
             if (self && self->heard_ == call) {
                 self->inputLevel_ = level;
+                if (level >= speechLevel) {
+                    self->heardAt_ = self->services_.clock->now();
+                }
                 Q_EMIT self->inputLevelChanged();
             }
         });
     };
-}
-
-void TranslateSession::stopHearing() {
-    heard_ = 0;
-    if (inputLevel_ != 0) {
-        inputLevel_ = 0;
-        Q_EMIT inputLevelChanged();
-    }
-}
-
-void TranslateSession::stop() {
-    startStopping(++lastCall_);
-}
-
-void TranslateSession::startStopping(Call call) {
-    stopAsked_ = true;
-    stopHearing();
-    Stop order{call, SessionPipeline(), false, teardowns_->enter()};
-    if (const auto attempt = std::exchange(attempt_, nullptr)) {
-        order.parts = attempt->abandon();
-    } else if (!isPipelineLeaving_ && !pipeline_.isEmpty()) {
-        order.parts = pipeline_;
-        order.ownsPipeline = isPipelineLeaving_ = true;
-    }
-    TaskHandle::start(services_.main, tearDown(weak_from_this(), std::move(order)));
-}
-
-Task<void> TranslateSession::tearDown(std::weak_ptr<TranslateSession> weak, Stop stop) {
-    if (const auto self = weak.lock(); self && self->isLatest(stop.call)) {
-        self->setState(ConnectionState::stopping());
-    }
-    co_await SessionPipeline::takeApart(std::move(stop.parts));
-    if (stop.turn.before) {
-        co_await stop.turn.before->passed();
-    }
-    const auto self = weak.lock();
-    if (self && stop.ownsPipeline) {
-        self->pipeline_ = SessionPipeline();
-        self->isPipelineLeaving_ = false;
-    }
-    stop.turn.done.open();
-    if (self && self->isLatest(stop.call)) {
-        self->setState(ConnectionState::idle());
-    }
-}
-
-void TranslateSession::reconnect(float rate, float gain, Backend backend) {
-    if (!state_.isActive() || stopAsked_) {
-        return;
-    }
-    const Start next{++lastCall_, rate, gain, std::move(backend)};
-    startStopping(next.call);
-    TaskHandle::start(services_.main, startAgain(weak_from_this(), services_.clock, next));
-}
-
-Task<void> TranslateSession::startAgain(std::weak_ptr<TranslateSession> weak, std::shared_ptr<Clock> clock,
-                                        Start next) {
-    co_await sleepFor(std::move(clock), reconnectDelay);
-    const auto self = weak.lock();
-    if (self && self->isLatest(next.call)) {
-        self->start(next.rate, next.gain, std::move(next.backend));
-    }
 }
 
 }  // namespace tarn

@@ -150,6 +150,7 @@ void TarnApp::perform(const std::string& action) {
 
 void TarnApp::stopSessions() {
     vm_->stopAll();
+    vm_->stopAll();  // nobody reads the last texts any more
     const auto isOver = [this] {
         return std::ranges::none_of(vm_->sessions(), [](const auto& session) {
             return session->canStop() || session->state().kind() == ConnectionState::Case::stopping;
