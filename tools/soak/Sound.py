@@ -66,7 +66,7 @@ class Talker(Program):
     def start(self):
         self.kill()
         self.first, self.began = self.upcoming(time.monotonic()) if self.began else 0, time.monotonic()
-        parts = [str(part) for part in self._parts()]
+        parts = [str(part) for part in self.parts()]
         run("sox", "-q", *parts[self.first:], *parts[:self.first], str(self.recording), "repeat", str(ROUNDS - 1),
             "remix", "1", "0")
         super().start()
@@ -79,7 +79,7 @@ class Talker(Program):
             number = (number + 1) % len(SENTENCES)
         return number
 
-    def _parts(self):
+    def parts(self):
         parts = [self.folder / f"sentence-{number}.wav" for number in range(len(SENTENCES))]
         for part, (sentence, _) in zip(parts, SENTENCES):
             if not part.exists():
