@@ -6,6 +6,7 @@
 #include "SilentEngine.h"
 #include "TarnApp/server/Keychain.h"
 #include "TarnApp/server/RealTarnServerClient.h"
+#include "TarnApp/session/ResumedStreams.h"
 #include "TarnPlatform/secrets/MemorySecretStore.h"
 
 namespace tarn::cli {
@@ -23,16 +24,19 @@ Task<Result<std::vector<AudioCapableApp>>> noApps() {
 
 }  // namespace
 
-ViewModelServices runServices(SerialExecutor main, const DeploymentValues& deployment) {
+ViewModelServices runServices(SerialExecutor main, const DeploymentValues& deployment,
+                              const ConnectionWishes& wishes) {
     ViewModelServices services = ViewModelServices::real(std::move(main));
     services.defaults = UserDefaults::inMemory();
     services.credentials = Credentials::real(services.session.main, deployment);
-    services.makeServerClient = [deployment](PatProvider pat) {
-        return TarnServerClientFactory::make(deployment, std::move(pat));
+    services.makeServerClient = [deployment, wishes, workers = services.session.workers](PatProvider pat) {
+        return withResumedStreams(
+            TarnServerClientFactory::make(deployment, std::move(pat)), deployment,
+            [wishes] { return wishes; }, workers);
     };
     services.webBase = deployment.webBase;
     services.mayOpenSignInPage = [deployment] { return Deployment::mayOpenPage(deployment); };
-    services.session.lastTextLimit = {};  // a run waits for them before it stops its sessions
+    services.session.lastTextLimit = {};               // a run waits for them before it stops its sessions
     services.session.log = [](const std::string&) {};  // the run prints these lines itself
     // The command line shows neither list.
     services.inputs = [] { return std::vector<AudioInputDevice>(); };

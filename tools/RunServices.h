@@ -10,7 +10,9 @@ namespace tarn::cli {
 // The application's surroundings as a command line has them.
 
 /// The desktop's own, but with settings that end with the process, so that the window's stay as they are.
-ViewModelServices runServices(SerialExecutor main, const DeploymentValues& deployment);
+/// `wishes`: what becomes of a stream whose connection is lost.
+ViewModelServices runServices(SerialExecutor main, const DeploymentValues& deployment,
+                              const ConnectionWishes& wishes = {});
 
 /// Where TARN_TOKEN holds one, that token is the one that is signed in with, at whichever server, and the
 /// keyring is left alone.

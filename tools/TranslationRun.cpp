@@ -113,8 +113,12 @@ Task<void> TranslationRun::translate() {
 }
 
 ViewModelServices TranslationRun::services() {
-    ViewModelServices services = runServices(context_.get_executor(), deployment_);
-    services.defaults->set(ConnectionWishes::resumesKey, options_.resumes);
+    ConnectionWishes wishes;
+    wishes.resumes = options_.resumes;
+    if (options_.giveUp > 0) {
+        wishes.giveUpAfter = std::chrono::duration<double>(options_.giveUp);
+    }
+    ViewModelServices services = runServices(context_.get_executor(), deployment_, wishes);
     services.makeServerClient = [make = services.makeServerClient, weak = weak_from_this(),
                                  main = services.session.main, plays = options_.playDub](PatProvider pat) {
         const auto run = weak.lock();

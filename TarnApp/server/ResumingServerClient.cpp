@@ -1,9 +1,16 @@
 #include "ResumingServerClient.h"
 
+#include <algorithm>
 #include <boost/asio/this_coro.hpp>
+#include <chrono>
 #include <utility>
 
 namespace tarn {
+namespace {
+
+constexpr std::chrono::hours longestPatience{24 * 365};
+
+}  // namespace
 
 using Opened = ServerResult<std::shared_ptr<TarnTranslateStream>>;
 
@@ -13,8 +20,9 @@ Task<Opened> ResumingServerClient::openTranslateStream(std::optional<std::string
                                                        std::string voiceClone, std::optional<int> silenceMs) {
     Request request{std::move(sourceLang), std::move(targetLang), std::move(voice), std::move(voiceClone),
                     silenceMs};
-    return options_.resumes() ? openResuming(inner_, options_, std::move(request))
-                              : open(inner_, std::move(request));
+    const ConnectionWishes wishes = options_.wishes();
+    return wishes.resumes ? openResuming(inner_, options_, wishes, std::move(request))
+                          : open(inner_, std::move(request));
 }
 
 Task<Opened> ResumingServerClient::open(std::shared_ptr<TarnServerClient> client, Request request) {
@@ -35,7 +43,7 @@ Task<Opened> ResumingServerClient::openStandIn(FindStandIn find, Request request
 }
 
 Task<Opened> ResumingServerClient::openResuming(std::shared_ptr<TarnServerClient> client, Options options,
-                                                Request request) {
+                                                ConnectionWishes wishes, Request request) {
     auto opening = open(client, request);
     auto first = co_await std::move(opening);
     if (!first) {
@@ -43,14 +51,17 @@ Task<Opened> ResumingServerClient::openResuming(std::shared_ptr<TarnServerClient
     }
     ResumeParts parts;
     parts.open = [client, request] { return open(client, request); };
-    if (options.findStandIn && options.standsIn && options.standsIn()) {
+    if (options.findStandIn && wishes.usesStandIn) {
         parts.openStandIn = [find = options.findStandIn, request] { return openStandIn(find, request); };
     }
     parts.watchNetwork = options.watchNetwork;
     parts.main = co_await asio::this_coro::executor;
     parts.network = options.network;
     parts.clock = options.clock;
-    parts.giveUpAfter = options.giveUpAfter;
+    if (wishes.giveUpAfter) {
+        const auto limit = std::min<std::chrono::duration<double>>(*wishes.giveUpAfter, longestPatience);
+        parts.giveUpAfter = std::chrono::duration_cast<Clock::Duration>(limit);
+    }
     co_return std::make_shared<ResumingTranslateStream>(std::move(*first), std::move(parts));
 }
 

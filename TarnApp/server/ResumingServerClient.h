@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "ConnectionWishes.h"
 #include "ResumingTranslateStream.h"
 #include "TarnServerClient.h"
 
@@ -19,11 +20,9 @@ public:
         std::optional<std::string> sourceLang, std::string targetLang)>;
 
     struct Options {
-        std::function<bool()> resumes;   ///< asked at each opening
-        std::function<bool()> standsIn;  ///< asked at each opening; may be empty: no
-        FindStandIn findStandIn{};       ///< may be empty
+        AskConnectionWishes wishes;
+        FindStandIn findStandIn{};  ///< may be empty
         ResumeParts::Watch watchNetwork{};
-        std::optional<Clock::Duration> giveUpAfter{};
         SerialExecutor network;
         std::shared_ptr<Clock> clock;
     };
@@ -53,7 +52,7 @@ private:
     static Task<ServerResult<std::shared_ptr<TarnTranslateStream>>> openStandIn(FindStandIn find,
                                                                                 Request request);
     static Task<ServerResult<std::shared_ptr<TarnTranslateStream>>> openResuming(
-        std::shared_ptr<TarnServerClient> client, Options options, Request request);
+        std::shared_ptr<TarnServerClient> client, Options options, ConnectionWishes wishes, Request request);
 
     const std::shared_ptr<TarnServerClient> inner_;
     const Options options_;

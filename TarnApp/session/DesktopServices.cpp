@@ -106,10 +106,11 @@ ViewModelServices ViewModelServices::real(SerialExecutor main) {
     const auto& deployment = Deployment::current();
     const auto values = deployment.value_or(DeploymentValues());
     services.credentials = Credentials::real(services.session.main, values);
-    services.makeServerClient = [values, defaults = services.defaults](PatProvider pat) {
-        ResumeWishes wishes;
-        wishes.resumes = [defaults] { return defaults->boolean("resumeConnection").value_or(true); };
-        return withResumedStreams(TarnServerClientFactory::make(values, std::move(pat)), std::move(wishes));
+    services.makeServerClient = [values, defaults = services.defaults,
+                                 workers = services.session.workers](PatProvider pat) {
+        return withResumedStreams(
+            TarnServerClientFactory::make(values, std::move(pat)), values,
+            [defaults] { return ConnectionWishes::in(*defaults); }, workers);
     };
     services.inputs = [] { return AudioDevices::inputs(); };
     services.availableApps = [] { return availableAudioApps(); };

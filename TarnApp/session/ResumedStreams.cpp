@@ -1,9 +1,12 @@
 #include "ResumedStreams.h"
 
+#include <boost/asio/strand.hpp>
 #include <utility>
 
+#include "TarnApp/server/ResumingServerClient.h"
+#include "TarnApp/server/StandIn.h"
 #include "TarnPlatform/desktop/NetworkReturn.h"
-#include "TarnPlatform/net/NetworkContext.h"
+#include "TarnPlatform/desktop/SchemeRegistration.h"
 
 namespace tarn {
 namespace {
@@ -17,13 +20,17 @@ NetworkReturn& networkReturn() {
 }  // namespace
 
 std::shared_ptr<TarnServerClient> withResumedStreams(std::shared_ptr<TarnServerClient> client,
-                                                     ResumeWishes wishes) {
+                                                     const DeploymentValues& deployment,
+                                                     AskConnectionWishes wishes, SerialExecutor worker) {
     const auto network = NetworkContext::shared();
     ResumingServerClient::Options options;
-    options.resumes = std::move(wishes.resumes);
-    options.standsIn = std::move(wishes.standsIn);
-    options.findStandIn = std::move(wishes.findStandIn);
-    options.giveUpAfter = wishes.giveUpAfter;
+    options.wishes = std::move(wishes);
+    const auto program = SchemeRegistration::runningProgram().value_or("/usr/bin/tarn");
+    if (const auto standIn = StandIn::ofThisMachine(deployment.apiBase, asio::make_strand(worker), program)) {
+        options.findStandIn = [standIn](std::optional<std::string> source, std::string target) {
+            return standIn->find(source.value_or(""), std::move(target));
+        };
+    }
     options.watchNetwork = [](SerialExecutor executor, std::function<void()> isBack) {
         return networkReturn().listen(std::move(executor), std::move(isBack));
     };

@@ -1,24 +1,19 @@
 #pragma once
 
-#include <functional>
 #include <memory>
-#include <optional>
 
-#include "TarnApp/server/ResumingServerClient.h"
+#include "TarnApp/server/ConnectionWishes.h"
+#include "TarnApp/server/TarnServerClient.h"
+#include "TarnCore/deployment/Deployment.h"
+#include "TarnPlatform/base/Asio.h"
 
 namespace tarn {
 
-/// What the user wants done about a connection that is lost. Asked for when a stream is opened, on its
-/// thread.
-struct ResumeWishes {
-    std::function<bool()> resumes;
-    std::function<bool()> standsIn{};                   ///< may be empty: no
-    ResumingServerClient::FindStandIn findStandIn{};    ///< may be empty
-    std::optional<std::chrono::seconds> giveUpAfter{};  ///< none: never
-};
-
-/// `client`, whose streams outlive their connections as `wishes` say, with the process's network and clock.
+/// `client`, a client of `deployment`'s account server, whose streams outlive their connections as `wishes`
+/// say, with the process's network and clock, and with the relay of this machine as what may stand in.
+/// `worker`: where looking for that relay may block. Thread: main.
 std::shared_ptr<TarnServerClient> withResumedStreams(std::shared_ptr<TarnServerClient> client,
-                                                     ResumeWishes wishes);
+                                                     const DeploymentValues& deployment,
+                                                     AskConnectionWishes wishes, SerialExecutor worker);
 
 }  // namespace tarn
