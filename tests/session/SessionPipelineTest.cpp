@@ -161,6 +161,48 @@ TEST_F(SessionPipelineTest, ReconnectsWithTheSettingsAsTheyAreAThirdOfASecondLat
     EXPECT_EQ(session_->micSession()->gain(), 3.0F);
 }
 
+TEST_F(SessionPipelineTest, AStopWaitsForTheTextsOfWhatWasSaid) {
+    struct End {
+        const char* name;
+        std::function<void()> happen;
+        const char* text;
+        const char* state;
+    };
+    const std::vector<End> ends{
+        {"the text", [&] { tell(translate::TranslatedText{"Hola.", true}); }, "Hola.", "idle"},
+        {"the limit", [&] { world_.pass(1ms); }, "Hol", "idle"},
+        {"another stop", [&] { stop(); }, "Hol", "idle"},
+        {"a start", [&] { start(); }, "", "running"}};
+    for (const End& end : ends) {
+        SCOPED_TRACE(end.name);
+        start(CaptureSource::system);
+        tell(translate::TranslatedText{"Hol", false});
+        const auto onPCM = session_->sink()->onPCM;
+        world_.trail.clear();
+        world_.sent.clear();
+        stop();
+        world_.pass(1499ms);
+        EXPECT_EQ(state(), "stopping");
+        EXPECT_THAT(world_.trail, ElementsAre("capture stop"));
+        EXPECT_EQ(world_.sent, std::vector<std::byte>(std::size_t{2500} * 32))
+            << "silence ends the utterance";
+        auto buffer = PcmBuffer::make({CommonFormat::float32, 48000, 2, false, std::nullopt}, 4800).value();
+        buffer.setFrameLength(4800);
+        onPCM(buffer);
+        EXPECT_EQ(world_.sent.size(), std::size_t{2500} * 32) << "nothing is heard any more";
+        end.happen();
+        EXPECT_EQ(state(), end.state);
+        EXPECT_EQ(session_->translationText(), end.text);
+        EXPECT_EQ(world_.trail[1], "close");
+        stop();
+    }
+    start(CaptureSource::system);
+    tell(translate::TranslatedText{"Hola.", true});
+    stop();
+    EXPECT_EQ(state(), "idle") << "nothing is to come";
+    expectNothingLeft();
+}
+
 TEST_F(SessionPipelineTest, ObserversMayCallTheSession) {
     for (const char* const moment : {"connecting", "running", "stopping", "error(broken)"}) {
         for (const bool stops : {true, false}) {

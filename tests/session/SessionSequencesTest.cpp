@@ -283,7 +283,7 @@ private:
     void settleAll() {
         for (int i = 0; i < 3; ++i) {
             world_.openBarriers();
-            world_.pass(300ms);
+            world_.pass(1500ms);
         }
     }
 

@@ -223,7 +223,7 @@ SessionWorld::SessionWorld(std::shared_ptr<UserDefaults> kept)
 
 SessionWorld::~SessionWorld() {
     openBarriers();
-    settle();
+    pass(services().lastTextLimit);  // a stop may wait so long
     UserDefaults::setStandard(nullptr);
 }
 
