@@ -71,9 +71,9 @@ def faults(around, tarn, user):
         tarn.send_signal(signal.SIGCONT)
 
     return [
-        Fault("relay killed", ["connectionLost"], kill(around.relay), around.start_relay),
+        Fault("relay killed", ["connectionResuming"], kill(around.relay), around.start_relay),
         Fault("relay hangs", ["connectionStalled"], pause(around.relay), go_on(around.relay)),
-        Fault("network cut", ["connectionLost"], around.network.cut, around.network.mend),
+        Fault("network cut", ["connectionResuming"], around.network.cut, around.network.mend),
         Fault("network swallows all", ["connectionStalled"], around.network.swallow, around.network.mend),
         # Some seconds pass until some seconds of sound wait.
         Fault("network slow", ["connectionSlow"], lambda: around.network.slow(25000), around.network.mend,
@@ -266,6 +266,7 @@ class Soak:
             if not pressed and (TEXTS["connectionLost"] in left or "Error" in (state for state, _ in lights)):
                 self.user.start_again()
                 pressed = True
+                self.missed.append(f"{fault.name}: Stop and Start had to be pressed")
             for source, numbers in enumerate(self.user.translations()):
                 what = f"no translation of source {source + 1}"
                 # One that was said shortly before the healing would be of the other half of the round.
@@ -275,7 +276,7 @@ class Soak:
             texts = [flows["no translation of source 1"], flows["no translation of source 2"]]
             if flows["no dub"] is None and None not in texts and self.around.ear.last > healed + max(texts):
                 flows["no dub"] = self.around.ear.last - healed
-            if None not in flows.values():
+            if None not in flows.values() and not left:
                 break
             time.sleep(0.1)
         return flows, left, pressed
@@ -323,6 +324,7 @@ class Soak:
             lines.append(f"slowest look at the whole window: {self.user.slowest:.2f} s")
             if self.user.slowest > ANSWERS_WITHIN:
                 self.missed.append(f"the program took {self.user.slowest:.2f} s to answer")
+        lines.append(f"Stop and Start were pressed {sum(row[-1] for row in self.rows)} times")
         lines.append("missed: " + ("; ".join(self.missed) or "nothing"))
         return "\n".join(lines)
 

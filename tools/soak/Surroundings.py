@@ -72,14 +72,17 @@ class Network:
             if self.is_cut:
                 client.close()
                 continue
-            try:
-                onward = socket.create_connection(("127.0.0.1", self.server))
-            except OSError:
-                client.close()
-                continue
-            for ends in ((client, onward, True), (onward, client, False)):
-                self.sockets.add(ends[0])
-                threading.Thread(target=self._carry, args=ends, daemon=True).start()
+            self._carry_on(client)
+
+    def _carry_on(self, client):
+        try:
+            onward = socket.create_connection(("127.0.0.1", self.server))
+        except OSError:
+            client.close()
+            return
+        for ends in ((client, onward, True), (onward, client, False)):
+            self.sockets.add(ends[0])
+            threading.Thread(target=self._carry, args=ends, daemon=True).start()
 
     def _carry(self, source, target, is_upward):
         try:
