@@ -12,8 +12,6 @@
 #include <string>
 #include <system_error>
 
-#include "UniqueDescriptor.h"
-
 namespace tarn {
 namespace {
 
@@ -114,6 +112,33 @@ Result<void> makePrivateFolder(const std::filesystem::path& folder) {
         }
     }
     return {};
+}
+
+Result<UniqueDescriptor> openPrivateFolder(const std::filesystem::path& folder) {
+    UniqueDescriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!opened) {
+        const int reason = errno;
+        if (reason == ENOENT) {
+            return UniqueDescriptor();
+        }
+        if (reason == ELOOP || reason == ENOTDIR) {
+            return failure(ErrorKind::system, folder.string() +
+                                                  " is not a folder of its own (a symbolic link is not "
+                                                  "followed)");
+        }
+        return systemFailure("could not open the folder", folder, reason);
+    }
+    struct stat status{};
+    if (::fstat(opened.get(), &status) != 0) {
+        return systemFailure("could not examine", folder, errno);
+    }
+    if (status.st_uid != ::geteuid()) {
+        return failure(ErrorKind::system, folder.string() + " belongs to another user");
+    }
+    if ((status.st_mode & 077U) != 0 && ::fchmod(opened.get(), status.st_mode & 0700U) != 0) {
+        return systemFailure("could not close to others the folder", folder, errno);
+    }
+    return opened;
 }
 
 }  // namespace tarn

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "Result.h"
+#include "UniqueDescriptor.h"
 
 namespace tarn {
 
@@ -27,5 +28,10 @@ void removeUnfinished(const std::filesystem::path& path);
 /// Makes `folder` and what is missing on the way to it, each with mode 0700. A folder that is there already
 /// stays as it is.
 Result<void> makePrivateFolder(const std::filesystem::path& folder);
+
+/// The folder itself, closed to others from now on; none where there is no such folder. Files that are opened
+/// relative to it are in it, even if somebody exchanges the folder meanwhile. Fails where it is a symbolic
+/// link or another user's.
+Result<UniqueDescriptor> openPrivateFolder(const std::filesystem::path& folder);
 
 }  // namespace tarn

@@ -43,30 +43,12 @@ std::string fileName(const SecretKey& key) {
     return name;
 }
 
-/// The folder itself, closed to others; an invalid descriptor where there is none. All files are opened
-/// relative to it, so that nobody can exchange the folder between its check and its use.
 SecretResult<UniqueDescriptor> openFolder(const std::filesystem::path& folder) {
-    UniqueDescriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    auto opened = openPrivateFolder(folder);
     if (!opened) {
-        if (errno == ENOENT) {
-            return UniqueDescriptor();
-        }
-        if (errno == ELOOP || errno == ENOTDIR) {
-            return refused(folder.string() + " is not a folder of its own (a symbolic link is not followed)");
-        }
-        return systemFailure("open the folder", folder);
+        return refused(std::move(opened.error().description));
     }
-    struct stat status{};
-    if (::fstat(opened.get(), &status) != 0) {
-        return systemFailure("examine", folder);
-    }
-    if (status.st_uid != ::geteuid()) {
-        return refused(folder.string() + " belongs to another user");
-    }
-    if ((status.st_mode & 0777U) != 0700U && ::fchmod(opened.get(), 0700) != 0) {
-        return systemFailure("close to others the folder", folder);
-    }
-    return opened;
+    return std::move(*opened);
 }
 
 SecretResult<std::string> readAll(int descriptor, const std::filesystem::path& path) {
