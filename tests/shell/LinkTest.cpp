@@ -88,12 +88,12 @@ protected:
         SecretServiceStore store;
         return store.get({"com.ostrel.tarn", account}).value_or("(error)").value_or("(none)");
     }
-    static bool isStoredSoon(const std::string& token) {
+    static bool isStoredSoon(const std::string& account, const std::string& value) {
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (stored("pat") != token && std::chrono::steady_clock::now() < deadline) {
+        while (stored(account) != value && std::chrono::steady_clock::now() < deadline) {
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
         }
-        return stored("pat") == token;
+        return stored(account) == value;
     }
 
     PrivateKeyring bus_{PrivateKeyring::Mode::unlocked};
@@ -126,8 +126,8 @@ TEST_F(LinkTest, LeavesNoTokenInTheCommandLineOfWhoStartedIt) {
     const auto opener =
         start({"-c", "\"$0\" \"$1\"; echo over", binary("tarn"), "tarn://login?token=abc"}, "/bin/sh");
     opener->waitForOutput("over");
-    EXPECT_TRUE(isStoredSoon("abc"));
-    EXPECT_EQ(stored("server"), server_.substr(0, server_.rfind('/')));
+    EXPECT_TRUE(isStoredSoon("pat", "abc"));
+    EXPECT_TRUE(isStoredSoon("server", server_.substr(0, server_.rfind('/'))));
 }
 
 TEST_F(LinkTest, IgnoresWhatIsNoSignIn) {
@@ -167,7 +167,7 @@ TEST_F(LinkTest, HandsOverToTheProgramThatRuns) {
     EXPECT_EQ(open("tarn://settings"), (Outcome{0, ""}));
     service->waitForError("[URLScheme] unknown host: settings\n");
     EXPECT_EQ(open("tarn://login?token=" + token), (Outcome{0, ""}));
-    EXPECT_TRUE(isStoredSoon(token));
+    EXPECT_TRUE(isStoredSoon("pat", token));
 
     service->signal(SIGSTOP);
     EXPECT_EQ(open("tarn://logout"),
@@ -212,7 +212,7 @@ TEST_F(LinkTest, ARefusedTokenIsNoSignInOfTheCommandLine) {
     service->waitForError("[URLScheme] unknown host: settings\n");
     ASSERT_TRUE(SecretServiceStore().replace({"com.ostrel.tarn", "pat"}, "refused").has_value());
     const auto login = start({"login"}, "tarn-cli");
-    ASSERT_TRUE(isStoredSoon("(none)"));
+    ASSERT_TRUE(isStoredSoon("pat", "(none)"));
     EXPECT_ANY_THROW(login->wait(std::chrono::seconds(2))) << "it took the end of a token for a new one";
     EXPECT_EQ(open("tarn://login?token=" + token), (Outcome{0, ""}));
     EXPECT_EQ(login->wait(), 0) << login->err();
@@ -251,7 +251,7 @@ TEST_F(LinkTest, IsStartedByTheBus) {
     askBus("UpdateActivationEnvironment", {"{'TARN_API_URL': '" + server_ + "'}"});
     call("com.ostrel.tarn", "/com/ostrel/tarn", "org.freedesktop.Application.Open",
          {"['tarn://login?token=" + token + "']", "{}"});
-    EXPECT_TRUE(isStoredSoon(token));
+    EXPECT_TRUE(isStoredSoon("pat", token));
     call("com.ostrel.tarn", "/com/ostrel/tarn", "org.freedesktop.Application.Activate", {"{}"});
 }
 
@@ -267,7 +267,7 @@ TEST_F(LinkTest, HidesTheTokenAndGivesUpOnAServerThatDoesNotAnswer) {
     server_ = "http://127.0.0.1:" + std::to_string(silent.local_endpoint().port()) + "/tarn";
     const std::string token = "0123456789-a-token-of-this-test-only";
     const auto program = start({"tarn://login?token=" + token});
-    ASSERT_TRUE(isStoredSoon(token));
+    ASSERT_TRUE(isStoredSoon("pat", token));
     for (const auto& entry : fs::directory_iterator("/proc")) {
         EXPECT_THAT(readFile(entry.path() / "cmdline"), Not(HasSubstr(token))) << entry.path();
     }

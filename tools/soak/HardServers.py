@@ -107,7 +107,7 @@ def main():
     with tempfile.TemporaryDirectory() as folder:
         os.environ.update(HOME=folder, XDG_STATE_HOME=folder, XDG_CONFIG_HOME=folder, XDG_DATA_HOME=folder)
         speech = speech_for(folder, asked.minutes * 60 + ALIVE + 60)
-        relay = subprocess.Popen([asked.programs / "tarn-relay", "--engine", "demo", "--listen", "127.0.0.1:0"],
+        relay = subprocess.Popen([asked.programs / "tarn-relay", "--listen", "127.0.0.1:0"],
                                  stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
         try:
             port = int(relay.stdout.readline().rsplit(":", 1)[1].split("/")[0])
