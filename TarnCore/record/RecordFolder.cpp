@@ -194,8 +194,8 @@ Result<void> RecordFile::write(const std::string& bytes) {
     }
     if (reason != 0) {
         hasFailed_ = true;
-        // Half a line would spoil nothing, yet nobody needs it.
-        static_cast<void>(::ftruncate(file_.get(), static_cast<off_t>(size_)));
+        // Nobody needs half a line; where it stays it spoils nothing.
+        [[maybe_unused]] const int cut = ::ftruncate(file_.get(), static_cast<off_t>(size_));
         return systemFailure("cannot write", path_, reason);
     }
     size_ += bytes.size();
