@@ -1,21 +1,14 @@
 #include "EchoSpeech.h"
 
 #include <algorithm>
-#include <cmath>
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <stdexcept>
 
-#include "TarnPlatform/audio/RateConverter.h"
-#include "TarnPlatform/audio/SoundFile.h"
+#include "VoicePrograms.h"
 #include "support/EchoRoom.h"
 
 namespace tarn::bench {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr double pause = 0.8;  // seconds
 
@@ -71,56 +64,6 @@ constexpr const char* dub =
     "Los niños juegan en el jardín detrás de la casa. Quisiera tomar una taza de café con un poco de pan. "
     "Nadie sabe qué pasará después de las elecciones. Mi hermano va a comprar un coche nuevo en el verano.";
 
-/// A folder that goes with this object.
-class Folder {
-public:
-    Folder() {
-        std::string pattern = fs::temp_directory_path() / "echo-speech-XXXXXX";
-        if (mkdtemp(pattern.data()) == nullptr) {
-            throw std::runtime_error("cannot make a temporary folder");
-        }
-        path_ = pattern;
-    }
-    ~Folder() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-    std::string file(const char* name) const { return path_ / name; }
-
-private:
-    fs::path path_;
-};
-
-std::vector<float> soundOf(const std::string& path) {
-    auto reader = SoundFileReader::open(path);
-    if (!reader) {
-        throw std::runtime_error(reader.error().description);
-    }
-    auto converter = RateConverter::make(reader->format().sampleRate, test::roomRate).value();
-    std::vector<float> samples;
-    std::vector<float> part(1 << 16);
-    while (true) {
-        const auto buffer = reader->read(16384).value();
-        if (buffer.frameLength() == 0) {
-            return samples;
-        }
-        converter.write({buffer.floatChannelData(), buffer.frameLength()});
-        while (const auto count = converter.read(part)) {
-            samples.insert(samples.end(), part.begin(), part.begin() + static_cast<std::ptrdiff_t>(count));
-        }
-    }
-}
-
-std::vector<float> spokenBy(const std::string& command, const Folder& folder) {
-    // The commands are made of this file's own constants.
-    if (std::system(command.c_str()) != 0) {  // NOLINT(bugprone-command-processor,cert-env33-c)
-        throw std::runtime_error("failed: " + command);
-    }
-    return soundOf(folder.file("voice.wav"));
-}
-
 void scaleTo(std::vector<float>& samples, double rms) {
     const double scale = rms / test::rmsOf(samples);
     for (float& sample : samples) {
@@ -147,7 +90,8 @@ void addRecordings(Talk& talk, double rms) {
             continue;
         }
         const auto name = line.substr(end + 7, line.rfind(')') - end - 7);
-        add(talk, soundOf(recordings + name + ".wav"), line.substr(begin + 4, end - begin - 4), rms);
+        add(talk, soundOf(recordings + name + ".wav", test::roomRate),
+            line.substr(begin + 4, end - begin - 4), rms);
     }
     if (talk.words.empty()) {
         throw std::runtime_error("pocketsphinx-testdata is not installed");
@@ -159,21 +103,17 @@ void addRecordings(Talk& talk, double rms) {
 Talk nearTalk(double rms) {
     Talk talk;
     addRecordings(talk, rms);
-    const Folder folder;
+    const VoicePrograms voices;
     for (const auto& [voice, text] : sentences) {
-        std::ostringstream command;
-        command << "flite -voice " << voice << " -t '" << text << "' -o " << folder.file("voice.wav");
-        add(talk, spokenBy(command.str(), folder), text, rms);
+        add(talk, voices.flite(voice, text, test::roomRate), text, rms);
     }
     return talk;
 }
 
 std::vector<float> farTalk(double seconds, double rms) {
-    const Folder folder;
     std::vector<float> all;
     const auto length = static_cast<std::size_t>(seconds * test::roomRate);
-    const auto part =
-        spokenBy("espeak-ng -v es -s 170 -w " + folder.file("voice.wav") + " '" + dub + "'", folder);
+    const auto part = VoicePrograms().spanish(dub, test::roomRate);
     while (all.size() < length) {
         all.insert(all.end(), part.begin(), part.end());
     }
