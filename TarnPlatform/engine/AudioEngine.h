@@ -44,6 +44,11 @@ public:
     /// without voice processing, or the engine cannot. Thread: any, at any time.
     virtual void turnOthersDown(double /*decibels*/) {}
 
+    /// The place of what this plays between left, -1, and right, 1; beyond these the nearest counts. 0, as at
+    /// creation, has it on all loudspeakers alike. The first other one waits for a pause in the sound; later
+    /// ones are heard at once, without a jump. Thread: any, at any time.
+    virtual void setPlace(float /*place*/) {}
+
     /// Makes the nodes ready; `start` does it where it has not been done.
     virtual void prepare() = 0;
 

@@ -93,7 +93,7 @@ Result<void> GraphAudioEngine::startPlaying(const std::string& group) {
         return {};
     }
     playback_ = std::make_unique<PlaybackStream>(
-        server_, mixer_, static_cast<std::uint32_t>(format_.sampleRate), reference_, voice_);
+        server_, mixer_, place_, static_cast<std::uint32_t>(format_.sampleRate), reference_, voice_);
     return playback_->start(group);
 }
 

@@ -11,6 +11,7 @@
 #include "PlaybackStream.h"
 #include "TarnPlatform/audioserver/AudioServer.h"
 #include "TarnPlatform/rendering/MainMixerNode.h"
+#include "TarnPlatform/rendering/StereoPlace.h"
 
 namespace tarn {
 
@@ -26,6 +27,7 @@ public:
     AudioNode& mainMixerNode() override { return mixer_; }
     AudioInputNode& inputNode() override { return input_; }
     void turnOthersDown(double decibels) override;
+    void setPlace(float place) override { place_.setPlace(place); }
     void prepare() override;
     Result<void> start() override;
     bool isRunning() const override { return running_; }
@@ -42,6 +44,7 @@ private:
     std::atomic<bool> toldOfOthers_{false};  // `voice_` has what the caller wants
     std::vector<std::shared_ptr<AudioNode>> nodes_;
     MainMixerNode mixer_;
+    StereoPlace place_;
     GraphInputNode input_;
     AudioFormat format_;  // of the connections; 0 Hz: there are none
     bool mixed_ = true;   // all of the same format

@@ -13,7 +13,7 @@ constexpr std::chrono::milliseconds watchEvery{250};
 }  // namespace
 
 KeptStream::KeptStream(AudioServer& server, GraphStream::Description description, std::string logTag)
-    : server_(server), description_(std::move(description)), logTag_(std::move(logTag)) {}
+    : server_(server), logTag_(std::move(logTag)), description_(std::move(description)) {}
 
 Result<void> KeptStream::follow(const std::string& group) {
     if (!group.empty()) {
@@ -23,8 +23,17 @@ Result<void> KeptStream::follow(const std::string& group) {
 }
 
 void KeptStream::keepLinked() {
-    watch_ = server_.startTimer(
-        watchEvery, [this] { links_.watch(stream_.get(), server_.graph().defaultOutput(), watchEvery); });
+    watch_ = server_.startTimer(watchEvery, [this] {
+        links_.watch(stream_.get(), server_.graph().defaultOutput(), watchEvery);
+        watched();
+    });
+}
+
+void KeptStream::setLayout(std::vector<std::string> channelNames, const Properties& more) {
+    description_.channelNames = std::move(channelNames);
+    for (const auto& [key, value] : more) {
+        description_.properties[key] = value;
+    }
 }
 
 void KeptStream::stop() {

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "TarnPlatform/audioserver/AudioServer.h"
 #include "TarnPlatform/audioserver/GraphStream.h"
@@ -30,8 +31,15 @@ protected:
     /// `group`: streams of one group share the cycles of one driver; empty: none. Fails where there is no
     /// audio server. Thread: any but the loop, without a Lock.
     Result<void> follow(const std::string& group);
-    /// From now on links of ours stand in for the session manager's.
+    /// From now on links of ours stand in for the session manager's, and `watched` is called four times a
+    /// second.
     void keepLinked();
+    virtual void watched() {}
+    /// Counts from the next time that the stream is made.
+    void setLayout(std::vector<std::string> channelNames, const Properties& more);
+    // To make it anew, in this order. Nothing is rendered in between and for a tenth of a second after.
+    void dropStream();
+    void makeStream();
 
     AudioServer& server() const { return server_; }
     const GraphStream* stream() const { return stream_.get(); }
@@ -45,15 +53,12 @@ private:
     void streaming() override;
     void ended(const std::string& error) override;
 
-    void makeStream();
     void makeStreamLater(const std::string& why);
-    void dropStream();
 
-    // Fixed at birth, but for the group, which is known at the start.
     AudioServer& server_;
-    GraphStream::Description description_;
     const std::string logTag_;
     // The loop's.
+    GraphStream::Description description_;
     std::unique_ptr<GraphStream> stream_;
     std::unique_ptr<AudioServer::Timer> retry_;
     std::unique_ptr<AudioServer::Timer> watch_;

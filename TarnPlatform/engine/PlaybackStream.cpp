@@ -1,6 +1,7 @@
 #include "PlaybackStream.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <utility>
 
@@ -9,7 +10,8 @@
 namespace tarn {
 namespace {
 
-constexpr float whisper = 0.001F;  // -60 dB
+constexpr float whisper = 0.001F;            // -60 dB
+constexpr std::int64_t pause = 250'000'000;  // ns
 
 GraphStream::Description description(std::uint32_t rate) {
     GraphStream::Description stream;
@@ -24,14 +26,19 @@ GraphStream::Description description(std::uint32_t rate) {
 
 }  // namespace
 
-PlaybackStream::PlaybackStream(AudioServer& server, AudioNode& end, std::uint32_t rate,
+PlaybackStream::PlaybackStream(AudioServer& server, AudioNode& end, StereoPlace& place, std::uint32_t rate,
                                std::shared_ptr<EchoReference> reference, std::shared_ptr<DuckingVoice> voice)
     : KeptStream(server, description(rate), "[dub]"),
       end_(end),
+      place_(place),
+      rate_(rate),
       reference_(std::move(reference)),
       voice_(std::move(voice)) {}
 
 Result<void> PlaybackStream::start(const std::string& group) {
+    if (place_.place() != 0) {
+        haveTwoChannels();
+    }
     Result<void> started = follow(group);
     if (started) {
         const AudioServer::Lock lock(server());
@@ -74,18 +81,42 @@ bool PlaybackStream::isTaken() const {
                                         [&](const auto& port) { return port.second.node == *node; }));
 }
 
+void PlaybackStream::watched() {
+    const auto now = std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
+    if (!isStereo_ && place_.place() != 0 && stream() != nullptr && stream()->isStreaming() &&
+        now - heardAt_ > pause) {
+        dropStream();
+        haveTwoChannels();
+        makeStream();
+    }
+}
+
+void PlaybackStream::haveTwoChannels() {
+    // A single loudspeaker gets the mean of both channels, whose sum may be too loud; and those at the back
+    // get nothing, since what they would be given is the difference, which is large beside the middle.
+    setLayout({"FL", "FR"}, {{"channelmix.normalize", "true"}, {"channelmix.upmix", "false"}});
+    isStereo_ = true;
+}
+
 void PlaybackStream::renderRt(std::span<float> samples, std::int64_t time) noexcept {
-    for (std::size_t done = 0; done < samples.size();) {
-        const auto piece = samples.subspan(done, std::min<std::size_t>(samples.size() - done, mostFrames));
-        end_.renderRt(piece);
-        done += piece.size();
+    const std::size_t frames = isStereo_ ? samples.size() / 2 : samples.size();
+    for (std::size_t done = 0; done < frames;) {
+        const std::size_t count = std::min<std::size_t>(frames - done, mostFrames);
+        const auto mono = isStereo_ ? std::span(mono_).first(count) : samples.subspan(done, count);
+        end_.renderRt(mono);
+        if (isStereo_) {
+            place_.renderRt(mono, samples.subspan(2 * done, 2 * count));
+        }
+        if (reference_ != nullptr) {
+            reference_->playedRt(mono, time + static_cast<std::int64_t>(done) * 1'000'000'000 / rate_);
+        }
+        done += count;
     }
-    if (reference_ != nullptr) {
-        reference_->playedRt(samples, time);
-    }
-    if (voice_ != nullptr &&
-        std::ranges::any_of(samples, [](float sample) { return std::abs(sample) > whisper; })) {
-        voice_->heardRt(time);
+    if (std::ranges::any_of(samples, [](float sample) { return std::abs(sample) > whisper; })) {
+        heardAt_ = time;
+        if (voice_ != nullptr) {
+            voice_->heardRt(time);
+        }
     }
 }
 

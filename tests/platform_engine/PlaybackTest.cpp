@@ -10,6 +10,19 @@ namespace tarn::test {
 namespace {
 
 struct Playback : testing::Test, Session, EngineBench {
+    /// Levels of the tone in the first `channels` channels that the output plays now.
+    std::vector<double> levelsOn(const std::string& output, double frequency, std::size_t channels) {
+        Recorder recorder(server, output, Recorder::From::monitor, static_cast<unsigned>(channels));
+        recorder.waitFor(0.3);
+        const Sound sound = recorder.stop();
+        std::vector<double> levels;
+        for (unsigned channel = 0; channel < channels; ++channel) {
+            const auto samples = sound.channel(channel);
+            levels.push_back(toneLevel(std::span(samples).last(4800), frequency, sound.rate));
+        }
+        return levels;
+    }
+
     /// Level of the tone in what the output plays during the next half second; both channels are alike.
     double levelOn(const std::string& output, double frequency) {
         Recorder recorder(server, output, Recorder::From::monitor);
@@ -45,6 +58,45 @@ TEST_F(Playback, FullScaleOfOneChannelIsFullScaleInBothOfTheOutputWithoutAGap) {
                    largestJump(played, 500, sound.rate) < 0.05;
         });
     });
+}
+
+TEST_F(Playback, HasItsPlaceBetweenLeftAndRightOnEveryOutput) {
+    server.addSink("one", "MONO");
+    server.addSink("four", "FL,FR,RL,RR");
+    connectPlayer();
+    scheduleTone(500, -6, 120);
+    ASSERT_TRUE(engine->start());
+    const auto expect = [this](const char* output, const std::vector<double>& levels) {
+        server.setDefaultSink(output);
+        std::vector<double> now;
+        try {
+            until("it is there", [&] {
+                now = levelsOn(output, 500, levels.size());
+                return std::ranges::equal(levels, now, [](double a, double b) {
+                    return b < -100 ? a < -100 : std::abs(a - b) < 0.1;
+                });
+            });
+        } catch (const std::exception&) {
+            ADD_FAILURE() << output << ": " << testing::PrintToString(now);
+        }
+    };
+    engine->setPlace(-0.7F);  // in the pause before the first word
+    until("the stream has two channels",
+          [&] { return server.answer({"pactl", "list", "sink-inputs"}).value_or("").contains("2ch"); });
+    player->play();
+    constexpr double near = -3.23;
+    constexpr double far = -15.63;
+    expect(PrivateAudioServer::output, {near, far});
+    expect("one", {-7.38});
+    expect("four", {near, far, -200, -200});
+    engine->setPlace(0.7F);
+    expect("four", {far, near, -200, -200});
+    engine->setPlace(0);
+    expect("one", {-6});
+    expect(PrivateAudioServer::output, {-6, -6});
+    engine->stop();
+    ASSERT_TRUE(engine->start());
+    expect("four", {-6, -6, -6, -6});
 }
 
 TEST_F(Playback, FollowsTheDefaultOutputAndOutlivesIt) {
@@ -175,7 +227,9 @@ TEST(PlaybackStreamTest, AsksTheHeapForNothingAndServesAnyLength) {
     AudioPlayerNode player;
     player.prepare(PlaybackStream::mostFrames);
     const auto voice = std::make_shared<DuckingVoice>();
-    PlaybackStream stream(server, player, 24000, std::make_shared<EchoReference>(24000), voice);
+    StereoPlace place;
+    const auto reference = std::make_shared<EchoReference>(24000);
+    PlaybackStream stream(server, player, place, 24000, reference, voice);
     auto buffer = PcmBuffer::make(EngineBench::dubFormat(), 24000);
     buffer->setFrameLength(24000);
     std::fill_n(buffer->floatChannelData(), 24000, 0.5F);
@@ -183,11 +237,21 @@ TEST(PlaybackStreamTest, AsksTheHeapForNothingAndServesAnyLength) {
     player.play();
     std::vector<float> out(30000);
     EXPECT_EQ(voice->heardAt(), 0);
-    const AllocationGuard guard;
-    stream.renderRt(out, 7);
-    EXPECT_EQ(guard.count(), 0U);
+    const std::int64_t time = 1LL << 62;  // long after the monitor was heard
+    {
+        const AllocationGuard guard;
+        stream.renderRt(out, time);
+        EXPECT_EQ(guard.count(), 0U);
+    }
     EXPECT_EQ(std::ranges::count(out, 0.5F), 24000);
-    EXPECT_EQ(voice->heardAt(), 7);
+    EXPECT_EQ(voice->heardAt(), time);
+    std::int64_t blockTime = 0;
+    std::vector<float> played;
+    for (std::vector<float> block; reference->pop(blockTime, block);) {
+        EXPECT_EQ(blockTime, time + static_cast<std::int64_t>(played.size()) * 1'000'000'000 / 24000);
+        played.insert(played.end(), block.begin(), block.end());
+    }
+    EXPECT_EQ(played, out);
 }
 
 }  // namespace

@@ -41,7 +41,7 @@ struct VoiceProcessingTest : testing::Test, Session {
     }
 };
 
-enum class Speaker { own, anotherColumn, anotherProgram };
+enum class Speaker { own, ownOnTheLeft, anotherColumn, anotherProgram };
 
 struct EchoOf : VoiceProcessingTest, testing::WithParamInterface<Speaker> {
     EngineBench another;
@@ -57,7 +57,8 @@ struct EchoOf : VoiceProcessingTest, testing::WithParamInterface<Speaker> {
                 writeSound(file, speech());
                 program.emplace(server, file);
             } else {
-                (GetParam() == Speaker::own ? bench : another).schedule(speech());
+                bench.engine->setPlace(GetParam() == Speaker::ownOnTheLeft ? -0.7F : 0);
+                (GetParam() == Speaker::anotherColumn ? another : bench).schedule(speech());
             }
         });
         program.reset();
@@ -84,7 +85,8 @@ TEST_P(EchoOf, IsTakenOutOfTheMicrophone) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, EchoOf,
-                         testing::Values(Speaker::own, Speaker::anotherColumn, Speaker::anotherProgram));
+                         testing::Values(Speaker::own, Speaker::ownOnTheLeft, Speaker::anotherColumn,
+                                         Speaker::anotherProgram));
 
 TEST_F(VoiceProcessingTest, IsNotChangedWhileTheEngineRunsAndLeavesTheRawSoundAfterwards) {
     EngineBench bench;
