@@ -195,7 +195,9 @@ int keptByAKilledWriter(const RecordFolder& records, std::chrono::microseconds l
     if (child == 0) {
         auto file = records.begin({noon, {}});
         for (int number = 0; file && file->append(std::vector{said(number)}); ++number) {
-            static_cast<void>(::write(ends[1], "x", 1));
+            if (::write(ends[1], "x", 1) != 1) {
+                break;
+            }
         }
         ::_exit(1);
     }
