@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <future>
+#include <mutex>
 #include <optional>
 #include <utility>
 
@@ -61,7 +62,10 @@ public:
     }
     AudioNode& mainMixerNode() override { return own_->mainMixerNode(); }
     AudioInputNode& inputNode() override { return *this; }
-    void turnOthersDown(double decibels) override { own_->turnOthersDown(decibels); }
+    void turnOthersDown(double decibels) override {
+        const std::lock_guard lock(othersMutex_);
+        own_->turnOthersDown(turnsNobodyDown_ ? 0 : decibels);
+    }
     void prepare() override { own_->prepare(); }
     bool isRunning() const override { return running_; }
 
@@ -117,8 +121,9 @@ private:
         source_ = kept.lock();
         Result<void> started;
         if (source_ != nullptr) {
-            // What plays only needs no processor of its own.
+            // What plays only needs no processor of its own, and does not know how the microphone is heard.
             static_cast<void>(input().setVoiceProcessingEnabled(false));
+            leaveOthersAlone(!isProcessed_);
             id_ = source_->join(block_);
             started = own_->start();
         } else {
@@ -136,6 +141,13 @@ private:
         }
         return started;
     }
+    void leaveOthersAlone(bool wanted) {
+        const std::lock_guard lock(othersMutex_);
+        turnsNobodyDown_ = wanted;
+        if (wanted) {
+            own_->turnOthersDown(0);
+        }
+    }
     void leave() {
         if (source_ != nullptr && id_) {
             source_->leave(*std::exchange(id_, std::nullopt));
@@ -145,6 +157,8 @@ private:
     const std::shared_ptr<SharedMicrophones> pool_;
     const std::shared_ptr<AudioEngine> own_;
     bool isProcessed_ = false;
+    std::mutex othersMutex_;
+    bool turnsNobodyDown_ = false;
     std::uint32_t bufferFrames_ = 0;
     AudioFormat format_;
     TapBlock block_;

@@ -98,6 +98,26 @@ TEST_F(SharedMicrophonesTest, OneCaptureServesSessionsThatComeAndGoEachWithItsDu
     again.awaitLevel(0.3536F);
 }
 
+TEST_F(SharedMicrophonesTest, WhoSharesTurnsOthersDownWhereTheMicrophoneIsProcessed) {
+    const Player other(server, server.toneFile(500, -6.0206, 120));
+    for (const bool processed : {true, false}) {
+        const auto sharing = std::make_shared<SharedMicrophones>(
+            [] { return AudioEngine::make({.volumeKeeper = TARN_BIN_DIR "/tarn-unduck"}); });
+        Hearing first(*sharing);
+        Hearing second(*sharing);
+        second.session->turnOthersDown(-20);
+        ASSERT_TRUE(first.session->start(1, processed, std::nullopt));
+        ASSERT_TRUE(second.session->start(1, processed, std::nullopt));
+        second.session->turnOthersDown(-12);
+        second.session->enqueueAudio(serviceTone(900, -6, 60));
+        untilHeard(900, -6);
+        untilHeard(500, processed ? -18 : -6);
+        first.session->stop();
+        second.session->stop();
+        untilHeard(500, -6);
+    }
+}
+
 TEST_F(SharedMicrophonesTest, TheServersRestartReachesAll) {
     Hearing first(*microphones);
     Hearing second(*microphones);
