@@ -125,6 +125,7 @@ public:
     void setErrorMessage(const QString& value);
 
     // The run's objects, absent when there is none.
+    const SessionPipeline& parts() const { return pipeline_; }
     const std::shared_ptr<AudioPlayer>& player() const { return pipeline_.player; }
     const std::shared_ptr<AudioSink>& sink() const { return pipeline_.sink; }
     const std::shared_ptr<CaptureStream>& stream() const { return pipeline_.stream; }
@@ -137,6 +138,8 @@ public:
 
     std::function<void()> onAuthFailure;      ///< the service does not accept the user's credentials
     std::function<void()> onScreenRecNeeded;  ///< a start needs the permission to record the screen
+    /// What plays a run's dub has been made and not been started, so that nothing is heard before it is set.
+    std::function<void(const SessionPipeline& parts)> onVoiceMade;
 
 Q_SIGNALS:
     void sourceLangChanged();
@@ -192,6 +195,7 @@ private:
     static Task<void> askForMicrophone(std::weak_ptr<TranslateSession> weak, Start start);
     static Task<void> run(Run run);
     static Task<PipelineResult<void>> build(const Run& run);
+    static void tellVoiceMade(const Run& run);
     // Each step adds what it makes to the attempt's parts at once. An abandoned attempt fails.
     static Task<PipelineResult<void>> startMicPipeline(const Run& run);
     static Task<PipelineResult<void>> startSystemPipeline(const Run& run,

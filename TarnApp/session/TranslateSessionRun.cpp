@@ -201,6 +201,12 @@ Task<PipelineResult<void>> TranslateSession::build(const Run& run) {
     return startSystemPipeline(run, run.settings.applicationBundleID);
 }
 
+void TranslateSession::tellVoiceMade(const Run& run) {
+    if (const auto self = run.session.lock(); self && self->onVoiceMade) {
+        self->onVoiceMade(run.attempt->parts);
+    }
+}
+
 Task<PipelineResult<void>> TranslateSession::startSystemPipeline(const Run& run,
                                                                  std::optional<std::string> bundleID) {
     SessionAttempt& attempt = *run.attempt;
@@ -208,6 +214,7 @@ Task<PipelineResult<void>> TranslateSession::startSystemPipeline(const Run& run,
     const auto player = run.services.makePlayer();
     parts.player = player;
     player->setGain(run.start.gain);
+    tellVoiceMade(run);
     const auto started = co_await carryOut(*parts.sound, startPlayer(player, run.start.rate));
     if (attempt.isAbandoned) {
         co_return abandoned();
@@ -244,6 +251,7 @@ Task<PipelineResult<void>> TranslateSession::startMicPipeline(const Run& run) {
     const auto micSession = run.services.makeMicSession();
     parts.micSession = micSession;
     micSession->setGain(run.start.gain);
+    tellVoiceMade(run);
     parts.resampler = std::make_shared<AudioResampler>();
     std::shared_ptr<DubChain> dub(micSession, &micSession->dub());
     auto send = co_await openTransport(run, std::move(dub));

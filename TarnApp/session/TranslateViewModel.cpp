@@ -64,6 +64,7 @@ void TranslateViewModel::load() {
     rate_ = defaults.number("rate").value_or(1.0);
     outputGain_ = defaults.number("outputGain").value_or(1.0);
     keepsUp_ = defaults.boolean("keepUp").value_or(true);
+    othersTurnedDown_ = OthersTurnedDown::in(defaults);
     tier2Expanded_ = defaults.boolean("tier2Expanded").value_or(false);
     miniMode_ = defaults.boolean("miniMode").value_or(false);
     subtitleScale_ = defaults.number("subtitleScale").value_or(1.0);
@@ -229,6 +230,11 @@ void TranslateViewModel::wireSession(const std::shared_ptr<TranslateSession>& se
             self->authFailed(*failed);
         }
     };
+    session->onVoiceMade = [weak = weak_from_this()](const SessionPipeline& parts) {
+        if (const auto self = weak.lock()) {
+            self->setLiveParams(parts);
+        }
+    };
     session->onScreenRecNeeded = [weak = weak_from_this()] {
         if (const auto self = weak.lock()) {
             self->setScreenRecNeededEvent(true);
@@ -250,7 +256,7 @@ void TranslateViewModel::observeSessions() {
 
 void TranslateViewModel::sessionStateChanged(const TranslateSession& session) {
     if (session.hasComeUp()) {
-        setLiveParams(session);  // the user may have changed them since the session was started
+        setLiveParams(session.parts());  // the user may have changed them since the session was started
     } else if (&session == sessions_.front().get()) {
         suggestLanguages();
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "AppMode.h"
+#include "OthersTurnedDown.h"
 #include "SignInState.h"
 #include "SourceLists.h"
 #include "TarnApp/server/ConnectionWishes.h"
@@ -30,6 +32,9 @@ class TranslateViewModel : public QObject, public std::enable_shared_from_this<T
     Q_PROPERTY(double rate READ rate WRITE setRate NOTIFY rateChanged)
     Q_PROPERTY(double outputGain READ outputGain WRITE setOutputGain NOTIFY outputGainChanged)
     Q_PROPERTY(bool keepsUp READ keepsUp WRITE setKeepsUp NOTIFY keepsUpChanged)
+    Q_PROPERTY(
+        int othersTurnedDown READ othersTurnedDown WRITE setOthersTurnedDown NOTIFY othersTurnedDownChanged)
+    Q_PROPERTY(QList<int> othersDownChoices READ othersDownChoices CONSTANT)
     Q_PROPERTY(bool tier2Expanded READ tier2Expanded WRITE setTier2Expanded NOTIFY tier2ExpandedChanged)
     Q_PROPERTY(bool miniMode READ miniMode WRITE setMiniMode NOTIFY miniModeChanged)
     Q_PROPERTY(double subtitleScale READ subtitleScale WRITE setSubtitleScale NOTIFY subtitleScaleChanged)
@@ -64,6 +69,12 @@ public:
     double outputGain() const { return outputGain_; }  ///< of the dub, linear, 0 to 10
     /// Whether a dub that is behind is spoken faster and, far behind, skips utterances.
     bool keepsUp() const { return keepsUp_; }
+    /// Of other programs while a dub speaks: one of `OthersTurnedDown::choices`, decibels. Not over a
+    /// microphone without voice processing.
+    int othersTurnedDown() const { return othersTurnedDown_; }
+    static QList<int> othersDownChoices() {
+        return {OthersTurnedDown::choices.begin(), OthersTurnedDown::choices.end()};
+    }
     bool tier2Expanded() const { return tier2Expanded_; }
     bool miniMode() const { return miniMode_; }
     double subtitleScale() const { return subtitleScale_; }  ///< 0.6 to 3
@@ -73,9 +84,10 @@ public:
     bool usesStandIn() const { return connectionWishes_.usesStandIn; }
     void setResumesConnection(bool value);
     void setUsesStandIn(bool value);
-    void setRate(double value);        ///< heard at once, in every running session
-    void setOutputGain(double value);  ///< heard at once, in every running session
-    void setKeepsUp(bool value);       ///< counts at once, in every running session
+    void setRate(double value);           ///< heard at once, in every running session
+    void setOutputGain(double value);     ///< heard at once, in every running session
+    void setKeepsUp(bool value);          ///< counts at once, in every running session
+    void setOthersTurnedDown(int value);  ///< to the nearest choice, at once, in every running session
     void setTier2Expanded(bool value);
     void setMiniMode(bool value);
     void setSubtitleScale(double value);
@@ -139,6 +151,7 @@ Q_SIGNALS:
     void rateChanged();
     void outputGainChanged();
     void keepsUpChanged();
+    void othersTurnedDownChanged();
     void tier2ExpandedChanged();
     void miniModeChanged();
     void subtitleScaleChanged();
@@ -172,7 +185,7 @@ private:
     void sessionStateChanged(const TranslateSession& session);
     void recomputeAnyRunning();
     void propagateLiveParams();
-    void setLiveParams(const TranslateSession& session) const;
+    void setLiveParams(const SessionPipeline& parts) const;
     void launchSessions(const TranslateSession::Backend& backend);
     void authFailed(TranslateSession& session);
     void showSignedOut();
@@ -190,6 +203,7 @@ private:
     double rate_ = 1;
     double outputGain_ = 1;
     bool keepsUp_ = true;  ///< stored as "keepUp"
+    int othersTurnedDown_ = OthersTurnedDown::usual;
     bool tier2Expanded_ = false;
     bool miniMode_ = false;
     double subtitleScale_ = 1;

@@ -24,23 +24,31 @@ void TranslateViewModel::setKeepsUp(bool value) {
     propagateLiveParams();
 }
 
+void TranslateViewModel::setOthersTurnedDown(int value) {
+    othersTurnedDown_ = OthersTurnedDown::nearest(value);
+    Q_EMIT othersTurnedDownChanged();
+    services_.defaults->set(OthersTurnedDown::key, othersTurnedDown_);
+    propagateLiveParams();
+}
+
 void TranslateViewModel::propagateLiveParams() {
     for (const auto& session : sessions_) {
-        setLiveParams(*session);
+        setLiveParams(session->parts());
     }
 }
 
-void TranslateViewModel::setLiveParams(const TranslateSession& session) const {
-    const auto set = [this](DubChain& dub) {
-        dub.setRate(static_cast<float>(rate_));
-        dub.setGain(static_cast<float>(outputGain_));
-        dub.setKeepsUp(keepsUp_);
+void TranslateViewModel::setLiveParams(const SessionPipeline& parts) const {
+    const auto set = [this](auto& voice) {
+        voice.setRate(static_cast<float>(rate_));
+        voice.setGain(static_cast<float>(outputGain_));
+        voice.dub().setKeepsUp(keepsUp_);
+        voice.turnOthersDown(othersTurnedDown_);
     };
-    if (const auto& player = session.player()) {
-        set(player->dub());
+    if (parts.player) {
+        set(*parts.player);
     }
-    if (const auto& micSession = session.micSession()) {
-        set(micSession->dub());
+    if (parts.micSession) {
+        set(*parts.micSession);
     }
 }
 

@@ -2,6 +2,8 @@
 
 #include <stdexcept>
 
+#include "TarnPlatform/base/Text.h"
+
 namespace tarn::test {
 namespace {
 
@@ -23,6 +25,10 @@ public:
         return started;
     }
     bool isRunning() const override { return running_; }
+    void turnOthersDown(double decibels) override {
+        world_.told.push_back((isMicrophone_ ? "mic" : "player") + std::string(running_ ? " running " : " ") +
+                              decimalText(decibels));
+    }
     void stop() override { leave(); }
     int setCurrentDevice(std::uint32_t device) override {
         world_.microphoneDevice = device;

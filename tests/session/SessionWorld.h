@@ -146,6 +146,7 @@ public:
 
     // What there is.
     std::vector<std::string> trail;
+    std::vector<std::string> told;  ///< what engines were told of others, by which they are turned down
     bool hasBrowser = true;
     std::vector<std::string> openedUrls;
     int run = 0;  ///< streams remember it when they are opened
