@@ -186,6 +186,20 @@ Item {
             world.vm.keepsUp = false
             verify(!keepUp.checked)
         }
+        function test_others_are_turned_down_by_choice() {
+            const others = named(shown.playback, Loc.turnOthersDown)
+            const marked = () => find(others, one => one.marked === true).text
+            compare(marked(), "−12 dB")
+            waitForRendering(others)
+            mouseClick(textOf(others, "−6 dB"))
+            compare(world.vm.othersTurnedDown, -6)
+            others.forceActiveFocus()
+            keyClick(Qt.Key_Home)
+            compare(world.vm.othersTurnedDown, 0)
+            compare(marked(), "Off")
+            keyClick(Qt.Key_End)
+            compare(marked(), "−20 dB")
+        }
         function test_subtitle_size_is_reset() {
             const reset = textOf(shown.font, Loc.resetToDefault)
             verify(!reset.enabled)

@@ -3,7 +3,7 @@ import Tarn.Controls
 import Tarn.Model
 import Tarn.Style
 
-/// The speed and the volume of the translated voice.
+/// The translated voice: its speed, its volume, and what it does to other sound.
 Column {
     id: root
 
@@ -41,6 +41,14 @@ Column {
         help: Loc.helpKeepUp
         current: root.vm.keepsUp
         onChanged: value => root.vm.keepsUp = value
+    }
+    PlaybackChoice {
+        width: parent.width
+        label: Loc.turnOthersDown
+        help: Loc.helpTurnOthersDown
+        choices: root.vm.othersDownChoices.map(value => ({value, label: value === 0 ? Loc.off : `−${-value} dB`}))
+        current: root.vm.othersTurnedDown
+        onChanged: value => root.vm.othersTurnedDown = value
     }
     HoverHandler {
         id: pointer
