@@ -42,6 +42,11 @@ void addRunOptions(CLI::App& app, RawOptions& raw) {
            "Speak a played voice that is behind faster, and skip sentences of one far behind: on or off")
         ->check(CLI::IsMember({"on", "off"}))
         ->capture_default_str();
+    app.add_option(
+           "--turn-others-down", raw.run.turnOthersDown,
+           "Decibels by which other programs are turned down while a played voice speaks: 0, 6, 12 or 20")
+        ->check(CLI::IsMember({0, 6, 12, 20}))
+        ->capture_default_str();
     app.add_option("--dub", raw.dub, "Translated voice: play, none, or the WAV file to write it to")
         ->capture_default_str();
     app.add_option("--format", raw.format, "Output: text, or jsonl for one JSON object a line")

@@ -45,9 +45,10 @@ struct RunOptions {
     Pace pace = Pace::realTime;
     std::optional<std::string> dubFile;
     bool playDub = false;
-    double rate = 1;     ///< of the played voice, 0.5 to 2
-    double volume = 1;   ///< of the played voice, linear, 0 to 10
-    bool keepUp = true;  ///< a played voice that is behind is spoken faster or skipped
+    double rate = 1;          ///< of the played voice, 0.5 to 2
+    double volume = 1;        ///< of the played voice, linear, 0 to 10
+    bool keepUp = true;       ///< a played voice that is behind is spoken faster or skipped
+    int turnOthersDown = 12;  ///< decibels, while a played voice speaks
     Format format = Format::text;
     std::optional<double> duration;  ///< seconds of input after which the run ends
     double drain = 10;               ///< seconds

@@ -170,6 +170,7 @@ Task<Result<std::shared_ptr<CaptureStream>>> TranslationRun::startInput(std::wea
 void TranslationRun::configure() {
     model_->setRate(options_.rate);
     model_->setKeepsUp(options_.keepUp);
+    model_->setOthersTurnedDown(-options_.turnOthersDown);
     model_->setOutputGain(options_.volume);
     if (options_.isConversation()) {
         model_->setMode(AppMode::conversation);

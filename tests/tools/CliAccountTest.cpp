@@ -24,6 +24,7 @@ TEST_F(CliAccount, RefusesArgumentsThatMakeNoSense) {
                                                    {"logout", "--source", "mic"},
                                                    {"dance"},
                                                    {"--input", "a.wav", "--resume", "--no-resume"},
+                                                   {"--source", "mic", "--turn-others-down", "7"},
                                                    {"--source", "mic", "--no-resume", "--give-up", "60"}};
     const std::pair<const char*, const char*> options[] = {
         {"--source", "mic"}, {"--clone", "sometimes"}, {"--rate", "3"},

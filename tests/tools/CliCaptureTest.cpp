@@ -2,9 +2,17 @@
 // tells what it has been sent.
 #include <gmock/gmock.h>
 
+#include <cmath>
+#include <numbers>
+#include <span>
+
 #include "CliFixture.h"
+#include "TarnPlatform/net/Base64.h"
+#include "support/audio/Measure.h"
 #include "support/audio/Player.h"
 #include "support/audio/PrivateAudioServer.h"
+#include "support/audio/Recorder.h"
+#include "support/audio/Until.h"
 
 namespace tarn {
 namespace {
@@ -83,6 +91,39 @@ TEST_F(CliCapture, TranslatesFourSourcesSideBySide) {
          {"1 en: enough\n", "1 es: bastante\n", "2 es: enough\n", "2 en: bastante\n", "3 heard: enough\n",
           "3 es: bastante\n", "4 heard: enough\n", "4 fr: bastante\n"}) {
         EXPECT_THAT(cli->out(), HasSubstr(line)) << cli->err();
+    }
+}
+
+TEST_F(CliCapture, TurnsOthersDownAsFarAsAskedWhileItSpeaks) {
+    startAudio();
+    std::string dub;
+    for (int i = 0; i < 24000; ++i) {
+        const auto sample =
+            static_cast<std::int16_t>(std::lround(8000 * std::sin(2 * std::numbers::pi * 900 * i / 24000)));
+        dub += {static_cast<char>(sample & 0xFF), static_cast<char>((sample >> 8) & 0xFF)};
+    }
+    std::string script;
+    for (int i = 0; i < 20; ++i) {
+        script += R"({"after_audio":16000,"event":{"type":"response.audio.delta","delta":")" +
+                  base64Encode(std::as_bytes(std::span(dub))) + "\"}}\n";
+    }
+    startRelay(script);
+    const test::Player film(*audio, audio->toneFile(440, -12, 120));
+    const auto untilHeard = [this](double frequency, double level) {
+        test::until(std::to_string(frequency) + " Hz are heard", [&] {
+            test::Recorder recorder(*audio, test::PrivateAudioServer::output, test::Recorder::From::monitor);
+            recorder.waitFor(0.4);
+            const auto left = recorder.stop().channel(0);
+            return std::abs(test::toneLevel(std::span(left).last(4800), frequency, 48000) - level) < 0.3;
+        });
+    };
+    for (const auto& [option, expected] : {std::pair("6", -18.0), {"0", -12.0}}) {
+        const auto cli = start({"--source", "system", "--to", "es", "--dub", "play", "--duration", "8",
+                                "--drain", "1", "--turn-others-down", option});
+        untilHeard(900, -12.25);
+        untilHeard(440, expected);
+        EXPECT_EQ(cli->wait(), 0) << cli->err();
+        untilHeard(440, -12);
     }
 }
 
