@@ -59,12 +59,12 @@ Transcript::Transcript(const TranscriptOptions& options)
 Transcript::Change Transcript::start() {
     const auto head = parts_->head();
     end_.at = head.size();
-    return {0, head + parts_->foot()};
+    return {0, head + parts_->foot(), end_.at};
 }
 
 Transcript::Change Transcript::add(const Utterance& utterance) {
     if (!isTold(utterance, options_)) {
-        return {end_.at, parts_->foot()};
+        return {end_.at, parts_->foot(), settled()};
     }
     auto timed = times_.timed(utterance);
     const auto place = std::ranges::upper_bound(latest_, timed.begin, {}, &TimedUtterance::begin);
@@ -73,7 +73,11 @@ Transcript::Change Transcript::add(const Utterance& utterance) {
     const std::size_t keep = end_.at;
     auto bytes = write(from);
     forgetOld();
-    return {keep, std::move(bytes) + parts_->foot()};
+    return {keep, std::move(bytes) + parts_->foot(), settled()};
+}
+
+std::size_t Transcript::settled() const {
+    return groups_.empty() ? end_.at : groups_.front().start.at;
 }
 
 /// Gives up the group that an utterance at `index` falls into or follows, those behind, and the one before,

@@ -26,6 +26,7 @@ public:
     struct Change {
         std::size_t keep = 0;
         std::string bytes;
+        std::size_t settled = 0;  ///< no later change keeps less than these
     };
 
     explicit Transcript(const TranscriptOptions& options);
@@ -44,6 +45,7 @@ private:
         std::size_t size = 0;
         Mark start;
     };
+    std::size_t settled() const;
     std::size_t reopen(std::size_t index);
     std::string write(std::size_t from);
     void forgetOld();

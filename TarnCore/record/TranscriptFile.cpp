@@ -74,13 +74,12 @@ Result<void> TranscriptFile::close() {
 }
 
 Result<void> TranscriptFile::take(const Transcript::Change& change) {
-    const auto kept = static_cast<std::size_t>(change.keep - at_);
-    wanted_.replace(kept, std::string::npos, change.bytes);
+    wanted_.replace(static_cast<std::size_t>(change.keep - at_), std::string::npos, change.bytes);
     auto written = write();
     if (written) {
-        at_ = change.keep;
-        wanted_.erase(0, kept);
+        wanted_.erase(0, static_cast<std::size_t>(change.settled - at_));
         there_ = wanted_;
+        at_ = change.settled;
     }
     return written;
 }

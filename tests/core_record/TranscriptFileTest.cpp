@@ -42,7 +42,7 @@ TEST(TranscriptFile, IsWholeAfterEachUtterance) {
         ASSERT_TRUE(file);
         std::vector<Utterance> told;
         EXPECT_EQ(readFile(path), writeTranscript(told, as(format)));
-        for (const long begin : {1000, 9000, 4000, 20000}) {
+        for (const long begin : {1000, 9000, 20000, 30000, 4000, 300000, 301500, 303000}) {
             told.push_back(said(0, begin, begin + 1000, "hello", "hola"));
             EXPECT_TRUE(file->add(told.back()));
             EXPECT_EQ(readFile(path), writeTranscript(told, as(format)));

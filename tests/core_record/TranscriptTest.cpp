@@ -106,10 +106,12 @@ TEST(Transcript, IsTheSameWhenItGrowsAndNeverShrinks) {
             auto options = as(format);
             options.namesSources = seed % 2 != 0;
             Transcript growing(options);
-            std::string file = growing.start().bytes;
+            auto [keep, file, settled] = growing.start();
             for (const Utterance& utterance : talk) {
                 const auto change = growing.add(utterance);
                 ASSERT_LE(change.keep, file.size());
+                ASSERT_GE(change.keep, settled);
+                settled = change.settled;
                 ASSERT_GE(change.keep + change.bytes.size(), file.size());
                 file.replace(change.keep, std::string::npos, change.bytes);
                 ASSERT_TRUE(isUtf8(file));
