@@ -395,6 +395,10 @@ void ResumingConnection::tell() {
         if (now.state != State::stalled && !link_->isLive && link_->isBehind) {
             now.state = State::catchingUp;
             now.behindSeconds = std::max(1.0, behind);
+            // Sound comes and goes in pieces: a number that falls must not waver on its way.
+            if (told_.state == State::catchingUp && now.behindSeconds == told_.behindSeconds + 1) {
+                now.behindSeconds = told_.behindSeconds;
+            }
         }
         now.standIn = link_->isStandIn;
     }
