@@ -55,6 +55,7 @@ void DubChain::enqueue(std::span<const std::byte> bytes) {
         playedAt_ = std::chrono::steady_clock::now();
     }
     open_ += buffer->frameLength();
+    speed_->setNewestUtterance(open_);
     node_->scheduleBuffer(std::move(*buffer));
     skipWhatIsLate();
     dropWhatNobodyPlays();

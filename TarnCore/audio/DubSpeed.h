@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
 
 #include "DubPace.h"
@@ -29,14 +30,22 @@ public:
     bool keepsUp() const { return keepsUp_.load(std::memory_order_relaxed); }
     void setKeepsUp(bool value) { keepsUp_.store(value, std::memory_order_relaxed); }
 
+    /// How long the newest utterance is, as far as it has been queued, in frames. Where nothing but (the rest
+    /// of) it waits, and no more than `oneUtterance`, nothing is late: services may send whole sentences.
+    void setNewestUtterance(std::uint64_t frames) { newest_.store(frames, std::memory_order_relaxed); }
+    static constexpr double oneUtterance = 5;  ///< seconds
+
     void renderRt(std::span<float> out) noexcept override { renderPulledRt(out); }
     std::size_t pullRt(std::span<float> out) noexcept override;
 
 private:
+    double lagRt() noexcept;
+
     const std::shared_ptr<AudioPlayerNode> queue_;
     const std::shared_ptr<AudioUnitTimePitch> timePitch_;
     std::atomic<float> rate_{1.0F};
     std::atomic<bool> keepsUp_{false};
+    std::atomic<std::uint64_t> newest_{0};
     DubPace pace_;  // the audio thread's
 };
 

@@ -99,6 +99,22 @@ TEST(DubKeepsUp, IsExactWhereLittleWaitsOrItIsOff) {
     }
 }
 
+TEST(DubKeepsUp, DoesNotTakeTheLengthOfASentenceForLag) {
+    Dub dub(true);
+    for (std::int16_t sentence = 1; sentence <= 3; ++sentence) {
+        dub.say(sentence, 4.5);
+        dub.chain.endUtterance();
+        dub.hear(4);
+        EXPECT_NEAR(dub.chain.queuedSeconds(), 0.5, 0.1) << sentence;
+        dub.hear(1);
+    }
+    dub.say(4, 4.5);
+    dub.chain.endUtterance();
+    dub.say(5, 4.5);
+    dub.hear(3);
+    EXPECT_LT(dub.chain.queuedSeconds(), 5.7) << "another one waits behind it";
+}
+
 TEST(DubKeepsUp, SkipsTheOldestUtterancesWholeButNotTheOneThatIsSpoken) {
     Dub dub(true);
     for (int utterance = 1; utterance <= 6; ++utterance) {
@@ -116,7 +132,8 @@ TEST(DubKeepsUp, SkipsTheOldestUtterancesWholeButNotTheOneThatIsSpoken) {
         EXPECT_GT(heard.contains(level) ? heard.at(level) : 0, 2) << level;
     }
     for (const int level : {2000, 3000, 4000}) {
-        EXPECT_FALSE(heard.contains(level)) << level;
+        // Where one fades into another, each level between them comes once.
+        EXPECT_LT(heard.contains(level) ? heard.at(level) : 0, 0.01) << level;
     }
 }
 
