@@ -62,7 +62,7 @@ class Translation(threading.Thread):
         self.lines, self.began = [], None
         self.process = subprocess.Popen(
             [programs / "tarn-cli", "--input", speech.path, "--from", "en", "--to", "es", "--silence-ms", "700",
-             "--resume", "--format", "jsonl", "--drain", "20", "--server", f"http://127.0.0.1:{port}/tarn"],
+             "--resume", "--format", "jsonl", "--drain", "60", "--server", f"http://127.0.0.1:{port}/tarn"],
             env=dict(os.environ, TARN_TOKEN=token), stdout=subprocess.PIPE, text=True)
         self.start()
 
