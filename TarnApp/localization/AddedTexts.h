@@ -48,6 +48,11 @@ TARN_TEXT(helpTurnOthersDown,
           "stays as loud as it was.",
           "播放译音时把其他程序的音量压低这么多。Tarn 听到的音量不变。")
 TARN_TEXT(off, "Off", "关闭")
+TARN_TEXT(placeDubs, "Voices left and right", "译音分左右")
+TARN_TEXT(helpPlaceDubs,
+          "Where two or more sources run, each translated voice comes from a place of its own between left and "
+          "right.",
+          "有两个或更多来源运行时，每个译音从左到右各占一个位置。")
 
 // In the place of subtitles. "%1" is one of the durations below.
 TARN_TEXT(notTranslated, "[%1 not translated]", "[%1未翻译]")

@@ -65,6 +65,7 @@ void TranslateViewModel::load() {
     outputGain_ = defaults.number("outputGain").value_or(1.0);
     keepsUp_ = defaults.boolean("keepUp").value_or(true);
     othersTurnedDown_ = OthersTurnedDown::in(defaults);
+    placesDubs_ = defaults.boolean("placeDubs").value_or(false);
     tier2Expanded_ = defaults.boolean("tier2Expanded").value_or(false);
     miniMode_ = defaults.boolean("miniMode").value_or(false);
     subtitleScale_ = defaults.number("subtitleScale").value_or(1.0);
@@ -251,6 +252,7 @@ void TranslateViewModel::observeSessions() {
         subs_.push_back(connect(session.get(), &TranslateSession::stateChanged, this,
                                 [this, started = session.get()] { sessionStateChanged(*started); }));
     }
+    placeDubs();
     recomputeAnyRunning();
 }
 
@@ -260,6 +262,7 @@ void TranslateViewModel::sessionStateChanged(const TranslateSession& session) {
     } else if (&session == sessions_.front().get()) {
         suggestLanguages();
     }
+    placeDubs();
     recomputeAnyRunning();
 }
 

@@ -34,6 +34,7 @@ class TranslateViewModel : public QObject, public std::enable_shared_from_this<T
     Q_PROPERTY(bool keepsUp READ keepsUp WRITE setKeepsUp NOTIFY keepsUpChanged)
     Q_PROPERTY(
         int othersTurnedDown READ othersTurnedDown WRITE setOthersTurnedDown NOTIFY othersTurnedDownChanged)
+    Q_PROPERTY(bool placesDubs READ placesDubs WRITE setPlacesDubs NOTIFY placesDubsChanged)
     Q_PROPERTY(QList<int> othersDownChoices READ othersDownChoices CONSTANT)
     Q_PROPERTY(bool tier2Expanded READ tier2Expanded WRITE setTier2Expanded NOTIFY tier2ExpandedChanged)
     Q_PROPERTY(bool miniMode READ miniMode WRITE setMiniMode NOTIFY miniModeChanged)
@@ -72,6 +73,8 @@ public:
     /// Of other programs while a dub speaks: one of `OthersTurnedDown::choices`, decibels. Not over a
     /// microphone without voice processing.
     int othersTurnedDown() const { return othersTurnedDown_; }
+    /// Whether the dubs of several sessions that run have places between left and right.
+    bool placesDubs() const { return placesDubs_; }
     static QList<int> othersDownChoices() {
         return {OthersTurnedDown::choices.begin(), OthersTurnedDown::choices.end()};
     }
@@ -88,6 +91,7 @@ public:
     void setOutputGain(double value);     ///< heard at once, in every running session
     void setKeepsUp(bool value);          ///< counts at once, in every running session
     void setOthersTurnedDown(int value);  ///< to the nearest choice, at once, in every running session
+    void setPlacesDubs(bool value);
     void setTier2Expanded(bool value);
     void setMiniMode(bool value);
     void setSubtitleScale(double value);
@@ -152,6 +156,7 @@ Q_SIGNALS:
     void outputGainChanged();
     void keepsUpChanged();
     void othersTurnedDownChanged();
+    void placesDubsChanged();
     void tier2ExpandedChanged();
     void miniModeChanged();
     void subtitleScaleChanged();
@@ -185,6 +190,7 @@ private:
     void sessionStateChanged(const TranslateSession& session);
     void recomputeAnyRunning();
     void propagateLiveParams();
+    void placeDubs() const;
     void setLiveParams(const SessionPipeline& parts) const;
     void launchSessions(const TranslateSession::Backend& backend);
     void authFailed(TranslateSession& session);
@@ -204,6 +210,7 @@ private:
     double outputGain_ = 1;
     bool keepsUp_ = true;  ///< stored as "keepUp"
     int othersTurnedDown_ = OthersTurnedDown::usual;
+    bool placesDubs_ = false;  ///< stored as "placeDubs"
     bool tier2Expanded_ = false;
     bool miniMode_ = false;
     double subtitleScale_ = 1;

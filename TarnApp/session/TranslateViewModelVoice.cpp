@@ -2,6 +2,12 @@
 #include "TranslateViewModel.h"
 
 namespace tarn {
+namespace {
+
+/// The place of the first and the last of several dubs: one loudspeaker has them 12 dB louder than the other.
+constexpr float outermostDub = 0.7F;
+
+}  // namespace
 
 void TranslateViewModel::setRate(double value) {
     rate_ = value;
@@ -31,6 +37,13 @@ void TranslateViewModel::setOthersTurnedDown(int value) {
     propagateLiveParams();
 }
 
+void TranslateViewModel::setPlacesDubs(bool value) {
+    placesDubs_ = value;
+    Q_EMIT placesDubsChanged();
+    services_.defaults->set("placeDubs", value);
+    placeDubs();
+}
+
 void TranslateViewModel::propagateLiveParams() {
     for (const auto& session : sessions_) {
         setLiveParams(session->parts());
@@ -49,6 +62,27 @@ void TranslateViewModel::setLiveParams(const SessionPipeline& parts) const {
     }
     if (parts.micSession) {
         set(*parts.micSession);
+    }
+}
+
+void TranslateViewModel::placeDubs() const {
+    std::vector<const SessionPipeline*> runs;
+    for (const auto& session : sessions_) {
+        if (session->hasComeUp()) {
+            runs.push_back(&session->parts());
+        }
+    }
+    const bool apart = placesDubs_ && runs.size() > 1;
+    const float step = apart ? 2 * outermostDub / static_cast<float>(runs.size() - 1) : 0;
+    float place = apart ? -outermostDub : 0;
+    for (const SessionPipeline* const run : runs) {
+        if (run->player) {
+            run->player->setPlace(place);
+        }
+        if (run->micSession) {
+            run->micSession->setPlace(place);
+        }
+        place += step;
     }
 }
 

@@ -48,6 +48,8 @@ public:
 
     /// As `AudioEngine::turnOthersDown`.
     void turnOthersDown(double decibels) { engine_->turnOthersDown(decibels); }
+    /// As `AudioEngine::setPlace`.
+    void setPlace(float place) { engine_->setPlace(place); }
 
     /// For diagnostics.
     AudioPlayerNode::Counters counters() const { return chain_.counters(); }

@@ -63,6 +63,8 @@ public:
     DubChain& dub() { return chain_; }
     /// As `AudioEngine::turnOthersDown`.
     void turnOthersDown(double decibels) { engine_->turnOthersDown(decibels); }
+    /// As `AudioEngine::setPlace`.
+    void setPlace(float place) { engine_->setPlace(place); }
 
     /// A new planar one-channel buffer with the first channel of `buffer` in the same sample type, rate and
     /// capacity. Microphones with several channels often carry the voice on the first and a loopback or

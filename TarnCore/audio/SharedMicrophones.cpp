@@ -66,6 +66,7 @@ public:
         const std::lock_guard lock(othersMutex_);
         own_->turnOthersDown(turnsNobodyDown_ ? 0 : decibels);
     }
+    void setPlace(float place) override { own_->setPlace(place); }
     void prepare() override { own_->prepare(); }
     bool isRunning() const override { return running_; }
 

@@ -29,6 +29,7 @@ public:
         world_.told.push_back((isMicrophone_ ? "mic" : "player") + std::string(running_ ? " running " : " ") +
                               decimalText(decibels));
     }
+    void setPlace(float place) override { world_.places[number_] = place; }
     void stop() override { leave(); }
     int setCurrentDevice(std::uint32_t device) override {
         world_.microphoneDevice = device;
@@ -37,6 +38,7 @@ public:
 
 private:
     void leave() {
+        world_.places.erase(number_);
         if (std::exchange(running_, false)) {
             world_.engineStops(isMicrophone_);
         }
@@ -44,6 +46,7 @@ private:
 
     SessionWorld& world_;
     const bool isMicrophone_;
+    const int number_ = ++world_.enginesMade;
     bool running_ = false;
 };
 

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <deque>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -150,6 +151,8 @@ public:
     bool hasBrowser = true;
     std::vector<std::string> openedUrls;
     int run = 0;  ///< streams remember it when they are opened
+    int enginesMade = 0;
+    std::map<int, float> places;  ///< between left and right, of the engines that are left, in their order
     int enginesRunning = 0;
     int enginesRunningAtMost = 0;
     int capturesRunning = 0;

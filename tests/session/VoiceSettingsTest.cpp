@@ -54,5 +54,36 @@ TEST_F(ViewModelTest, EnginesHearOfOthersBeforeTheyPlayAndOfEveryChange) {
     EXPECT_THAT(world_.told, ElementsAre("player running 0.0", "mic running 0.0"));
 }
 
+TEST_F(ViewModelTest, DubsOfSeveralRunsHavePlacesWhereTheUserWantsThat) {
+    auto& model = makeSignedIn();
+    const auto expect = [this](const std::vector<float>& places) {
+        std::vector<float> now;
+        for (const auto& [engine, place] : world_.places) {
+            now.push_back(place);
+        }
+        EXPECT_THAT(now, testing::Pointwise(testing::FloatNear(1e-6F), places));
+    };
+    model.setMode(AppMode::conversation);
+    model.addSession();
+    model.addSession();
+    model.sessions()[3]->setCaptureSource(CaptureSource::mic);
+    model.startAll();
+    world_.settle();
+    expect({0, 0, 0, 0});
+    model.setPlacesDubs(true);
+    expect({-0.7F, -0.7F / 3, 0.7F / 3, 0.7F});
+    model.removeSession(model.sessions()[2]);
+    world_.settle();
+    expect({-0.7F, 0, 0.7F});
+    model.sessions()[0]->stop();
+    world_.settle();
+    expect({-0.7F, 0.7F});
+    model.setMode(AppMode::solo);
+    model.startAll();
+    world_.settle();
+    expect({0});
+    EXPECT_TRUE(make().placesDubs());
+}
+
 }  // namespace
 }  // namespace tarn

@@ -186,6 +186,15 @@ Item {
             world.vm.keepsUp = false
             verify(!keepUp.checked)
         }
+        function test_voices_have_places_in_conversations() {
+            verify(!named(shown.playback, Loc.placeDubs))
+            world.vm.mode = "conversation"
+            const places = named(shown.playback, Loc.placeDubs)
+            verify(!places.checked)
+            waitForRendering(places)
+            mouseClick(places)
+            verify(world.vm.placesDubs)
+        }
         function test_others_are_turned_down_by_choice() {
             const others = named(shown.playback, Loc.turnOthersDown)
             const marked = () => find(others, one => one.marked === true).text

@@ -154,6 +154,7 @@ private:
             world_.level(i, 0.02 * (i + 1) * (i + 1));
         }
         picture("conversation");
+        popover("helpPlayback", "popover-playback-conversation");
     }
 
     /// Notices in each way in which they lie, and a long name in the narrowest columns.

@@ -42,6 +42,14 @@ Column {
         current: root.vm.keepsUp
         onChanged: value => root.vm.keepsUp = value
     }
+    PlaybackSwitch {
+        width: parent.width
+        visible: root.vm.mode === "conversation"
+        label: Loc.placeDubs
+        help: Loc.helpPlaceDubs
+        current: root.vm.placesDubs
+        onChanged: value => root.vm.placesDubs = value
+    }
     PlaybackChoice {
         width: parent.width
         label: Loc.turnOthersDown
