@@ -22,6 +22,8 @@ constexpr double leastBehind = 1;  // seconds
 /// A gap that nobody would notice is not told.
 constexpr double shortestGap = 0.5;  // seconds
 
+constexpr auto never = asio::steady_timer::time_point::max();
+
 double seconds(std::uint64_t bytes) {
     return static_cast<double>(bytes) / static_cast<double>(KeptSound::bytesPerSecond);
 }
@@ -33,7 +35,7 @@ ResumingConnection::ResumingConnection(ResumeParts parts)
       strand_(asio::make_strand(parts_.network)),
       events_(RealTarnTranslateStream::boundedEvents()),
       reopening_(parts_, strand_),
-      changed_(strand_, asio::steady_timer::time_point::max()) {}
+      changed_(strand_, never) {}
 
 void ResumingConnection::begin(Stream first) {
     if (parts_.watchNetwork) {
@@ -290,6 +292,7 @@ Task<void> ResumingConnection::catchUp(std::shared_ptr<ResumingConnection> self,
         self->tell();
         auto sending = link->stream->sendAudio(std::move(piece));
         co_await std::move(sending);
+        self->releaseSenders();
         const auto due = start + spoken / catchUpPace;
         if (const auto now = clock->now(); now < due) {
             co_await sleepFor(clock, due - now);
@@ -312,6 +315,7 @@ void ResumingConnection::takeSound(std::vector<std::byte> bytes) {
         forgetSilence(*link_);
     } else {
         kept_.append(std::move(bytes));
+        releaseSenders();
         tell();
     }
 }
@@ -338,9 +342,17 @@ Task<void> ResumingConnection::send(std::shared_ptr<ResumingConnection> self, st
         co_return;
     }
     self->takeSound(std::move(bytes));
-    const std::uint64_t end = self->kept_.end();
-    while (self->takesSound() && !(self->link_ && self->link_->isLive && self->link_->sent >= end)) {
-        co_await self->changed_.async_wait(asValue);
+    auto sender = std::make_shared<Sender>(self->kept_.end(), asio::steady_timer(self->strand_, never));
+    self->senders_.push_back(sender);
+    co_await sender->bell.async_wait(asValue);
+}
+
+/// Those whose sound has left, or never will, since it was kept for too long.
+void ResumingConnection::releaseSenders() {
+    const std::uint64_t left = std::max(kept_.begin(), link_ ? link_->sent : 0);
+    while (!senders_.empty() && (!takesSound() || senders_.front()->end <= left)) {
+        senders_.front()->bell.cancel();
+        senders_.pop_front();
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <boost/asio/steady_timer.hpp>
+#include <deque>
 #include <memory>
 #include <string>
 
@@ -67,6 +68,12 @@ private:
         std::unique_ptr<ScheduledCall> proof;
     };
 
+    /// Who waits in `sendAudio` for sound to leave that ends at `end`.
+    struct Sender {
+        std::uint64_t end;
+        asio::steady_timer bell;
+    };
+
     static Task<void> run(std::shared_ptr<ResumingConnection> self, Stream first);
     static Task<void> readEvents(std::shared_ptr<ResumingConnection> self, std::shared_ptr<Link> link);
     static Task<void> readHealth(std::shared_ptr<ResumingConnection> self, std::shared_ptr<Link> link);
@@ -93,7 +100,11 @@ private:
     void shut();
     bool mayReturn() const { return returned_ && ledger_.isIdle(); }
     bool takesSound() const { return !isEnded_ && !isClosing_; }
-    void ring() { changed_.cancel(); }
+    void releaseSenders();
+    void ring() {
+        changed_.cancel();
+        releaseSenders();
+    }
 
     const ResumeParts parts_;
     const SerialExecutor strand_;
@@ -110,6 +121,7 @@ private:
     ConnectionHealth told_;
     ConnectionHealth lost_;  ///< why the latest connection ended
     std::optional<Clock::TimePoint> suspectUntil_;
+    std::deque<std::shared_ptr<Sender>> senders_;
     bool isRefused_ = false;  ///< the token
     bool isEnded_ = false;
     bool isClosing_ = false;
