@@ -43,16 +43,18 @@ TARN_TEXT(
     "sentences are left out.",
     "语音落后时最多加快到 1.3 倍；等待播放的语音超过 10 秒时，会跳过整句。")
 TARN_TEXT(turnOthersDown, "Turn others down", "压低其他声音")
-TARN_TEXT(helpTurnOthersDown,
-          "While a translated voice speaks, other programs are turned down by so much. What Tarn hears of them "
-          "stays as loud as it was.",
-          "播放译音时把其他程序的音量压低这么多。Tarn 听到的音量不变。")
+TARN_TEXT(
+    helpTurnOthersDown,
+    "While a translated voice speaks, other programs are turned down by so much. What Tarn hears of them "
+    "stays as loud as it was.",
+    "播放译音时把其他程序的音量压低这么多。Tarn 听到的音量不变。")
 TARN_TEXT(off, "Off", "关闭")
 TARN_TEXT(placeDubs, "Voices left and right", "译音分左右")
-TARN_TEXT(helpPlaceDubs,
-          "Where two or more sources run, each translated voice comes from a place of its own between left and "
-          "right.",
-          "有两个或更多来源运行时，每个译音从左到右各占一个位置。")
+TARN_TEXT(
+    helpPlaceDubs,
+    "Where two or more sources run, each translated voice comes from a place of its own between left and "
+    "right.",
+    "有两个或更多来源运行时，每个译音从左到右各占一个位置。")
 
 // In the place of subtitles. "%1" is one of the durations below.
 TARN_TEXT(notTranslated, "[%1 not translated]", "[%1未翻译]")

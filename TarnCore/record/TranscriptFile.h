@@ -13,7 +13,8 @@ namespace tarn {
 
 /// A transcript that is written as it comes. The file is whole and valid after each utterance: what is
 /// written anew at its end never gets shorter, and takes the old one's place in one write, so that only a
-/// kill within that write leaves a part of it. Only the owner can read it. Thread: one; each call waits for the file.
+/// kill within that write leaves a part of it. Only the owner can read it. Thread: one; each call waits for
+/// the file.
 class TranscriptFile {
 public:
     /// Makes the file, or empties it. What is there and is no regular file stays as it is.
