@@ -73,9 +73,12 @@ std::optional<StreamProgress> progressOf(std::string_view type, const json::obje
         return StreamProgress{voiceDone, stringOr(event, "response_id", "")};
     }
     if (type == events::responseCreated || type == events::responseDone) {
+        const bool isBegin = type == events::responseCreated;
         const auto* const response = objectField(event, "response");
-        return StreamProgress{type == events::responseCreated ? responseBegun : responseDone,
-                              response == nullptr ? "" : stringOr(*response, "id", "")};
+        StreamProgress progress{isBegin ? responseBegun : responseDone,
+                                response == nullptr ? "" : stringOr(*response, "id", "")};
+        progress.item = isBegin ? stringOr(event, "item_id", "") : "";
+        return progress;
     }
     return std::nullopt;
 }

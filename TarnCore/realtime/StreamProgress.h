@@ -23,6 +23,8 @@ struct StreamProgress {
     /// Of `speechStarted` and `speechStopped`: where, in the sound that the connection was sent, as the
     /// service says.
     std::optional<std::int64_t> milliseconds{};
+    /// Of `responseBegun`: the utterance that it translates; empty where the service does not tell.
+    std::string item{};
 
     bool operator==(const StreamProgress&) const = default;
 };

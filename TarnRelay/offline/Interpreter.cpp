@@ -7,6 +7,7 @@
 #include <span>
 #include <utility>
 
+#include "ItemId.h"
 #include "TarnCore/audio/ServiceAudio.h"
 #include "TarnCore/realtime/EventNames.h"
 #include "TarnPlatform/net/Base64.h"
@@ -122,7 +123,8 @@ void Interpreter::beginResponse(std::uint64_t utterance) {
     stable_.clear();
     lastPartial_.clear();
     const auto response = responseId(utterance);
-    outlet_->send(events::responseCreated, {{"response", {{"id", response}, {"status", "in_progress"}}}});
+    outlet_->send(events::responseCreated, {{"response", {{"id", response}, {"status", "in_progress"}}},
+                                            {"item_id", itemId(utterance)}});
     outlet_->send(
         events::outputItemAdded,
         {{"response_id", response}, {"output_index", 0}, {"item", outputItem(utterance, "in_progress")}});

@@ -6,6 +6,7 @@
 #include <boost/json/object.hpp>
 #include <utility>
 
+#include "ItemId.h"
 #include "TarnCore/audio/ServiceAudio.h"
 #include "TarnCore/realtime/EventNames.h"
 #include "TarnPlatform/net/Http.h"
@@ -28,10 +29,6 @@ constexpr auto longestHold = std::chrono::seconds(1);
 constexpr auto lookPause =
     std::chrono::milliseconds(100);  // between looks at a recogniser that answers later
 constexpr auto retryPause = std::chrono::milliseconds(50);  // before a full recogniser is offered sound again
-
-std::string itemId(std::uint64_t utterance) {
-    return "item_" + std::to_string(utterance);
-}
 
 std::size_t samplesIn(double seconds) {
     return static_cast<std::size_t>(seconds * qwenInputSampleRate);

@@ -43,7 +43,8 @@ Heard play(const std::vector<std::string>& messages) {
         }
         heard.calls.push_back("progress " + std::to_string(static_cast<int>(progress.kind)) + " " +
                               progress.id +
-                              (progress.milliseconds ? " " + std::to_string(*progress.milliseconds) : ""));
+                              (progress.milliseconds ? " " + std::to_string(*progress.milliseconds) : "") +
+                              (progress.item.empty() ? "" : " of " + progress.item));
     };
     for (const auto& message : messages) {
         heard.verdicts.push_back(handler.handle(message));
@@ -69,10 +70,10 @@ const std::vector<EventCase> eventCases = {
      {R"({"type":"input_audio_buffer.speech_started","item_id":"a","audio_start_ms":40})",
       R"({"type":"input_audio_buffer.speech_stopped","item_id":7,"audio_end_ms":-5.0})",
       R"({"type":"input_audio_buffer.speech_stopped","audio_end_ms":1e300})",
-      R"({"type":"response.created","response":{"id":"r"}})",
+      R"({"type":"response.created","response":{"id":"r"},"item_id":"a"})",
       R"({"type":"response.audio.done","response_id":"r"})", R"({"type":"response.done","response":null})",
       R"({"type":"input_audio_buffer.committed","item_id":"a"})"},
-     {"progress 0 a 40", "progress 1  -5", "progress 3 r", "progress 4 r"}},
+     {"progress 0 a 40", "progress 1  -5", "progress 3 r of a", "progress 4 r"}},
     {"textAndStashAreTheWholeHypothesis",
      {translation(R"("text":"Hel","stash":"lo")"), translation(R"("text":"","stash":"Bye")")},
      {"translation Hello…", "translation Bye…"}},
