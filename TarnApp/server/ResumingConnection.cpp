@@ -103,7 +103,7 @@ Task<void> ResumingConnection::run(std::shared_ptr<ResumingConnection> self, Str
 std::shared_ptr<ResumingConnection::Link> ResumingConnection::connect(Reopening::Found found) {
     kept_.settleSilence();
     if (const double gap = kept_.takeDropped(); gap >= shortestGap) {
-        events_.push(translate::Gap{gap, true});
+        tellDropped(gap);
     }
     const auto link = std::make_shared<Link>();
     link->stream = std::move(found.stream);
@@ -127,6 +127,12 @@ std::shared_ptr<ResumingConnection::Link> ResumingConnection::connect(Reopening:
     }
     tell();
     return link;
+}
+
+/// Of sound that was kept no more.
+void ResumingConnection::tellDropped(double gap) {
+    const double begin = std::max(seconds(kept_.begin()) - gap, 0.0);
+    events_.push(translate::Gap{gap, true, std::llround(begin * 1000)});
 }
 
 Task<void> ResumingConnection::leave(std::shared_ptr<ResumingConnection> self, std::shared_ptr<Link> link) {
@@ -282,7 +288,7 @@ Task<void> ResumingConnection::catchUp(std::shared_ptr<ResumingConnection> self,
             self->ledger_.leaveOut(link->sent, self->kept_.begin() - link->sent);
             link->sent = self->kept_.begin();
             if (const double gap = self->kept_.takeDropped(); gap > 0) {
-                self->events_.push(translate::Gap{gap, true});
+                self->tellDropped(gap);
             }
         }
         auto piece = self->kept_.read(link->sent, static_cast<std::size_t>(KeptSound::bytesOf(pieceOfKept)));

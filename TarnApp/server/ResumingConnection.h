@@ -96,6 +96,7 @@ private:
     void isBack();
     void forgetSilence(const Link& link);
     void tell();
+    void tellDropped(double gap);
     void end(ConnectionHealth lost);
     void shut();
     bool mayReturn() const { return returned_ && ledger_.isIdle(); }

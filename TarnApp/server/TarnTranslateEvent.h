@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -42,6 +44,8 @@ struct Error {
 struct Gap {
     double seconds = 0;
     bool isOfOutage = false;  ///< there was no connection for longer than sound is kept
+    /// Where it begins, in all the sound that was given; nothing where that is not known.
+    std::optional<std::int64_t> milliseconds{};
     bool operator==(const Gap&) const = default;
 };
 

@@ -67,9 +67,10 @@ std::optional<TarnTranslateEvent> UtteranceLedger::take(TarnTranslateEvent event
     if (auto* const voice = std::get_if<translate::TranslatedAudio>(&event)) {
         return takeVoice(std::move(*voice));
     }
-    if (const auto* const gap = std::get_if<translate::Gap>(&event)) {
+    if (auto* const gap = std::get_if<translate::Gap>(&event)) {
         const std::uint64_t behind = std::min(KeptSound::bytesOf(leftOutBehind), sent - base_);
         leaveOut(sent - behind, KeptSound::bytesOf(milliseconds(static_cast<int>(gap->seconds * 1000))));
+        gap->milliseconds = static_cast<std::int64_t>((sent - behind) / bytesPerMillisecond);
     }
     return event;
 }
