@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <expected>
 #include <functional>
 #include <memory>
@@ -42,6 +43,7 @@ struct SessionPipeline {
         std::string applicationBundleID;
         std::optional<std::string> micDeviceUID;  ///< none: the default one
         bool voiceProcessing = true;
+        std::string sourceName;  ///< as people know it
     };
 
     std::shared_ptr<AudioPlayer> player;
@@ -51,7 +53,8 @@ struct SessionPipeline {
     std::shared_ptr<AudioResampler> resampler;
     std::shared_ptr<TarnTranslateStream> serverStream;
     TaskHandle serverStreamTask;
-    std::shared_ptr<std::atomic<bool>> isHeard;  ///< what is captured is passed on
+    std::shared_ptr<std::atomic<bool>> isHeard;         ///< what is captured is passed on
+    std::shared_ptr<std::atomic<std::uint64_t>> given;  ///< bytes of sound that the stream was given
     std::shared_ptr<void> soundWatch;
     std::optional<SerialExecutor> sound;  ///< where this run's player or microphone is started and stopped
 

@@ -4,6 +4,8 @@
 #include <QString>
 #include <QStringList>
 #include <QUuid>
+#include <atomic>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -19,6 +21,7 @@
 #include "TarnApp/server/TarnServerClient.h"
 #include "TarnPlatform/base/TaskHandle.h"
 #include "TarnPlatform/settings/UserDefaults.h"
+#include "UtterancePairs.h"
 
 namespace tarn {
 
@@ -90,6 +93,8 @@ public:
     const QString& micDeviceUID() const { return micDeviceUID_; }  ///< "": the default input
     const QString& applicationBundleID() const { return applicationBundleID_; }
     const QString& applicationName() const { return applicationName_; }
+    /// What it listens to, as people know it: an application, "Microphone", "System Audio".
+    std::string sourceName() const;
     bool voiceProcessing() const { return voiceProcessing_; }
     void setSourceLang(const QString& value);
     void setTargetLang(const QString& value);
@@ -163,6 +168,10 @@ Q_SIGNALS:
     /// Whole utterances of the voice were not spoken, since it was too far behind; at its own speed.
     void dubSkipped(double seconds);
     void soundMissed(double seconds);  ///< sound of an outage that is never translated, here
+    /// Something was said to its end, or a part of it is lost: once for each, in the order in which it was
+    /// said. What lacks a text is told when a later one has it, or when the run is over. The number of the
+    /// source is 0.
+    void utteranceFinished(const tarn::Utterance& utterance);
 
 private:
     using Call = std::uint64_t;  ///< numbers the calls of start, stop and reconnect
@@ -205,6 +214,11 @@ private:
                                  std::shared_ptr<TarnTranslateStream> stream, std::shared_ptr<DubChain> dub,
                                  std::shared_ptr<Clock> clock);
     static void tellSkipped(const std::weak_ptr<TranslateSession>& weak, Call start, double seconds);
+    void pairUtterances(const Run& run);
+    void pair(const TarnTranslateEvent& event, Call start);
+    void finishUtterances();
+    void tellUtterances(const UtterancePairs::Finished& utterances);
+    UtterancePairs::Now soundNow() const;
     static Task<void> tearDown(std::weak_ptr<TranslateSession> weak, Stop stop);
     bool expectsText(const SessionPipeline& parts) const;
     static Task<void> waitForLastText(std::weak_ptr<TranslateSession> weak, const Stop& stop);
@@ -275,6 +289,8 @@ private:
     Call heard_ = 0;          ///< the start whose capture's level is shown
     bool stopAsked_ = false;  ///< by the last call; the state may not show it yet
     OpenUtterance utterance_;
+    std::optional<UtterancePairs> pairs_;                      ///< of the latest run
+    std::shared_ptr<const std::atomic<std::uint64_t>> given_;  ///< to that run's stream, bytes of sound
     std::optional<Clock::TimePoint> heardAt_;  ///< when something that may be speech was captured last
     std::optional<Gate> lastText_;             ///< closed while a stop waits for it
 

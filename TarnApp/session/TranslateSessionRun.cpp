@@ -60,6 +60,7 @@ TranslateSession::~TranslateSession() {
 }
 
 void TranslateSession::leaveOldRun() {
+    finishUtterances();
     if (const auto attempt = std::exchange(attempt_, nullptr)) {
         teardowns_->begin(attempt->abandon());
     }
@@ -141,8 +142,11 @@ void TranslateSession::continueStart(Start start) {
         QwenConfig(nonEmpty(sourceLang_.toStdString()), targetLang_.toStdString(),
                    nonEmpty(voice_.toStdString()), voiceClone_.toStdString(),
                    silenceMs_ >= 1 ? std::optional(silenceMs_) : std::nullopt),
-        captureSource_, applicationBundleID_.toStdString(), nonEmpty(micDeviceUID_.toStdString()),
-        voiceProcessing_};
+        captureSource_,
+        applicationBundleID_.toStdString(),
+        nonEmpty(micDeviceUID_.toStdString()),
+        voiceProcessing_,
+        sourceName()};
     attempt_ = std::make_shared<SessionAttempt>();
     Run wanted{weak_from_this(), std::move(start), settings, services_, attempt_, teardowns_};
     attempt_->task = TaskHandle::start(services_.main, run(std::move(wanted)));
@@ -290,11 +294,19 @@ Task<PipelineResult<SendAudio>> TranslateSession::openTransport(const Run& run,
     }
     const std::shared_ptr<TarnTranslateStream> stream = std::move(*opened);
     attempt.parts.serverStream = stream;
+    const auto given = std::make_shared<std::atomic<std::uint64_t>>(0);
+    attempt.parts.given = given;
+    if (const auto self = run.session.lock()) {
+        self->pairUtterances(run);
+    }
     attempt.parts.serverStreamTask = TaskHandle::start(
         run.services.main,
         readEvents(run.session, run.start.call, stream, std::move(dub), run.services.clock));
     TaskHandle::start(run.services.main, watchConnection(run.session, run.start.call, stream));
-    co_return [stream](std::vector<std::byte> bytes) { stream->queueAudio(std::move(bytes)); };
+    co_return [stream, given](std::vector<std::byte> bytes) {
+        *given += bytes.size();
+        stream->queueAudio(std::move(bytes));
+    };
 }
 
 Task<void> TranslateSession::readEvents(std::weak_ptr<TranslateSession> weak, Call start,
@@ -320,6 +332,7 @@ Task<void> TranslateSession::readEvents(std::weak_ptr<TranslateSession> weak, Ca
             }
         } else if (const auto self = weak.lock()) {
             self->apply(*event, start);
+            self->pair(*event, start);
         }
     }
 }
@@ -328,6 +341,9 @@ void TranslateSession::tellSkipped(const std::weak_ptr<TranslateSession>& weak, 
     const auto self = weak.lock();
     if (seconds > 0 && self && self->lastStart_ == start) {
         Q_EMIT self->dubSkipped(seconds);
+        if (self->pairs_) {
+            self->tellUtterances({self->pairs_->skipVoice(seconds, self->soundNow())});
+        }
     }
 }
 

@@ -68,7 +68,9 @@ Task<void> TranslateSession::waitForLastText(std::weak_ptr<TranslateSession> wea
                                                  [gate = *lastText]() mutable { gate.open(); });
         // Silence ends an utterance, and nothing is captured any more.
         const auto pause = std::chrono::milliseconds(std::max(self->silenceMs_, leastPause)) + pauseIsNoticed;
-        stop.parts.serverStream->queueAudio(silence(pause));
+        const auto pauseSound = silence(pause);
+        *stop.parts.given += pauseSound.size();
+        stop.parts.serverStream->queueAudio(pauseSound);
     }
     if (lastText) {
         co_await lastText->passed();
@@ -96,6 +98,7 @@ Task<void> TranslateSession::tearDown(std::weak_ptr<TranslateSession> weak, Stop
     }
     const auto self = weak.lock();
     if (self && stop.ownsPipeline) {
+        self->finishUtterances();
         self->pipeline_ = SessionPipeline();
         self->isPipelineLeaving_ = false;
     }
