@@ -103,3 +103,8 @@ TARN_TEXT(startSoundManager, "Start it: systemctl --user start wireplumber",
 TARN_TEXT(noOutputToHear, "There is no sound output to listen to: connect loudspeakers or headphones",
           "没有可收听的声音输出：请连接扬声器或耳机")
 TARN_TEXT(withAdvice, "%1. %2", "%1。%2")
+
+// Records of what was said. "%1" is what the system says.
+TARN_TEXT(recordsFail, "What is said is not being kept: %1", "未能保存记录：%1")
+TARN_TEXT(recordsUnread, "The record cannot be read: %1", "无法读取记录：%1")
+TARN_TEXT(recordStays, "The record was not deleted: %1", "未能删除记录：%1")
