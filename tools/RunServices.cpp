@@ -28,6 +28,7 @@ ViewModelServices runServices(SerialExecutor main, const DeploymentValues& deplo
                               const ConnectionWishes& wishes) {
     ViewModelServices services = ViewModelServices::real(std::move(main));
     services.defaults = UserDefaults::inMemory();
+    services.recordFolder.clear();
     services.credentials = Credentials::real(services.session.main, deployment);
     services.makeServerClient = [deployment, wishes, workers = services.session.workers](PatProvider pat) {
         return withResumedStreams(

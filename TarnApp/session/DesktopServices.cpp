@@ -10,6 +10,7 @@
 #include "TarnCore/audio/SharedMicrophones.h"
 #include "TarnCore/deployment/Deployment.h"
 #include "TarnPlatform/base/PreferredLanguages.h"
+#include "TarnPlatform/base/UserFolders.h"
 #include "TarnPlatform/desktop/SchemeRegistration.h"
 #include "TarnPlatform/engine/SoundWatch.h"
 #include "TarnPlatform/process/OwnProcess.h"
@@ -114,6 +115,7 @@ ViewModelServices ViewModelServices::real(SerialExecutor main) {
     };
     services.inputs = [] { return AudioDevices::inputs(); };
     services.availableApps = [] { return availableAudioApps(); };
+    services.recordFolder = UserFolders::data() / "tarn" / "records";
     services.helpFile = installedHelp();
     services.preferredLanguages = [] { return tarn::preferredLanguages(); };
     if (deployment) {

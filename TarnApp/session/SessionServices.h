@@ -67,6 +67,7 @@ struct ViewModelServices {
     std::function<std::vector<std::string>()> preferredLanguages;  ///< of the user; nothing: not asked
     std::vector<std::string> signInProviders;  ///< that page's, where somebody has told: "email", "google", …
     std::optional<Url> issuesPage;             ///< the issue tracker; nothing where none is configured
+    std::filesystem::path recordFolder;        ///< of what was said; empty: none is kept
     std::filesystem::path helpFile;            ///< what to read where there is none
 
     /// The desktop's own and the process's deployment values, with `main` as the main thread.

@@ -44,6 +44,7 @@ TranslateViewModel::TranslateViewModel(ViewModelServices services) : services_(s
     connect(&signIn_, &SignInState::accountChecked, this, &TranslateViewModel::accountChecked);
     connect(&signIn_, &SignInState::pageAddressChanged, this, &TranslateViewModel::signInAddressChanged);
     connect(&signIn_, &SignInState::noticed, this, &TranslateViewModel::showToast);
+    connect(&recordKeeping_, &RecordKeeping::failed, this, &TranslateViewModel::showToast);
     connect(&signIn_, &SignInState::failed, this, &TranslateViewModel::showTransientStatus);
     connect(&signIn_, &SignInState::lost, this, [this] {
         if (onAuthLost) {
@@ -57,6 +58,8 @@ TranslateViewModel::~TranslateViewModel() {
     for (const auto& connection : subs_) {
         disconnect(connection);
     }
+    // What they have heard and not told yet they tell as they go, which needs the rest of this.
+    std::exchange(sessions_, {}).clear();
 }
 
 void TranslateViewModel::load() {
@@ -241,6 +244,15 @@ void TranslateViewModel::wireSession(const std::shared_ptr<TranslateSession>& se
             self->setScreenRecNeededEvent(true);
         }
     };
+    // A session that is removed says to the end what it has heard, under the number that it had.
+    connect(session.get(), &TranslateSession::utteranceFinished, this,
+            [this, from = session.get(), number = numberOf(*session)](const Utterance& utterance) mutable {
+                const auto now = numberOf(*from);
+                number = now < sessions_.size() ? now : number;
+                Utterance said = utterance;
+                said.source = static_cast<int>(number);
+                takeUtterance(*from, std::move(said));
+            });
 }
 
 void TranslateViewModel::observeSessions() {
@@ -277,6 +289,11 @@ void TranslateViewModel::recomputeAnyRunning() {
         std::ranges::any_of(sessions_, [](const auto& session) { return session->canStop(); });
     if (stoppable != canStop_) {
         canStop_ = stoppable;
+        if (stoppable) {
+            recordKeeping_.beginRun(recordHeader());
+        } else {
+            recordKeeping_.endRun();
+        }
         Q_EMIT canStopChanged();
     }
 }

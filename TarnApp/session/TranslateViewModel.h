@@ -15,6 +15,8 @@
 #include "OthersTurnedDown.h"
 #include "SignInState.h"
 #include "SourceLists.h"
+#include "TarnApp/record/Record.h"
+#include "TarnApp/record/RecordKeeping.h"
 #include "TarnApp/server/ConnectionWishes.h"
 #include "TarnPlatform/base/TaskHandle.h"
 #include "TranslateSession.h"
@@ -57,6 +59,9 @@ class TranslateViewModel : public QObject, public std::enable_shared_from_this<T
     Q_PROPERTY(int sessionCount READ sessionCount NOTIFY sessionsChanged)
     /// Of the sign-in page, while it is for the user to open it; empty otherwise.
     Q_PROPERTY(QString signInAddress READ signInAddress NOTIFY signInAddressChanged)
+    /// What all sessions have said; its sources are numbered as the sessions are.
+    Q_PROPERTY(tarn::Record* record READ record CONSTANT)
+    Q_PROPERTY(tarn::RecordKeeping* recordKeeping READ recordKeeping CONSTANT)
     Q_PROPERTY(QString toastMessage READ toastMessage NOTIFY toastMessageChanged)
 
 public:
@@ -117,6 +122,9 @@ public:
         return sessions_;
     }  ///< one at least
     const std::shared_ptr<TarnServerClient>& serverClient() const { return signIn_.serverClient(); }
+
+    Record* record() { return &record_; }
+    RecordKeeping* recordKeeping() { return &recordKeeping_; }
 
     /// What it was made with, for the views' own logic.
     const ViewModelServices& services() const { return services_; }
@@ -187,6 +195,10 @@ private:
     std::string freeNamespace() const;  ///< the next one's, or the lowest where a live session has that
     void wireSession(const std::shared_ptr<TranslateSession>& session);
     void observeSessions();
+    std::size_t numberOf(const TranslateSession& session) const;  ///< the next one where it is not listed
+    void takeUtterance(const TranslateSession& session, Utterance utterance);
+    std::string nameOfMicrophone(const TranslateSession& session) const;
+    RecordHeader recordHeader() const;
     void sessionStateChanged(const TranslateSession& session);
     void recomputeAnyRunning();
     void propagateLiveParams();
@@ -206,6 +218,8 @@ private:
     const ViewModelServices services_;
     SourceLists lists_{services_};
     SignInState signIn_{services_};
+    Record record_;
+    RecordKeeping recordKeeping_{services_.defaults, services_.recordFolder, services_.session.main};
     double rate_ = 1;
     double outputGain_ = 1;
     bool keepsUp_ = true;  ///< stored as "keepUp"

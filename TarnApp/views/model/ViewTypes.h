@@ -34,6 +34,20 @@ struct TranslateViewModelType {
     QML_UNCREATABLE("The application makes it.")
 };
 
+struct RecordType {
+    Q_GADGET
+    QML_FOREIGN(tarn::Record)
+    QML_NAMED_ELEMENT(Record)
+    QML_UNCREATABLE("The view model has it.")
+};
+
+struct RecordKeepingType {
+    Q_GADGET
+    QML_FOREIGN(tarn::RecordKeeping)
+    QML_NAMED_ELEMENT(RecordKeeping)
+    QML_UNCREATABLE("The view model has it.")
+};
+
 struct TranslateSessionType {
     Q_GADGET
     QML_FOREIGN(tarn::TranslateSession)
