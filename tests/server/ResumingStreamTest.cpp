@@ -63,7 +63,9 @@ TEST_P(ResumingThroughCuts, LosesDoublesAndReordersNothing) {
                 }
             }
         };
-        for (std::int16_t sentence = 1; done < chunks; ++sentence) {
+        std::int16_t sentence = 0;
+        while (done < chunks) {
+            ++sentence;
             const int length = 10 + below(50);
             for (std::int16_t index = 0; index < length; ++index) {
                 step({sentence, index});
