@@ -169,7 +169,7 @@ TEST_P(UtterancePairsTest, tellsWhatBelongsTogether) {
 }
 
 INSTANTIATE_TEST_SUITE_P(, UtterancePairsTest, testing::ValuesIn(cases),
-                         [](const auto& info) { return info.param.name; });
+                         [](const auto& test) { return test.param.name; });
 
 }  // namespace
 }  // namespace tarn
