@@ -1,7 +1,9 @@
 #include "Options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cmath>
+#include <filesystem>
 
 #include "SourceGroups.h"
 #include "TarnPlatform/base/Log.h"
@@ -19,6 +21,7 @@ struct RawOptions {
     std::string format = "text";
     std::string dub = "none";
     std::string keepUp = "on";
+    std::string saveTexts = "both";
     bool fast = false;
     bool resume = false;
     bool noResume = false;
@@ -51,6 +54,14 @@ void addRunOptions(CLI::App& app, RawOptions& raw) {
         ->capture_default_str();
     app.add_option("--format", raw.format, "Output: text, or jsonl for one JSON object a line")
         ->check(CLI::IsMember({"text", "jsonl"}))
+        ->capture_default_str();
+    app.add_option(
+           "--save", raw.run.saved,
+           "File for what is said, written as it comes; can be given again. Its ending tells the format: " +
+               transcriptEndings())
+        ->allow_extra_args(false);
+    app.add_option("--save-texts", raw.saveTexts, "Texts of the saved files: original, translation or both")
+        ->check(CLI::IsMember({"original", "translation", "both"}))
         ->capture_default_str();
     app.add_option("--duration", raw.run.duration, "End the input after this many seconds")
         ->check(CLI::Range(0.001, longestSeconds));
@@ -90,6 +101,32 @@ std::optional<std::string> checkSource(const SourceOptions& source) {
 /// A file can be sent once more, and what was said cannot be said again.
 bool resumes(const RawOptions& raw) {
     return raw.resume || (!raw.noResume && raw.input.empty());
+}
+
+/// A later file would empty an earlier one of the same name, however it is spelled.
+bool namesOneFileTwice(std::vector<std::string> paths) {
+    std::error_code ignored;
+    for (std::string& path : paths) {
+        path = std::filesystem::weakly_canonical(path, ignored).string();
+    }
+    std::ranges::sort(paths);
+    return std::ranges::adjacent_find(paths) != paths.end();
+}
+
+std::optional<std::string> checkSaving(const RawOptions& raw) {
+    std::vector<std::string> written = raw.run.saved;
+    for (const std::string& path : written) {
+        if (!transcriptFormatOf(path)) {
+            return "--save " + path + ": the file's name must end in one of " + transcriptEndings();
+        }
+    }
+    if (raw.dub != "play" && raw.dub != "none") {
+        written.push_back(raw.dub);
+    }
+    if (namesOneFileTwice(written)) {
+        return "--save names a file that is written already";
+    }
+    return std::nullopt;
 }
 
 /// Returns a complaint about the first option that makes no sense.
@@ -133,7 +170,7 @@ std::optional<std::string> checkRun(const RawOptions& raw) {
     if (raw.run.isConversation() && raw.dub != "play" && raw.dub != "none") {
         return "--dub FILE goes with one source";
     }
-    return std::nullopt;
+    return checkSaving(raw);
 }
 
 /// Returns a complaint about an option that does not belong to the command.
@@ -217,6 +254,7 @@ std::variant<Options, ExitStatus> readOptions(int argc, const char* const* argv)
     options.run.resumes = resumes(raw);
     options.run.format = raw.format == "jsonl" ? Format::jsonl : Format::text;
     options.run.keepUp = raw.keepUp == "on";
+    options.run.savedTexts = transcriptTextsNamed(raw.saveTexts).value_or(TranscriptTexts::both);
     options.run.playDub = raw.dub == "play";
     if (raw.dub != "none" && raw.dub != "play") {
         options.run.dubFile = raw.dub;

@@ -7,6 +7,7 @@
 
 #include "TarnApp/session/CaptureSource.h"
 #include "TarnCore/deployment/Deployment.h"
+#include "TarnCore/record/TranscriptFormat.h"
 
 namespace tarn::cli {
 
@@ -50,6 +51,8 @@ struct RunOptions {
     bool keepUp = true;       ///< a played voice that is behind is spoken faster or skipped
     int turnOthersDown = 12;  ///< decibels, while a played voice speaks
     Format format = Format::text;
+    std::vector<std::string> saved;  ///< files for what is said; their endings tell the formats
+    TranscriptTexts savedTexts = TranscriptTexts::both;
     std::optional<double> duration;  ///< seconds of input after which the run ends
     double drain = 10;               ///< seconds
     bool resumes = true;             ///< after a lost connection

@@ -10,6 +10,7 @@
 
 #include "InputCapture.h"
 #include "RunServices.h"
+#include "TarnApp/localization/DurationText.h"
 #include "TarnApp/session/Languages.h"
 #include "TarnPlatform/base/PreferredLanguages.h"
 
@@ -35,6 +36,15 @@ Clock::Duration toDuration(double seconds) {
     return milliseconds(static_cast<long long>(seconds * 1000));
 }
 
+TranscriptOptions transcriptOptions(const RunOptions& run) {
+    TranscriptOptions options;
+    options.texts = run.savedTexts;
+    options.namesSources = run.isConversation();
+    options.isOfRecording = !run.sources.front().input.empty();
+    options.gapText = [](double seconds) { return notTranslatedText(seconds, AppLanguage::en); };
+    return options;
+}
+
 }  // namespace
 
 TranslationRun::TranslationRun(asio::io_context& context, const Options& options)
@@ -46,12 +56,14 @@ TranslationRun::TranslationRun(asio::io_context& context, const Options& options
       printer_(EventPrinter::make(
           options_, std::chrono::steady_clock::now(),
           [writer = output_](std::string text) mutable { writer.write(std::move(text)); })),
-      dub_(options.run.dubFile) {}
+      dub_(options.run.dubFile),
+      saver_(options.run.saved, transcriptOptions(options.run)) {}
 
 TranslationRun::~TranslationRun() = default;
 
 Task<ExitStatus> TranslationRun::run(std::shared_ptr<TranslationRun> self) {
     auto writing = asio::co_spawn(self->context_, self->output_.run(), asio::experimental::use_promise);
+    auto saving = asio::co_spawn(self->context_, watchSaving(self), asio::experimental::use_promise);
     if (co_await self->prepare()) {
         co_await self->translate();
     }
@@ -59,6 +71,7 @@ Task<ExitStatus> TranslationRun::run(std::shared_ptr<TranslationRun> self) {
         listener.cancel();
     }
     self->model_.reset();  // its server client holds the run
+    co_await (self->endSaving() && saving(asio::use_awaitable));
     co_await (self->endOutput() || writing(asio::use_awaitable));
     if (self->output_.failure()) {
         self->fail("standard output takes no more: " + *self->output_.failure());
@@ -80,6 +93,12 @@ Task<bool> TranslationRun::prepare() {
     if (options_.dubFile && isSameFile(path, *options_.dubFile)) {
         fail("--dub names the input file: it would be overwritten", ExitStatus::wrongArguments);
         co_return false;
+    }
+    for (const std::string& saved : options_.saved) {
+        if (isSameFile(path, saved)) {
+            fail("--save names the input file: it would be overwritten", ExitStatus::wrongArguments);
+            co_return false;
+        }
     }
     co_return true;
 }
@@ -168,6 +187,10 @@ Task<Result<std::shared_ptr<CaptureStream>>> TranslationRun::startInput(std::wea
 }
 
 void TranslationRun::configure() {
+    Record* const record = model_->record();
+    QObject::connect(record, &Record::added, record, [this, record](int place) {
+        save(record->utterances()[static_cast<std::size_t>(place)]);
+    });
     model_->setRate(options_.rate);
     model_->setKeepsUp(options_.keepUp);
     model_->setOthersTurnedDown(-options_.turnOthersDown);
@@ -347,6 +370,13 @@ Task<void> TranslationRun::stopAll() {
     };
     while (std::ranges::any_of(sources_, runs) || !std::ranges::all_of(streams_, &OpenStream::ended)) {
         co_await bell_.next();
+    }
+}
+
+Task<void> TranslationRun::endSaving() {
+    co_await saver_.close();
+    if (!saver_.isComplete() && status_ == ExitStatus::ended) {
+        status_ = ExitStatus::failed;
     }
 }
 

@@ -17,6 +17,7 @@
 #include "StreamTap.h"
 #include "TarnApp/session/TranslateViewModel.h"
 #include "TarnPlatform/base/EventQueue.h"
+#include "TranscriptSaver.h"
 
 namespace tarn::cli {
 
@@ -59,6 +60,7 @@ private:
     Task<bool> waitForEnd();
     Task<void> drain();
     Task<void> stopAll();
+    Task<void> endSaving();
     Task<void> endOutput();
 
     ViewModelServices services();
@@ -79,9 +81,10 @@ private:
     static Task<void> watchInterrupts(std::shared_ptr<TranslationRun> self);
     static Task<void> watchStream(std::shared_ptr<TranslationRun> self, std::shared_ptr<TappedStream> stream);
     static Task<void> watchHeard(std::shared_ptr<TranslationRun> self, std::shared_ptr<TappedStream> stream);
+    static Task<void> watchSaving(std::shared_ptr<TranslationRun> self);
     static Task<void> watchOutput(std::shared_ptr<TranslationRun> self);
     bool isCutShort() const {
-        return interrupted_ || output_.failure() || refused_ || deathReason_ || dubFailed_ || capturesEnded_;
+        return interrupted_ || output_.failure() || refused_ || deathReason_ || fileFailed_ || capturesEnded_;
     }
 
     OpenStream* openStream(const TappedStream& stream);
@@ -95,6 +98,7 @@ private:
     void sayWhyConnectionEnded();
     /// When the servers of all streams had read what was to be translated; nothing as long as one has not.
     std::optional<Clock::TimePoint> heardAt() const;
+    void save(Utterance utterance);
     void keepAudio(const TappedStream& stream, const translate::TranslatedAudio& audio);
     void fail(const std::string& text, ExitStatus status = ExitStatus::failed);
 
@@ -109,11 +113,12 @@ private:
     std::vector<OpenStream> streams_;  ///< all that were opened
     std::unique_ptr<InputSource> input_;
     DubFile dub_;
+    TranscriptSaver saver_;
     std::optional<TarnServerError> openError_;  ///< of the stream that did not open
     std::vector<TaskHandle> listeners_;
 
     EventQueue<std::monostate> bell_;
-    bool dubFailed_ = false;  ///< the WAV file cannot be made, or would never end
+    bool fileFailed_ = false;  ///< a file cannot be made, or the WAV file would never end
     bool isSignInKnown_ = false;
     bool isAccountChecked_ = false;  ///< or has been waited for long enough
     bool inputEnded_ = false;

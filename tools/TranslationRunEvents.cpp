@@ -1,5 +1,6 @@
 // How a run reacts to its sessions, streams and signals.
 #include <algorithm>
+#include <filesystem>
 
 #include "TranslationRun.h"
 
@@ -108,16 +109,24 @@ std::optional<Clock::TimePoint> TranslationRun::heardAt() const {
     return last;
 }
 
+Task<void> TranslationRun::watchSaving(std::shared_ptr<TranslationRun> self) {
+    while (const auto trouble = co_await self->saver_.troubles().next()) {
+        complain(*trouble);
+    }
+}
+
 Task<void> TranslationRun::watchOutput(std::shared_ptr<TranslationRun> self) {
     co_await self->output_.waitForFailure();
     self->ring();
 }
 
 void TranslationRun::opened(std::shared_ptr<TappedStream> stream) {
-    // The file is made this late so that an older recording stays where nothing replaces it.
-    if (const auto made = dub_.open(); !made) {
-        fail(made.error().description);
-        dubFailed_ = true;
+    // The files are made this late so that older ones stay where nothing replaces them.
+    for (const auto& made : {dub_.open(), saver_.open()}) {
+        if (!made && !fileFailed_) {
+            fail(made.error().description);
+            fileFailed_ = true;
+        }
     }
     streams_.push_back({stream, std::nullopt, false});
     listenFor(watchStream(shared_from_this(), std::move(stream)));
@@ -174,11 +183,19 @@ void TranslationRun::event(const TappedStream& stream, const TarnTranslateEvent&
     }
 }
 
+void TranslationRun::save(Utterance utterance) {
+    if (const std::string& input = options_.sources.front().input; !input.empty()) {
+        utterance.sourceName =
+            input == "-" ? "standard input" : std::filesystem::path(input).filename().string();
+    }
+    saver_.add(utterance);
+}
+
 void TranslationRun::keepAudio(const TappedStream& stream, const translate::TranslatedAudio& audio) {
     if (const auto written = dub_.write(audio.bytes, stream.givenSeconds()); !written) {
         fail(written.error().description);
         if (dub_.hasNoEnd()) {
-            dubFailed_ = true;
+            fileFailed_ = true;
             ring();
         }
     }
