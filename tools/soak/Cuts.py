@@ -6,7 +6,6 @@ again; or, with --outages, what a user saw in each outage of so many seconds. Ru
 Usage: Cuts.py FOLDER-OF-PROGRAMS [--minutes N] [--cuts N] [--seed S] [--outages SECONDS…]"""
 
 import argparse
-import difflib
 import json
 import os
 import random
@@ -15,43 +14,12 @@ import subprocess
 import tempfile
 import threading
 import time
-import wave
 from pathlib import Path
 
-from Desktop import run
-from Sound import SENTENCES, Talker
+from Spoken import Speech, compare, private_relay, said_as
 from Surroundings import Network
 
 SETTLED = 8  # seconds of speech in front of the first cut and behind the last one
-
-
-def said_as(text):
-    """Number of the sentence that shares most words with what was heard; none where that is less than a third."""
-    words = set(text.lower().split())
-    shared = [len(words & set(sentence.split())) / len(set(sentence.split())) for sentence, _ in SENTENCES]
-    best = max(range(len(shared)), key=shared.__getitem__)
-    return best if shared[best] >= 1 / 3 else None
-
-
-class Speech:
-    """Sentences in an order by chance, in one recording. `ends`: when each is over, in seconds from its start."""
-
-    def __init__(self, folder, seconds, chance):
-        talker = Talker(folder, "speech")
-        parts = talker.parts()
-        self.order, self.ends, length = [], [], 0.0
-        while length < seconds:
-            number = chance.choice([one for one in range(len(parts)) if one not in self.order[-2:]])
-            self.order.append(number)
-            length += talker.lengths[number]
-            self.ends.append(length - 1.2)
-        self.path = Path(folder) / "speech.wav"
-        with wave.open(str(self.path), "wb") as whole:
-            whole.setparams((1, 2, 16000, 0, "NONE", ""))
-            for number in self.order:
-                with wave.open(str(parts[number])) as part:
-                    whole.writeframes(part.readframes(part.getnframes()))
-        self.seconds = length
 
 
 class Translation(threading.Thread):
@@ -86,18 +54,6 @@ class Translation(threading.Thread):
         while self.began is None:
             time.sleep(0.05)
         time.sleep(max(0.0, self.began + moment - time.monotonic()))
-
-
-def compare(heard, wanted):
-    """How many sentences were lost, doubled, and out of order."""
-    lost = doubled = 0
-    for kind, first, last, other, end in difflib.SequenceMatcher(None, wanted, heard, autojunk=False).get_opcodes():
-        if kind in ("delete", "replace"):
-            lost += last - first
-        if kind in ("insert", "replace"):
-            doubled += end - other
-    moved = sum(1 for before, after in zip(heard, heard[1:]) if before is not None and before == after)
-    return lost, doubled, moved
 
 
 def cut_often(translation, network, speech, cuts, chance):
@@ -155,11 +111,8 @@ def main():
     chance = random.Random(asked.seed)
     with tempfile.TemporaryDirectory() as folder:
         os.environ.update(HOME=folder, XDG_STATE_HOME=folder, XDG_CONFIG_HOME=folder, XDG_DATA_HOME=folder)
-        relay = subprocess.Popen([asked.programs / "tarn-relay", "--listen", "127.0.0.1:0"], stdout=subprocess.PIPE,
-                                 stderr=subprocess.DEVNULL, text=True)
+        relay, port, token = private_relay(asked.programs)
         try:
-            port = int(relay.stdout.readline().rsplit(":", 1)[1].split("/")[0])
-            token = run(str(asked.programs / "tarn-relay"), "issue-token", "a@example.org").strip()
             for seconds in asked.outages:
                 network = Network(port)
                 speech = Speech(folder, seconds + 60, chance)
