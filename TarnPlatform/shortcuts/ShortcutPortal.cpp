@@ -6,10 +6,9 @@
 namespace tarn {
 namespace {
 
-constexpr const char* portalName = "org.freedesktop.portal.Desktop";
-constexpr const char* portalPath = "/org/freedesktop/portal/desktop";
+constexpr const char* portalName = PortalRequest::portalName;
+constexpr const char* portalPath = PortalRequest::portalPath;
 constexpr const char* portalInterface = "org.freedesktop.portal.GlobalShortcuts";
-constexpr const char* requestInterface = "org.freedesktop.portal.Request";
 constexpr const char* sessionInterface = "org.freedesktop.portal.Session";
 
 }  // namespace
@@ -44,7 +43,7 @@ void ShortcutPortal::watch() {
                                 [this](std::string_view path, GVariant*) {
                                     if (path == session_) {
                                         session_.clear();
-                                        response_.reset();
+                                        request_.reset();
                                         setBound(false);
                                     }
                                 }));
@@ -61,7 +60,7 @@ void ShortcutPortal::closeSession() {
 
 void ShortcutPortal::vanished() {
     portalsLife_.reset();
-    response_.reset();
+    request_.reset();
     session_.clear();
     setBound(false);
 }
@@ -85,8 +84,7 @@ std::string ShortcutPortal::newToken() {
 }
 
 // The road to shortcuts: a session is created, the shortcuts are bound in it, and the portal signals each
-// press with the session's path. Each step is a call whose real answer comes later, as a signal (see
-// `request`).
+// press with the session's path. Each step is a `PortalRequest`.
 void ShortcutPortal::createSession() {
     const auto token = newToken();
     GVariantBuilder options;
@@ -132,31 +130,16 @@ void ShortcutPortal::setBound(bool isBound) {
     }
 }
 
-// The answer is a signal of an object whose path follows from the connection's name and `token`. It may come
-// before the call returns, so it is listened for first. The call itself returns nothing of use: where it
-// fails, there is no signal.
 void ShortcutPortal::request(const char* method, GVariant* arguments, const std::string& token,
                              Answered answered) {
-    std::string sender = g_dbus_connection_get_unique_name(bus_.get()) + 1;
-    std::ranges::replace(sender, '.', '_');
-    const std::string path = std::string(portalPath) + "/request/" + sender + "/" + token;
-    answered_ = answered;
-    response_ = bus_.listen(portalName, requestInterface, "Response", path.c_str(), "(ua{sv})",
-                            [this](std::string_view, GVariant* answer) { respond(answer); });
-    bus_.call({portalName, portalPath, portalInterface, method, arguments, nullptr, G_DBUS_CALL_FLAGS_NONE});
-}
-
-void ShortcutPortal::respond(GVariant* arguments) {
-    const auto listener = std::exchange(response_, nullptr);  // there is one answer
-    guint32 outcome = 0;
-    GVariant* values = nullptr;
-    g_variant_get(arguments, "(u@a{sv})", &outcome, &values);
-    const Variant results(values);
-    if (outcome == 0) {
-        (this->*answered_)(results.get());
-    } else {
-        closeSession();  // the user has refused, or the desktop cannot bind them
-    }
+    const auto take = [this, answered](PortalRequest::Outcome outcome, GVariant* results) {
+        if (outcome == PortalRequest::Outcome::granted) {
+            (this->*answered)(results);
+        } else if (outcome == PortalRequest::Outcome::refused) {
+            closeSession();  // the user has refused, or the desktop cannot bind them
+        }
+    };
+    request_ = std::make_unique<PortalRequest>(bus_, portalInterface, method, arguments, token, take);
 }
 
 }  // namespace tarn

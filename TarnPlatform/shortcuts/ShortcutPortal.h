@@ -1,11 +1,13 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "GlobalShortcuts.h"
 #include "TarnPlatform/bus/BusConnection.h"
+#include "TarnPlatform/bus/PortalRequest.h"
 
 namespace tarn {
 
@@ -32,7 +34,6 @@ private:
     void bindShortcuts(GVariant* results);
     void haveBound(GVariant* results);
     void request(const char* method, GVariant* arguments, const std::string& token, Answered answered);
-    void respond(GVariant* arguments);
     void setBound(bool isBound);
     void closeSession();
     std::string newToken();
@@ -44,8 +45,7 @@ private:
     const BusConnection::Lifeline lifeline_ = BusConnection::newLifeline();
     BusConnection::Lifeline portalsLife_;  ///< answers to an earlier life of the portal do not count
     std::vector<BusConnection::Held> held_;
-    BusConnection::Held response_;  ///< listens for the answer to the last request
-    Answered answered_ = nullptr;
+    std::unique_ptr<PortalRequest> request_;  ///< the last one
     std::string session_;
     bool isBound_ = false;
     unsigned tokens_ = 0;
