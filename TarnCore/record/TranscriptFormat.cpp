@@ -42,6 +42,15 @@ std::optional<TranscriptFormat> transcriptFormatOf(const std::filesystem::path& 
     return ending.empty() ? std::nullopt : lookUp(endings, std::string_view(ending).substr(1));
 }
 
+std::string_view transcriptEndingOf(TranscriptFormat format) {
+    for (const auto& [ending, known] : endings) {
+        if (known == format) {
+            return ending;
+        }
+    }
+    return {};
+}
+
 std::string transcriptEndings() {
     std::string list;
     for (const auto& [ending, format] : endings) {

@@ -30,6 +30,9 @@ struct TranscriptOptions {
 /// The format that the ending of a file's name stands for, in capitals or not.
 std::optional<TranscriptFormat> transcriptFormatOf(const std::filesystem::path& file);
 
+/// The ending that files of this format have.
+std::string_view transcriptEndingOf(TranscriptFormat format);
+
 /// "srt, vtt, txt, md, csv, json, jsonl"
 std::string transcriptEndings();
 
