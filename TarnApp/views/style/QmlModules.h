@@ -8,6 +8,7 @@ void qml_register_types_Tarn_Style();
 void qml_register_types_Tarn_Controls();
 void qml_register_types_Tarn_Overlay();
 void qml_register_types_Tarn_Onboarding();
+void qml_register_types_Tarn_Record();
 void qml_register_types_Tarn_Shell();
 
 namespace tarn {
@@ -40,6 +41,11 @@ inline void registerOnboardingModule() {
     registerStyleModule();
     registerModelModule();
     qml_register_types_Tarn_Onboarding();
+}
+
+inline void registerRecordModule() {
+    registerControlsModule();
+    qml_register_types_Tarn_Record();
 }
 
 inline void registerShellModule() {

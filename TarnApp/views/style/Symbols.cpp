@@ -11,7 +11,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-constexpr std::array<std::pair<std::string_view, char16_t>, 39> glyphs{{
+constexpr std::array<std::pair<std::string_view, char16_t>, 40> glyphs{{
     {"\U0001F3A4"sv, 0xe029},  // fonts of emoji would draw the markers of subtitles in colour
     {"\U0001F50A"sv, 0xe050},
     {"app.fill"sv, 0xe5c3},
@@ -35,6 +35,7 @@ constexpr std::array<std::pair<std::string_view, char16_t>, 39> glyphs{{
     {"exclamationmark.bubble"sv, 0xe87f},
     {"exclamationmark.triangle.fill"sv, 0xe002},
     {"gauge.with.dots.needle.50percent"sv, 0xe9e4},
+    {"list.bullet.rectangle"sv, 0xe8ef},
     {"mic.fill"sv, 0xe029},
     {"person.crop.circle"sv, 0xe853},
     {"person.crop.circle.badge.plus"sv, 0xe7fe},
