@@ -118,6 +118,12 @@ QString AppDelegate::clickThroughText() {
     return shown(AddedText::trayClickThrough);
 }
 
+void AppDelegate::showRecord() const {
+    if (openRecord && !onboardingActive_) {
+        openRecord();
+    }
+}
+
 void AppDelegate::bringToFront() {
     setClickThrough(false);
     if (onboardingActive_ && onboardingWC_) {

@@ -50,6 +50,8 @@ public:
     /// Lets clicks go through the overlay and says how that ends, or ends it.
     Q_INVOKABLE void setClickThrough(bool value);
     static QString clickThroughText();
+    /// Opens the window of what was said.
+    Q_INVOKABLE void showRecord() const;
 
     /// Makes `window` the overlay; may be called again at any time.
     Q_INVOKABLE void style(QWindow* window);
@@ -64,7 +66,8 @@ public:
 
     URLSchemeHandler& urlSchemeHandler() { return urlSchemeHandler_; }
 
-    std::function<void()> terminate;  ///< ends the program
+    std::function<void()> terminate;   ///< ends the program
+    std::function<void()> openRecord;  ///< opens the window of what was said
 
 Q_SIGNALS:
     void languageChanged();

@@ -17,10 +17,11 @@ struct Key {
 };
 // The usual desktops leave these combinations free. None has Shift, because Alt+Shift and Ctrl+Shift change
 // the layout for many who write in two scripts.
-constexpr std::array<Key, 4> keys{{{"start-stop", AddedText::keyStartStop, "Ctrl+Alt+S"},
+constexpr std::array<Key, 5> keys{{{"start-stop", AddedText::keyStartStop, "Ctrl+Alt+S"},
                                    {"mini-mode", AddedText::trayMiniMode, "Ctrl+Alt+M"},
                                    {"click-through", AddedText::trayClickThrough, "Ctrl+Alt+P"},
-                                   {"show", AddedText::trayShow, "Ctrl+Alt+O"}}};
+                                   {"show", AddedText::trayShow, "Ctrl+Alt+O"},
+                                   {"record", AddedText::recordTitle, ""}}};
 
 }  // namespace
 
@@ -32,13 +33,16 @@ std::vector<Shortcut> GlobalKeys::shortcuts(const UserDefaults& defaults) {
     for (const auto& key : keys) {
         const std::string setting = std::string("globalShortcuts.") + key.id;
         const auto chosen = defaults.string(setting);
-        if (chosen == "") {
+        if (chosen.value_or(key.usual).empty()) {
             continue;
         }
         auto trigger = Trigger::parse(chosen.value_or(key.usual));
         if (!trigger || (!chosen && defaults.contains(setting))) {
-            logLine("[shortcuts] " + setting + " is no key; it is " + key.usual);
+            logLine("[shortcuts] " + setting + " is no key; it is " + (*key.usual == 0 ? "off" : key.usual));
             trigger = Trigger::parse(key.usual);
+            if (!trigger) {
+                continue;
+            }
         }
         if (std::ranges::count(list, *trigger, &Shortcut::preferred) > 0) {
             logLine("[shortcuts] " + setting + " is another one's key, too; it is off");

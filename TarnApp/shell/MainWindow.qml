@@ -40,6 +40,12 @@ Window {
         anchors.fill: parent
         focus: true
     }
+    Connections {
+        target: root.preview ? null : root.content
+        function onRecordWanted(): void {
+            root.delegate.showRecord()
+        }
+    }
     // The window does not take clicks now: its controls do nothing, and this says so.
     Plate {
         objectName: "clickThroughMark"
@@ -86,6 +92,11 @@ Window {
         sequence: "Ctrl+Shift+M"
         enabled: !root.preview
         onActivated: root.delegate.setClickThrough(!root.delegate.overlay.clickThrough)
+    }
+    Shortcut {
+        sequence: "Ctrl+R"
+        enabled: !root.preview
+        onActivated: root.delegate.showRecord()
     }
     Shortcut {
         sequences: ["Ctrl+Return", "Ctrl+Enter"]

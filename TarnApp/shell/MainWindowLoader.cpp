@@ -12,6 +12,7 @@ namespace tarn {
 MainWindowLoader::MainWindowLoader() {
     registerOverlayModule();
     registerOnboardingModule();
+    registerRecordModule();
     registerShellModule();
     engine_.addImportPath(QStringLiteral("qrc:/qt/qml"));
     const auto load = [this](const char* address) {

@@ -32,12 +32,14 @@ TarnApp::TarnApp(const ViewModelServices& services, BusThread& bus, MainWindowLo
     Loc::manager = &localization_;
     AppRelaunch::use(AppRelaunch::Surroundings::real(services.session.main, &QCoreApplication::quit));
     appDelegate_.terminate = &QCoreApplication::quit;
+    appDelegate_.openRecord = [this] { showRecord(); };
     followDesktop();
 }
 
 TarnApp::~TarnApp() {
     keys_.reset();
     tray_.reset();
+    record_.reset();
     mainWindow_.reset();
     Loc::manager = nullptr;
 }
@@ -116,6 +118,13 @@ void TarnApp::followDesktop() {
     follow();
 }
 
+void TarnApp::showRecord() {
+    if (!record_) {
+        record_ = std::make_unique<RecordWindowController>(loader_.engine(), *vm_, bus_);
+    }
+    record_->show();
+}
+
 void TarnApp::activate() {
     appDelegate_.bringToFront();
 }
@@ -141,6 +150,8 @@ void TarnApp::perform(const std::string& action) {
         vm_->setMiniMode(!vm_->miniMode());
     } else if (action == "click-through") {
         appDelegate_.setClickThrough(!appDelegate_.overlay()->clickThrough());
+    } else if (action == "record") {
+        appDelegate_.showRecord();
     } else if (action == "show") {
         activate();
     } else if (action == "quit") {

@@ -8,6 +8,7 @@
 #include "AppDelegate.h"
 #include "GlobalKeys.h"
 #include "MainWindowLoader.h"
+#include "TarnApp/views/record/RecordWindowController.h"
 #include "TarnPlatform/bus/BusThread.h"
 #include "TarnPlatform/desktop/DesktopAppearance.h"
 #include "Tray.h"
@@ -34,8 +35,8 @@ public:
     // What the desktop and other starts of the program ask for.
     void activate();
     void openUrls(const std::vector<std::string>& urls);
-    /// "start", "stop", "start-stop", "add-source", "mini-mode", "click-through", "show", "quit"; others do
-    /// nothing.
+    /// "start", "stop", "start-stop", "add-source", "mini-mode", "click-through", "record", "show", "quit";
+    /// others do nothing.
     void perform(const std::string& action);
 
     /// Ends every run and waits, a second at most, until what they changed on the desktop is as it was.
@@ -48,6 +49,7 @@ private:
     void followDesktop();
     void appeared();
     void appearElsewhere();
+    void showRecord();
 
     BusThread& bus_;
     LocalizationManager localization_;
@@ -57,6 +59,7 @@ private:
     MainWindowLoader& loader_;
     AppDelegate appDelegate_;
     std::unique_ptr<QQuickWindow> mainWindow_;
+    std::unique_ptr<RecordWindowController> record_;  ///< once it was wanted
     std::unique_ptr<Tray> tray_;
     std::unique_ptr<GlobalKeys> keys_;
 };

@@ -39,6 +39,7 @@ TrayContent Tray::content() const {
          .label = text(AddedText::trayClickThrough),
          .isChecked = overlay_.clickThrough()},
         {},
+        {.id = "record", .label = text(AddedText::recordTitle)},
         {.id = "show", .label = text(AddedText::trayShow)},
         {.id = "quit", .label = text(AddedText::trayQuit)},
     };

@@ -108,7 +108,7 @@ def check():
     assert read(item, "Id") == "tarn" and read(item, "Title") == "Tarn" and read(item, "Status") == "Active"
     assert {(w, h, len(pixels)) for w, h, pixels in read(item, "IconPixmap")} >= {(22, 22, 1936), (48, 48, 9216)}
     shown = rows(item)
-    assert list(shown) == ["Start", "Stop", "Mini mode", "Click-through", "Show Tarn", "Quit Tarn"], shown
+    assert list(shown) == ["Start", "Stop", "Mini mode", "Click-through", "What was said", "Show Tarn", "Quit Tarn"], shown
     assert not shown["Start"][1]["enabled"] and not shown["Stop"][1]["enabled"], "nobody is signed in, nothing runs"
 
     choose(item, "Mini mode")

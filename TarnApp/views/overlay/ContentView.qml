@@ -14,6 +14,7 @@ Item {
     readonly property int minimumContentWidth: state.conversationMinWidth
     readonly property int minimumContentHeight: 200
     readonly property ContentState contentState: state
+    signal recordWanted()                           ///< what was said, in a window of its own
     readonly property Window sheet: sheet.window    ///< null while there is none
 
     implicitWidth: minimumContentWidth
@@ -64,6 +65,7 @@ Item {
             vm: root.vm
             onboarding: root.onboarding
             contentState: state
+            onRecordWanted: root.recordWanted()
             opacity: state.chromeOpacity > 0 ? Math.max(state.chromeOpacity, Theme.dimmed) : 0
             Behavior on opacity { NumberAnimation { duration: Theme.fade; easing.type: Easing.InOutQuad } }
         }

@@ -12,6 +12,7 @@ Item {
     required property TranslateViewModel vm
     required property QtObject onboarding           ///< the coordinator
     required property ContentState contentState
+    signal recordWanted()
 
     implicitHeight: 44
 
@@ -66,6 +67,12 @@ Item {
         }
         FontScaleButton {
             vm: root.vm
+        }
+        SymbolButton {
+            objectName: "record"
+            symbol: "list.bullet.rectangle"
+            help: Loc.helpRecord
+            onClicked: root.recordWanted()
         }
         SymbolButton {
             objectName: "mini"
