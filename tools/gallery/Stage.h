@@ -15,6 +15,7 @@
 #include "TarnApp/shell/TarnApp.h"
 #include "TarnApp/views/style/Appearance.h"
 #include "TarnPlatform/windows/FramePlacement.h"
+#include "support/Program.h"
 #include "support/views/ViewWorld.h"
 
 namespace tarn::test {
@@ -94,6 +95,7 @@ public:
         defaults.set("onboarding.done", true);
         world_.setLanguage(style_.language);
         auto services = world_.vm()->services();
+        services.recordFolder = records_.path();
         app_ = std::make_unique<TarnApp>(services, bus_, loader_);
         world_.useModel(app_->viewModel());
         app_->open();
@@ -159,6 +161,7 @@ protected:
     TranslateViewModel& vm() const { return *app_->viewModel(); }
 
     const Style style_;
+    const TemporaryFolder records_;
     ViewWorld world_;
     MainWindowLoader loader_;
     BusThread bus_;

@@ -143,7 +143,7 @@ def disks(programs, folder):
     sound.write_bytes(bytes(32000 * 8))
     small = Path(folder) / "small"
     small.mkdir()
-    mounted = subprocess.run(["mount", "-t", "tmpfs", "-o", "size=8k", "tmpfs", small], check=False).returncode == 0
+    mounted = subprocess.run(["mount", "-t", "tmpfs", "-o", "size=4k", "tmpfs", small], check=False).returncode == 0
     closed = Path("/proc")
     try:
         for name, path in ([("disk full", small / "a.srt")] if mounted else []) + [("read-only", closed / "a.srt")]:
