@@ -4,6 +4,7 @@
 #include <QQmlEngine>
 
 #include "TarnApp/localization/LocalizationManager.h"
+#include "TarnApp/look/SubtitleLook.h"
 #include "TarnApp/session/TranslateSession.h"
 #include "TarnApp/session/TranslateViewModel.h"
 
@@ -23,6 +24,26 @@ public:
     static LocalizationManager* create(QQmlEngine*, QJSEngine*) {
         QQmlEngine::setObjectOwnership(manager, QQmlEngine::CppOwnership);
         return manager;
+    }
+};
+
+/// How subtitles look, as the QML singleton `Look`. The application names it as it names `Loc`; where nobody
+/// has, it is the window's own design and no choice is kept.
+struct Look {
+    Q_GADGET
+    QML_FOREIGN(tarn::SubtitleLook)
+    QML_SINGLETON
+    QML_NAMED_ELEMENT(Look)
+
+public:
+    static inline SubtitleLook* chosen = nullptr;
+
+    static SubtitleLook* create(QQmlEngine*, QJSEngine*) {
+        if (chosen == nullptr) {
+            return new SubtitleLook(UserDefaults::inMemory());  // the engine owns it
+        }
+        QQmlEngine::setObjectOwnership(chosen, QQmlEngine::CppOwnership);
+        return chosen;
     }
 };
 
