@@ -2,9 +2,9 @@
 
 #include <QQmlEngine>
 #include <QQuickWindow>
-#include <memory>
 
 #include "RecordWindowState.h"
+#include "TarnApp/views/style/WindowOnDemand.h"
 
 namespace tarn {
 
@@ -17,14 +17,11 @@ public:
 
     /// In front of others, with the keys.
     void show();
-    QQuickWindow* window() const { return window_.get(); }  ///< null until it is first shown
+    QQuickWindow* window() const { return window_.window(); }  ///< null until it is first shown
 
 private:
-    QQmlEngine& engine_;
-    TranslateViewModel& vm_;
-    BusThread& bus_;
-    std::unique_ptr<RecordWindowState> state_;
-    std::unique_ptr<QQuickWindow> window_;
+    RecordWindowState state_;
+    WindowOnDemand window_;
 };
 
 }  // namespace tarn

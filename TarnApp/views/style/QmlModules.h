@@ -8,6 +8,7 @@ void qml_register_types_Tarn_Style();
 void qml_register_types_Tarn_Controls();
 void qml_register_types_Tarn_Overlay();
 void qml_register_types_Tarn_Onboarding();
+void qml_register_types_Tarn_Look();
 void qml_register_types_Tarn_Record();
 void qml_register_types_Tarn_Shell();
 
@@ -46,6 +47,11 @@ inline void registerOnboardingModule() {
 inline void registerRecordModule() {
     registerControlsModule();
     qml_register_types_Tarn_Record();
+}
+
+inline void registerLookModule() {
+    registerOverlayModule();
+    qml_register_types_Tarn_Look();
 }
 
 inline void registerShellModule() {
