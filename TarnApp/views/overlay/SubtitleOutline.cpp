@@ -48,6 +48,17 @@ void SubtitleOutline::drawLetters(QPainter& drawing) const {
     drawing.fillRect(boundingRect(), Qt::black);
 }
 
+void SubtitleOutline::drawAround(QPainter& painter, const QImage& letters, const QRectF& bounds,
+                                 int outlineWidth) {
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.drawImage(bounds, SubtitleHalo::around(letters, bounds.size()));
+    for (int width = 1; width <= outlineWidth; ++width) {
+        for (const QPoint& shadow : shadows) {
+            painter.drawImage(shadow * width, letters);
+        }
+    }
+}
+
 void SubtitleOutline::paint(QPainter* painter) {
     const qreal ratio = painter->device()->devicePixelRatioF();
     const QSize size = (boundingRect().size() * ratio).toSize();
@@ -60,11 +71,7 @@ void SubtitleOutline::paint(QPainter* painter) {
         QPainter drawing(&letters_);
         drawLetters(drawing);
     }
-    painter->setRenderHint(QPainter::SmoothPixmapTransform);
-    painter->drawImage(boundingRect(), SubtitleHalo::around(letters_, boundingRect().size()));
-    for (const QPoint& shadow : shadows) {
-        painter->drawImage(shadow, letters_);
-    }
+    drawAround(*painter, letters_, boundingRect(), outlineWidth_);
     // The letters themselves are drawn by another item, which may be translucent.
     if (isHollow_) {
         painter->setCompositionMode(QPainter::CompositionMode_DestinationOut);

@@ -26,6 +26,7 @@ class SubtitleOutline : public QQuickPaintedItem {
     Q_PROPERTY(QPointF markerAt MEMBER markerAt_ NOTIFY changed)  ///< the beginning of its baseline
     /// Leaves out what the letters themselves cover: they are translucent.
     Q_PROPERTY(bool hollow MEMBER isHollow_ NOTIFY changed)
+    Q_PROPERTY(int outlineWidth MEMBER outlineWidth_ NOTIFY changed)  ///< of the sharp shadows
     Q_PROPERTY(int margin READ margin CONSTANT)
 
 public:
@@ -38,6 +39,9 @@ public:
     void setFlow(SubtitleFlow* value);
     static constexpr int margin() { return SubtitleHalo::reach; }
     void paint(QPainter* painter) override;
+
+    /// Draws halo and shadows of `letters`, black ones that fill `bounds`.
+    static void drawAround(QPainter& painter, const QImage& letters, const QRectF& bounds, int outlineWidth);
 
 Q_SIGNALS:
     void flowChanged();
@@ -52,6 +56,7 @@ private:
     QFont markerFont_;
     QPointF markerAt_;
     bool isHollow_ = false;
+    int outlineWidth_ = 1;
     QImage letters_;  ///< kept for the next drawing
 };
 
