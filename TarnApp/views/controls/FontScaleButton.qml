@@ -9,6 +9,7 @@ SymbolButton {
 
     required property TranslateViewModel vm
     readonly property alias showPopover: popover.opened
+    signal lookWanted()
 
     symbol: "textformat.size"
     help: Loc.helpFont
@@ -19,7 +20,15 @@ SymbolButton {
         id: popover
         title: Loc.displayTitle
         Loader {
+            id: panel
             Component.onCompleted: setSource("FontScalePanel.qml", {vm: root.vm})
+            Connections {
+                target: panel.item
+                function onLookWanted(): void {
+                    popover.dismiss(false)
+                    root.lookWanted()
+                }
+            }
         }
     }
 }

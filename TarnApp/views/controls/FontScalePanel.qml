@@ -8,6 +8,7 @@ Column {
     id: root
 
     required property TranslateViewModel vm
+    signal lookWanted()
 
     spacing: Theme.space(2)
 
@@ -62,5 +63,13 @@ Column {
         choices: Loc.choices.map(choice => ({value: choice.preference, label: choice.label}))
         value: Loc.language
         onPicked: value => Loc.setLanguage(value)
+    }
+    Divider {
+        width: root.width
+    }
+    PushButton {
+        objectName: "look"
+        text: Loc.lookOpen
+        onClicked: root.lookWanted()
     }
 }

@@ -14,7 +14,10 @@ Item {
     readonly property int minimumContentWidth: state.conversationMinWidth
     readonly property int minimumContentHeight: 200
     readonly property ContentState contentState: state
-    signal recordWanted()                           ///< what was said, in a window of its own
+    /// The controls need all of it.
+    readonly property real backdrop: state.hovering ? state.backgroundOpacity
+                                                    : state.backgroundOpacity * Look.backgroundOpacity / 100
+    signal windowWanted(name: string)               ///< one of its own: "record", "look"
     readonly property Window sheet: sheet.window    ///< null while there is none
 
     implicitWidth: minimumContentWidth
@@ -44,7 +47,7 @@ Item {
         radius: Appearance.translucent ? Theme.radiusPanel : 0
         border.width: 1
         border.color: Theme.hairline
-        opacity: state.backgroundOpacity
+        opacity: root.backdrop
         visible: opacity > 0
         Behavior on opacity { NumberAnimation { duration: Theme.fade; easing.type: Easing.InOutQuad } }
     }
@@ -65,7 +68,7 @@ Item {
             vm: root.vm
             onboarding: root.onboarding
             contentState: state
-            onRecordWanted: root.recordWanted()
+            onWindowWanted: name => root.windowWanted(name)
             opacity: state.chromeOpacity > 0 ? Math.max(state.chromeOpacity, Theme.dimmed) : 0
             Behavior on opacity { NumberAnimation { duration: Theme.fade; easing.type: Easing.InOutQuad } }
         }
@@ -79,7 +82,8 @@ Item {
         anchors { left: parent.left; right: parent.right; top: chrome.bottom; bottom: parent.bottom }
         vm: root.vm
         headerOpacity: Math.max(state.headerOpacity, Theme.dimmed)
-        bare: state.backgroundOpacity === 0
+        bare: root.backdrop === 0
+        faint: root.backdrop < 0.5
     }
     Toast {
         objectName: "toast"

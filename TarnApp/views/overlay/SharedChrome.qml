@@ -12,7 +12,7 @@ Item {
     required property TranslateViewModel vm
     required property QtObject onboarding           ///< the coordinator
     required property ContentState contentState
-    signal recordWanted()
+    signal windowWanted(name: string)
 
     implicitHeight: 44
 
@@ -67,12 +67,13 @@ Item {
         }
         FontScaleButton {
             vm: root.vm
+            onLookWanted: root.windowWanted("look")
         }
         SymbolButton {
             objectName: "record"
             symbol: "list.bullet.rectangle"
             help: Loc.helpRecord
-            onClicked: root.recordWanted()
+            onClicked: root.windowWanted("record")
         }
         SymbolButton {
             objectName: "mini"

@@ -14,6 +14,7 @@ Item {
     required property bool narrow
     required property real headerOpacity
     property bool bare: false           ///< there is no background behind
+    property bool faint: false          ///< there is too little of it for text without an outline
     readonly property var faults: session.health.map(
         (fault, i) => Loc.filled(Loc[fault], session.healthValues[i] || ""))
     readonly property string worstFault: session.health[0] || ""
@@ -137,5 +138,6 @@ Item {
         vm: root.vm
         session: root.session
         narrow: root.narrow
+        bare: root.vm.miniMode || root.faint
     }
 }

@@ -10,6 +10,7 @@ Item {
     required property TranslateViewModel vm
     required property real headerOpacity
     property bool bare: false           ///< there is no background behind
+    property bool faint: false          ///< there is too little of it for text without an outline
 
     SessionListModel {
         id: sessions
@@ -37,6 +38,7 @@ Item {
                 narrow: sessions.count >= 2
                 headerOpacity: root.headerOpacity
                 bare: root.bare
+                faint: root.faint
             }
             Divider {
                 id: line

@@ -1,4 +1,5 @@
 import QtQuick
+import Tarn.Model
 import Tarn.Overlay
 import Tarn.Style
 
@@ -14,6 +15,7 @@ Item {
     required property int weight
     required property bool stroked
     required property real room
+    property string ink                 ///< the colour that the user chose for it; empty: none
     readonly property real naturalHeight: subtitle.naturalHeight
     readonly property real lineHeight: subtitle.lineHeight
     readonly property SubtitleText subtitle: subtitle
@@ -35,6 +37,7 @@ Item {
             markerFont: glyph.font
             markerAt: Qt.point(glyph.x, glyph.y + glyph.baselineOffset)
             hollow: root.isEmpty
+            outlineWidth: Look.outlineWidth
         }
     }
     Symbol {
@@ -58,5 +61,6 @@ Item {
         weight: root.weight
         stroked: root.stroked
         room: root.room
+        ink: root.ink
     }
 }

@@ -10,7 +10,10 @@ Item {
     required property TranslateViewModel vm
     required property TranslateSession session
     required property bool narrow
+    /// Nothing, or too little, lies behind the text.
+    property bool bare: vm.miniMode
 
+    readonly property bool below: Look.original === "below"
     readonly property real scaling: vm.subtitleScale
 
     clip: true
@@ -21,7 +24,7 @@ Item {
         height: root.height
         margin: Theme.space(2)
         spacing: (root.narrow ? 6 : 10) * root.scaling
-        hasSource: root.session.sourceLang !== ""
+        hasSource: root.session.sourceLang !== "" && Look.original !== "hidden"
         sourceLine: said.lineHeight
         sourceNatural: said.naturalHeight
         sourceHeight: said.height
@@ -45,23 +48,25 @@ Item {
         id: said
         objectName: "source"
         x: Theme.space(3)
-        y: places.sourceY
+        y: root.below ? translation.y + translation.height + places.spacing : places.sourceY
         width: root.width - 2 * x
-        visible: places.hasSource
+        visible: places.hasSource && !reading.active
         marker: "🎤"
         markerSize: root.narrow ? 12 : 14
         isEmpty: root.session.sourceText === ""
         text: isEmpty ? Loc.notStarted : root.session.sourceText
         fontSize: (root.narrow ? 14 : 16) * root.scaling
         weight: Font.Normal
-        stroked: root.vm.miniMode
+        stroked: root.bare
+        ink: Look.originalColor
         room: places.sourceRoom
     }
     SubtitleLine {
         id: translation
         objectName: "translation"
         x: Theme.space(3)
-        y: places.translationY
+        y: root.below ? places.margin : places.translationY
+        visible: !reading.active
         width: root.width - 2 * x
         marker: "🔊"
         markerSize: root.narrow ? 12 : 14
@@ -69,7 +74,31 @@ Item {
         text: isEmpty ? Loc.translatedPlaceholder : root.session.translationText
         fontSize: (root.narrow ? 15 : 18) * root.scaling
         weight: Font.Medium
-        stroked: root.vm.miniMode
+        stroked: root.bare
+        ink: Look.translationColor
         room: places.translationRoom
+    }
+    Loader {
+        id: reading
+        anchors.fill: parent
+        active: Look.readingMode
+        onActiveChanged: fill()
+        Component.onCompleted: fill()
+        function fill(): void {
+            if (active)
+                setSource("ReadingPane.qml", {vm: root.vm, session: root.session, narrow: root.narrow, bare: root.bare})
+        }
+        Binding {
+            target: reading.item
+            property: "bare"
+            value: root.bare
+            when: reading.item !== null
+        }
+        Binding {
+            target: reading.item
+            property: "narrow"
+            value: root.narrow
+            when: reading.item !== null
+        }
     }
 }

@@ -1,4 +1,5 @@
 import QtQuick
+import Tarn.Model
 import Tarn.Overlay
 import Tarn.Style
 
@@ -11,6 +12,7 @@ Item {
     required property real fontSize
     required property int weight
     required property bool stroked
+    property string ink                 ///< the colour that the user chose for it; empty: none
     property real room: 100000          ///< the height that there is for it
     readonly property real naturalHeight: flow.contentHeight
     readonly property real lineHeight: flow.lineHeight
@@ -54,10 +56,12 @@ Item {
             activeFocusOnTab: true
             textFormat: TextEdit.PlainText
             wrapMode: TextEdit.Wrap
-            font.pixelSize: Math.round(root.fontSize)
-            font.weight: root.weight
-            color: root.stroked ? (root.isEmpty ? Theme.overPictureFaint : Theme.overPicture)
+            font: Look.font(Look.fontFamily, Math.round(root.fontSize), Look.weight || root.weight)
+            color: root.ink !== "" && !root.isEmpty ? root.ink : root.stroked ? (root.isEmpty ? Theme.overPictureFaint : Theme.overPicture)
                                 : root.isEmpty ? Theme.secondaryText : Theme.primaryText
+            // Undefined: where the text's own direction begins.
+            horizontalAlignment: Look.alignment === "center" ? TextEdit.AlignHCenter
+                                 : Look.alignment === "end" ? TextEdit.AlignRight : undefined
             selectionColor: Theme.faded(Theme.accent, 0.5)
             selectedTextColor: color
             // Beside short lines a press is for the window behind.
