@@ -146,3 +146,61 @@ TARN_TEXT(recordFolder, "They are in %1", "保存位置：%1")
 TARN_TEXT(recordDelete, "Delete this record", "删除此记录")
 TARN_TEXT(recordDeleteAll, "Delete all records", "删除全部记录")
 TARN_TEXT(recordDeleteSure, "Delete for good?", "确定永久删除？")
+
+// The look of subtitles, and reading mode. "%1" is a number.
+TARN_TEXT(lookTitle, "Look of the subtitles", "字幕外观")
+TARN_TEXT(lookOpen, "Look…", "外观…")
+TARN_TEXT(lookSampleOriginal, "Shall we begin with the second chapter?",
+          "Shall we begin with the second chapter?")
+TARN_TEXT(lookSampleTranslation, "我们从第二章开始，好吗？ 12:30", "我们从第二章开始，好吗？ 12:30")
+TARN_TEXT(lookFont, "Font", "字体")
+TARN_TEXT(lookUsual, "Usual", "默认")
+TARN_TEXT(lookWeight, "Weight", "粗细")
+TARN_TEXT(lookLight, "Light", "细")
+TARN_TEXT(lookRegular, "Regular", "常规")
+TARN_TEXT(lookMedium, "Medium", "中等")
+TARN_TEXT(lookBold, "Bold", "粗")
+TARN_TEXT(lookOriginalColor, "Colour of the original", "原文颜色")
+TARN_TEXT(lookTranslationColor, "Colour of the translation", "译文颜色")
+TARN_TEXT(lookOutline, "Outline in mini mode", "Mini 模式描边")
+TARN_TEXT(lookBackground, "Background", "背景")
+TARN_TEXT(lookAlignment, "Alignment", "对齐")
+TARN_TEXT(lookStart, "Start", "起始")
+TARN_TEXT(lookCenter, "Centre", "居中")
+TARN_TEXT(lookEnd, "End", "末尾")
+TARN_TEXT(lookOriginal, "Original", "原文")
+TARN_TEXT(lookAbove, "Above", "上方")
+TARN_TEXT(lookBelow, "Below", "下方")
+TARN_TEXT(lookHidden, "Hidden", "隐藏")
+TARN_TEXT(lookReset, "As it was", "恢复原样")
+TARN_TEXT(lookContrast, "Contrast is %1 : 1. Text is easy to read from 4.5 : 1 on.",
+          "对比度为 %1 : 1。达到 4.5 : 1 才易于阅读。")
+TARN_TEXT(readingMode, "Reading mode", "阅读模式")
+TARN_TEXT(
+    helpReadingMode,
+    "The last sentences of the translation stay. Words that are settled never change or move; what may still "
+    "change is dimmed.",
+    "保留最近几句译文。已确定的词不再改变或移动，可能还会变化的部分显示较暗。")
+TARN_TEXT(readingKept, "Sentences that stay", "保留句数")
+
+// Subtitles for other programs. "%1" is a port, a file or what went wrong.
+TARN_TEXT(elsewhereTitle, "Subtitles elsewhere", "在其他程序中显示字幕")
+TARN_TEXT(elsewhereOpen, "Subtitles elsewhere…", "在其他程序中显示字幕…")
+TARN_TEXT(elsewherePage, "Page for OBS and browsers", "供 OBS 和浏览器使用的页面")
+TARN_TEXT(
+    helpElsewherePage,
+    "Add the address as a browser source. It works on this computer only, and whoever has it can read the "
+    "subtitles.",
+    "将该地址添加为浏览器来源。仅限本机访问，知道该地址即可看到字幕。")
+TARN_TEXT(elsewherePort, "The usual port is taken: the address has another one until the next start.",
+          "常用端口已被占用：下次启动前使用其他端口。")
+TARN_TEXT(elsewhereNewKey, "New address", "更换地址")
+TARN_TEXT(elsewhereBus, "Signals on D-Bus", "D-Bus 信号")
+TARN_TEXT(helpElsewhereBus,
+          "For scripts: every program of yours that is on the session bus can read the subtitles.",
+          "供脚本使用：会话总线上的任何程序都能读取字幕。")
+TARN_TEXT(elsewhereFile, "Text file", "文本文件")
+TARN_TEXT(helpElsewhereFile,
+          "For OBS's text source: has the latest subtitles, and is empty when nothing runs.",
+          "供 OBS 文本来源使用：内容为最新字幕，停止后清空。")
+TARN_TEXT(elsewhereFails, "It does not work: %1", "无法使用：%1")
