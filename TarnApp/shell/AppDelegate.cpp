@@ -118,9 +118,9 @@ QString AppDelegate::clickThroughText() {
     return shown(AddedText::trayClickThrough);
 }
 
-void AppDelegate::showRecord() const {
-    if (openRecord && !onboardingActive_) {
-        openRecord();
+void AppDelegate::openWindow(const QString& name) const {
+    if (makeWindow && !onboardingActive_) {
+        makeWindow(name.toStdString());
     }
 }
 

@@ -5,6 +5,7 @@
 #include <QWindow>
 #include <functional>
 #include <memory>
+#include <string>
 
 #include "TarnApp/localization/LocalizationManager.h"
 #include "TarnApp/onboarding/OnboardingCoordinator.h"
@@ -50,8 +51,8 @@ public:
     /// Lets clicks go through the overlay and says how that ends, or ends it.
     Q_INVOKABLE void setClickThrough(bool value);
     static QString clickThroughText();
-    /// Opens the window of what was said.
-    Q_INVOKABLE void showRecord() const;
+    /// Opens another window than the main one: "record", "look".
+    Q_INVOKABLE void openWindow(const QString& name) const;
 
     /// Makes `window` the overlay; may be called again at any time.
     Q_INVOKABLE void style(QWindow* window);
@@ -66,8 +67,8 @@ public:
 
     URLSchemeHandler& urlSchemeHandler() { return urlSchemeHandler_; }
 
-    std::function<void()> terminate;   ///< ends the program
-    std::function<void()> openRecord;  ///< opens the window of what was said
+    std::function<void()> terminate;                          ///< ends the program
+    std::function<void(const std::string& name)> makeWindow;  ///< opens one of the others
 
 Q_SIGNALS:
     void languageChanged();

@@ -42,8 +42,8 @@ Window {
     }
     Connections {
         target: root.preview ? null : root.content
-        function onRecordWanted(): void {
-            root.delegate.showRecord()
+        function onWindowWanted(name: string): void {
+            root.delegate.openWindow(name)
         }
     }
     // The window does not take clicks now: its controls do nothing, and this says so.
@@ -96,7 +96,7 @@ Window {
     Shortcut {
         sequence: "Ctrl+R"
         enabled: !root.preview
-        onActivated: root.delegate.showRecord()
+        onActivated: root.delegate.openWindow("record")
     }
     Shortcut {
         sequences: ["Ctrl+Return", "Ctrl+Enter"]

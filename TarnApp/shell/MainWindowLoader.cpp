@@ -13,6 +13,7 @@ MainWindowLoader::MainWindowLoader() {
     registerOverlayModule();
     registerOnboardingModule();
     registerRecordModule();
+    registerLookModule();
     registerShellModule();
     engine_.addImportPath(QStringLiteral("qrc:/qt/qml"));
     const auto load = [this](const char* address) {

@@ -27,12 +27,15 @@ TarnApp::TarnApp(const ViewModelServices& services, BusThread& bus, MainWindowLo
       vm_(TranslateViewModel::make(services)),
       onboarding_(std::make_shared<OnboardingCoordinator>(services.defaults, services.credentials)),
       appearance_(bus, services.session.main),
+      look_(services.defaults),
       loader_(loader),
-      appDelegate_(loader.engine(), services) {
+      appDelegate_(loader.engine(), services),
+      lookWindow_(loader.engine(), "qrc:/qt/qml/Tarn/Look/LookWindow.qml") {
     Loc::manager = &localization_;
     AppRelaunch::use(AppRelaunch::Surroundings::real(services.session.main, &QCoreApplication::quit));
     appDelegate_.terminate = &QCoreApplication::quit;
-    appDelegate_.openRecord = [this] { showRecord(); };
+    appDelegate_.makeWindow = [this](const std::string& name) { makeWindow(name); };
+    Look::chosen = &look_;
     followDesktop();
 }
 
@@ -41,7 +44,9 @@ TarnApp::~TarnApp() {
     tray_.reset();
     record_.reset();
     mainWindow_.reset();
+    lookWindow_.close();
     Loc::manager = nullptr;
+    Look::chosen = nullptr;
 }
 
 bool TarnApp::previewOnboarding() {
@@ -118,11 +123,15 @@ void TarnApp::followDesktop() {
     follow();
 }
 
-void TarnApp::showRecord() {
-    if (!record_) {
-        record_ = std::make_unique<RecordWindowController>(loader_.engine(), *vm_, bus_);
+void TarnApp::makeWindow(const std::string& name) {
+    if (name == "record") {
+        if (!record_) {
+            record_ = std::make_unique<RecordWindowController>(loader_.engine(), *vm_, bus_);
+        }
+        record_->show();
+    } else if (name == "look") {
+        lookWindow_.show();
     }
-    record_->show();
 }
 
 void TarnApp::activate() {
@@ -150,8 +159,8 @@ void TarnApp::perform(const std::string& action) {
         vm_->setMiniMode(!vm_->miniMode());
     } else if (action == "click-through") {
         appDelegate_.setClickThrough(!appDelegate_.overlay()->clickThrough());
-    } else if (action == "record") {
-        appDelegate_.showRecord();
+    } else if (action == "record" || action == "look") {
+        appDelegate_.openWindow(QString::fromStdString(action));
     } else if (action == "show") {
         activate();
     } else if (action == "quit") {

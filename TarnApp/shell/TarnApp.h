@@ -8,7 +8,9 @@
 #include "AppDelegate.h"
 #include "GlobalKeys.h"
 #include "MainWindowLoader.h"
+#include "TarnApp/look/SubtitleLook.h"
 #include "TarnApp/views/record/RecordWindowController.h"
+#include "TarnApp/views/style/WindowOnDemand.h"
 #include "TarnPlatform/bus/BusThread.h"
 #include "TarnPlatform/desktop/DesktopAppearance.h"
 #include "Tray.h"
@@ -35,8 +37,8 @@ public:
     // What the desktop and other starts of the program ask for.
     void activate();
     void openUrls(const std::vector<std::string>& urls);
-    /// "start", "stop", "start-stop", "add-source", "mini-mode", "click-through", "record", "show", "quit";
-    /// others do nothing.
+    /// "start", "stop", "start-stop", "add-source", "mini-mode", "click-through", "record", "look", "show",
+    /// "quit"; others do nothing.
     void perform(const std::string& action);
 
     /// Ends every run and waits, a second at most, until what they changed on the desktop is as it was.
@@ -49,17 +51,19 @@ private:
     void followDesktop();
     void appeared();
     void appearElsewhere();
-    void showRecord();
+    void makeWindow(const std::string& name);
 
     BusThread& bus_;
     LocalizationManager localization_;
     std::shared_ptr<TranslateViewModel> vm_;
     std::shared_ptr<OnboardingCoordinator> onboarding_;
     DesktopAppearance appearance_;
+    SubtitleLook look_;
     MainWindowLoader& loader_;
     AppDelegate appDelegate_;
     std::unique_ptr<QQuickWindow> mainWindow_;
     std::unique_ptr<RecordWindowController> record_;  ///< once it was wanted
+    WindowOnDemand lookWindow_;
     std::unique_ptr<Tray> tray_;
     std::unique_ptr<GlobalKeys> keys_;
 };
