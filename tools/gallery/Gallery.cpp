@@ -1,14 +1,15 @@
 // Pictures of everything that there is to see, on the screen and under the window manager and the compositor
-// that run: gallery FOLDER [contrast] [high-contrast] [brief] [record]. In both languages, light and dark.
-// "contrast" measures the text on the panel over white and over black instead, and subtitles without it, from
-// pictures too; "high-contrast" is what a desktop may ask for; "brief" takes only what scales of the screen
-// could spoil, in English and dark; "record" only the window of what was said. Windows that leave the screen
-// and warnings of QML are printed, and make the exit status 1.
+// that run: gallery FOLDER [contrast] [high-contrast] [brief] [record] [look]. In both languages, light and
+// dark. "contrast" measures the text on the panel over white and over black instead, and subtitles without
+// it, from pictures too; "high-contrast" is what a desktop may ask for; "brief" takes only what scales of the
+// screen could spoil, in English and dark; "record" only the window of what was said, "look" only the look of
+// subtitles. Windows that leave the screen and warnings of QML are printed, and make the exit status 1.
 #include <QTest>
 #include <cstdio>
 #include <functional>
 
 #include "Contrast.h"
+#include "LookPictures.h"
 #include "RecordPictures.h"
 #include "TarnApp/shell/Fonts.h"
 #include "TarnApp/views/model/ViewTypes.h"
@@ -330,7 +331,7 @@ int main(int argc, char** argv) {
     tarn::test::printMessage = qInstallMessageHandler(tarn::test::countAndPrint);
     const QStringList words = QGuiApplication::arguments();
     if (words.size() < 2) {
-        std::fprintf(stderr, "usage: gallery FOLDER [contrast] [high-contrast] [brief] [record]\n");
+        std::fprintf(stderr, "usage: gallery FOLDER [contrast] [high-contrast] [brief] [record] [look]\n");
         return 2;
     }
     const bool measures = words.contains("contrast");
@@ -348,10 +349,14 @@ int main(int argc, char** argv) {
                 contrast.measurePanel();
                 continue;
             }
-            if (!isBrief) {
+            const bool isPart = words.contains("record") || words.contains("look");
+            if (words.contains("record") || !(isPart || isBrief)) {
                 tarn::test::RecordPictures(words[1], style).takeAll();
             }
-            if (words.contains("record")) {
+            if (words.contains("look") || !(isPart || isBrief)) {
+                tarn::test::LookPictures(words[1], style).takeAll();
+            }
+            if (isPart) {
                 continue;
             }
             tarn::test::Gallery gallery(words[1], style);
