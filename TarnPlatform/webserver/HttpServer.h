@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -57,8 +58,17 @@ public:
 
 /// Takes an upgraded connection; the connection ends when the coroutine returns.
 using WebSocketHandler = std::function<Task<void>(std::shared_ptr<ServerWebSocket>)>;
-/// A handler's answer: a response, or the acceptance of an upgrade.
-using ServerReply = std::variant<ServerResponse, WebSocketHandler>;
+/// An answer with status 200 whose body comes in pieces and ends with the connection, such as server-sent
+/// events.
+struct ServerStream {
+    std::vector<HttpHeader> headers;  ///< Connection and Date are added
+    /// The next piece; nothing is the end. It is asked for once the peer's connection has taken the one
+    /// before, within `HttpServer::Limits::sendTimeout`. Whether the peer is still there is found out by
+    /// sending.
+    std::function<Task<std::optional<std::string>>()> next;
+};
+/// A handler's answer: a response, one that goes on, or the acceptance of an upgrade.
+using ServerReply = std::variant<ServerResponse, ServerStream, WebSocketHandler>;
 /// Thread: the strand of the request's connection, on the server's executor.
 using RequestHandler = std::function<Task<ServerReply>(ServerRequest)>;
 

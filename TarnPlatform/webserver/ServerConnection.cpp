@@ -4,6 +4,7 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/beast/core/string.hpp>
+#include <boost/beast/http/empty_body.hpp>
 #include <boost/beast/http/read.hpp>
 #include <boost/beast/http/write.hpp>
 #include <boost/beast/websocket/rfc6455.hpp>
@@ -151,6 +152,10 @@ Task<ServerConnection::Next> ServerConnection::serveOne(RequestHandler& handler)
         }
         co_return next;
     }
+    if (auto* going = std::get_if<ServerStream>(&reply)) {
+        co_await stream(std::move(*going), isHead);
+        co_return Next::nothing;
+    }
     if (!isUpgrade) {
         co_await refuse(426, "this path speaks WebSocket only");
     } else if (buffer_.size() != 0) {
@@ -198,6 +203,34 @@ Task<ServerConnection::Next> ServerConnection::answer(ServerResponse response, b
     const auto deadline = closeAfter(limits_.sendTimeout);
     const auto [error, count] = co_await http::async_write(socket_, message, asValue);
     co_return error || !keepAlive ? Next::nothing : Next::request;
+}
+
+Task<void> ServerConnection::stream(ServerStream stream, bool isHead) {
+    http::response<http::empty_body> head;
+    head.version(11);
+    head.result(http::status::ok);
+    for (const auto& header : stream.headers) {
+        head.insert(header.name, header.value);
+    }
+    head.set(http::field::date, httpDate());
+    head.keep_alive(false);
+    http::response_serializer<http::empty_body> serializer(head);
+    error_code error;
+    {
+        const auto deadline = closeAfter(limits_.sendTimeout);
+        error = std::get<0>(co_await http::async_write_header(socket_, serializer, asValue));
+    }
+    while (!error && !isHead && !ended_) {
+        const auto piece = co_await stream.next();
+        if (!piece) {
+            break;
+        }
+        const auto deadline = closeAfter(limits_.sendTimeout);
+        error = std::get<0>(co_await asio::async_write(socket_, asio::buffer(*piece), asValue));
+    }
+    if (!error && !ended_) {
+        co_await closeGently();
+    }
 }
 
 Task<void> ServerConnection::refuse(int status, std::string_view message) {

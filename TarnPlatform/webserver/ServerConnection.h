@@ -62,6 +62,7 @@ private:
     Task<Next> serveOne(RequestHandler& handler);
     Task<boost::system::error_code> readRequest(Parser& parser);
     Task<Next> answer(ServerResponse response, bool keepAlive, bool isHead);
+    Task<void> stream(ServerStream stream, bool isHead);
     Task<void> refuse(int status, std::string_view message);
     Task<void> upgrade(UpgradedConnection::UpgradeRequest request, WebSocketHandler handler);
     Task<void> refuseUnreadable(boost::system::error_code error, bool timedOut, bool begun);
