@@ -8,6 +8,7 @@ void qml_register_types_Tarn_Style();
 void qml_register_types_Tarn_Controls();
 void qml_register_types_Tarn_Overlay();
 void qml_register_types_Tarn_Onboarding();
+void qml_register_types_Tarn_Elsewhere();
 void qml_register_types_Tarn_Look();
 void qml_register_types_Tarn_Record();
 void qml_register_types_Tarn_Shell();
@@ -47,6 +48,11 @@ inline void registerOnboardingModule() {
 inline void registerRecordModule() {
     registerControlsModule();
     qml_register_types_Tarn_Record();
+}
+
+inline void registerElsewhereModule() {
+    registerControlsModule();
+    qml_register_types_Tarn_Elsewhere();
 }
 
 inline void registerLookModule() {
