@@ -51,7 +51,7 @@ public:
     /// Lets clicks go through the overlay and says how that ends, or ends it.
     Q_INVOKABLE void setClickThrough(bool value);
     static QString clickThroughText();
-    /// Opens another window than the main one: "record", "look".
+    /// Opens another window than the main one: "record", "look", "elsewhere".
     Q_INVOKABLE void openWindow(const QString& name) const;
 
     /// Makes `window` the overlay; may be called again at any time.

@@ -14,6 +14,7 @@ MainWindowLoader::MainWindowLoader() {
     registerOnboardingModule();
     registerRecordModule();
     registerLookModule();
+    registerElsewhereModule();
     registerShellModule();
     engine_.addImportPath(QStringLiteral("qrc:/qt/qml"));
     const auto load = [this](const char* address) {

@@ -28,9 +28,12 @@ TarnApp::TarnApp(const ViewModelServices& services, BusThread& bus, MainWindowLo
       onboarding_(std::make_shared<OnboardingCoordinator>(services.defaults, services.credentials)),
       appearance_(bus, services.session.main),
       look_(services.defaults),
+      elsewhere_(*vm_, bus, NetworkContext::shared()),
       loader_(loader),
       appDelegate_(loader.engine(), services),
-      lookWindow_(loader.engine(), "qrc:/qt/qml/Tarn/Look/LookWindow.qml") {
+      lookWindow_(loader.engine(), "qrc:/qt/qml/Tarn/Look/LookWindow.qml"),
+      elsewhereWindow_(loader.engine(), "qrc:/qt/qml/Tarn/Elsewhere/ElsewhereWindow.qml") {
+    QQmlEngine::setObjectOwnership(&elsewhere_, QQmlEngine::CppOwnership);
     Loc::manager = &localization_;
     AppRelaunch::use(AppRelaunch::Surroundings::real(services.session.main, &QCoreApplication::quit));
     appDelegate_.terminate = &QCoreApplication::quit;
@@ -45,6 +48,7 @@ TarnApp::~TarnApp() {
     record_.reset();
     mainWindow_.reset();
     lookWindow_.close();
+    elsewhereWindow_.close();
     Loc::manager = nullptr;
     Look::chosen = nullptr;
 }
@@ -131,6 +135,8 @@ void TarnApp::makeWindow(const std::string& name) {
         record_->show();
     } else if (name == "look") {
         lookWindow_.show();
+    } else if (name == "elsewhere") {
+        elsewhereWindow_.show({{"elsewhere", QVariant::fromValue(&elsewhere_)}});
     }
 }
 
@@ -159,7 +165,7 @@ void TarnApp::perform(const std::string& action) {
         vm_->setMiniMode(!vm_->miniMode());
     } else if (action == "click-through") {
         appDelegate_.setClickThrough(!appDelegate_.overlay()->clickThrough());
-    } else if (action == "record" || action == "look") {
+    } else if (action == "record" || action == "look" || action == "elsewhere") {
         appDelegate_.openWindow(QString::fromStdString(action));
     } else if (action == "show") {
         activate();

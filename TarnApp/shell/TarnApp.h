@@ -8,6 +8,7 @@
 #include "AppDelegate.h"
 #include "GlobalKeys.h"
 #include "MainWindowLoader.h"
+#include "TarnApp/elsewhere/SubtitlesElsewhere.h"
 #include "TarnApp/look/SubtitleLook.h"
 #include "TarnApp/views/record/RecordWindowController.h"
 #include "TarnApp/views/style/WindowOnDemand.h"
@@ -37,8 +38,8 @@ public:
     // What the desktop and other starts of the program ask for.
     void activate();
     void openUrls(const std::vector<std::string>& urls);
-    /// "start", "stop", "start-stop", "add-source", "mini-mode", "click-through", "record", "look", "show",
-    /// "quit"; others do nothing.
+    /// "start", "stop", "start-stop", "add-source", "mini-mode", "click-through", "record", "look",
+    /// "elsewhere", "show", "quit"; others do nothing.
     void perform(const std::string& action);
 
     /// Ends every run and waits, a second at most, until what they changed on the desktop is as it was.
@@ -59,11 +60,13 @@ private:
     std::shared_ptr<OnboardingCoordinator> onboarding_;
     DesktopAppearance appearance_;
     SubtitleLook look_;
+    SubtitlesElsewhere elsewhere_;
     MainWindowLoader& loader_;
     AppDelegate appDelegate_;
     std::unique_ptr<QQuickWindow> mainWindow_;
     std::unique_ptr<RecordWindowController> record_;  ///< once it was wanted
     WindowOnDemand lookWindow_;
+    WindowOnDemand elsewhereWindow_;
     std::unique_ptr<Tray> tray_;
     std::unique_ptr<GlobalKeys> keys_;
 };

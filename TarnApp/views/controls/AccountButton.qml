@@ -10,6 +10,7 @@ Item {
     required property TranslateViewModel vm
     required property QtObject onboarding   ///< its `manuallyReopened` is set
     readonly property alias showPopover: popover.opened
+    signal elsewhereWanted()
 
     /// For the user to open, where no browser could be.
     function showAddress(item: Item): void {
@@ -53,6 +54,7 @@ Item {
                 target: panel.item
                 function onDone(): void { popover.dismiss(false) }
                 function onAddressWanted(): void { root.showAddress(account) }
+                function onElsewhereWanted(): void { root.elsewhereWanted() }
             }
         }
     }

@@ -11,6 +11,7 @@ MenuColumn {
     required property QtObject onboarding   ///< its `manuallyReopened` is set
     signal done()                           ///< an entry was chosen
     signal addressWanted()                  ///< no browser could be opened for the sign-in
+    signal elsewhereWanted()                ///< subtitles in other programs
 
     Accessible.role: Accessible.PopupMenu
     Accessible.name: Loc.account
@@ -69,6 +70,16 @@ MenuColumn {
         onClicked: {
             root.done()
             issues.open()
+        }
+    }
+    MenuRow {
+        objectName: "elsewhere"
+        markable: false
+        symbol: "captions.bubble.fill"
+        text: Loc.elsewhereOpen
+        onClicked: {
+            root.done()
+            root.elsewhereWanted()
         }
     }
     MenuRow {

@@ -17,7 +17,7 @@ Item {
     /// The controls need all of it.
     readonly property real backdrop: state.hovering ? state.backgroundOpacity
                                                     : state.backgroundOpacity * Look.backgroundOpacity / 100
-    signal windowWanted(name: string)               ///< one of its own: "record", "look"
+    signal windowWanted(name: string)               ///< one of its own: "record", "look", "elsewhere"
     readonly property Window sheet: sheet.window    ///< null while there is none
 
     implicitWidth: minimumContentWidth

@@ -90,6 +90,7 @@ Item {
         AccountButton {
             vm: root.vm
             onboarding: root.onboarding
+            onElsewhereWanted: root.windowWanted("elsewhere")
         }
     }
 }

@@ -10,7 +10,7 @@ RecordWindowController::RecordWindowController(QQmlEngine& engine, TranslateView
 RecordWindowController::~RecordWindowController() = default;
 
 void RecordWindowController::show() {
-    if (window() != nullptr && !window()->isVisible()) {
+    if (window() == nullptr || !window()->isVisible()) {
         state_.keeping()->list();
     }
     window_.show({{"record", QVariant::fromValue(&state_)}});

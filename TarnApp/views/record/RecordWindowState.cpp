@@ -23,7 +23,6 @@ RecordWindowState::RecordWindowState(TranslateViewModel& vm, BusThread& bus)
         saving_.tell(message, true);
         Q_EMIT runChanged();  // a picker shows what it is still
     });
-    keeping_.list();
 }
 
 QVariantList RecordWindowState::runs() const {
