@@ -5,7 +5,8 @@
 
 namespace tarn::test {
 
-/// Pictures of the look of subtitles and of reading mode: look-NAME-STYLE.png, reading-NUMBER-STYLE.png.
+/// Pictures of the look of subtitles and of reading mode: look-NAME-STYLE.png, reading-NUMBER-STYLE.png;
+/// and of where else subtitles are: elsewhere-STYLE.png.
 class LookPictures : public Stage {
 public:
     LookPictures(QString folder, Style style) : Stage(std::move(style)), folder_(std::move(folder)) {}
@@ -37,6 +38,11 @@ public:
         picture("look-faint", window());
         chosen.reset();
         look->close();
+        app_->perform("elsewhere");
+        QQuickWindow* const elsewhere = windowNamed("tarn-elsewhere");
+        elsewhere->setFramePosition({60, 40});
+        picture("elsewhere", *elsewhere);
+        elsewhere->close();
         read();
     }
 
