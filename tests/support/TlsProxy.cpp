@@ -4,6 +4,7 @@
 #include <boost/asio/detached.hpp>
 #include <boost/asio/experimental/awaitable_operators.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/post.hpp>
 #include <boost/asio/ssl/context.hpp>
 #include <boost/asio/ssl/stream.hpp>
 
@@ -56,8 +57,11 @@ TlsProxy::TlsProxy(SerialExecutor executor, const TestCertificates::Identity& id
 }
 
 TlsProxy::~TlsProxy() {
-    boost::system::error_code ignored;
-    state_->acceptor.close(ignored);
+    // The loop may be accepting just now.
+    asio::post(state_->acceptor.get_executor(), [state = state_] {
+        boost::system::error_code ignored;
+        state->acceptor.close(ignored);
+    });
 }
 
 std::uint16_t TlsProxy::port() const {
