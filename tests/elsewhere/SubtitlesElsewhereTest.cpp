@@ -7,6 +7,7 @@
 #include <QCoreApplication>
 #include <filesystem>
 
+#include "TarnPlatform/bus/BusConnection.h"
 #include "platform_net_server/RawPeer.h"
 #include "support/Program.h"
 #include "support/keyring/PrivateKeyring.h"
@@ -89,17 +90,22 @@ TEST_F(SubtitlesElsewhereTest, AFileHasTheLatestLinesAndIsEmptyInTheEnd) {
 }
 
 TEST_F(SubtitlesElsewhereTest, ScriptsHearThemOnTheBus) {
-    Program monitor({{"dbus-monitor", "interface='com.ostrel.tarn.Subtitles'"},
+    std::string name;
+    ASSERT_TRUE(until([&] {
+        bus_.run([&](BusConnection& connection) {
+            name = connection.get() != nullptr ? g_dbus_connection_get_unique_name(connection.get()) : "";
+        });
+        return !name.empty();
+    }));
+    Program monitor({{"gdbus", "monitor", "--session", "--dest", name},
                      {{"DBUS_SESSION_BUS_ADDRESS", std::getenv("DBUS_SESSION_BUS_ADDRESS")}}});
-    monitor.waitForOutput("NameAcquired");
+    monitor.waitForOutput("is owned by");
     say("hello", "hola");
     elsewhere_->setBus(true);
     say("hello there", "hola");
     monitor.waitForOutput("hello there");
-    EXPECT_THAT(monitor.out(),
-                HasSubstr("path=/com/ostrel/tarn/Subtitles; interface=com.ostrel.tarn.Subtitles; "
-                          "member=Changed\n   int32 1\n   string \"System Audio\"\n   string "
-                          "\"hello there\"\n   string \"hola\"\n"));
+    EXPECT_THAT(monitor.out(), HasSubstr("/com/ostrel/tarn/Subtitles: com.ostrel.tarn.Subtitles.Changed (1, "
+                                         "'System Audio', 'hello there', 'hola')\n"));
 }
 
 TEST_F(SubtitlesElsewhereTest, ThePageKeepsItsAddressUntilItIsRenewed) {

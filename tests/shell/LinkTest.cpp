@@ -226,7 +226,7 @@ TEST_F(LinkTest, AnInterruptEndsACommandLineWhoseKeyringAsksItsUser) {
     const auto cli = start({"--input", "-", "--to", "es"}, "tarn-cli");
     prompt.waitUntilUp();
     cli->signal(SIGINT);
-    EXPECT_EQ(cli->wait(std::chrono::seconds(5)), 0) << "as an interrupt of a run does";
+    EXPECT_EQ(cli->wait(std::chrono::seconds(5)), 0) << "as an interrupt of a run does: " << cli->err();
 }
 
 TEST_F(LinkTest, IsStartedByTheBus) {

@@ -1,6 +1,7 @@
 // The window of what was said, on a screen that nobody sees: what is shown, chosen, copied and saved.
 #include <gmock/gmock.h>
 
+#include <QAccessible>
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QQuickItem>
@@ -140,6 +141,16 @@ TEST_F(RecordWindowTest, StaysAtTheEndAndNeverMovesWhatIsBeingRead) {
     add(60, 1);
     EXPECT_TRUE(isAtEnd());
     EXPECT_FALSE(of("jump", "visible").toBool());
+    const auto* const heard = QAccessible::queryAccessibleInterface(item("list"));
+    ASSERT_NE(heard, nullptr);
+    EXPECT_EQ(heard->role(), QAccessible::List);
+    EXPECT_TRUE(until([&] {
+        QStringList rows;
+        for (int row = 0; row < heard->childCount(); ++row) {
+            rows.push_back(heard->child(row)->text(QAccessible::Name));
+        }
+        return rows.contains("00:01:00, Zoom, said 60, dicho 60");
+    }));
 
     item("list")->forceActiveFocus();
     press(Qt::Key_Home);

@@ -10,7 +10,6 @@ ListView {
 
     required property RecordRows rows
     required property RecordSelection selection
-    required property bool isLive
     property bool follows: true         ///< the end stays in view
     readonly property int page: Math.max(1, Math.floor(height / 60))
     signal copyWanted()

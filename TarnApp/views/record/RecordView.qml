@@ -139,16 +139,18 @@ FocusScope {
         Divider {
             Layout.fillWidth: true
         }
-        RecordList {
-            id: list
-            objectName: "list"
+        Item {
             Layout.fillWidth: true
             Layout.fillHeight: true
-            rows: root.rows
-            selection: root.record.selection
-            isLive: root.isLive
-            onCopyWanted: root.record.copy()
 
+            RecordList {
+                id: list
+                objectName: "list"
+                anchors.fill: parent
+                rows: root.rows
+                selection: root.record.selection
+                onCopyWanted: root.record.copy()
+            }
             Text {
                 objectName: "nothing"
                 anchors.centerIn: parent
