@@ -24,17 +24,18 @@ bool RecordSelection::contains(int row) const {
 
 void RecordSelection::choose(int row, int modifiers) {
     const QModelIndex index = rows_.index(row);
+    const auto held = Qt::KeyboardModifiers::fromInt(modifiers);
     if (!index.isValid()) {
         return;
     }
-    if ((modifiers & Qt::ShiftModifier) != 0 && anchor_.isValid()) {
+    if (held.testFlag(Qt::ShiftModifier) && anchor_.isValid()) {
         const auto [first, last] = std::minmax({anchor_.row(), row});
         model_.select({rows_.index(first), rows_.index(last)}, QItemSelectionModel::ClearAndSelect);
         return;
     }
     anchor_ = index;
-    model_.select(index, (modifiers & Qt::ControlModifier) != 0 ? QItemSelectionModel::Toggle
-                                                                : QItemSelectionModel::ClearAndSelect);
+    model_.select(index, held.testFlag(Qt::ControlModifier) ? QItemSelectionModel::Toggle
+                                                            : QItemSelectionModel::ClearAndSelect);
 }
 
 void RecordSelection::chooseAll() {
