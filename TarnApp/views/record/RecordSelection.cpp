@@ -24,7 +24,7 @@ bool RecordSelection::contains(int row) const {
 
 void RecordSelection::choose(int row, int modifiers) {
     const QModelIndex index = rows_.index(row);
-    const auto held = Qt::KeyboardModifiers::fromInt(modifiers);
+    const Qt::KeyboardModifiers held = QFlag(modifiers);
     if (!index.isValid()) {
         return;
     }
