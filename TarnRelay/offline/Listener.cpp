@@ -24,6 +24,8 @@ constexpr std::uint64_t partialInterval = samplesPerSecond * 3 / 10;
 // Sound may come so much ahead of its time without counting as a file: a stall of the network delivers it
 // late and all at once.
 constexpr double earlySeconds = 1;
+// A relay that keeps up hears a burst at least so much faster than it is spoken.
+constexpr double usualPace = 1.25;
 // After so long one message is read however much waits, so that a closing handshake is seen.
 constexpr auto longestHold = std::chrono::seconds(1);
 constexpr auto lookPause =
@@ -66,10 +68,10 @@ void Listener::hear(std::span<const std::int16_t> samples) {
             samples = samples.first(room);
             dropped = !std::exchange(toldDropped_, true);
         }
-        if (receivedSamples_ == 0) {
-            begun_ = std::chrono::steady_clock::now();
-        }
-        receivedSamples_ += samples.size();
+        const auto now = std::chrono::steady_clock::now();
+        const std::chrono::duration<double> passed = now - std::exchange(heardAt_, now);
+        early_ = std::max(0.0, early_ - usualPace * passed.count()) +
+                 static_cast<double>(samples.size()) / static_cast<double>(samplesIn(1));
         waitingSamples_ += samples.size();
         while (!samples.empty()) {
             const auto step = samples.first(std::min(samples.size(), stepSamples));
@@ -93,11 +95,9 @@ bool Listener::isHeld() const {
 }
 
 /// The lock is held. Being behind is the relay's fault only where sound comes no faster than people speak: of
-/// a client that plays a file as fast as it can, sound always waits.
-bool Listener::isBehind() {
-    const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - begun_;
-    return waitingSamples_ > samplesIn(limits_.behindSeconds) &&
-           receivedSamples_ <= samplesIn(passed.count() + earlySeconds);
+/// a client that plays a file as fast as it can, or sends what a slow network held back, sound waits.
+bool Listener::isBehind() const {
+    return waitingSamples_ > samplesIn(limits_.behindSeconds) && early_ <= earlySeconds;
 }
 
 Task<void> Listener::readyForMore() {

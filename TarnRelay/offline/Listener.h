@@ -56,7 +56,7 @@ private:
     void lookLater();
     std::vector<std::int16_t> nextStep();
     bool isHeld() const;
-    bool isBehind();
+    bool isBehind() const;
     void recognise(const std::vector<std::int16_t>& samples);
     void beginUtterance();
     void hypothesis(Hypothesis heard);
@@ -75,9 +75,10 @@ private:
     std::mutex mutex_;  ///< guards the next eight
     std::deque<std::vector<std::int16_t>> waiting_;
     std::size_t waitingSamples_ = 0;
-    std::size_t receivedSamples_ = 0;
-    std::chrono::steady_clock::time_point begun_;  ///< when the first sound came
-    bool working_ = false;                         ///< `work` is posted, or runs
+    std::chrono::steady_clock::time_point heardAt_;  ///< when the last sound came
+    double early_ =
+        0;  ///< seconds of sound that came sooner than it can be spoken, less what has been worked off
+    bool working_ = false;                      ///< `work` is posted, or runs
     std::shared_ptr<asio::steady_timer> room_;  ///< cancelled to end the wait of `readyForMore`; null if none
     bool toldBehind_ = false;
     bool toldDropped_ = false;

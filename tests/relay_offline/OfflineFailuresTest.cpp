@@ -218,6 +218,24 @@ TEST_F(OfflineFailures, ToKeepUpAreSaidOnceAndCostOnlyTheSoundBeyondTheLimit) {
     ASSERT_TRUE(log_->waitFor(events::responseDone, kept + 1));
 }
 
+TEST_F(OfflineFailures, OfANetworkThatHeldSoundBackAreNotTheRelays) {
+    std::promise<void> gate;
+    auto opened = std::make_shared<std::shared_future<void>>(gate.get_future());
+    open(
+        [opened](auto, std::vector<Hypothesis>& heard) -> Result<void> {
+            opened->wait();
+            heard.push_back({.text = "word", .final = true});
+            return {};
+        },
+        "es", {.behindSeconds = 1.5, .longestSeconds = 600});
+    sayPieces(1);
+    std::this_thread::sleep_for(std::chrono::seconds(1));  // the network holds back
+    sayPieces(35);
+    gate.set_value();
+    ASSERT_TRUE(log_->waitFor(events::responseDone, 36));
+    EXPECT_THAT(complaints(), IsEmpty());
+}
+
 TEST_F(OfflineFailures, OfOthersToTakeTheirTimeDoNotKeepAClientWaiting) {
     constexpr int steps = 100;
     constexpr std::int16_t quick = 1;  // the first sample tells the clients apart
