@@ -146,7 +146,7 @@ private:
     std::string sent_;
 };
 
-Result<std::unique_ptr<SubtitlePage>> SubtitlePage::open(NetworkContext network, std::uint16_t port,
+Result<std::unique_ptr<SubtitlePage>> SubtitlePage::open(const NetworkContext& network, std::uint16_t port,
                                                          std::string key) {
     auto state = std::make_shared<State>(std::move(key), network.clock);
     const RequestHandler handler = [state](ServerRequest request) {

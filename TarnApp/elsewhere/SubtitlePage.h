@@ -22,7 +22,7 @@ namespace tarn {
 class SubtitlePage {
 public:
     /// Where `port` is taken, the system picks one.
-    static Result<std::unique_ptr<SubtitlePage>> open(NetworkContext network, std::uint16_t port,
+    static Result<std::unique_ptr<SubtitlePage>> open(const NetworkContext& network, std::uint16_t port,
                                                       std::string key);
     /// Ends all connections.
     ~SubtitlePage();

@@ -92,7 +92,7 @@ FileChooser::~FileChooser() {
     }
 }
 
-void FileChooser::askWhereToSave(Question question, Answered answered) {
+void FileChooser::askWhereToSave(Question question, const Answered& answered) {
     if (dialog_) {
         bus_.post([old = std::shared_ptr<Dialog>(std::move(dialog_))](BusConnection&) { old->endOnBus(); });
     }

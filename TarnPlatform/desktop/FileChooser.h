@@ -34,7 +34,7 @@ public:
     FileChooser& operator=(const FileChooser&) = delete;
 
     /// Calls `answered` once, later, unless this is gone before, or asks again before there is an answer.
-    void askWhereToSave(Question question, Answered answered);
+    void askWhereToSave(Question question, const Answered& answered);
 
 private:
     class Dialog;

@@ -41,7 +41,9 @@ public:
                                 std::abs(found->second.x - before.x) < 0.01;
             moves_ += stands ? 0 : 1;
             if (!stands && first_.isEmpty()) {
-                first_ = lines.text() + "\n" + QString::number(where.first - lines.firstLine()) + ":" + QString::number(where.second) + " " + before.character + " at " + QString::number(before.x) + " " +
+                first_ = lines.text() + "\n" + QString::number(where.first - lines.firstLine()) + ":" +
+                         QString::number(where.second) + " " + before.character + " at " +
+                         QString::number(before.x) + " " +
                          (found == now.end() ? QString("gone")
                                              : found->second.character + QString::number(found->second.x));
             }
