@@ -35,7 +35,6 @@ HiddenInput::HiddenInput(const char* prompt) {
     if (::tcgetattr(STDIN_FILENO, &shown) != 0) {
         return;
     }
-    std::cerr << prompt << std::flush;
     struct sigaction handler{};
     handler.sa_handler = showAndEnd;
     for (std::size_t i = 0; i < ending.size(); ++i) {
@@ -44,6 +43,8 @@ HiddenInput::HiddenInput(const char* prompt) {
     termios hidden = shown;
     hidden.c_lflag &= ~static_cast<tcflag_t>(ECHO);
     isHiding_ = ::tcsetattr(STDIN_FILENO, TCSANOW, &hidden) == 0;
+    // Whoever sees it may type at once.
+    std::cerr << prompt << std::flush;
 }
 
 HiddenInput::~HiddenInput() {
