@@ -30,7 +30,7 @@ std::filesystem::path pathOf(GVariant* results) {
 
 }  // namespace
 
-/// One question. Thread: the bus's, but for its making and its end's order.
+/// One question. Thread: the bus's for `ask` and `endOnBus`; the executor's makes and destroys it.
 class FileChooser::Dialog {
 public:
     Dialog(SerialExecutor executor, const Answered& answered)
@@ -58,10 +58,6 @@ private:
         g_variant_builder_add(&options, "{sv}", "accept_label",
                               g_variant_new_string(question.accept.c_str()));
         g_variant_builder_add(&options, "{sv}", "current_name", g_variant_new_string(question.name.c_str()));
-        if (!question.folder.empty()) {
-            g_variant_builder_add(&options, "{sv}", "current_folder",
-                                  g_variant_new_bytestring(question.folder.c_str()));
-        }
         request_.emplace(
             bus, "org.freedesktop.portal.FileChooser", "SaveFile",
             g_variant_new("(ssa{sv})", question.parent.c_str(), question.title.c_str(), &options), token,
@@ -87,15 +83,19 @@ FileChooser::FileChooser(BusThread& bus, SerialExecutor executor)
     : bus_(bus), executor_(std::move(executor)) {}
 
 FileChooser::~FileChooser() {
+    end();
+}
+
+/// Nobody hears an answer to the question any more, not even one that has been posted.
+void FileChooser::end() {
     if (dialog_) {
         bus_.run([this](BusConnection&) { dialog_->endOnBus(); });
+        dialog_.reset();
     }
 }
 
 void FileChooser::askWhereToSave(Question question, const Answered& answered) {
-    if (dialog_) {
-        bus_.post([old = std::shared_ptr<Dialog>(std::move(dialog_))](BusConnection&) { old->endOnBus(); });
-    }
+    end();
     static int asked = 0;
     dialog_ = std::make_unique<Dialog>(executor_, answered);
     bus_.post([dialog = dialog_.get(), question = std::move(question),

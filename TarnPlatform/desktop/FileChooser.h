@@ -13,15 +13,14 @@ namespace tarn {
 class BusThread;
 
 /// Has the user choose where to save a file, in the dialog of the desktop's portal.
-/// Thread: the executor's; nothing here waits for the bus.
+/// Thread: the executor's; only ending an earlier question waits for the bus's thread.
 class FileChooser {
 public:
     struct Question {
         std::string title;
-        std::string accept;                 ///< what the button says
-        std::string name;                   ///< suggested
-        std::filesystem::path folder = {};  ///< suggested; empty: the desktop's choice
-        std::string parent = {};            ///< the window in front of which it stands: "x11:" and its number
+        std::string accept;       ///< what the button says
+        std::string name;         ///< suggested
+        std::string parent = {};  ///< the window in front of which it stands: "x11:" and its number
     };
     enum class Outcome : std::uint8_t { chosen, cancelled, noDialog };
     /// `path`: empty unless one was chosen.
@@ -38,6 +37,8 @@ public:
 
 private:
     class Dialog;
+    void end();
+
     BusThread& bus_;
     const SerialExecutor executor_;
     std::unique_ptr<Dialog> dialog_;  ///< on the bus's thread
