@@ -20,8 +20,8 @@ TranscriptSaver::TranscriptSaver(const std::vector<std::string>& paths, const Tr
     : paths_(paths), options_(options) {}
 
 TranscriptSaver::~TranscriptSaver() {
-    if (queue_ && !isComplete_) {
-        // Its thread may hang in the kernel; it ends with the process.
+    if (isStuck_) {
+        // Its thread hangs in the kernel and ends with the process.
         static_cast<void>(queue_.release());
     }
 }
@@ -76,6 +76,7 @@ Task<void> TranscriptSaver::close() {
         if (const auto* const written = std::get_if<0>(&first)) {
             isComplete_ = written->value_or(false);
         } else {
+            isStuck_ = true;
             files_->troubles.push("the disk takes what was said too slowly: the end of it may be missing");
         }
     }

@@ -49,6 +49,7 @@ private:
     const std::shared_ptr<Files> files_ = std::make_shared<Files>();
     std::unique_ptr<SerialQueue> queue_;  ///< once the files are open
     bool isComplete_ = true;
+    bool isStuck_ = false;  ///< its thread waits for the disk for too long
 };
 
 }  // namespace tarn::cli
