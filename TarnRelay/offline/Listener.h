@@ -76,9 +76,8 @@ private:
     std::deque<std::vector<std::int16_t>> waiting_;
     std::size_t waitingSamples_ = 0;
     std::chrono::steady_clock::time_point heardAt_;  ///< when the last sound came
-    double early_ =
-        0;  ///< seconds of sound that came sooner than it can be spoken, less what has been worked off
-    bool working_ = false;                      ///< `work` is posted, or runs
+    double early_ = 0;                               ///< seconds of sound that came ahead of its time
+    bool working_ = false;                           ///< `work` is posted, or runs
     std::shared_ptr<asio::steady_timer> room_;  ///< cancelled to end the wait of `readyForMore`; null if none
     bool toldBehind_ = false;
     bool toldDropped_ = false;
