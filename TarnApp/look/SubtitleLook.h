@@ -24,6 +24,7 @@ class SubtitleLook : public QObject {
     Q_PROPERTY(QString translationColor READ translationColor WRITE setTranslationColor NOTIFY changed)
     Q_PROPERTY(int outlineWidth READ outlineWidth WRITE setOutlineWidth NOTIFY changed)
     Q_PROPERTY(int backgroundOpacity READ backgroundOpacity WRITE setBackgroundOpacity NOTIFY changed)
+    Q_PROPERTY(int leastBackground READ leastBackground CONSTANT)
     Q_PROPERTY(QString alignment READ alignment WRITE setAlignment NOTIFY changed)
     Q_PROPERTY(QString original READ original WRITE setOriginal NOTIFY changed)
     Q_PROPERTY(bool readingMode READ readingMode WRITE setReadingMode NOTIFY changed)
@@ -44,6 +45,8 @@ public:
     const QString& originalColor() const { return values_.originalColor; }  ///< "#rrggbb"; empty: the theme's
     const QString& translationColor() const { return values_.translationColor; }
     int outlineWidth() const { return values_.outlineWidth; }  ///< points, 0 to `widestOutline`
+    /// Percent: below this much of a background, texts are outlined.
+    static constexpr int leastBackground() { return 50; }
     /// Percent, of the window while the pointer is elsewhere.
     int backgroundOpacity() const { return values_.backgroundOpacity; }
     const QString& alignment() const { return values_.alignment; }  ///< "start", "center" or "end"

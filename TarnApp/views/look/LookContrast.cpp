@@ -1,22 +1,11 @@
 #include "LookContrast.h"
 
-#include <algorithm>
+#include "TarnApp/look/SubtitleLook.h"
 
 namespace tarn {
 
-double LookContrast::least(const SubtitleLook* look, const QColor& panel) {
-    const QColor behind = look->backgroundOpacity() < leastBackground ? QColor(Qt::black) : panel;
-    double least = 21;
-    const auto weigh = [&](const QString& color) {
-        if (!color.isEmpty()) {
-            least = std::min(least, SubtitleLook::contrast(QColor(color), behind));
-        }
-    };
-    weigh(look->translationColor());
-    if (look->original() != QLatin1String("hidden")) {
-        weigh(look->originalColor());
-    }
-    return least;
+double LookContrast::of(const QString& color, const QColor& behind) {
+    return color.isEmpty() ? 21 : SubtitleLook::contrast(QColor(color), behind);
 }
 
 }  // namespace tarn

@@ -3,8 +3,7 @@
 #include <QtQml/qqmlregistration.h>
 #include <QColor>
 #include <QObject>
-
-#include "TarnApp/look/SubtitleLook.h"
+#include <QString>
 
 namespace tarn {
 
@@ -17,12 +16,10 @@ class LookContrast : public QObject {
 public:
     /// From this on, by WCAG 2.1, text is easy to read.
     static constexpr double enough = 4.5;
-    /// Below this much of a background text has its outline.
-    static constexpr int leastBackground = 50;
 
-    /// The lesser contrast ratio of both texts, 1 to 21: against `panel`, or the black outline where there is
-    /// too little of a panel. Colours that were not chosen are the theme's and count as enough.
-    Q_INVOKABLE static double least(const tarn::SubtitleLook* look, const QColor& panel);
+    /// The contrast ratio of a text's colour against what is `behind` it, 1 to 21. A colour that was not
+    /// chosen (empty) is the theme's and counts as 21.
+    Q_INVOKABLE static double of(const QString& color, const QColor& behind);
     Q_INVOKABLE static bool isEnough(double ratio) { return ratio >= enough; }
 };
 

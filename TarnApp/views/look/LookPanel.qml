@@ -8,14 +8,10 @@ import Tarn.Style
 Column {
     id: root
 
-    property real contrast: LookContrast.least(Look, Theme.panelOpaque)
-
-    Connections {
-        target: Look
-        function onChanged(): void {
-            root.contrast = Qt.binding(() => LookContrast.least(Look, Theme.panelOpaque))
-        }
-    }
+    readonly property color behind: Look.backgroundOpacity < Look.leastBackground ? "black" : Theme.panelOpaque
+    readonly property real contrast: Math.min(
+        LookContrast.of(Look.translationColor, behind),
+        LookContrast.of(Look.original === "hidden" ? "" : Look.originalColor, behind))
 
     component Slide: Row {
         id: slide

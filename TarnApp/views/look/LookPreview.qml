@@ -7,7 +7,7 @@ import Tarn.Style
 Item {
     id: root
 
-    readonly property bool faint: Look.backgroundOpacity < 50
+    readonly property bool faint: Look.backgroundOpacity < Look.leastBackground
     readonly property bool below: Look.original === "below"
 
     implicitHeight: 120

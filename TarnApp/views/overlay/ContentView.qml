@@ -83,7 +83,7 @@ Item {
         vm: root.vm
         headerOpacity: Math.max(state.headerOpacity, Theme.dimmed)
         bare: root.backdrop === 0
-        faint: root.backdrop < 0.5
+        faint: root.backdrop * 100 < Look.leastBackground
     }
     Toast {
         objectName: "toast"
