@@ -237,16 +237,6 @@ QString ReadingText::shown() const {
     return all;
 }
 
-qsizetype ReadingText::settledLength() const {
-    qsizetype length = 0;
-    qsizetype at = 0;
-    forEachLine([&](const Line& line) {
-        length = line.firm > 0 ? at + line.firm : length;
-        at += line.text.size() + 1;
-    });
-    return length;
-}
-
 std::vector<ReadingText::Range> ReadingText::dimmed() const {
     std::vector<Range> ranges;
     qsizetype at = 0;

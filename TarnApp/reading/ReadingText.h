@@ -53,7 +53,6 @@ public:
     bool isCurrentFinal() const { return utterances_.empty() || utterances_.back().words.isFinal(); }
 
     QString shown() const;              ///< the lines, joined by line separators
-    qsizetype settledLength() const;    ///< of `shown`
     std::vector<Range> dimmed() const;  ///< of `shown`: what may still change, and what is wrong
     /// How many characters of what was shown are gone at its beginning, since the last call.
     qsizetype takeDropped() { return std::exchange(dropped_, 0); }

@@ -19,9 +19,20 @@ constexpr const char* tallest = "ÅgÄq中あ한ไทยعربيहि";
 constexpr const char* closing = "”?!";
 constexpr double widest = 1e6;
 
+/// Whether a text stands for sound that is not translated, which is an utterance of its own.
+bool isGap(const QString& text) {
+    return text.startsWith(u'[');
+}
+
+}  // namespace
+
 /// One line as it is drawn. It is shaped as a whole, whatever of it is settled, so that nothing moves when
 /// that changes.
-struct LineLayout {
+struct ReadingLines::LineLayout {
+    static double widthOf(const QString& text, const QFont& font) {
+        return LineLayout(text, font, false, widest).line().naturalTextWidth();
+    }
+
     LineLayout(const QString& text, const QFont& font, bool isRightToLeft, double width)
         : layout(text, font) {
         QTextOption option(isRightToLeft ? Qt::AlignRight : Qt::AlignLeft);
@@ -38,17 +49,6 @@ struct LineLayout {
 
     QTextLayout layout;
 };
-
-double widthOf(const QString& text, const QFont& font) {
-    return LineLayout(text, font, false, widest).line().naturalTextWidth();
-}
-
-/// Whether a text stands for sound that is not translated, which is an utterance of its own.
-bool isGap(const QString& text) {
-    return text.startsWith(u'[');
-}
-
-}  // namespace
 
 ReadingLines::ReadingLines(QQuickItem* parent) : QQuickPaintedItem(parent) {
     connect(this, &ReadingLines::changed, this, [this] { update(); });
@@ -138,7 +138,6 @@ void ReadingLines::wait() {
 }
 
 void ReadingLines::show() {
-    reading_.takeDropped();
     lines_ = reading_.lines();
     update();
     Q_EMIT linesChanged();
@@ -153,8 +152,8 @@ void ReadingLines::measureFont() {
 void ReadingLines::breakAnew() {
     const double room = width() - 2 * margin();
     if (room > 0) {
-        reading_.setRoom(room, widthOf(QString::fromUtf8(closing), font_),
-                         [font = font_](const QString& text) { return widthOf(text, font); });
+        reading_.setRoom(room, LineLayout::widthOf(QString::fromUtf8(closing), font_),
+                         [font = font_](const QString& text) { return LineLayout::widthOf(text, font); });
         show();
     }
 }
@@ -184,11 +183,19 @@ QString ReadingLines::text() const {
     return seen.join(u'\n');
 }
 
-void ReadingLines::drawLines(QPainter& painter, const QColor& color, const QColor& dim) const {
-    const std::size_t first = firstSeen();
-    for (std::size_t i = first; i < lines_.size(); ++i) {
-        const ReadingText::Line& shown = lines_[i];
-        const LineLayout laid(shown.text, font_, reading_.isRightToLeft(), width() - 2 * margin());
+std::deque<ReadingLines::LineLayout> ReadingLines::layOutSeen() const {
+    std::deque<LineLayout> laid;
+    for (std::size_t i = firstSeen(); i < lines_.size(); ++i) {
+        laid.emplace_back(lines_[i].text, font_, reading_.isRightToLeft(), width() - 2 * margin());
+    }
+    return laid;
+}
+
+void ReadingLines::draw(QPainter& painter, const std::deque<LineLayout>& laid, const QColor& color,
+                        const QColor& dim) const {
+    double top = margin();
+    for (std::size_t i = 0; i < laid.size(); ++i) {
+        const ReadingText::Line& shown = lines_[firstSeen() + i];
         QList<QTextLayout::FormatRange> dimmed;
         const auto dimThis = [&](qsizetype start, qsizetype length) {
             QTextLayout::FormatRange range;
@@ -204,41 +211,36 @@ void ReadingLines::drawLines(QPainter& painter, const QColor& color, const QColo
             dimThis(shown.firm, shown.text.size() - shown.firm);
         }
         painter.setPen(color);
-        const double top = margin() + static_cast<double>(i - first) * lineHeight_;
-        laid.layout.draw(&painter, {static_cast<double>(margin()), top + baseline_ - laid.line().ascent()},
-                         dimmed);
+        const QPointF at(margin(), top + baseline_ - laid[i].line().ascent());
+        laid[i].layout.draw(&painter, at, dimmed);
+        top += lineHeight_;
     }
 }
 
 void ReadingLines::paint(QPainter* painter) {
+    const auto laid = layOutSeen();
     if (isStroked_) {
-        const qreal ratio = painter->device()->devicePixelRatioF();
-        const QSize size = (boundingRect().size() * ratio).toSize();
-        if (letters_.size() != size) {
-            letters_ = QImage(size, QImage::Format_ARGB32_Premultiplied);
-        }
-        letters_.setDevicePixelRatio(ratio);
-        letters_.fill(Qt::transparent);
+        SubtitleOutline::clear(letters_, boundingRect().size(), painter->device()->devicePixelRatioF());
         QPainter drawing(&letters_);
-        drawLines(drawing, Qt::black, Qt::black);
+        draw(drawing, laid, Qt::black, Qt::black);
         drawing.end();
         SubtitleOutline::drawAround(*painter, letters_, boundingRect(), outlineWidth_);
     }
-    drawLines(*painter, color_, dimColor_);
+    draw(*painter, laid, color_, dimColor_);
 }
 
 std::vector<ReadingLines::Place> ReadingLines::places() const {
     std::vector<Place> places;
-    const std::size_t first = firstSeen();
-    for (std::size_t i = first; i < lines_.size(); ++i) {
-        const ReadingText::Line& shown = lines_[i];
-        const LineLayout laid(shown.text, font_, reading_.isRightToLeft(), width() - 2 * margin());
+    std::uint64_t number = firstLine();
+    for (const LineLayout& laid : layOutSeen()) {
+        const ReadingText::Line& shown = lines_[static_cast<std::size_t>(number - reading_.linesGone())];
         QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, shown.text);
         for (qsizetype at = 0, next = finder.toNextBoundary(); next > at && next <= shown.firm;
              at = next, next = finder.toNextBoundary()) {
-            places.push_back({reading_.linesGone() + i, at, shown.text.mid(at, next - at),
-                              laid.line().cursorToX(static_cast<int>(at))});
+            places.push_back(
+                {number, at, shown.text.mid(at, next - at), laid.line().cursorToX(static_cast<int>(at))});
         }
+        ++number;
     }
     return places;
 }

@@ -6,6 +6,7 @@
 #include <QImage>
 #include <QPointer>
 #include <QQuickPaintedItem>
+#include <deque>
 #include <memory>
 #include <vector>
 
@@ -59,7 +60,6 @@ public:
     /// Of all settled characters that are seen.
     std::vector<Place> places() const;
     std::uint64_t firstLine() const { return reading_.linesGone() + firstSeen(); }  ///< that is seen
-    double baseline() const { return baseline_; }  ///< of a line, from its top
 
 Q_SIGNALS:
     void ownersChanged();
@@ -78,7 +78,10 @@ private:
     void measureFont();
     void breakAnew();
     std::size_t firstSeen() const;
-    void drawLines(QPainter& painter, const QColor& color, const QColor& dim) const;
+    struct LineLayout;
+    std::deque<LineLayout> layOutSeen() const;
+    void draw(QPainter& painter, const std::deque<LineLayout>& laid, const QColor& color,
+              const QColor& dim) const;
 
     QPointer<TranslateViewModel> viewModel_;
     QPointer<TranslateSession> session_;
@@ -93,8 +96,8 @@ private:
     bool isStroked_ = false;
     int outlineWidth_ = 1;
     double lineHeight_ = 0;
-    double baseline_ = 0;
-    QImage letters_;  ///< kept for the next drawing
+    double baseline_ = 0;  ///< of a line, from its top
+    QImage letters_;       ///< kept for the next drawing
 };
 
 }  // namespace tarn

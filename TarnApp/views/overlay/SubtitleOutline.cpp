@@ -48,6 +48,15 @@ void SubtitleOutline::drawLetters(QPainter& drawing) const {
     drawing.fillRect(boundingRect(), Qt::black);
 }
 
+void SubtitleOutline::clear(QImage& letters, const QSizeF& size, qreal devicePixelRatio) {
+    const QSize pixels = (size * devicePixelRatio).toSize();
+    if (letters.size() != pixels) {
+        letters = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
+    }
+    letters.setDevicePixelRatio(devicePixelRatio);
+    letters.fill(Qt::transparent);
+}
+
 void SubtitleOutline::drawAround(QPainter& painter, const QImage& letters, const QRectF& bounds,
                                  int outlineWidth) {
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
@@ -60,13 +69,7 @@ void SubtitleOutline::drawAround(QPainter& painter, const QImage& letters, const
 }
 
 void SubtitleOutline::paint(QPainter* painter) {
-    const qreal ratio = painter->device()->devicePixelRatioF();
-    const QSize size = (boundingRect().size() * ratio).toSize();
-    if (letters_.size() != size) {
-        letters_ = QImage(size, QImage::Format_ARGB32_Premultiplied);
-    }
-    letters_.setDevicePixelRatio(ratio);
-    letters_.fill(Qt::transparent);
+    clear(letters_, boundingRect().size(), painter->device()->devicePixelRatioF());
     {
         QPainter drawing(&letters_);
         drawLetters(drawing);

@@ -40,6 +40,8 @@ public:
     static constexpr int margin() { return SubtitleHalo::reach; }
     void paint(QPainter* painter) override;
 
+    /// `letters`, empty and as large as `size` points; what is drawn into it is in points, too.
+    static void clear(QImage& letters, const QSizeF& size, qreal devicePixelRatio);
     /// Draws halo and shadows of `letters`, black ones that fill `bounds`.
     static void drawAround(QPainter& painter, const QImage& letters, const QRectF& bounds, int outlineWidth);
 

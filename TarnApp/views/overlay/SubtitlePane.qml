@@ -54,7 +54,7 @@ Item {
         marker: "🎤"
         markerSize: root.narrow ? 12 : 14
         isEmpty: root.session.sourceText === ""
-        text: isEmpty ? Loc.notStarted : root.session.sourceText
+        text: reading.active ? "" : isEmpty ? Loc.notStarted : root.session.sourceText
         fontSize: (root.narrow ? 14 : 16) * root.scaling
         weight: Font.Normal
         stroked: root.bare
@@ -71,7 +71,7 @@ Item {
         marker: "🔊"
         markerSize: root.narrow ? 12 : 14
         isEmpty: root.session.translationText === ""
-        text: isEmpty ? Loc.translatedPlaceholder : root.session.translationText
+        text: reading.active ? "" : isEmpty ? Loc.translatedPlaceholder : root.session.translationText
         fontSize: (root.narrow ? 15 : 18) * root.scaling
         weight: Font.Medium
         stroked: root.bare
@@ -86,19 +86,8 @@ Item {
         Component.onCompleted: fill()
         function fill(): void {
             if (active)
-                setSource("ReadingPane.qml", {vm: root.vm, session: root.session, narrow: root.narrow, bare: root.bare})
-        }
-        Binding {
-            target: reading.item
-            property: "bare"
-            value: root.bare
-            when: reading.item !== null
-        }
-        Binding {
-            target: reading.item
-            property: "narrow"
-            value: root.narrow
-            when: reading.item !== null
+                setSource("ReadingPane.qml", {vm: root.vm, session: root.session, narrow: Qt.binding(() => root.narrow),
+                                              bare: Qt.binding(() => root.bare)})
         }
     }
 }
