@@ -1,33 +1,13 @@
 #include "OnboardingWindowController.h"
 
-#include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickWindow>
 #include <QScreen>
 #include <utility>
 
-#include "TarnPlatform/base/Log.h"
+#include "TarnApp/views/style/WindowOnDemand.h"
 
 namespace tarn {
-namespace {
-
-std::unique_ptr<QQuickWindow> makeWindow(QQmlEngine& engine, const QVariantMap& properties) {
-    QQmlComponent component(&engine,
-                            QUrl(QStringLiteral("qrc:/qt/qml/Tarn/Onboarding/OnboardingWindow.qml")));
-    // Qt 6.4 crashes where properties are given to a component that could not be loaded.
-    auto* const made = component.isReady() ? component.createWithInitialProperties(properties) : nullptr;
-    std::unique_ptr<QQuickWindow> window(qobject_cast<QQuickWindow*>(made));
-    if (!window) {
-        logLine("[onboarding] the window cannot be made: " +
-                component.errorString().simplified().toStdString());
-        return nullptr;
-    }
-    QQmlEngine::setObjectOwnership(window.get(), QQmlEngine::CppOwnership);
-    return window;
-}
-
-}  // namespace
-
 OnboardingWindowController::OnboardingWindowController(QQmlEngine& engine,
                                                        std::shared_ptr<TranslateViewModel> vm,
                                                        std::shared_ptr<OnboardingCoordinator> coordinator,
@@ -39,9 +19,11 @@ OnboardingWindowController::OnboardingWindowController(QQmlEngine& engine,
       localization_(localization) {
     QQmlEngine::setObjectOwnership(vm_.get(), QQmlEngine::CppOwnership);
     QQmlEngine::setObjectOwnership(coordinator_.get(), QQmlEngine::CppOwnership);
-    window_ = makeWindow(engine, {{"vm", QVariant::fromValue(vm_.get())},
-                                  {"onboarding", QVariant::fromValue(coordinator_.get())},
-                                  {"title", localization_.onboardingWindowTitle()}});
+    window_ = makeWindow(engine, "qrc:/qt/qml/Tarn/Onboarding/OnboardingWindow.qml",
+                         {{"vm", QVariant::fromValue(vm_.get())},
+                          {"onboarding", QVariant::fromValue(coordinator_.get())},
+                          {"title", localization_.onboardingWindowTitle()}},
+                         "[onboarding]");
     if (window_) {
         // The old syntax is needed because the type of the event is private to Qt.
         connect(window_.get(), SIGNAL(closing(QQuickCloseEvent*)), this, SLOT(windowWillClose()));

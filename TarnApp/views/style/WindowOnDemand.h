@@ -8,6 +8,11 @@
 
 namespace tarn {
 
+/// A window of the QML file `address`; null, after one line that begins with `whose`, where it cannot be
+/// made. Thread: main.
+std::unique_ptr<QQuickWindow> makeWindow(QQmlEngine& engine, const char* address,
+                                         const QVariantMap& properties, const char* whose);
+
 /// An ordinary window of which nothing is loaded before it is first shown. Thread: main.
 class WindowOnDemand {
 public:
