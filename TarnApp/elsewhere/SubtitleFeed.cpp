@@ -8,10 +8,13 @@ namespace tarn {
 namespace {
 
 ShownSubtitle subtitleOf(const TranslateSession& session) {
-    const auto oneLine = [](const QString& text) { return shownText(text.toStdString()).toStdString(); };
-    const bool isOn = session.canStop();
-    return {oneLine(QString::fromStdString(session.sourceName())), isOn ? oneLine(session.sourceText()) : "",
-            isOn ? oneLine(session.translationText()) : ""};
+    const auto oneLine = [](const std::string& text) { return shownText(text).toStdString(); };
+    ShownSubtitle shown{oneLine(session.sourceName())};
+    if (session.canStop()) {
+        shown.original = oneLine(session.sourceText().toStdString());
+        shown.translation = oneLine(session.translationText().toStdString());
+    }
+    return shown;
 }
 
 }  // namespace

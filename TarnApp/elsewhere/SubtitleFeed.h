@@ -12,8 +12,8 @@ namespace tarn {
 /// What one source shows now. Texts are UTF-8 in one line; empty while nothing runs.
 struct ShownSubtitle {
     std::string name;  ///< of the source, as people know it
-    std::string original;
-    std::string translation;
+    std::string original{};
+    std::string translation{};
     bool operator==(const ShownSubtitle&) const = default;
 };
 

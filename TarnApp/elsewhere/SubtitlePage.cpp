@@ -186,7 +186,6 @@ void SubtitlePage::show(const std::vector<ShownSubtitle>& all) {
     std::string text = stateText(all);
     const std::scoped_lock lock(state_->mutex);
     state_->text = std::move(text);
-    std::erase_if(state_->clients, [](const auto& weak) { return weak.expired(); });
     for (const auto& weak : state_->clients) {
         if (const auto client = weak.lock()) {
             client->ring();
@@ -206,6 +205,7 @@ Task<ServerReply> SubtitlePage::answer(std::shared_ptr<State> state, ServerReque
             if (state->isOver) {
                 client->finish();
             }
+            std::erase_if(state->clients, [](const auto& weak) { return weak.expired(); });
             state->clients.push_back(client);
         }
         client->ring();

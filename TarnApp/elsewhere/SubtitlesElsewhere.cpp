@@ -1,7 +1,6 @@
 #include "SubtitlesElsewhere.h"
 
 #include <QRandomGenerator>
-#include <array>
 #include <filesystem>
 #include <utility>
 
@@ -56,15 +55,11 @@ std::uint16_t portOf(const UserDefaults& defaults) {
 
 }  // namespace
 
-SubtitlesElsewhere::SubtitlesElsewhere(TranslateViewModel& vm, BusThread& bus, NetworkContext network)
-    : defaults_(vm.services().defaults),
-      services_(vm.services().session),
-      network_(std::move(network)),
+SubtitlesElsewhere::SubtitlesElsewhere(TranslateViewModel& vm, BusThread& bus)
+    : vm_(vm),
+      defaults_(vm.services().defaults),
       busThread_(bus),
-      filePath_(QString::fromStdString(defaults_->string(filePathKey).value_or(usualFile().string()))),
-      feed_(std::make_unique<SubtitleFeed>(vm)) {
-    connect(feed_.get(), &SubtitleFeed::changed, this, &SubtitlesElsewhere::show);
-    connect(feed_.get(), &SubtitleFeed::countChanged, this, [this] { show(feed_->sources().size()); });
+      filePath_(QString::fromStdString(defaults_->string(filePathKey).value_or(usualFile().string()))) {
     const auto isOn = [this](std::string_view name) { return defaults_->boolean(name).value_or(false); };
     wantsPage_ = isOn(pageKey);
     wantsFile_ = isOn(fileKey);
@@ -77,7 +72,7 @@ SubtitlesElsewhere::SubtitlesElsewhere(TranslateViewModel& vm, BusThread& bus, N
     if (isOn(busKey)) {
         signals_ = std::make_unique<SubtitleSignals>(busThread_);
     }
-    show(feed_->sources().size());
+    follow();
 }
 
 SubtitlesElsewhere::~SubtitlesElsewhere() = default;
@@ -104,6 +99,7 @@ void SubtitlesElsewhere::setPage(bool value) {
     if (value) {
         openPage();
     }
+    follow();
     Q_EMIT changed();
 }
 
@@ -113,7 +109,7 @@ void SubtitlesElsewhere::setBus(bool value) {
     }
     defaults_->set(busKey, value);
     signals_ = value ? std::make_unique<SubtitleSignals>(busThread_) : nullptr;
-    show(feed_->sources().size());
+    follow();
     Q_EMIT changed();
 }
 
@@ -127,6 +123,7 @@ void SubtitlesElsewhere::setFile(bool value) {
     if (value) {
         openFile();
     }
+    follow();
     Q_EMIT changed();
 }
 
@@ -139,6 +136,7 @@ void SubtitlesElsewhere::setFilePath(const QString& value) {
         file_.reset();
         if (wantsFile_) {
             openFile();
+            follow();
         }
     }
     Q_EMIT changed();  // what was typed may not be what there is
@@ -149,6 +147,7 @@ void SubtitlesElsewhere::renewKey() {
     if (wantsPage_) {
         page_.reset();
         openPage();
+        follow();
     }
     Q_EMIT changed();
 }
@@ -163,23 +162,39 @@ std::string SubtitlesElsewhere::key() {
 }
 
 void SubtitlesElsewhere::openPage() {
-    auto opened = SubtitlePage::open(network_, portOf(*defaults_), key());
+    auto opened = SubtitlePage::open(NetworkContext::shared(), portOf(*defaults_), key());
     pageFailure_ = opened ? QString() : QString::fromStdString(opened.error().description);
     page_ = opened ? std::move(*opened) : nullptr;
-    if (page_) {
-        page_->show(feed_->sources());
-    }
 }
 
 void SubtitlesElsewhere::openFile() {
-    file_ = std::make_unique<SubtitleFile>(filePath_.toStdString(), services_.main, services_.clock,
+    const SessionServices& services = vm_.services().session;
+    file_ = std::make_unique<SubtitleFile>(filePath_.toStdString(), services.main, services.clock,
                                            [this](const std::string& whyNot) {
                                                fileFailure_ = QString::fromStdString(whyNot);
                                                Q_EMIT changed();
                                            });
-    file_->show(linesOf(feed_->sources()));
 }
 
+/// Follows the sessions as long as anybody shows what they say, and tells a newcomer what they say now.
+void SubtitlesElsewhere::follow() {
+    if (!page_ && !signals_ && !file_) {
+        feed_.reset();
+        return;
+    }
+    if (!feed_) {
+        feed_ = std::make_unique<SubtitleFeed>(vm_);
+        connect(feed_.get(), &SubtitleFeed::changed, this, &SubtitlesElsewhere::show);
+        connect(feed_.get(), &SubtitleFeed::countChanged, this, &SubtitlesElsewhere::showAll);
+    }
+    showAll();
+}
+
+void SubtitlesElsewhere::showAll() {
+    show(feed_->sources().size());
+}
+
+/// `source`: the one that has changed; none where there is no such source.
 void SubtitlesElsewhere::show(std::size_t source) {
     const std::vector<ShownSubtitle>& all = feed_->sources();
     if (page_) {

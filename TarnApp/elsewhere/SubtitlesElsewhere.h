@@ -12,7 +12,8 @@
 namespace tarn {
 
 /// The subtitles outside of the window, each way only once the user has turned it on: a page for OBS and
-/// browsers, signals on the session bus, a text file. The wishes are stored. Thread: main.
+/// browsers, signals on the session bus, a text file. The wishes are stored. With none of them nothing is
+/// followed. Thread: main.
 class SubtitlesElsewhere : public QObject {
     Q_OBJECT
     Q_PROPERTY(bool page READ page WRITE setPage NOTIFY changed)
@@ -28,7 +29,7 @@ public:
     static constexpr std::uint16_t usualPort = 47654;
 
     /// What is given must outlive this.
-    SubtitlesElsewhere(TranslateViewModel& vm, BusThread& bus, NetworkContext network);
+    SubtitlesElsewhere(TranslateViewModel& vm, BusThread& bus);
     ~SubtitlesElsewhere() override;
 
     bool page() const { return wantsPage_; }
@@ -52,19 +53,20 @@ Q_SIGNALS:
 private:
     void openPage();
     void openFile();
+    void follow();
+    void showAll();
     void show(std::size_t source);
     std::string key();
 
+    TranslateViewModel& vm_;
     const std::shared_ptr<UserDefaults> defaults_;
-    const SessionServices services_;
-    const NetworkContext network_;
     BusThread& busThread_;
     bool wantsPage_ = false;
     bool wantsFile_ = false;
     QString filePath_;
     QString pageFailure_;
     QString fileFailure_;
-    std::unique_ptr<SubtitleFeed> feed_;
+    std::unique_ptr<SubtitleFeed> feed_;  ///< while any of the three is there
     std::unique_ptr<SubtitlePage> page_;
     std::unique_ptr<SubtitleSignals> signals_;
     std::unique_ptr<SubtitleFile> file_;

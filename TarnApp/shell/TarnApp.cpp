@@ -28,12 +28,10 @@ TarnApp::TarnApp(const ViewModelServices& services, BusThread& bus, MainWindowLo
       onboarding_(std::make_shared<OnboardingCoordinator>(services.defaults, services.credentials)),
       appearance_(bus, services.session.main),
       look_(services.defaults),
-      elsewhere_(*vm_, bus, NetworkContext::shared()),
       loader_(loader),
       appDelegate_(loader.engine(), services),
       lookWindow_(loader.engine(), "qrc:/qt/qml/Tarn/Look/LookWindow.qml"),
       elsewhereWindow_(loader.engine(), "qrc:/qt/qml/Tarn/Elsewhere/ElsewhereWindow.qml") {
-    QQmlEngine::setObjectOwnership(&elsewhere_, QQmlEngine::CppOwnership);
     Loc::manager = &localization_;
     AppRelaunch::use(AppRelaunch::Surroundings::real(services.session.main, &QCoreApplication::quit));
     appDelegate_.terminate = &QCoreApplication::quit;
@@ -105,12 +103,15 @@ void TarnApp::appeared() {
     }
 }
 
-// The tray and the keys take a while, so they are made after the window has been shown.
+// The tray, the keys and what else shows subtitles take a while, so they are made after the window has been
+// shown.
 void TarnApp::appearElsewhere() {
     QGuiApplication::setWindowIcon(windowIcon());
     tray_ = std::make_unique<Tray>(bus_, *vm_, *appDelegate_.overlay(), localization_,
                                    [this](const std::string& action) { perform(action); });
     const auto& services = vm_->services();
+    elsewhere_ = std::make_unique<SubtitlesElsewhere>(*vm_, bus_);
+    QQmlEngine::setObjectOwnership(elsewhere_.get(), QQmlEngine::CppOwnership);
     keys_ = std::make_unique<GlobalKeys>(bus_, services.session.main, *services.defaults,
                                          [this](const std::string& id) { perform(id); });
 }
@@ -135,8 +136,8 @@ void TarnApp::makeWindow(const std::string& name) {
         record_->show();
     } else if (name == "look") {
         lookWindow_.show();
-    } else if (name == "elsewhere") {
-        elsewhereWindow_.show({{"elsewhere", QVariant::fromValue(&elsewhere_)}});
+    } else if (name == "elsewhere" && elsewhere_) {
+        elsewhereWindow_.show({{"elsewhere", QVariant::fromValue(elsewhere_.get())}});
     }
 }
 

@@ -60,12 +60,12 @@ private:
     std::shared_ptr<OnboardingCoordinator> onboarding_;
     DesktopAppearance appearance_;
     SubtitleLook look_;
-    SubtitlesElsewhere elsewhere_;
     MainWindowLoader& loader_;
     AppDelegate appDelegate_;
     std::unique_ptr<QQuickWindow> mainWindow_;
     std::unique_ptr<RecordWindowController> record_;  ///< once it was wanted
     WindowOnDemand lookWindow_;
+    std::unique_ptr<SubtitlesElsewhere> elsewhere_;  ///< once the main window was shown
     WindowOnDemand elsewhereWindow_;
     std::unique_ptr<Tray> tray_;
     std::unique_ptr<GlobalKeys> keys_;

@@ -29,7 +29,7 @@ protected:
     ~SubtitlesElsewhereTest() override { elsewhere_.reset(); }
 
     std::unique_ptr<SubtitlesElsewhere> make() {
-        return std::make_unique<SubtitlesElsewhere>(*world_.vm(), bus_, NetworkContext::shared());
+        return std::make_unique<SubtitlesElsewhere>(*world_.vm(), bus_);
     }
     template <typename Condition>
     bool until(Condition holds) {
@@ -73,6 +73,7 @@ TEST_F(SubtitlesElsewhereTest, AFileHasTheLatestLinesAndIsEmptyInTheEnd) {
     ASSERT_EQ(::stat(path.c_str(), &mode), 0);
     EXPECT_EQ(mode.st_mode & 0777U, 0600U);
 
+    elsewhere_.reset();
     elsewhere_ = make();  // the next start
     EXPECT_EQ(elsewhere_->filePath().toStdString(), path);
     EXPECT_TRUE(until([&] { return readFile(path) == "hola ahí\n"; }));
